@@ -1,0 +1,21 @@
+# Every library of the system, found once, as imported targets.
+find_package(Threads REQUIRED)
+find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Widgets Network Multimedia Test)
+find_package(PkgConfig REQUIRED)
+
+function(orvane_pkg name)
+  pkg_check_modules(${name} REQUIRED IMPORTED_TARGET ${ARGN})
+endfunction()
+
+orvane_pkg(FFMPEG libavformat libavdevice libavcodec libavfilter libavutil libswscale libswresample)
+orvane_pkg(SDL2 sdl2)
+orvane_pkg(SDL2_TTF SDL2_ttf)
+orvane_pkg(XCB xcb xcb-composite xcb-shm xcb-icccm xcb-ewmh)
+orvane_pkg(PULSE libpulse)
+
+# libyuv of Debian comes without a pkg-config file.
+find_library(YUV_LIBRARY yuv REQUIRED)
+find_path(YUV_INCLUDE_DIR libyuv.h REQUIRED)
+add_library(orvane_yuv INTERFACE)
+target_link_libraries(orvane_yuv INTERFACE ${YUV_LIBRARY})
+target_include_directories(orvane_yuv SYSTEM INTERFACE ${YUV_INCLUDE_DIR})

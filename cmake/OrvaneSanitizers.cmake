@@ -1,0 +1,14 @@
+# ORVANE_SANITIZER: none, address (with undefined behaviour) or thread, for the whole build.
+set(ORVANE_SANITIZER none CACHE STRING "none, address or thread")
+set_property(CACHE ORVANE_SANITIZER PROPERTY STRINGS none address thread)
+
+if(ORVANE_SANITIZER STREQUAL "address")
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer -O1 -g1)
+  add_link_options(-fsanitize=address,undefined)
+elseif(ORVANE_SANITIZER STREQUAL "thread")
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -O1 -g1)
+  add_link_options(-fsanitize=thread)
+elseif(NOT ORVANE_SANITIZER STREQUAL "none")
+  message(FATAL_ERROR "ORVANE_SANITIZER is none, address or thread, not ${ORVANE_SANITIZER}")
+endif()

@@ -1,0 +1,76 @@
+# The two kinds of target: a library of src/, and a test program.
+
+# orvane_library(NAME SOURCES ... [LINK ...])
+# One static library per folder of src/. Includes are written from the root src/.
+function(orvane_library name)
+  cmake_parse_arguments(ARG "MOC" "" "SOURCES;LINK" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE orvane_warnings)
+  if(ARG_MOC)
+    set_target_properties(${name} PROPERTIES AUTOMOC ON AUTORCC ON AUTOUIC ON)
+  endif()
+endfunction()
+
+# orvane_test(NAME SOURCES ... LINK ... [LABELS unit|contract|e2e ...] [TIMEOUT seconds] [SERIAL]
+#             [MOC] [FAKE_CLOCK] [RELEASE_ONLY] [ARGS ...])
+# A GoogleTest program and one ctest entry of the same name.
+#   FAKE_CLOCK   SDL_GetTicks and SDL_Delay go through tests/support/FakeClock
+#   SERIAL       no other test beside it: it runs in real time
+#   RELEASE_ONLY not in the sanitizer builds, which are too slow for real time
+#   MOC          the sources hold Qt classes
+function(orvane_test name)
+  cmake_parse_arguments(ARG "SERIAL;FAKE_CLOCK;RELEASE_ONLY;MOC" "TIMEOUT" "SOURCES;LINK;LABELS;ARGS"
+                        ${ARGN})
+  if(ARG_RELEASE_ONLY AND NOT ORVANE_SANITIZER STREQUAL "none")
+    return()
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} orvane_test_main orvane_warnings)
+  if(ARG_FAKE_CLOCK)
+    target_link_libraries(${name} PRIVATE orvane_fake_clock)
+  endif()
+  if(ARG_MOC)
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  endif()
+  if(NOT ARG_LABELS)
+    set(ARG_LABELS unit)
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  orvane_add_ctest(${name} COMMAND $<TARGET_FILE:${name}> ${ARG_ARGS} LABELS ${ARG_LABELS} TIMEOUT ${ARG_TIMEOUT})
+  if(ARG_SERIAL)
+    set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
+  endif()
+endfunction()
+
+# orvane_add_ctest(NAME COMMAND ... LABELS ... TIMEOUT seconds)
+# Adds the entry with the environment that the sanitizers need.
+function(orvane_add_ctest name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "COMMAND;LABELS" ${ARGN})
+  set(environment "QT_LOGGING_RULES=*.debug=false")
+  set(launcher)
+  if(ORVANE_SANITIZER STREQUAL "address")
+    list(APPEND environment
+         "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1:abort_on_error=0"
+         "UBSAN_OPTIONS=print_stacktrace=1"
+         "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0")
+  elseif(ORVANE_SANITIZER STREQUAL "thread")
+    # Qt, SDL, PulseAudio's client and FFmpeg are not instrumented; without this their own locking
+    # would be reported. QMutex is made visible by tests/support/TsanQMutex.cpp.
+    list(APPEND environment
+         "TSAN_OPTIONS=ignore_noninstrumented_modules=1:halt_on_error=0:second_deadlock_stack=1")
+    # The thread sanitizer of this compiler can't map its shadow under address randomisation.
+    set(launcher setarch -R)
+  endif()
+  list(APPEND ARG_LABELS ${ORVANE_SANITIZER_LABEL})
+  add_test(NAME ${name} COMMAND ${launcher} ${ARG_COMMAND})
+  set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT}
+                                          ENVIRONMENT "${environment}")
+endfunction()
+
+if(NOT ORVANE_SANITIZER STREQUAL "none")
+  set(ORVANE_SANITIZER_LABEL sanitizer)
+endif()

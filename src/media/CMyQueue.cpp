@@ -1,0 +1,65 @@
+#include "media/CMyQueue.h"
+
+#include <QMutexLocker>
+#include <cstdint>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/frame.h>
+}
+
+CMyQueue::CMyQueue(int isPacket) : m_mutex(QMutex::NonRecursive), m_isPacket(isPacket) {}
+
+CMyQueue::~CMyQueue() {
+  Clear();
+}
+
+void CMyQueue::PushBack(void* entry) {
+  QMutexLocker lock(&m_mutex);
+  m_items.push_back(entry);
+}
+
+void CMyQueue::PushFront(void* entry) {
+  QMutexLocker lock(&m_mutex);
+  m_items.push_front(entry);
+}
+
+void* CMyQueue::Pop() {
+  int remaining = 0;
+  return Pop(&remaining);
+}
+
+void* CMyQueue::Pop(int* remaining) {
+  QMutexLocker lock(&m_mutex);
+  void* head = nullptr;
+  if (!m_items.empty()) {
+    head = m_items.front();
+    m_items.pop_front();
+  }
+  *remaining = static_cast<int>(m_items.size());
+  return head;
+}
+
+void* CMyQueue::Peek() {
+  QMutexLocker lock(&m_mutex);
+  return m_items.empty() ? nullptr : m_items.front();
+}
+
+int CMyQueue::Size() {
+  QMutexLocker lock(&m_mutex);
+  return static_cast<int>(m_items.size());
+}
+
+void CMyQueue::Clear() {
+  QMutexLocker lock(&m_mutex);
+  for (void* item : m_items) {
+    if (m_isPacket != 0) {
+      auto* packet = static_cast<AVPacket*>(item);
+      av_packet_free(&packet);
+    } else {
+      auto* frame = static_cast<AVFrame*>(item);
+      av_frame_free(&frame);
+    }
+  }
+  std::deque<void*>().swap(m_items);
+}

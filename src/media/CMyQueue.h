@@ -1,0 +1,49 @@
+// The one container that carries media between threads: a thread-safe, unbounded, double-ended
+// queue of opaque pointers, which knows of its entries only how to free them.
+//
+// Flow: any number of producers push; exactly one consumer thread pops. Nothing blocks, waits or
+// drops: a consumer that finds nothing gets null and decides by itself how long to sleep, and each
+// consumer trims its own inputs by its own thresholds.
+//
+// Ownership: an entry belongs to the queue from a push until Pop or Clear. Peek only lends it. A
+// Peek followed by a Pop is sound because there is one consumer, and because nobody calls Clear
+// while that consumer runs.
+//
+// Locks: every operation holds the queue's own mutex for its whole extent, and nothing else.
+#ifndef ORVANE_MEDIA_CMYQUEUE_H
+#define ORVANE_MEDIA_CMYQUEUE_H
+
+#include <QMutex>
+#include <deque>
+
+class CMyQueue {
+ public:
+  // isPacket: 0 = entries are AVFrame*, anything else = entries are AVPacket*.
+  explicit CMyQueue(int isPacket);
+  virtual ~CMyQueue();
+
+  CMyQueue(const CMyQueue&) = delete;
+  CMyQueue& operator=(const CMyQueue&) = delete;
+
+  // Appends at the tail.
+  void PushBack(void* entry);
+  // Inserts at the head, so that entry is the next one out.
+  void PushFront(void* entry);
+  // Removes and returns the head; null when empty.
+  void* Pop();
+  // The same, and *remaining becomes the number of entries left, 0 when the queue was empty.
+  void* Pop(int* remaining);
+  // The head, which stays queued; null when empty.
+  void* Peek();
+  // Number of entries, cut to 32 bits.
+  int Size();
+  // Frees every entry and gives the storage back. The queue stays usable.
+  void Clear();
+
+ private:
+  QMutex m_mutex;             // guards m_items
+  std::deque<void*> m_items;  // head first
+  int m_isPacket;             // decides how Clear frees, and nothing else
+};
+
+#endif

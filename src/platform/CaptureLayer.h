@@ -1,0 +1,97 @@
+// What the program needs of a system's capture devices: cameras, the desktop, microphones and the
+// system's sound.
+//
+// Flow: a catalogue lists the names, a node opens one by its name, reads compressed or raw packets
+// from it and closes it by deleting the stream. Names are UTF-8, unique within their kind, and mean
+// the same device for as long as it stays plugged in; no path or address of a device leaves this
+// layer. Two names are fixed on every system and are not listed: kDesktopName and kSystemSoundName.
+//
+// Ownership: the layer lives for the whole process. A CaptureStream belongs to whoever opened it.
+//
+// Threads: ListDevices and Open may be called from any thread, one at a time. A CaptureStream is
+// read by one thread; it may be made and deleted by another while no Read is running.
+//
+// Time: Open and the deletion of a stream return in bounded time in every state of a device (a
+// camera that is frozen, a sound source that is suspended). Read never blocks for more than 100 ms.
+//
+// Sound is special. Mixers and the encoder downstream count samples and have no clock of their
+// own, so a sound stream gives 48000 sample frames for each second of the system's clock for as
+// long as it is open: what the device leaves out is filled with silence, and the drift of its clock
+// is taken up by resampling.
+#ifndef ORVANE_PLATFORM_CAPTURELAYER_H
+#define ORVANE_PLATFORM_CAPTURELAYER_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
+namespace platform {
+
+enum class CaptureKind { Audio, Video };
+
+// The desktop, at 25 pictures a second, cursor drawn.
+inline constexpr char kDesktopName[] = "screen-capture-recorder";
+// What the machine plays, whatever the current default output is.
+inline constexpr char kSystemSoundName[] = "virtual-audio-capturer";
+
+// What a decoder has to know of one elementary stream. The parameters belong to the CaptureStream.
+struct StreamInfo {
+  int index = -1;
+  const AVCodecParameters* parameters = nullptr;
+  AVRational timeBase{1, 1};
+};
+
+// One open device.
+class CaptureStream {
+ public:
+  // Closes the device; returns within 0.5 s.
+  virtual ~CaptureStream() = default;
+
+  // The best elementary stream of that kind; false when the device has none.
+  virtual bool FindStream(CaptureKind kind, StreamInfo* info) const = 0;
+
+  // Fills packet, which the caller unrefs. 0 on success; AVERROR(EAGAIN) when nothing has arrived
+  // yet; any other negative AVERROR when the device is gone, after which no Read succeeds again.
+  virtual int Read(AVPacket* packet) = 0;
+};
+
+enum class OpenFailure {
+  None,
+  CannotOpen,      // no such device, busy, refused
+  NoStreamFormat,  // it opened, but what it sends could not be made out in time
+};
+
+struct OpenResult {
+  std::unique_ptr<CaptureStream> stream;  // null on failure
+  OpenFailure failure = OpenFailure::None;
+  std::string cause;  // for the log: the device and the reason, in the system's own words
+};
+
+class CaptureLayer {
+ public:
+  virtual ~CaptureLayer() = default;
+
+  // The devices now present, without the two fixed names. For sound: microphones and line inputs,
+  // the one that the user chose as default first.
+  virtual std::vector<std::string> ListDevices(CaptureKind kind) = 0;
+
+  // Opens a listed device or one of the fixed names at its default mode.
+  virtual OpenResult Open(CaptureKind kind, const std::string& name) = 0;
+
+  // The layer of this process: the system's own, or what a test has installed.
+  static CaptureLayer& Current();
+  // Replaces the layer until called with null; layer is not owned. Only before any stream is open.
+  static void Install(CaptureLayer* layer);
+};
+
+// The layer of the system that the program was built for; made at the first call.
+CaptureLayer& SystemCaptureLayer();
+
+}  // namespace platform
+
+#endif

@@ -1,0 +1,82 @@
+// What the program needs of a system's windows: a list of those that can be captured, and the
+// picture of one of them.
+//
+// Flow: the list is read when the operator chooses; a grabber is then opened for one handle and
+// asked for its size and picture 25 times a second.
+//
+// Ownership: the window system lives for the whole process. A WindowGrabber belongs to whoever
+// opened it; the window itself belongs to another program and may change or vanish at any moment,
+// also within one grab: that is a result, never a crash.
+//
+// Threads: List may be called from any thread, one at a time. A WindowGrabber is made, used and
+// deleted by one thread and shares nothing with any other grabber.
+#ifndef ORVANE_PLATFORM_WINDOWSYSTEM_H
+#define ORVANE_PLATFORM_WINDOWSYSTEM_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+// A top-level window of any program. Zero is no window. Ordered by value.
+using WindowHandle = std::uintptr_t;
+
+struct WindowInfo {
+  WindowHandle handle = 0;
+  std::string title;  // UTF-8, not empty, of any length
+};
+
+struct Size {
+  int width = 0;
+  int height = 0;
+  bool operator==(const Size& other) const {
+    return width == other.width && height == other.height;
+  }
+  bool operator!=(const Size& other) const { return !(*this == other); }
+};
+
+// Rows of 32-bit pixels, blue in the lowest byte, then green, red and one that means nothing;
+// top row first. Lent by the grabber until its next call.
+struct GrabbedPicture {
+  const std::uint8_t* data = nullptr;
+  int stride = 0;  // bytes from one row to the next, width x 4 or more
+  Size size;
+};
+
+class WindowGrabber {
+ public:
+  virtual ~WindowGrabber() = default;
+
+  // False once the window is closed; it then stays false.
+  virtual bool Exists() = 0;
+  // True while the window shows no picture: iconic or unmapped.
+  virtual bool IsMinimised() = 0;
+  // Size of the client area in pixels; 0 x 0 when the window is gone.
+  virtual Size ClientSize() = 0;
+  // The client area as it is now, whatever covers it. False when there is no picture this time.
+  virtual bool Grab(GrabbedPicture* picture) = 0;
+};
+
+class WindowSystem {
+ public:
+  virtual ~WindowSystem() = default;
+
+  // Visible, not minimised, titled top-level windows, in the system's own order.
+  virtual std::vector<WindowInfo> List() = 0;
+  // Null when there is no such window or no window system.
+  virtual std::unique_ptr<WindowGrabber> Open(WindowHandle window) = 0;
+
+  // The window system of this process: the real one, or what a test has installed.
+  static WindowSystem& Current();
+  // Replaces it until called with null; system is not owned. Only before any grabber is open.
+  static void Install(WindowSystem* system);
+};
+
+// The window system that the program was built for; made at the first call.
+WindowSystem& SystemWindowSystem();
+
+}  // namespace platform
+
+#endif

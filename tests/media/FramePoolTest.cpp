@@ -1,0 +1,46 @@
+#include "media/ffmpeg/FramePool.h"
+
+#include <gtest/gtest.h>
+
+#include "media/ffmpeg/Scoped.h"
+
+using ffmpeg::FramePool;
+using ffmpeg::ScopedFrame;
+
+TEST(FramePool, RowsArePackedInEveryFormat) {
+  FramePool pool;
+  ScopedFrame rgb(pool.Get(101, 7, AV_PIX_FMT_RGB24));
+  ASSERT_TRUE(rgb);
+  EXPECT_EQ(rgb->linesize[0], 101 * 3);
+  ScopedFrame yuv(pool.Get(102, 8, AV_PIX_FMT_YUV420P));
+  ASSERT_TRUE(yuv);
+  EXPECT_EQ(yuv->linesize[0], 102);
+  EXPECT_EQ(yuv->linesize[1], 51);
+  EXPECT_EQ(yuv->data[1], yuv->data[0] + 102 * 8);
+}
+
+TEST(FramePool, AFreedBufferIsUsedAgain) {
+  FramePool pool;
+  ScopedFrame first(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+  const std::uint8_t* data = first->data[0];
+  first.Reset();
+  ScopedFrame second(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+  EXPECT_EQ(second->data[0], data);
+}
+
+TEST(FramePool, AFrameOutlivesItsPool) {
+  ScopedFrame frame;
+  {
+    FramePool pool;
+    frame.Reset(pool.Get(16, 16, AV_PIX_FMT_RGB24));
+  }
+  frame->data[0][16 * 16 * 3 - 1] = 9;
+  EXPECT_EQ(frame->data[0][16 * 16 * 3 - 1], 9);
+}
+
+TEST(FramePool, ImpossibleSizesGiveNull) {
+  FramePool pool;
+  EXPECT_EQ(pool.Get(0, 10, AV_PIX_FMT_RGB24), nullptr);
+  EXPECT_EQ(pool.Get(-5, 10, AV_PIX_FMT_RGB24), nullptr);
+  EXPECT_EQ(pool.Get(10, 10, AV_PIX_FMT_NONE), nullptr);
+}
