@@ -1,0 +1,41 @@
+// Sound capture from PulseAudio, or from PipeWire's server of the same protocol: what the machine
+// plays, and the microphones.
+//
+// Flow: ListPulseMicrophones gives the names to choose from; OpenPulseStream opens one of them, or
+// kSystemSoundName, which means the monitor of the default output and follows when the user makes
+// another one the default.
+//
+// The stream is PCM S16LE, stereo, 48000 Hz, in packets of 10 ms; the time base of its packets is
+// 1/48000. It never runs dry: from open to close it gives 48000 sample frames for each second of
+// CLOCK_MONOTONIC. While the source is suspended, unplugged, idle or late, or the server gone or
+// frozen, they are silence; the sound comes back by itself and in step. Read gives AVERROR(EAGAIN)
+// while the next packet is not due and no other failure.
+//
+// Latency: what is heard or said at time t leaves the stream as the samples for time t plus a fixed
+// time, kLatency of ContinuousSound.h, which also says why.
+//
+// Ownership and threads: as in CaptureLayer.h. Each open stream has a connection and a thread
+// ("pulse") of its own, which end with it. Both functions may be called from any thread.
+//
+// Time and failure: with no server, or one that doesn't answer, the list is empty and opening
+// fails, each after one second at most. Closing takes a few milliseconds in every state.
+#ifndef ORVANE_PLATFORM_LINUX_PULSECAPTURE_H
+#define ORVANE_PLATFORM_LINUX_PULSECAPTURE_H
+
+#include <string>
+#include <vector>
+
+#include "platform/CaptureLayer.h"
+
+namespace platform {
+
+// The sources that monitor no output, the server's default one first. Descriptions in UTF-8, made
+// unique where two are equal; a name means the same source for the life of the process.
+std::vector<std::string> ListPulseMicrophones();
+
+// name: kSystemSoundName or a listed microphone.
+OpenResult OpenPulseStream(const std::string& name);
+
+}  // namespace platform
+
+#endif
