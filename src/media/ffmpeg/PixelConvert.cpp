@@ -1,0 +1,313 @@
+#include "media/ffmpeg/PixelConvert.h"
+
+#include <libyuv.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+extern "C" {
+#include <libavutil/error.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace ffmpeg {
+
+namespace {
+
+bool IsFullRange(const AVFrame* frame) {
+  switch (frame->format) {
+    case AV_PIX_FMT_YUVJ411P:
+    case AV_PIX_FMT_YUVJ420P:
+    case AV_PIX_FMT_YUVJ422P:
+    case AV_PIX_FMT_YUVJ440P:
+    case AV_PIX_FMT_YUVJ444P:
+      return true;
+    default:
+      return frame->color_range == AVCOL_RANGE_JPEG;
+  }
+}
+
+// The format without the range in its name, which swscale deprecates.
+AVPixelFormat WithoutRange(int format) {
+  switch (format) {
+    case AV_PIX_FMT_YUVJ411P:
+      return AV_PIX_FMT_YUV411P;
+    case AV_PIX_FMT_YUVJ420P:
+      return AV_PIX_FMT_YUV420P;
+    case AV_PIX_FMT_YUVJ422P:
+      return AV_PIX_FMT_YUV422P;
+    case AV_PIX_FMT_YUVJ440P:
+      return AV_PIX_FMT_YUV440P;
+    case AV_PIX_FMT_YUVJ444P:
+      return AV_PIX_FMT_YUV444P;
+    default:
+      return static_cast<AVPixelFormat>(format);
+  }
+}
+
+int SwsSpace(const AVFrame* frame) {
+  switch (frame->colorspace) {
+    case AVCOL_SPC_BT709:
+      return SWS_CS_ITU709;
+    case AVCOL_SPC_BT2020_NCL:
+    case AVCOL_SPC_BT2020_CL:
+      return SWS_CS_BT2020;
+    case AVCOL_SPC_SMPTE240M:
+      return SWS_CS_SMPTE240M;
+    case AVCOL_SPC_FCC:
+      return SWS_CS_FCC;
+    default:
+      return SWS_CS_ITU601;
+  }
+}
+
+// libyuv's matrix for writing R, G, B in this order, which is its RAW: it names the order B, G, R
+// "RGB24", and gets the other one by exchanging the two chroma planes, matrix included. Null for a
+// matrix that it lacks.
+const libyuv::YuvConstants* RawMatrix(const AVFrame* frame) {
+  const bool full = IsFullRange(frame);
+  switch (SwsSpace(frame)) {
+    case SWS_CS_ITU601:
+      return full ? &libyuv::kYvuJPEGConstants : &libyuv::kYvuI601Constants;
+    case SWS_CS_ITU709:
+      return full ? &libyuv::kYvuF709Constants : &libyuv::kYvuH709Constants;
+    case SWS_CS_BT2020:
+      return full ? &libyuv::kYvuV2020Constants : &libyuv::kYvu2020Constants;
+    default:
+      return nullptr;
+  }
+}
+
+bool PlaneLiesInBuffer(const AVFrame* frame, int plane, int rowBytes, int rows) {
+  const auto first = reinterpret_cast<std::uintptr_t>(frame->data[plane]);
+  // The last row stands before the first one where the picture is stored bottom up.
+  const auto last = first + static_cast<std::uintptr_t>(static_cast<std::intptr_t>(rows - 1) *
+                                                        frame->linesize[plane]);
+  for (const AVBufferRef* buffer : frame->buf) {
+    if (buffer == nullptr) {
+      continue;
+    }
+    const auto begin = reinterpret_cast<std::uintptr_t>(buffer->data);
+    const auto end = begin + buffer->size;
+    if (first >= begin && first < end) {
+      return std::min(first, last) >= begin &&
+             std::max(first, last) + static_cast<std::uintptr_t>(rowBytes) <= end;
+    }
+  }
+  return true;  // memory that is not counted: nothing to measure it by
+}
+
+int RowsOf(const AVPixFmtDescriptor* description, int plane, int height) {
+  const bool chroma = (plane == 1 || plane == 2) && (description->flags & AV_PIX_FMT_FLAG_RGB) == 0;
+  return chroma ? AV_CEIL_RSHIFT(height, description->log2_chroma_h) : height;
+}
+
+// RGB24 out of the formats that libyuv reads directly. False: it has no road.
+bool ToRgb24(const AVFrame* s, AVFrame* t) {
+  const int w = s->width;
+  const int h = s->height;
+  std::uint8_t* out = t->data[0];
+  const int stride = t->linesize[0];
+  switch (s->format) {
+    case AV_PIX_FMT_BGR0:
+    case AV_PIX_FMT_BGRA:
+      return libyuv::ARGBToRAW(s->data[0], s->linesize[0], out, stride, w, h) == 0;
+    case AV_PIX_FMT_RGB0:
+    case AV_PIX_FMT_RGBA:
+      // The same exchange of red and blue, seen from the other end.
+      return libyuv::ARGBToRGB24(s->data[0], s->linesize[0], out, stride, w, h) == 0;
+    case AV_PIX_FMT_BGR24:
+      return libyuv::RAWToRGB24(s->data[0], s->linesize[0], out, stride, w, h) == 0;
+    case AV_PIX_FMT_GRAY8:
+      libyuv::MergeRGBPlane(s->data[0], s->linesize[0], s->data[0], s->linesize[0], s->data[0],
+                            s->linesize[0], out, stride, w, h);
+      return true;
+    case AV_PIX_FMT_GBRP:
+      libyuv::MergeRGBPlane(s->data[2], s->linesize[2], s->data[0], s->linesize[0], s->data[1],
+                            s->linesize[1], out, stride, w, h);
+      return true;
+    default:
+      return false;
+  }
+}
+
+// RGB24 out of planar YUV, by the frame's own matrix. False: libyuv has no road.
+bool YuvToRgb24(const AVFrame* s, AVFrame* t) {
+  const libyuv::YuvConstants* matrix = RawMatrix(s);
+  if (matrix == nullptr) {
+    return false;
+  }
+  const int w = s->width;
+  const int h = s->height;
+  std::uint8_t* out = t->data[0];
+  const int stride = t->linesize[0];
+  switch (WithoutRange(s->format)) {
+    case AV_PIX_FMT_YUV420P:
+      return libyuv::I420ToRGB24Matrix(s->data[0], s->linesize[0], s->data[2], s->linesize[2],
+                                       s->data[1], s->linesize[1], out, stride, matrix, w, h) == 0;
+    case AV_PIX_FMT_YUV422P:
+      return libyuv::I422ToRGB24Matrix(s->data[0], s->linesize[0], s->data[2], s->linesize[2],
+                                       s->data[1], s->linesize[1], out, stride, matrix, w, h) == 0;
+    case AV_PIX_FMT_YUV444P:
+      return libyuv::I444ToRGB24Matrix(s->data[0], s->linesize[0], s->data[2], s->linesize[2],
+                                       s->data[1], s->linesize[1], out, stride, matrix, w, h) == 0;
+    case AV_PIX_FMT_NV12:
+      return libyuv::NV21ToRGB24Matrix(s->data[0], s->linesize[0], s->data[1], s->linesize[1], out,
+                                       stride, matrix, w, h) == 0;
+    case AV_PIX_FMT_NV21:
+      return libyuv::NV12ToRGB24Matrix(s->data[0], s->linesize[0], s->data[1], s->linesize[1], out,
+                                       stride, matrix, w, h) == 0;
+    default:
+      return false;
+  }
+}
+
+// YUV 4:2:0 out of packed RGB. False: libyuv has no road.
+bool ToYuv420(const AVFrame* s, AVFrame* t) {
+  if (SwsSpace(t) != SWS_CS_ITU601) {
+    return false;
+  }
+  const bool full = IsFullRange(t);
+  switch (s->format) {
+    case AV_PIX_FMT_RGB24: {
+      const auto convert = full ? libyuv::RAWToJ420 : libyuv::RAWToI420;
+      return convert(s->data[0], s->linesize[0], t->data[0], t->linesize[0], t->data[1],
+                     t->linesize[1], t->data[2], t->linesize[2], s->width, s->height) == 0;
+    }
+    case AV_PIX_FMT_BGR0:
+    case AV_PIX_FMT_BGRA: {
+      const auto convert = full ? libyuv::ARGBToJ420 : libyuv::ARGBToI420;
+      return convert(s->data[0], s->linesize[0], t->data[0], t->linesize[0], t->data[1],
+                     t->linesize[1], t->data[2], t->linesize[2], s->width, s->height) == 0;
+    }
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+bool HasSoundGeometry(const AVFrame* frame) {
+  if (frame == nullptr || av_image_check_size2(static_cast<unsigned>(std::max(frame->width, 0)),
+                                               static_cast<unsigned>(std::max(frame->height, 0)),
+                                               INT64_MAX, AV_PIX_FMT_NONE, 0, nullptr) < 0) {
+    return false;
+  }
+  const auto format = static_cast<AVPixelFormat>(frame->format);
+  const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
+  int rowBytes[4] = {};
+  if (description == nullptr || (description->flags & AV_PIX_FMT_FLAG_HWACCEL) != 0 ||
+      av_image_fill_linesizes(rowBytes, format, frame->width) < 0) {
+    return false;
+  }
+  for (int plane = 0; plane < av_pix_fmt_count_planes(format); ++plane) {
+    if (frame->data[plane] == nullptr || std::abs(frame->linesize[plane]) < rowBytes[plane] ||
+        !PlaneLiesInBuffer(frame, plane, rowBytes[plane],
+                           RowsOf(description, plane, frame->height))) {
+      return false;
+    }
+  }
+  return (description->flags & AV_PIX_FMT_FLAG_PAL) == 0 || frame->data[1] != nullptr;
+}
+
+bool PixelConvert::Side::operator==(const Side& other) const {
+  return width == other.width && height == other.height && format == other.format &&
+         space == other.space && fullRange == other.fullRange;
+}
+
+PixelConvert::Side PixelConvert::Describe(const AVFrame* frame) {
+  Side side;
+  side.width = frame->width;
+  side.height = frame->height;
+  side.format = WithoutRange(frame->format);
+  side.space = SwsSpace(frame);
+  side.fullRange = IsFullRange(frame);
+  return side;
+}
+
+int PixelConvert::Convert(const AVFrame* source, AVFrame* target) {
+  if (!HasSoundGeometry(source) || !HasSoundGeometry(target)) {
+    return AVERROR(EINVAL);
+  }
+  if (source->width == target->width && source->height == target->height &&
+      ConvertDirectly(source, target)) {
+    return 0;
+  }
+  const int error = Prepare(Describe(source), Describe(target));
+  if (error < 0) {
+    return error;
+  }
+  const int rows = sws_scale(m_context.Get(), source->data, source->linesize, 0, source->height,
+                             target->data, target->linesize);
+  return rows < 0 ? rows : 0;
+}
+
+bool PixelConvert::ConvertDirectly(const AVFrame* source, AVFrame* target) {
+  if (target->format == AV_PIX_FMT_RGB24) {
+    if (source->format == AV_PIX_FMT_RGB24) {
+      av_image_copy_plane(target->data[0], target->linesize[0], source->data[0],
+                          source->linesize[0], source->width * 3, source->height);
+      return true;
+    }
+    return ToRgb24(source, target) || YuvToRgb24(source, target) ||
+           ConvertPacked422(source, target);
+  }
+  if (WithoutRange(target->format) == AV_PIX_FMT_YUV420P) {
+    return ToYuv420(source, target);
+  }
+  return false;
+}
+
+// libyuv takes packed 4:2:2 to planar and planar to RGB24, each with any matrix. A strip of few
+// rows stays in the cache between the two steps.
+bool PixelConvert::ConvertPacked422(const AVFrame* source, AVFrame* target) {
+  const bool yuyv = source->format == AV_PIX_FMT_YUYV422;
+  const libyuv::YuvConstants* matrix = RawMatrix(source);
+  if ((!yuyv && source->format != AV_PIX_FMT_UYVY422) || matrix == nullptr) {
+    return false;
+  }
+  constexpr int kStripRows = 16;
+  const int width = source->width;
+  const int chroma = (width + 1) / 2;
+  m_strip.resize(static_cast<std::size_t>(kStripRows) *
+                 static_cast<std::size_t>(width + 2 * chroma));
+  std::uint8_t* y = m_strip.data();
+  std::uint8_t* u = y + static_cast<std::ptrdiff_t>(kStripRows) * width;
+  std::uint8_t* v = u + static_cast<std::ptrdiff_t>(kStripRows) * chroma;
+  const auto unpack = yuyv ? libyuv::YUY2ToI422 : libyuv::UYVYToI422;
+  for (int row = 0; row < source->height; row += kStripRows) {
+    const int rows = std::min(kStripRows, source->height - row);
+    const std::ptrdiff_t in = static_cast<std::ptrdiff_t>(row) * source->linesize[0];
+    const std::ptrdiff_t out = static_cast<std::ptrdiff_t>(row) * target->linesize[0];
+    if (unpack(source->data[0] + in, source->linesize[0], y, width, u, chroma, v, chroma, width,
+               rows) != 0 ||
+        libyuv::I422ToRGB24Matrix(y, width, v, chroma, u, chroma, target->data[0] + out,
+                                  target->linesize[0], matrix, width, rows) != 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+int PixelConvert::Prepare(const Side& source, const Side& target) {
+  if (m_context && source == m_source && target == m_target) {
+    return 0;
+  }
+  m_context.Reset(sws_getContext(source.width, source.height, source.format, target.width,
+                                 target.height, target.format, SWS_FAST_BILINEAR, nullptr, nullptr,
+                                 nullptr));
+  if (!m_context) {
+    return AVERROR(EINVAL);
+  }
+  constexpr int kOne = 1 << 16;
+  // Refused between formats that have no matrix, such as RGB to RGB at equal size: none is needed.
+  sws_setColorspaceDetails(m_context.Get(), sws_getCoefficients(source.space),
+                           source.fullRange ? 1 : 0, sws_getCoefficients(target.space),
+                           target.fullRange ? 1 : 0, 0, kOne, kOne);
+  m_source = source;
+  m_target = target;
+  return 0;
+}
+
+}  // namespace ffmpeg

@@ -1,0 +1,73 @@
+// The one home of pixel conversion and scaling: a picture of one format and size into another.
+//
+// A conversion at equal size is pure arithmetic, and what counts is the exact result. It runs on
+// libyuv wherever libyuv has a road: there swscale's fast bilinear needs ten times the time, and
+// misses the exact luma by up to 75 of 255 on hard edges. The other pairs, and all scaling, run on
+// swscale with SWS_FAST_BILINEAR. Every road at equal size is within 2 of 255 of the exact result.
+//
+// Colour: the matrix is the one that the YUV frame names (BT.601 where it names none), and its
+// range is full where its format or its color_range says so. Transparency is dropped.
+//
+// Ownership: Convert reads source and writes into the buffers of target; it keeps neither. Size
+// and format are read from the frames, the target's buffers are allocated by the caller and not
+// shared. Time stamps and other properties are left alone.
+//
+// Threads: one instance belongs to one thread. It keeps the context of the last scaling, and takes
+// a new one when any size, format or colour property changes.
+//
+// Failure: a negative AVERROR. A frame whose planes are missing, shorter than its size says, or
+// run past their buffer is refused (AVERROR(EINVAL)) before a byte is read or written.
+#ifndef ORVANE_MEDIA_FFMPEG_PIXELCONVERT_H
+#define ORVANE_MEDIA_FFMPEG_PIXELCONVERT_H
+
+#include <cstdint>
+#include <vector>
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/pixfmt.h>
+}
+
+#include "media/ffmpeg/Scoped.h"
+
+namespace ffmpeg {
+
+// True when each plane that the frame's format and size ask for is there and lies whole inside its
+// buffer.
+bool HasSoundGeometry(const AVFrame* frame);
+
+class PixelConvert {
+ public:
+  PixelConvert() = default;
+
+  PixelConvert(const PixelConvert&) = delete;
+  PixelConvert& operator=(const PixelConvert&) = delete;
+
+  // 0, or a negative AVERROR; target's pixels are then undefined.
+  int Convert(const AVFrame* source, AVFrame* target);
+
+ private:
+  // How one side of a scaling looks to swscale.
+  struct Side {
+    int width = 0;
+    int height = 0;
+    AVPixelFormat format = AV_PIX_FMT_NONE;
+    int space = 0;
+    bool fullRange = false;
+    bool operator==(const Side& other) const;
+  };
+
+  static Side Describe(const AVFrame* frame);
+  bool ConvertDirectly(const AVFrame* source, AVFrame* target);
+  bool ConvertPacked422(const AVFrame* source, AVFrame* target);
+  int Prepare(const Side& source, const Side& target);
+
+  ScopedSws m_context;
+  Side m_source;
+  Side m_target;
+  std::vector<std::uint8_t> m_strip;  // a few rows of planar 4:2:2, between two steps of libyuv
+};
+
+}  // namespace ffmpeg
+
+#endif
