@@ -1,0 +1,56 @@
+#include "platform/linux/LinuxCaptureLayer.h"
+
+#include <algorithm>
+
+#include "platform/linux/V4l2Camera.h"
+#include "platform/linux/X11Desktop.h"
+
+extern "C" {
+#include <libavdevice/avdevice.h>
+}
+
+namespace platform {
+
+LinuxCaptureLayer::LinuxCaptureLayer() {
+  avdevice_register_all();
+}
+
+std::vector<std::string> LinuxCaptureLayer::ListDevices(CaptureKind kind) {
+  std::vector<std::string> names;
+  if (kind == CaptureKind::Video) {
+    RefreshCameras();
+    for (const NamedCamera& camera : m_cameras) {
+      names.push_back(camera.name);
+    }
+  }
+  return names;
+}
+
+OpenResult LinuxCaptureLayer::Open(CaptureKind kind, const std::string& name) {
+  if (kind == CaptureKind::Audio) {
+    return {nullptr, OpenFailure::CannotOpen, name + ": no such sound source"};
+  }
+  return name == kDesktopName ? OpenX11Desktop() : OpenCamera(name);
+}
+
+OpenResult LinuxCaptureLayer::OpenCamera(const std::string& name) {
+  // Looked for at each opening: a camera that was plugged in again may stand at another node.
+  RefreshCameras();
+  const auto found = std::find_if(m_cameras.begin(), m_cameras.end(),
+                                  [&](const NamedCamera& camera) { return camera.name == name; });
+  if (found == m_cameras.end()) {
+    return {nullptr, OpenFailure::CannotOpen, name + ": no such camera is plugged in"};
+  }
+  return OpenV4l2Camera(found->node.path, name);
+}
+
+void LinuxCaptureLayer::RefreshCameras() {
+  m_cameras = NameCameras(m_cameras, FindV4l2Cameras());
+}
+
+CaptureLayer& SystemCaptureLayer() {
+  static LinuxCaptureLayer layer;
+  return layer;
+}
+
+}  // namespace platform

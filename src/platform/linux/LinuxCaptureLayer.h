@@ -1,0 +1,33 @@
+// The capture devices of a Linux desktop: X11 for the desktop, Video4Linux for cameras, PulseAudio
+// (or a server that speaks its protocol) for sound.
+//
+// A camera's name stays bound to its device from the call that first sees it until one that sees it
+// gone; listing and opening both look. Threads: as CaptureLayer, one call at a time.
+#ifndef ORVANE_PLATFORM_LINUX_LINUXCAPTURELAYER_H
+#define ORVANE_PLATFORM_LINUX_LINUXCAPTURELAYER_H
+
+#include <string>
+#include <vector>
+
+#include "platform/CaptureLayer.h"
+#include "platform/linux/CameraNames.h"
+
+namespace platform {
+
+class LinuxCaptureLayer : public CaptureLayer {
+ public:
+  LinuxCaptureLayer();
+
+  std::vector<std::string> ListDevices(CaptureKind kind) override;
+  OpenResult Open(CaptureKind kind, const std::string& name) override;
+
+ private:
+  OpenResult OpenCamera(const std::string& name);
+  void RefreshCameras();
+
+  std::vector<NamedCamera> m_cameras;
+};
+
+}  // namespace platform
+
+#endif
