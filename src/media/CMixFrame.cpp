@@ -1,0 +1,171 @@
+#include "media/CMixFrame.h"
+
+#include <SDL.h>
+
+#include <QtGlobal>
+
+#include "media/Worker.h"
+#include "media/ffmpeg/Scoped.h"
+
+namespace {
+
+constexpr std::uint32_t kIdleMs = 10;
+
+}  // namespace
+
+CMixFrame::CMixFrame(int inputCount)
+    : CSrcInterface(0, inputCount),
+      m_thread(),
+      m_rebuildMark32(0),
+      m_rebuildMark64(0),
+      m_active(2 * static_cast<std::size_t>(inputCount)),
+      m_stop(false),
+      m_running(false) {
+  for (std::atomic<bool>& flag : m_active) {
+    flag = false;
+  }
+}
+
+CMixFrame::~CMixFrame() = default;
+
+int CMixFrame::Start() {
+  if (m_running || !media::StartWorker(&m_thread, "mix", Run, this)) {
+    return -1;
+  }
+  m_running = true;
+  return 0;
+}
+
+int CMixFrame::Stop() {
+  m_stop = true;
+  if (m_running) {
+    pthread_join(m_thread, nullptr);
+    m_running = false;
+  }
+  return 0;
+}
+
+int CMixFrame::GetFreeAudioIndex() {
+  return media::FirstFree(m_active);
+}
+
+void* CMixFrame::Run(void* node) {
+  static_cast<CMixFrame*>(node)->Mix();
+  return nullptr;
+}
+
+void CMixFrame::Mix() {
+  Mixing mixing;
+  while (!m_stop && Turn(&mixing)) {
+  }
+}
+
+bool CMixFrame::Turn(Mixing* mixing) {
+  if (!PassGate(mixing)) {
+    return true;
+  }
+  const int inputs = mixing->graph.InputCount();
+  int count = inputs;
+  count -= media::EvictLagging(mixing->lastPts, &m_active);
+  count += JoinWaiting();
+  if (count != inputs && !Rebuild(mixing, count)) {
+    return false;
+  }
+  if (count == 0) {
+    SDL_Delay(kIdleMs);
+    return true;
+  }
+  MoveFrames(mixing);
+  return true;
+}
+
+// Until input 0 has delivered there is no clock to mix by.
+bool CMixFrame::PassGate(Mixing* mixing) {
+  if (mixing->started != 0) {
+    return true;
+  }
+  const auto* first = static_cast<const AVFrame*>(m_audioQueues[0]->Peek());
+  if (first == nullptr) {
+    SDL_Delay(kIdleMs);
+    return false;
+  }
+  mixing->started = first->pts;
+  return true;
+}
+
+int CMixFrame::JoinWaiting() {
+  int joined = 0;
+  for (std::size_t i = 0; i < m_audioQueues.size(); ++i) {
+    if (media::Joins(m_active[i], m_audioQueues[i]->Size())) {
+      m_active[i] = true;
+      ++joined;
+    }
+  }
+  return joined;
+}
+
+// False when there is no sink, and so no mix ever.
+bool CMixFrame::Rebuild(Mixing* mixing, int count) {
+  qDebug("\n--------------------------- reset, size %d, to %d ------------------------\n\n",
+         mixing->graph.InputCount(), count);
+  if (count > 0) {
+    // Nothing survives, the pts of input 0 included: an input that gives no frame in this very turn
+    // counts as lagging in the next and has to join again.
+    mixing->lastPts.assign(static_cast<std::size_t>(count), 0);
+  }
+  switch (mixing->graph.Build(count, m_stop)) {
+    case media::AmixGraph::Result::kReady:
+      m_rebuildMark32 = 0;
+      m_rebuildMark64 = 0;
+      return true;
+    case media::AmixGraph::Result::kNoSource:
+      m_stop = true;
+      return true;
+    case media::AmixGraph::Result::kNoSink:
+      return false;
+    case media::AmixGraph::Result::kStopped:
+    case media::AmixGraph::Result::kIncomplete:
+      return true;
+  }
+  return true;
+}
+
+void CMixFrame::MoveFrames(Mixing* mixing) {
+  if (mixing->idle) {
+    SDL_Delay(kIdleMs);
+  }
+  mixing->idle = true;
+  for (std::size_t position = 0; position < m_audioQueues.size(); ++position) {
+    if (!m_active[position]) {
+      continue;
+    }
+    // By rank, not by position, on purpose: see the head of the header. After a flag in the middle
+    // was cleared there may be more set flags than graph inputs; what has none waits.
+    const int input = media::RankOf(m_active, position);
+    if (input < mixing->graph.InputCount() && EmptyQueue(mixing, input)) {
+      mixing->idle = false;
+    }
+  }
+}
+
+// Moves all that waits in queue input into the graph, and after each frame what is mixed to the
+// outputs. False when nothing waited.
+bool CMixFrame::EmptyQueue(Mixing* mixing, int input) {
+  const auto index = static_cast<std::size_t>(input);
+  CMyQueue* queue = m_audioQueues[index];
+  bool moved = false;
+  while (auto* frame = static_cast<AVFrame*>(queue->Peek())) {
+    moved = true;
+    mixing->lastPts[index] = frame->pts;
+    const int result = mixing->graph.Feed(input, frame);
+    queue->Pop();
+    if (result < 0) {
+      continue;
+    }
+    while (AVFrame* mixed = mixing->graph.Drain()) {
+      PushAudio(mixed, 0);
+      av_frame_free(&mixed);
+    }
+  }
+  return moved;
+}
