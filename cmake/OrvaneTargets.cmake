@@ -9,25 +9,34 @@ function(orvane_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE orvane_warnings)
   if(ARG_MOC)
     set_target_properties(${name} PROPERTIES AUTOMOC ON AUTORCC ON AUTOUIC ON)
+    # Headers of dialogs hold their form as a value.
+    target_include_directories(${name}
+                               PUBLIC ${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/include)
   endif()
 endfunction()
 
 # orvane_test(NAME SOURCES ... LINK ... [LABELS unit|contract|e2e ...] [TIMEOUT seconds] [SERIAL]
-#             [MOC] [FAKE_CLOCK] [RELEASE_ONLY] [ARGS ...])
+#             [MOC] [GUI] [FAKE_CLOCK] [RELEASE_ONLY] [ARGS ...])
 # A GoogleTest program and one ctest entry of the same name.
 #   FAKE_CLOCK   SDL_GetTicks and SDL_Delay go through tests/support/FakeClock
 #   SERIAL       no other test beside it: it runs in real time
 #   RELEASE_ONLY not in the sanitizer builds, which are too slow for real time
 #   MOC          the sources hold Qt classes
+#   GUI          main() makes a QApplication; without a display it draws off screen
 function(orvane_test name)
-  cmake_parse_arguments(ARG "SERIAL;FAKE_CLOCK;RELEASE_ONLY;MOC" "TIMEOUT" "SOURCES;LINK;LABELS;ARGS"
+  cmake_parse_arguments(ARG "SERIAL;FAKE_CLOCK;RELEASE_ONLY;MOC;GUI" "TIMEOUT" "SOURCES;LINK;LABELS;ARGS"
                         ${ARGN})
   if(ARG_RELEASE_ONLY AND NOT ORVANE_SANITIZER STREQUAL "none")
     return()
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name} PRIVATE ${ARG_LINK} orvane_test_main orvane_warnings)
+  if(ARG_GUI)
+    target_link_libraries(${name} PRIVATE orvane_gui_test_main orvane_theme Qt5::Test)
+  else()
+    target_link_libraries(${name} PRIVATE orvane_test_main)
+  endif()
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} orvane_warnings)
   if(ARG_FAKE_CLOCK)
     target_link_libraries(${name} PRIVATE orvane_fake_clock)
   endif()

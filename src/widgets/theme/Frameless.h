@@ -1,0 +1,36 @@
+// What a dialog without a window frame does by itself: it paints its rounded body and lets itself
+// be moved by its title area.
+//
+// Ownership: nothing is owned; the functions act on the widget that they are given, inside that
+// widget's own event handlers.
+//
+// Threads: user interface thread only.
+#ifndef ORVANE_WIDGETS_THEME_FRAMELESS_H
+#define ORVANE_WIDGETS_THEME_FRAMELESS_H
+
+#include <QPoint>
+
+class QMouseEvent;
+class QWidget;
+
+// Paints the dialog's body: its rectangle less 5 pixels on every side, corners of radius 15, in the
+// background colour. The margin stays transparent, for the shadow.
+void PaintFramelessBody(QWidget* dialog);
+
+// The drag state of one dialog. Each operation is called from the handler of the same name and does
+// everything that the handler has to do.
+struct FramelessDrag {
+  // A left press starts a drag in the title area (y below 40). In the margin of 5 pixels at the
+  // left, top and right edge it is ignored, so that it reaches the parent; there is none at the
+  // bottom, where no dialog has anything to press.
+  void Press(const QWidget* dialog, QMouseEvent* event);
+  // Moves the dialog by the step since the last event.
+  void Move(QWidget* dialog, QMouseEvent* event);
+  void Release(QMouseEvent* event);
+
+  QPoint dragStart;
+  bool dragging = false;
+  QPoint dragNow;
+};
+
+#endif
