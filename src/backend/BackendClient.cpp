@@ -1,0 +1,178 @@
+#include "backend/BackendClient.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QHttpMultiPart>
+#include <QImageReader>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QPixmap>
+#include <QUrl>
+#include <QUrlQuery>
+#include <memory>
+#include <utility>
+
+#include "backend/ReplyParser.h"
+#include "widgets/theme/CustomShadowEffect.h"
+#include "widgets/theme/InformationDlg.h"
+
+namespace {
+
+// More than any list or cover needs; a reply beyond it is a fault or an attack and counts as
+// failed.
+constexpr qint64 kLargestReply = 64LL * 1024 * 1024;
+constexpr qint64 kLargestPicture = 64LL * 1000 * 1000;  // pixels
+
+constexpr std::uint32_t kNoNetworkNotice = 1;
+
+using Field = std::pair<const char*, QString>;
+
+std::unique_ptr<QHttpMultiPart> NewForm(std::initializer_list<Field> fields) {
+  auto form = std::make_unique<QHttpMultiPart>(QHttpMultiPart::FormDataType);
+  for (const Field& field : fields) {
+    QHttpPart part;
+    part.setHeader(QNetworkRequest::ContentDispositionHeader,
+                   QStringLiteral("form-data; name=\"%1\"").arg(QLatin1String(field.first)));
+    // The service reads Latin-1; what it can't carry is replaced.
+    part.setBody(field.second.toLatin1());
+    form->append(part);
+  }
+  return form;
+}
+
+// Waits for the end of the reply; false when it failed, grew too large or the application quits.
+bool WaitForReply(QNetworkReply* reply) {
+  QEventLoop loop;
+  QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+  QObject::connect(reply, &QNetworkReply::downloadProgress, &loop,
+                   [reply](qint64 received, qint64) {
+                     if (received > kLargestReply) {
+                       reply->abort();
+                     }
+                   });
+  if (!reply->isFinished()) {
+    loop.exec();
+  }
+  return reply->isFinished() && reply->error() == QNetworkReply::NoError;
+}
+
+void ShowNoNetwork() {
+  if (QCoreApplication::closingDown()) {
+    return;
+  }
+  InformationDlg notice(kNoNetworkNotice, QString());
+  // On the heap: the dialog owns it.
+  ApplyDialogShadow(&notice, new CustomShadowEffect);
+  notice.exec();
+}
+
+QPixmap Decode(QByteArray bytes) {
+  QBuffer buffer(&bytes);
+  buffer.open(QIODevice::ReadOnly);
+  QImageReader reader(&buffer);
+  const QSize size = reader.size();
+  if (size.isValid() && qint64{size.width()} * size.height() > kLargestPicture) {
+    return QPixmap();
+  }
+  QPixmap pixmap;
+  pixmap.loadFromData(bytes);
+  return pixmap;
+}
+
+}  // namespace
+
+BackendClient* BackendClient::Instance() {
+  static BackendClient client;
+  return &client;
+}
+
+int BackendClient::PostForm(const QString& path, QHttpMultiPart* multipart, QByteArray* out) {
+  QNetworkAccessManager manager;
+  const std::unique_ptr<QNetworkReply> reply(
+      manager.post(QNetworkRequest(QUrl(BaseAddress() + path)), multipart));
+  const bool answered = WaitForReply(reply.get());
+  if (!answered) {
+    if (reply->isFinished()) {
+      ShowNoNetwork();
+    }
+    return -1;
+  }
+  *out = reply->readAll();
+  return 0;
+}
+
+int BackendClient::Login(QString login, QString password, LoginResult* out) {
+  const auto form = NewForm({{"login", login}, {"password", password}});
+  QByteArray bytes;
+  if (PostForm(QStringLiteral("/assistant/user/login"), form.get(), &bytes) < 0) {
+    out->code = -1;
+    return -1;
+  }
+  backend::ParseLogin(bytes, out);
+  return 0;
+}
+
+int BackendClient::Logout(QString token, int* code) {
+  const auto form = NewForm({{"token", token}});
+  QByteArray bytes;
+  if (PostForm(QStringLiteral("/assistant/user/logout"), form.get(), &bytes) < 0) {
+    return -1;
+  }
+  backend::ParseCode(bytes, code);
+  return 0;
+}
+
+int BackendClient::GetHomepageAds(AdResult* out) {
+  QHttpMultiPart empty(QHttpMultiPart::MixedType);
+  QByteArray bytes;
+  if (PostForm(QStringLiteral("/assistant/user/homepage-ads"), &empty, &bytes) < 0) {
+    return -1;
+  }
+  backend::ParseAd(bytes, out);
+  return 0;
+}
+
+int BackendClient::GetHostList(QString token, int page, ActivityList* out) {
+  QUrlQuery query;
+  query.addQueryItem(QStringLiteral("page"), QString::number(page));
+  query.addQueryItem(QStringLiteral("token"), token);
+  QUrl url(BaseAddress() + QStringLiteral("/assistant/activity/host-list"));
+  url.setQuery(query);
+
+  QNetworkAccessManager manager;
+  const std::unique_ptr<QNetworkReply> reply(manager.get(QNetworkRequest(url)));
+  if (!WaitForReply(reply.get())) {
+    return -1;
+  }
+  backend::ParseActivities(reply->readAll(), out);
+  return 0;
+}
+
+int BackendClient::HostStart(QString id, QString token, int* code) {
+  const auto form = NewForm({{"id", id}, {"token", token}});
+  QByteArray bytes;
+  if (PostForm(QStringLiteral("/assistant/livestream/host-start"), form.get(), &bytes) < 0) {
+    return -1;
+  }
+  backend::ParseCode(bytes, code);
+  return 0;
+}
+
+int BackendClient::HostEnd(QString id, QString token, int* code) {
+  const auto form = NewForm({{"id", id}, {"token", token}});
+  QByteArray bytes;
+  if (PostForm(QStringLiteral("/assistant/livestream/host-end"), form.get(), &bytes) < 0) {
+    return -1;
+  }
+  backend::ParseCode(bytes, code);
+  return 0;
+}
+
+int BackendClient::FetchPixmap(QString url, QPixmap* out) {
+  QNetworkAccessManager manager;
+  const std::unique_ptr<QNetworkReply> reply(manager.get(QNetworkRequest(QUrl(url))));
+  WaitForReply(reply.get());
+  *out = Decode(reply->readAll());
+  return 0;
+}

@@ -1,0 +1,46 @@
+// The program's whole conversation with the backend service.
+//
+// Flow: each call sends one HTTP request and waits for its end in a local event loop, so the window
+// stays live and any slot may run during the call: whoever calls has to be prepared to find itself
+// changed, or gone, when the call returns. There is no retry and no limit of time; the wait ends
+// early when the application quits.
+//
+// Result: 0, or -1 when the request failed. What the service said is in the record's code. A failed
+// POST has shown the network notice before it returns; a failed GET is silent.
+//
+// Ownership: no state and no connection; one static object whose address callers keep. Records
+// belong to the caller.
+//
+// Threads: user interface thread only.
+#ifndef ORVANE_BACKEND_BACKENDCLIENT_H
+#define ORVANE_BACKEND_BACKENDCLIENT_H
+
+#include <QByteArray>
+#include <QString>
+
+#include "backend/Records.h"
+
+class QHttpMultiPart;
+class QPixmap;
+
+class BackendClient {
+ public:
+  static BackendClient* Instance();
+  // Address of the service, without a trailing slash; a setting of the build.
+  static QString BaseAddress();
+
+  int Login(QString login, QString password, LoginResult* out);
+  int Logout(QString token, int* code);
+  int GetHomepageAds(AdResult* out);
+  // page counts from 1.
+  int GetHostList(QString token, int page, ActivityList* out);
+  int HostStart(QString id, QString token, int* code);
+  int HostEnd(QString id, QString token, int* code);
+  // Always 0; a picture that can't be had, or is larger than 64 megapixels, leaves *out null.
+  int FetchPixmap(QString url, QPixmap* out);
+
+ private:
+  int PostForm(const QString& path, QHttpMultiPart* multipart, QByteArray* out);
+};
+
+#endif
