@@ -2,7 +2,15 @@
 // loop makes its own.
 #include <gtest/gtest.h>
 
+namespace support {
+// Defined where a rig that the test links has to prepare the process while it has one thread.
+__attribute__((weak)) void PrepareProcess(char** argv);
+}  // namespace support
+
 int main(int argc, char** argv) {
+  if (support::PrepareProcess != nullptr) {
+    support::PrepareProcess(argv);
+  }
   ::testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }
