@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/linux/PulseCapture.h"
 #include "platform/linux/V4l2Camera.h"
 #include "platform/linux/X11Desktop.h"
 
@@ -16,19 +17,20 @@ LinuxCaptureLayer::LinuxCaptureLayer() {
 }
 
 std::vector<std::string> LinuxCaptureLayer::ListDevices(CaptureKind kind) {
+  if (kind == CaptureKind::Audio) {
+    return ListPulseMicrophones();
+  }
   std::vector<std::string> names;
-  if (kind == CaptureKind::Video) {
-    RefreshCameras();
-    for (const NamedCamera& camera : m_cameras) {
-      names.push_back(camera.name);
-    }
+  RefreshCameras();
+  for (const NamedCamera& camera : m_cameras) {
+    names.push_back(camera.name);
   }
   return names;
 }
 
 OpenResult LinuxCaptureLayer::Open(CaptureKind kind, const std::string& name) {
   if (kind == CaptureKind::Audio) {
-    return {nullptr, OpenFailure::CannotOpen, name + ": no such sound source"};
+    return OpenPulseStream(name);
   }
   return name == kDesktopName ? OpenX11Desktop() : OpenCamera(name);
 }
