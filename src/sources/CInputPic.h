@@ -1,0 +1,65 @@
+// Turns one image file into a still layer.
+//
+// Flow: Start decodes the first picture of the file; a worker then sends it to the video outputs 25
+// times a second, so that to a consumer it looks like any live source. All that goes out are
+// references to one buffer in RGB24 with packed rows: a still picture costs one decoding, whatever
+// its size. Transparency is dropped; a picture is shown as it is stored, not as its orientation tag
+// says.
+//
+// Ownership: the node owns the picture from Start to Stop; references that went out outlive it.
+//
+// Threads: Start, Stop and deletion on the user interface thread. From Start to Stop the worker
+// alone touches the picture.
+//
+// Failure: a file that is missing, no regular file, over 256 MiB, of more than 64 Mi pixels or no
+// picture makes Start -1 and leaves the node without a worker; the log names the path and the
+// cause.
+#ifndef ORVANE_SOURCES_CINPUTPIC_H
+#define ORVANE_SOURCES_CINPUTPIC_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+#include "media/CSrcInterface.h"
+#include "media/PacedTicker.h"
+
+class DeviceCatalogue;
+
+class CInputPic : public CSrcInterface {
+ public:
+  // path: UTF-8, in the local file system.
+  explicit CInputPic(std::string path);
+  // Frees what a failed Start left. Stop comes before.
+  ~CInputPic() override;
+
+  // 0, or -1 when the file gives no picture. Returns after 5 s at the latest when its disk stalls.
+  int Start() override;
+  // Returns 0 with the worker joined and the picture given up; no effect when it is not running.
+  int Stop() override;
+
+ protected:
+  // Decodes the picture; 0 or -1.
+  int Open();
+  // Sends the picture if it is due, else sleeps a little.
+  void PictureTurn(media::PacedTicker* ticker);
+
+ private:
+  static void* PictureEntry(void* node);
+
+  std::atomic<bool> m_stop{false};
+  pthread_t m_thread{};
+  std::string m_path;
+  AVFrame* m_picture = nullptr;
+  DeviceCatalogue* m_catalogue;
+
+  bool m_started = false;  // m_thread is to be joined
+};
+
+#endif
