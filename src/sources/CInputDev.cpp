@@ -1,0 +1,272 @@
+#include "sources/CInputDev.h"
+
+#include <SDL_timer.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+#include <vector>
+
+extern "C" {
+#include <libavutil/imgutils.h>
+}
+
+#include "media/Worker.h"
+#include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/Scoped.h"
+#include "sources/Decoder.h"
+#include "sources/DeviceCatalogue.h"
+
+namespace {
+
+constexpr int kNoPacketMs = 10;
+
+platform::CaptureKind Kind(bool isAudio) {
+  return isAudio ? platform::CaptureKind::Audio : platform::CaptureKind::Video;
+}
+
+// Consumers take a row to be exactly as long as its pixels; decoders pad.
+bool HasPackedRows(const AVFrame* picture) {
+  int packed[AV_NUM_DATA_POINTERS] = {};
+  if (av_image_fill_linesizes(packed, static_cast<AVPixelFormat>(picture->format), picture->width) <
+      0) {
+    return false;
+  }
+  for (int plane = 0; plane < 4; ++plane) {
+    if (picture->data[plane] != nullptr && picture->linesize[plane] != packed[plane]) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+CInputDev::CInputDev(bool isAudio, std::string deviceName, int width, int height, int pixelFormat)
+    : CSrcInterface(isAudio ? 1 : 2, 1),
+      m_isAudio(isAudio),
+      m_deviceName(std::move(deviceName)),
+      m_pixelFormat(pixelFormat),
+      m_decoded(av_frame_alloc()),
+      m_spareQueue(0),
+      m_width(width),
+      m_height(height),
+      m_packet(av_packet_alloc()) {}
+
+CInputDev::~CInputDev() {
+  CloseDevice();
+  av_frame_free(&m_decoded);
+  av_frame_free(&m_spare);
+  av_packet_free(&m_packet);
+}
+
+int CInputDev::Start() {
+  if (m_running) {
+    return 0;
+  }
+  if (Open() < 0) {
+    CloseDevice();
+    return -1;
+  }
+  m_running = true;
+  if (!media::StartWorker(&m_thread, "capture", CaptureEntry, this)) {
+    m_running = false;
+    CloseDevice();
+    return -1;
+  }
+  if (IsCamera()) {
+    DeviceCatalogue::Instance()->usedVideoDevices.push_back(QString::fromStdString(m_deviceName));
+  }
+  return 0;
+}
+
+int CInputDev::Open() {
+  if (m_decoded == nullptr || m_packet == nullptr) {
+    return -1;  // stopped before
+  }
+  platform::OpenResult opened =
+      platform::CaptureLayer::Current().Open(Kind(m_isAudio), m_deviceName);
+  if (opened.stream == nullptr) {
+    std::printf(opened.failure == platform::OpenFailure::NoStreamFormat
+                    ? "Couldn't find stream information.\n"
+                    : "Couldn't open input stream.\n");
+    av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": %s\n", m_deviceName.c_str(),
+           opened.cause.c_str());
+    return -1;
+  }
+  m_device = std::move(opened.stream);
+  platform::StreamInfo stream;
+  if (!m_device->FindStream(Kind(m_isAudio), &stream)) {
+    av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": the device sends no %s\n",
+           m_deviceName.c_str(), m_isAudio ? "sound" : "picture");
+    return -1;
+  }
+  const int result =
+      sources::OpenDecoder(stream.parameters, stream.timeBase,
+                           m_isAudio ? sources::DecoderThreads::One : sources::DecoderThreads::Auto,
+                           sources::kMaxMovingPixels, &m_codec);
+  if (result < 0) {
+    av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": no decoder: %s\n", m_deviceName.c_str(),
+           ffmpeg::ErrorText(result).c_str());
+    return -1;
+  }
+  m_streamIndex = stream.index;
+  return 0;
+}
+
+int CInputDev::Stop() {
+  if (!m_running) {
+    return 0;
+  }
+  m_running = false;
+  pthread_join(m_thread, nullptr);
+  CloseDevice();
+  av_frame_free(&m_decoded);
+  av_frame_free(&m_spare);
+
+  delete m_firstAudioQueue;
+  delete m_firstVideoQueue;
+  m_firstAudioQueue = nullptr;
+  m_firstVideoQueue = nullptr;
+  m_audioQueues.clear();
+  m_videoQueues.clear();
+
+  if (IsCamera()) {
+    std::vector<QString>& used = DeviceCatalogue::Instance()->usedVideoDevices;
+    const auto mine = std::find(used.begin(), used.end(), QString::fromStdString(m_deviceName));
+    if (mine != used.end()) {
+      used.erase(mine);
+    }
+  }
+  return 0;
+}
+
+bool CInputDev::IsCamera() const {
+  return !m_isAudio && m_deviceName.find(platform::kDesktopName) == std::string::npos;
+}
+
+void CInputDev::CloseDevice() {
+  avcodec_free_context(&m_codec);
+  m_device.reset();
+  m_stereo.Reset();
+  m_streamIndex = -1;
+}
+
+void* CInputDev::CaptureEntry(void* node) {
+  static_cast<CInputDev*>(node)->Capture();
+  return nullptr;
+}
+
+void CInputDev::Capture() {
+  while (m_running && CaptureTurn()) {
+  }
+}
+
+bool CInputDev::CaptureTurn() {
+  const int result = m_device->Read(m_packet);
+  if (result < 0) {
+    av_packet_unref(m_packet);
+    return ReadFailed(result);
+  }
+  if (m_packet->stream_index == m_streamIndex) {
+    HandlePacket(m_packet);
+  }
+  av_packet_unref(m_packet);
+  return true;
+}
+
+bool CInputDev::ReadFailed(int error) {
+  if (error == AVERROR(EAGAIN)) {
+    SDL_Delay(kNoPacketMs);
+    return true;
+  }
+  av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\" has ended: %s\n", m_deviceName.c_str(),
+         ffmpeg::ErrorText(error).c_str());
+  return false;
+}
+
+void CInputDev::HandlePacket(AVPacket* packet) {
+  avcodec_send_packet(m_codec, packet);
+  while (avcodec_receive_frame(m_codec, m_decoded) >= 0) {
+    if (m_isAudio) {
+      HandleAudio();
+    } else {
+      HandleVideo();
+    }
+    av_frame_unref(m_decoded);
+  }
+}
+
+void CInputDev::HandleAudio() {
+  sources::CompleteLayout(m_decoded);
+  if (sources::IsGraphSound(m_decoded)) {
+    // Demuxers pad; downstream linesize[0] is the payload.
+    m_decoded->linesize[0] = m_decoded->nb_samples * sources::kSoundFrameBytes;
+    m_decoded->pts = SDL_GetTicks();
+    PushAudio(m_decoded, 0);
+    return;
+  }
+  const int room = m_stereo.Expected(m_decoded);
+  ffmpeg::ScopedFrame sound(room > 0 ? sources::NewGraphSound(room) : nullptr);
+  const int samples = sound ? m_stereo.Convert(m_decoded, sound->data[0], room) : room;
+  if (samples <= 0) {
+    if (samples < 0) {
+      LogOnce("its sound can't be converted", samples);
+    }
+    return;
+  }
+  sound->nb_samples = samples;
+  sound->linesize[0] = samples * sources::kSoundFrameBytes;
+  sound->pts = SDL_GetTicks();
+  PushAudio(sound.Get(), 0);
+}
+
+bool CInputDev::IsWanted(const AVFrame* picture) const {
+  return picture->format == m_pixelFormat && (m_width == 0 || m_width == picture->width) &&
+         (m_height == 0 || m_height == picture->height);
+}
+
+void CInputDev::HandleVideo() {
+  if (IsWanted(m_decoded) && HasPackedRows(m_decoded)) {
+    m_decoded->pts = SDL_GetTicks();
+    PushVideo(m_decoded, 0);
+    return;
+  }
+  PushConvertedPicture();
+}
+
+platform::Size CInputDev::OutputSize(const AVFrame* picture) {
+  if (IsWanted(picture)) {
+    return {picture->width, picture->height};  // only its rows have to be packed
+  }
+  // The size that the first picture got is kept: consumers have not been told of another one.
+  if (m_outputSize == platform::Size{}) {
+    m_outputSize.width = m_width != 0 ? m_width : picture->width;
+    m_outputSize.height = m_height != 0 ? m_height : picture->height;
+  }
+  return m_outputSize;
+}
+
+void CInputDev::PushConvertedPicture() {
+  const platform::Size size = OutputSize(m_decoded);
+  ffmpeg::ScopedFrame picture(
+      m_pictures.Get(size.width, size.height, static_cast<AVPixelFormat>(m_pixelFormat)));
+  if (!picture) {
+    return;
+  }
+  picture->pts = SDL_GetTicks();
+  const int result = m_scaler.Convert(m_decoded, picture.Get());
+  if (result < 0) {
+    LogOnce("its picture can't be converted", result);
+    return;
+  }
+  PushVideo(picture.Get(), 0);
+}
+
+void CInputDev::LogOnce(const char* what, int error) {
+  if (!m_conversionLogged) {
+    m_conversionLogged = true;
+    av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": %s: %s\n", m_deviceName.c_str(), what,
+           ffmpeg::ErrorText(error).c_str());
+  }
+}

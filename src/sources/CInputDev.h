@@ -1,0 +1,92 @@
+// Reads one capture device: a camera, the desktop, a microphone or the system's sound.
+//
+// Flow: a worker reads packets of the device from the capture layer, decodes them and pushes frames
+// in the graph's common formats: signed 16-bit stereo at 48000 Hz for sound, the caller's pixel
+// format for pictures, at the caller's size or, where that is 0, at the size of the device's first
+// picture. Each frame's pts is the wall clock at the moment it left the decoder, so that all live
+// sources share one time line. The node has no inputs in use.
+//
+// A picture that arrives as wanted, with packed rows, passes through uncopied. A source whose
+// picture changes size is scaled to the size it had first.
+//
+// Life: constructed, running, stopped; a stopped node is deleted, not started again. A node whose
+// Start failed may be started again or deleted.
+//
+// Threads: Start, Stop and deletion on the user interface thread, which is also the only one to
+// touch the catalogue's list of used cameras. The worker touches the decoder, the converters and
+// the frames from Start to Stop.
+//
+// Failure: a device that can't be opened makes Start negative. An error while reading ends the
+// worker; consumers keep the last picture. Both are in the log, with the device and the cause.
+#ifndef ORVANE_SOURCES_CINPUTDEV_H
+#define ORVANE_SOURCES_CINPUTDEV_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "media/CSrcInterface.h"
+#include "media/ffmpeg/FramePool.h"
+#include "media/ffmpeg/PixelConvert.h"
+#include "platform/CaptureLayer.h"
+#include "platform/WindowSystem.h"
+#include "sources/StereoConvert.h"
+
+class CInputDev : public CSrcInterface {
+ public:
+  // deviceName: as DeviceCatalogue lists it, UTF-8. pixelFormat: an AVPixelFormat.
+  CInputDev(bool isAudio, std::string deviceName, int width, int height, int pixelFormat);
+  // Frees what a failed Start left. Stop comes before.
+  ~CInputDev() override;
+
+  // 0, or -1 when the device or its decoder can't be opened. Bounded by the capture layer.
+  int Start() override;
+  // Returns 0 with the worker joined and the device closed; no effect when it is not running.
+  int Stop() override;
+
+ protected:
+  // Opens device and decoder; 0 or -1.
+  int Open();
+  // Reads and handles one packet. False when the device has ended.
+  bool CaptureTurn();
+
+ private:
+  static void* CaptureEntry(void* node);
+  void Capture();
+  bool ReadFailed(int error);
+  void HandlePacket(AVPacket* packet);
+  void HandleAudio();
+  void HandleVideo();
+  bool IsWanted(const AVFrame* picture) const;
+  platform::Size OutputSize(const AVFrame* picture);
+  void PushConvertedPicture();
+  void LogOnce(const char* what, int error);
+  bool IsCamera() const;
+  void CloseDevice();
+
+  bool m_isAudio;
+  std::string m_deviceName;
+  int m_pixelFormat;
+  std::unique_ptr<platform::CaptureStream> m_device;  // null until Start
+  int m_streamIndex = -1;
+  AVCodecContext* m_codec = nullptr;
+  AVFrame* m_decoded;          // made by the constructor, used again for every frame
+  AVFrame* m_spare = nullptr;  // never filled
+  sources::StereoConvert m_stereo;
+  ffmpeg::PixelConvert m_scaler;
+  pthread_t m_thread{};
+  CMyQueue m_spareQueue;  // holds nothing
+  std::atomic<bool> m_running{false};
+  int m_width;  // wanted; 0 for that of the device
+  int m_height;
+
+  AVPacket* m_packet;               // worker only, used again for every read
+  ffmpeg::FramePool m_pictures;     // worker only
+  platform::Size m_outputSize;      // worker only; 0 x 0 until a picture has needed converting
+  bool m_conversionLogged = false;  // worker only
+};
+
+#endif
