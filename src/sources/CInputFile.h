@@ -1,0 +1,119 @@
+// Plays a local media file once, as a layer with sound.
+//
+// Flow: a read thread decodes ahead into two private queues; a pace thread lets the frames go in
+// real time, the sound being the master clock: a picture leaves with the first sound frame later
+// than it. Pictures go out in RGB24 with packed rows at the size of the file's first picture,
+// sound as signed 16-bit stereo at 48000 Hz. The pictures after the last sound are never shown. A
+// finished file stays running, its consumers keeping its last picture, until Stop. Pictures are
+// shown as they are stored: a rotation that the file asks for is not carried out.
+//
+// The file has to have a sound stream and a picture stream. Whatever its name and content, nothing
+// but this one file is opened.
+//
+// Threads: Start, Stop and deletion on the user interface thread. The read thread owns the
+// demuxer, the decoders and the converters from Start to Stop; the two threads share nothing but
+// the private queues, which lock themselves.
+//
+// Failure: a file that can't be played makes Start -1, within 5 s also when its disk stalls. What
+// can't be decoded is left out. A read error is in the log, and reading is tried again. All log
+// lines name the path and the cause.
+#ifndef ORVANE_SOURCES_CINPUTFILE_H
+#define ORVANE_SOURCES_CINPUTFILE_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+#include "media/CMyQueue.h"
+#include "media/CSrcInterface.h"
+#include "media/ffmpeg/FramePool.h"
+#include "media/ffmpeg/PixelConvert.h"
+#include "sources/FilePace.h"
+#include "sources/KeptPackets.h"
+#include "sources/OpenDeadline.h"
+#include "sources/ReadAhead.h"
+#include "sources/StereoConvert.h"
+
+class CInputFile : public CSrcInterface {
+ public:
+  // path: UTF-8, in the local file system.
+  explicit CInputFile(std::string path);
+  // Closes the file. Stop comes before.
+  ~CInputFile() override;
+
+  // 0, or -1 when the file can't be played; a running file is left as it is.
+  int Start() override;
+  // Returns 0 with both threads joined; no effect when it is not running.
+  int Stop() override;
+
+ protected:
+  // Opens file and decoders; 0 or -1.
+  int Open();
+  // One step of the read thread: reads or decodes one packet, or sleeps.
+  void ReadTurn();
+  // One step of the pace thread: lets one sound frame and its pictures go, or sleeps.
+  void PaceTurn(sources::FilePace* pace);
+  CMyQueue* DecodedSound() { return &m_audioQueue; }
+  CMyQueue* DecodedPictures() { return &m_videoQueue; }
+
+ private:
+  static void* ReadEntry(void* node);
+  static void* PaceEntry(void* node);
+  int Fail(const std::string& cause);
+  bool OpenStream(AVMediaType medium, int* index, AVCodecContext** codec, std::string* cause);
+  void CloseFile();
+  void ReadPacket();
+  void HandleReadError(int error);
+  void DrainFirstStream();
+  void TakePacket(AVPacket* packet);
+  void Decode(int streamIndex, const AVPacket* packet);
+  void HandleAudio();
+  void HandleVideo();
+  void QueueSound(int samples, std::int64_t pts);
+  void LogOnce(bool* logged, const char* what, int error);
+  sources::Ahead SoundAhead();
+  sources::Ahead PictureAhead();
+
+  std::string m_path;
+  AVFormatContext* m_file = nullptr;
+  int m_audioStream = -1;
+  int m_videoStream = -1;
+  AVCodecContext* m_audioCodec = nullptr;
+  AVCodecContext* m_videoCodec = nullptr;
+  AVFrame* m_decoded;  // made by the constructor, used again for every frame
+  ffmpeg::PixelConvert m_scaler;
+  pthread_t m_readThread{};
+  pthread_t m_paceThread{};
+  std::atomic<bool> m_running{false};
+  std::vector<std::uint8_t> m_audioBuffer;  // room for 10240 samples of each channel
+  sources::StereoConvert m_stereo;
+  CMyQueue m_audioQueue;  // decoded, from the read thread to the pace thread
+  CMyQueue m_videoQueue;
+
+  // All below belongs to the read thread.
+  sources::OpenDeadline m_deadline;
+  sources::KeptPackets m_keptSound;
+  sources::KeptPackets m_keptPictures;
+  ffmpeg::FramePool m_pictures;
+  AVPacket* m_packet;
+  int m_pictureWidth = 0;  // of the first picture; 0 before it
+  int m_pictureHeight = 0;
+  std::int64_t m_nextSoundPts = 0;  // of the next frame, where the file gives none
+  std::int64_t m_nextPicturePts = 0;
+  bool m_drained = false;    // the decoder of stream 0 was told that there is no more
+  bool m_skipToKey = false;  // pictures were left out; the next ones refer to them
+  bool m_readLogged = false;
+  bool m_dropLogged = false;
+  bool m_soundLogged = false;
+  bool m_pictureLogged = false;
+};
+
+#endif

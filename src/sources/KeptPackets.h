@@ -1,0 +1,59 @@
+// Compressed packets that wait for room to be decoded, first in first out, with their bytes
+// counted. Owned by the queue until TakeFirst. One thread uses it.
+#ifndef ORVANE_SOURCES_KEPTPACKETS_H
+#define ORVANE_SOURCES_KEPTPACKETS_H
+
+#include <cstdint>
+#include <deque>
+
+extern "C" {
+#include <libavcodec/packet.h>
+}
+
+namespace sources {
+
+class KeptPackets {
+ public:
+  KeptPackets() = default;
+  ~KeptPackets() { Clear(); }
+
+  KeptPackets(const KeptPackets&) = delete;
+  KeptPackets& operator=(const KeptPackets&) = delete;
+
+  // Moves what packet refers to in; packet is empty afterwards. False when there is no memory.
+  bool Keep(AVPacket* packet) {
+    AVPacket* own = av_packet_alloc();
+    if (own == nullptr) {
+      return false;
+    }
+    av_packet_move_ref(own, packet);
+    m_bytes += own->size;
+    m_packets.push_back(own);
+    return true;
+  }
+  // Moves the first one out into packet, which is empty; there has to be one.
+  void TakeFirst(AVPacket* packet) {
+    AVPacket* own = m_packets.front();
+    m_packets.pop_front();
+    m_bytes -= own->size;
+    av_packet_move_ref(packet, own);
+    av_packet_free(&own);
+  }
+  void Clear() {
+    for (AVPacket*& packet : m_packets) {
+      av_packet_free(&packet);
+    }
+    m_packets.clear();
+    m_bytes = 0;
+  }
+  int Count() const { return static_cast<int>(m_packets.size()); }
+  std::int64_t Bytes() const { return m_bytes; }
+
+ private:
+  std::deque<AVPacket*> m_packets;
+  std::int64_t m_bytes = 0;
+};
+
+}  // namespace sources
+
+#endif
