@@ -45,16 +45,16 @@ std::unique_ptr<QHttpMultiPart> NewForm(std::initializer_list<Field> fields) {
 bool WaitForReply(QNetworkReply* reply) {
   QEventLoop loop;
   QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-  QObject::connect(reply, &QNetworkReply::downloadProgress, &loop,
-                   [reply](qint64 received, qint64) {
-                     if (received > kLargestReply) {
-                       reply->abort();
-                     }
-                   });
+  QObject::connect(reply, &QNetworkReply::readyRead, &loop, [reply] {
+    if (reply->bytesAvailable() > kLargestReply) {
+      reply->abort();
+    }
+  });
   if (!reply->isFinished()) {
     loop.exec();
   }
-  return reply->isFinished() && reply->error() == QNetworkReply::NoError;
+  return reply->isFinished() && reply->error() == QNetworkReply::NoError &&
+         reply->bytesAvailable() <= kLargestReply;
 }
 
 void ShowNoNetwork() {
