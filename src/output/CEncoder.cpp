@@ -1,0 +1,200 @@
+// Life of the encoder: its codecs are opened here and its threads started and ended.
+#include "output/CEncoder.h"
+
+#include <QtGlobal>
+#include <cstdio>
+
+#include "media/Worker.h"
+#include "media/ffmpeg/ErrorText.h"
+#include "output/PublishRules.h"
+#include "output/StreamCodecs.h"
+#include "sources/DeviceCatalogue.h"
+
+namespace {
+
+// What a connection may still send after Stop was called: on a sound link trailer and goodbye take
+// a fraction of it.
+constexpr std::int64_t kFarewellMs = 400;
+
+}  // namespace
+
+CEncoder::CEncoder(int width, int height)
+    : CSrcInterface(0, 1),
+      m_started(false),
+      m_catalogue(DeviceCatalogue::Instance()),
+      m_fifo(nullptr),
+      m_audioContext(nullptr),
+      m_videoContext(nullptr),
+      m_audioStream(nullptr),
+      m_videoStream(nullptr),
+      m_encodeThread(),
+      m_publishThread(),
+      m_audioPackets(1),
+      m_videoPackets(1),
+      m_width(width),
+      m_height(height),
+      m_scaler(nullptr),
+      m_resampler(nullptr),
+      m_scaledFrame(nullptr),
+      m_streamTimeBase{1, 1000},
+      m_encodeRuns(false),
+      m_publishRuns(false),
+      m_stopDeadline(std::make_shared<output::Deadline>()) {}
+
+CEncoder::~CEncoder() {
+  CloseCodecs();
+}
+
+void CEncoder::SetUrl(const std::string& url) {
+  m_url = url;
+}
+
+int CEncoder::Start() {
+  if (m_started) {
+    qDebug("encoder has started");
+    return -1;
+  }
+  CloseCodecs();  // of an earlier Start that failed
+  if (OpenCodecs() < 0) {
+    return -1;
+  }
+  return StartThreads();
+}
+
+int CEncoder::StartThreads() {
+  m_stopDeadline->Clear();
+  m_started = true;
+  m_encodeRuns = media::StartWorker(&m_encodeThread, "encode", &CEncoder::EncodeEntry, this);
+  m_publishRuns = m_encodeRuns &&
+                  media::StartWorker(&m_publishThread, "publish", &CEncoder::PublishEntry, this);
+  if (m_publishRuns) {
+    return 0;
+  }
+  av_log(nullptr, AV_LOG_ERROR, "no thread for the encoder\n");
+  Stop();
+  return -1;
+}
+
+int CEncoder::Stop() {
+  m_stopDeadline->SetIn(kFarewellMs);
+  m_started = false;
+  if (m_encodeRuns) {
+    pthread_join(m_encodeThread, nullptr);
+    m_encodeRuns = false;
+  }
+  if (m_publishRuns) {
+    pthread_join(m_publishThread, nullptr);
+    m_publishRuns = false;
+  }
+  CloseCodecs();
+  // A publish thread that ended by itself left them to the encoders.
+  m_audioPackets.Clear();
+  m_videoPackets.Clear();
+  m_counters.newestVideoPts = m_counters.leftVideoPts.load();
+  Report(PublishState::kStopped);
+  return 0;
+}
+
+void CEncoder::CloseCodecs() {
+  avcodec_free_context(&m_audioContext);
+  avcodec_free_context(&m_videoContext);
+  av_audio_fifo_free(m_fifo);
+  m_fifo = nullptr;
+  swr_free(&m_resampler);
+  av_frame_free(&m_scaledFrame);
+  sws_freeContext(m_scaler);
+  m_scaler = nullptr;
+}
+
+int CEncoder::OpenCodecs() {
+  if (OpenAudio() < 0 || OpenVideo() < 0 || OpenResampler() < 0) {
+    return -1;
+  }
+  return OpenScaler();
+}
+
+int CEncoder::OpenAudio() {
+  m_audioContext = output::NewAudioEncoder();
+  const int error = m_audioContext != nullptr
+                        ? avcodec_open2(m_audioContext, m_audioContext->codec, nullptr)
+                        : AVERROR_ENCODER_NOT_FOUND;
+  if (error >= 0) {
+    m_fifo = av_audio_fifo_alloc(m_audioContext->sample_fmt, 2, 1);
+  }
+  if (m_fifo != nullptr) {
+    return 0;
+  }
+  av_log(nullptr, AV_LOG_ERROR, "the sound encoder can't be used: %s\n",
+         ffmpeg::ErrorText(error < 0 ? error : AVERROR(ENOMEM)).c_str());
+  avcodec_free_context(&m_audioContext);
+  return -1;
+}
+
+int CEncoder::OpenVideo() {
+  bool sizeRefused = false;
+  for (const char* encoder : {output::kHardwareEncoder, output::kSoftwareEncoder}) {
+    if (OpenVideoWith(encoder, &sizeRefused) == 0) {
+      return 0;
+    }
+    if (sizeRefused) {
+      return -1;
+    }
+    avcodec_free_context(&m_videoContext);
+  }
+  avcodec_free_context(&m_audioContext);
+  return -1;
+}
+
+int CEncoder::OpenVideoWith(const char* encoder, bool* sizeRefused) {
+  m_videoContext = output::NewVideoEncoder(encoder, m_width, m_height);
+  const std::int64_t bitRate = output::VideoBitRate(m_width, m_height);
+  if (bitRate == 0) {
+    av_log(nullptr, AV_LOG_ERROR, "a picture of %d x %d can't be published\n", m_width, m_height);
+    *sizeRefused = true;
+    return -1;
+  }
+  int error = AVERROR_ENCODER_NOT_FOUND;
+  if (m_videoContext != nullptr) {
+    output::SetBitRate(m_videoContext, bitRate);
+    error = output::OpenVideoEncoder(m_videoContext);
+  }
+  if (error >= 0) {
+    return 0;
+  }
+  av_log(nullptr, AV_LOG_ERROR, "the picture encoder %s can't be used: %s\n", encoder,
+         ffmpeg::ErrorText(error).c_str());
+  return -1;
+}
+
+int CEncoder::OpenResampler() {
+  if (m_audioContext->sample_fmt == AV_SAMPLE_FMT_S16) {
+    return 0;
+  }
+  AVChannelLayout stereo = AV_CHANNEL_LAYOUT_STEREO;
+  if (swr_alloc_set_opts2(&m_resampler, &stereo, m_audioContext->sample_fmt, output::kSampleRate,
+                          &stereo, AV_SAMPLE_FMT_S16, output::kSampleRate, 0, nullptr) < 0 ||
+      swr_init(m_resampler) < 0) {
+    std::printf("swr_init failed");
+    return -1;
+  }
+  return 0;
+}
+
+int CEncoder::OpenScaler() {
+  const int canvasWidth = m_catalogue->renderWidth;
+  const int canvasHeight = m_catalogue->renderHeight;
+  const AVPixelFormat format = m_videoContext->pix_fmt;
+  if (format == AV_PIX_FMT_YUV420P && canvasWidth == m_width && canvasHeight == m_height) {
+    return 0;
+  }
+  m_scaler = sws_getCachedContext(m_scaler, canvasWidth, canvasHeight, AV_PIX_FMT_YUV420P, m_width,
+                                  m_height, format, SWS_FAST_BILINEAR, nullptr, nullptr, nullptr);
+  m_scaledFrame = av_frame_alloc();
+  if (m_scaler == nullptr || m_scaledFrame == nullptr) {
+    return -1;
+  }
+  m_scaledFrame->width = m_width;
+  m_scaledFrame->height = m_height;
+  m_scaledFrame->format = format;
+  return av_frame_get_buffer(m_scaledFrame, 1) < 0 ? -1 : 0;
+}

@@ -1,0 +1,159 @@
+// The last node of the graph, made for one broadcast: encodes pictures to H.264 and sound to AAC,
+// and publishes both as FLV at an RTMP address.
+//
+// Flow: YUV 4:2:0 pictures of the canvas' size on video input 0, signed 16-bit stereo sound of
+// 48000 Hz on audio input 0. The encode thread turns them into packets, the publish thread sends
+// the packets, and between the two stand two packet queues: a slow network holds the publish thread
+// up and never the encoders. Stream 0 is sound, stream 1 the picture.
+//
+// Clocks: the picture's counts encoded frames in 1/25 s, the sound's counts samples. The time
+// stamps that frames come with are not looked at. Packets carry milliseconds.
+//
+// Ownership: input frames are references shared with other nodes, so their pixels are only read.
+// Encoded packets belong to the queue they wait in. The contexts live from Start to Stop, after a
+// failed Start too; the destructor frees what is left.
+//
+// Threads: the owner's thread calls SetUrl, Start, Stop and the destructor; Statistics may be
+// called on any thread. The encode thread uses the codecs, the publish thread the connection, and
+// they share the packet queues, the counters and the started flag only.
+//
+// Locks: none of its own.
+//
+// Failure: Start gives -1. An encoder's error costs the frame. A connection that can't be made or
+// breaks is tried again 3 s later, with a new header, for as long as the node runs; a header that
+// the muxer refuses ends publishing, and the packet queues then grow until Stop. Each goes to the
+// log, and Statistics tells it.
+//
+// Stop returns within 0.5 s, whatever the server or the resolver does: nothing the publish thread
+// waits for outlives the started flag by more than 400 ms, in which a sound connection gets its
+// trailer and is closed.
+#ifndef ORVANE_OUTPUT_CENCODER_H
+#define ORVANE_OUTPUT_CENCODER_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/audio_fifo.h>
+#include <libavutil/frame.h>
+#include <libswresample/swresample.h>
+#include <libswscale/swscale.h>
+}
+
+#include "media/CMyQueue.h"
+#include "media/CSrcInterface.h"
+#include "output/Deadline.h"
+#include "output/EncoderStatistics.h"
+
+class DeviceCatalogue;
+namespace output {
+class PublishConnection;
+}
+
+class CEncoder : public CSrcInterface {
+ public:
+  // The size of the published picture: 1920 x 1080, 1280 x 720 or 960 x 540.
+  CEncoder(int width, int height);
+  ~CEncoder() override;
+
+  // Opens both encoders and creates both threads. 0, or -1 with no thread running.
+  int Start() override;
+  // Ends both threads and frees the encoders; safe after a failed Start. Always 0.
+  int Stop() override;
+
+  // The publish address; between construction and Start.
+  void SetUrl(const std::string& url);
+
+  EncoderStatistics Statistics() const { return m_counters.Copy(); }
+
+ protected:
+  // What follows is what the two threads are made of. Tests call it on their own thread, without
+  // Start, on a subclass.
+
+  // The counters of the two stream clocks.
+  struct EncodeClock {
+    std::int64_t samples = 0;
+    std::int64_t pictures = 0;
+  };
+  enum class Sent { kNothing, kPacket, kFailed };
+
+  // Set-up and tear-down of the encode thread's objects: 0 or -1.
+  int OpenCodecs();
+  void CloseCodecs();
+  // Encodes all waiting sound and at most one picture. False when there was neither.
+  bool EncodeTurn(EncodeClock* clock);
+
+  // One connection from its making to its end. True when another try is to follow.
+  bool PublishOnce();
+  // Streams of a fresh context, 0 or a negative AVERROR.
+  int AddStreams(AVFormatContext* context);
+  // Sends one packet, when one is due.
+  Sent PublishTurn(AVFormatContext* context);
+  // True when a new try is due, false when the node was stopped meanwhile.
+  bool AwaitRetry();
+
+  std::atomic<bool> m_started;  // the stop signal of both threads
+  std::string m_url;
+  DeviceCatalogue* m_catalogue;
+  AVAudioFifo* m_fifo;             // encode thread; regroups sound into the encoder's frames
+  AVCodecContext* m_audioContext;  // encode thread; the publish thread copies its parameters
+  AVCodecContext* m_videoContext;  // encode thread; the publish thread copies its parameters
+  AVStream* m_audioStream;         // publish thread; of the current connection
+  AVStream* m_videoStream;         // publish thread; of the current connection
+  pthread_t m_encodeThread;
+  pthread_t m_publishThread;
+  CMyQueue m_audioPackets;  // time stamps in milliseconds
+  CMyQueue m_videoPackets;  // time stamps in milliseconds
+  int m_width;
+  int m_height;
+  SwsContext* m_scaler;     // encode thread; null when the canvas is published as it is
+  SwrContext* m_resampler;  // encode thread; null when the encoder takes 16-bit sound
+  AVFrame* m_scaledFrame;   // encode thread; target of every scaling
+  AVRational m_streamTimeBase;
+
+ private:
+  static void* EncodeEntry(void* node);
+  static void* PublishEntry(void* node);
+  void Encode();
+  void Publish();
+
+  // Set-up.
+  int OpenAudio();
+  int OpenVideo();
+  int OpenVideoWith(const char* encoder, bool* sizeRefused);
+  int OpenResampler();
+  int OpenScaler();
+  int StartThreads();
+
+  // Encode thread.
+  bool EncodeSound(EncodeClock* clock);
+  void QueueSamples(AVFrame* frame, std::int64_t pts);
+  void EncodeSamples(EncodeClock* clock);
+  bool EncodePicture(EncodeClock* clock);
+  AVFrame* PictureToEncode(AVFrame* input);
+  int TakePackets(AVCodecContext* context, int stream, CMyQueue* queue);
+
+  // Publish thread.
+  bool AwaitFirstPackets();
+  bool Connect(AVFormatContext* context, output::PublishConnection* connection, bool* again);
+  bool SendUntilTheEnd(AVFormatContext* context);
+  int SendSound(AVFormatContext* context);
+  int SendPicture(AVFormatContext* context);
+  void SkipStalePackets();
+  void LosePackets();
+  void Report(PublishState state);
+  void ReportFailure(PublishState state, PublishFault fault, int error);
+
+  std::atomic<bool> m_encodeRuns;                    // m_encodeThread has to be joined
+  std::atomic<bool> m_publishRuns;                   // m_publishThread has to be joined
+  std::shared_ptr<output::Deadline> m_stopDeadline;  // a connection given up may outlive the node
+  output::EncoderCounters m_counters;
+};
+
+#endif

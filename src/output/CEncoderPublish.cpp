@@ -1,0 +1,235 @@
+// The publish thread: packets to the address.
+#include <SDL.h>
+
+#include <QtGlobal>
+#include <limits>
+
+#include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/Scoped.h"
+#include "output/CEncoder.h"
+#include "output/PublishConnection.h"
+#include "output/PublishRules.h"
+
+namespace {
+
+constexpr int kAudioStream = 0;
+constexpr int kVideoStream = 1;
+constexpr std::uint32_t kPollMs = 10;
+// Trailer and goodbye of a connection that has to end.
+constexpr std::int64_t kFarewellMs = 400;
+
+void FreeOutput(AVFormatContext** context) {
+  avformat_free_context(*context);
+  *context = nullptr;
+}
+
+using ScopedOutput = ffmpeg::Scoped<AVFormatContext, FreeOutput>;
+
+int AddStream(AVFormatContext* context, const AVCodecContext* codec, AVRational timeBase,
+              AVStream** stream) {
+  *stream = avformat_new_stream(context, codec->codec);
+  if (*stream == nullptr) {
+    return AVERROR(ENOMEM);
+  }
+  const int error = avcodec_parameters_from_context((*stream)->codecpar, codec);
+  (*stream)->time_base = timeBase;
+  return error;
+}
+
+std::uint64_t FreeAll(CMyQueue* queue) {
+  std::uint64_t count = 0;
+  while (void* entry = queue->Pop()) {
+    ffmpeg::ScopedPacket packet(static_cast<AVPacket*>(entry));
+    ++count;
+  }
+  return count;
+}
+
+}  // namespace
+
+void* CEncoder::PublishEntry(void* node) {
+  static_cast<CEncoder*>(node)->Publish();
+  return nullptr;
+}
+
+void CEncoder::Publish() {
+  if (!AwaitFirstPackets()) {
+    LosePackets();
+    return;
+  }
+  while (PublishOnce() && AwaitRetry()) {
+  }
+}
+
+bool CEncoder::AwaitFirstPackets() {
+  Report(PublishState::kWaiting);
+  while (m_started) {
+    if (m_audioPackets.Size() > 0 && m_videoPackets.Size() > 0) {
+      return true;
+    }
+    SDL_Delay(kPollMs);
+  }
+  return false;
+}
+
+// In short steps, so that a stopped broadcast doesn't hold the window up.
+bool CEncoder::AwaitRetry() {
+  const std::uint32_t begin = SDL_GetTicks();
+  while (m_started && !output::RetryDue(SDL_GetTicks() - begin)) {
+    SDL_Delay(kPollMs);
+  }
+  return m_started;
+}
+
+bool CEncoder::PublishOnce() {
+  AVFormatContext* allocated = nullptr;
+  int error = avformat_alloc_output_context2(&allocated, nullptr, "flv", m_url.c_str());
+  const ScopedOutput context(allocated);
+  if (error >= 0) {
+    error = AddStreams(context.Get());
+  }
+  if (error < 0) {
+    ReportFailure(PublishState::kEnded, PublishFault::kContext, error);
+    return false;
+  }
+  output::PublishConnection connection(m_url, m_stopDeadline);
+  bool again = false;
+  if (Connect(context.Get(), &connection, &again)) {
+    again = SendUntilTheEnd(context.Get());
+    connection.FinishWithin(kFarewellMs);
+    if (av_write_trailer(context.Get()) < 0) {
+      av_log(nullptr, AV_LOG_ERROR, "av_write_trailer error\n");
+    }
+  }
+  connection.Close();
+  LosePackets();
+  return again;
+}
+
+// Stream 0 is sound and stream 1 the picture: that is the order of making.
+int CEncoder::AddStreams(AVFormatContext* context) {
+  const int error = AddStream(context, m_audioContext, m_streamTimeBase, &m_audioStream);
+  if (error < 0) {
+    return error;
+  }
+  return AddStream(context, m_videoContext, m_streamTimeBase, &m_videoStream);
+}
+
+// True with the header written. Otherwise *again tells whether a new try may help.
+bool CEncoder::Connect(AVFormatContext* context, output::PublishConnection* connection,
+                       bool* again) {
+  Report(PublishState::kConnecting);
+  const output::PublishConnection::Result opened = connection->Open(m_started);
+  if (opened.fault != PublishFault::kNone) {
+    *again = true;
+    if (m_started) {
+      av_log(nullptr, AV_LOG_ERROR, "avio_open error, path='%s'", m_url.c_str());
+      av_log(nullptr, AV_LOG_ERROR, ": %s\n",
+             output::CauseText(opened.fault, opened.error).c_str());
+      ReportFailure(PublishState::kRetrying, opened.fault, opened.error);
+    }
+    return false;
+  }
+  context->pb = connection->Bytes();
+  const int error = avformat_write_header(context, nullptr);
+  if (error < 0) {
+    *again = false;
+    av_log(nullptr, AV_LOG_ERROR, "avformat_write_header, error\n");
+    av_log(nullptr, AV_LOG_ERROR, "'%s': %s\n", m_url.c_str(), ffmpeg::ErrorText(error).c_str());
+    ReportFailure(PublishState::kEnded, PublishFault::kHeader, error);
+    return false;
+  }
+  ++m_counters.connections;
+  m_counters.status = PublishStatus();
+  Report(PublishState::kPublishing);
+  return true;
+}
+
+// True when the connection broke, false when the node was stopped.
+bool CEncoder::SendUntilTheEnd(AVFormatContext* context) {
+  while (m_started) {
+    switch (PublishTurn(context)) {
+      case Sent::kPacket:
+        break;
+      case Sent::kNothing:
+        SDL_Delay(kPollMs);
+        break;
+      case Sent::kFailed:
+        return true;
+    }
+  }
+  return false;
+}
+
+CEncoder::Sent CEncoder::PublishTurn(AVFormatContext* context) {
+  if (!output::MaySend(m_audioPackets.Peek() != nullptr, m_videoPackets.Size())) {
+    return Sent::kNothing;
+  }
+  SkipStalePackets();
+  const auto* audio = static_cast<const AVPacket*>(m_audioPackets.Peek());
+  const auto* video = static_cast<const AVPacket*>(m_videoPackets.Peek());
+  if (audio == nullptr || video == nullptr) {
+    return Sent::kNothing;
+  }
+  const bool sound = output::ChooseNext(audio->pts, video->pts) == output::NextPacket::kAudio;
+  const int error = sound ? SendSound(context) : SendPicture(context);
+  if (error >= 0) {
+    return Sent::kPacket;
+  }
+  av_log(nullptr, AV_LOG_ERROR, "av_write_frame error\n");
+  av_log(nullptr, AV_LOG_ERROR, "'%s': %s\n", m_url.c_str(), ffmpeg::ErrorText(error).c_str());
+  ReportFailure(PublishState::kRetrying, PublishFault::kWrite, error);
+  return Sent::kFailed;
+}
+
+int CEncoder::SendSound(AVFormatContext* context) {
+  ffmpeg::ScopedPacket packet(static_cast<AVPacket*>(m_audioPackets.Pop()));
+  packet->stream_index = kAudioStream;
+  qDebug("send audio pts = %d", static_cast<int>(packet->pts));
+  m_counters.bytesSent += static_cast<std::uint64_t>(packet->size);
+  ++m_counters.audioPacketsSent;
+  return av_interleaved_write_frame(context, packet.Get());
+}
+
+// The picture goes out 100 ms behind the sound.
+int CEncoder::SendPicture(AVFormatContext* context) {
+  ffmpeg::ScopedPacket packet(static_cast<AVPacket*>(m_videoPackets.Pop()));
+  m_counters.leftVideoPts = packet->pts;
+  packet->stream_index = kVideoStream;
+  packet->pts += output::kVideoLagMs;
+  packet->dts += output::kVideoLagMs;
+  qDebug("send video pts = %d", static_cast<int>(packet->pts));
+  m_counters.bytesSent += static_cast<std::uint64_t>(packet->size);
+  ++m_counters.videoPacketsSent;
+  return av_interleaved_write_frame(context, packet.Get());
+}
+
+void CEncoder::SkipStalePackets() {
+  const output::Skipped skipped = output::SkipStale(&m_videoPackets, &m_audioPackets);
+  m_counters.videoPacketsDropped += static_cast<std::uint64_t>(skipped.video);
+  m_counters.audioPacketsDropped += static_cast<std::uint64_t>(skipped.audio);
+}
+
+// All that waits: its connection is gone.
+void CEncoder::LosePackets() {
+  m_counters.audioPacketsDropped += FreeAll(&m_audioPackets);
+  m_counters.videoPacketsDropped += FreeAll(&m_videoPackets);
+  m_counters.leftVideoPts = m_counters.newestVideoPts.load();
+}
+
+void CEncoder::Report(PublishState state) {
+  PublishStatus status = m_counters.status;
+  status.state = state;
+  m_counters.status = status;
+}
+
+void CEncoder::ReportFailure(PublishState state, PublishFault fault, int error) {
+  PublishStatus status = m_counters.status;
+  status.state = state;
+  status.fault = fault;
+  status.error = error;
+  if (status.tries < std::numeric_limits<std::uint16_t>::max()) {
+    ++status.tries;
+  }
+  m_counters.status = status;
+}

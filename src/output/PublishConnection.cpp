@@ -1,0 +1,179 @@
+#include "output/PublishConnection.h"
+
+#include <netdb.h>
+#include <pthread.h>
+#include <sys/socket.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include "media/Worker.h"
+#include "media/ffmpeg/Scoped.h"
+
+namespace output {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kLookupLimit(3000);
+constexpr std::chrono::milliseconds kPoll(10);
+// An interrupted connect ends within 100 ms; only a lookup takes longer.
+constexpr std::chrono::milliseconds kGraceOnStop(250);
+constexpr std::int64_t kCloseMs = 400;
+constexpr const char* kPeerTimeoutUs = "10000000";
+
+std::string HostOf(const std::string& address) {
+  char host[1024] = "";
+  av_url_split(nullptr, 0, nullptr, 0, host, sizeof host, nullptr, nullptr, 0, address.c_str());
+  return host;
+}
+
+// 0 or getaddrinfo's error.
+int LookUp(const std::string& host) {
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* addresses = nullptr;
+  const int error = getaddrinfo(host.c_str(), nullptr, &hints, &addresses);
+  if (error == 0) {
+    freeaddrinfo(addresses);
+  }
+  return error;
+}
+
+}  // namespace
+
+struct PublishConnection::Attempt {
+  std::string address;
+  std::string host;
+  std::shared_ptr<const Deadline> stop;
+  Deadline end;
+  std::atomic<bool> abandoned{false};
+
+  std::mutex mutex;
+  std::condition_variable finished;
+  bool lookedUp = false;  // guarded by mutex
+  bool done = false;      // guarded by mutex
+  Result result;          // guarded by mutex until done
+  // Of the opening thread until done, then of the connection.
+  AVIOContext* bytes = nullptr;
+
+  ~Attempt() {
+    abandoned = true;
+    avio_closep(&bytes);
+  }
+
+  static int Interrupted(void* opaque) {
+    const auto* attempt = static_cast<const Attempt*>(opaque);
+    return attempt->abandoned || attempt->end.Passed() || attempt->stop->Passed() ? 1 : 0;
+  }
+
+  // False when limit came first.
+  bool AwaitDone(Clock::time_point limit) {
+    std::unique_lock<std::mutex> lock(mutex);
+    return finished.wait_until(lock, limit, [this] { return done; });
+  }
+
+  bool IsLookedUp() {
+    std::lock_guard<std::mutex> lock(mutex);
+    return lookedUp;
+  }
+
+  Result GiveUp(PublishFault fault, int error) {
+    abandoned = true;
+    AwaitDone(Clock::now() + kGraceOnStop);
+    return {fault, error};
+  }
+};
+
+PublishConnection::PublishConnection(const std::string& address,
+                                     std::shared_ptr<const Deadline> stop)
+    : m_attempt(std::make_shared<Attempt>()) {
+  m_attempt->address = address;
+  m_attempt->host = HostOf(address);
+  m_attempt->stop = std::move(stop);
+}
+
+PublishConnection::~PublishConnection() {
+  Close();
+}
+
+PublishConnection::Result PublishConnection::Open(const std::atomic<bool>& started) {
+  auto* share = new std::shared_ptr<Attempt>(m_attempt);
+  pthread_t thread;
+  if (!media::StartWorker(&thread, "connect", &PublishConnection::Entry, share)) {
+    delete share;
+    return {PublishFault::kConnect, AVERROR(EAGAIN)};
+  }
+  pthread_detach(thread);
+  const Clock::time_point lookupEnd = Clock::now() + kLookupLimit;
+  while (!m_attempt->AwaitDone(Clock::now() + kPoll)) {
+    if (!started) {
+      return m_attempt->GiveUp(PublishFault::kConnect, AVERROR_EXIT);
+    }
+    if (Clock::now() >= lookupEnd && !m_attempt->IsLookedUp()) {
+      m_attempt->abandoned = true;
+      return {PublishFault::kLookup, EAI_AGAIN};
+    }
+  }
+  return m_attempt->result;
+}
+
+void* PublishConnection::Entry(void* attempt) {
+  auto* share = static_cast<std::shared_ptr<Attempt>*>(attempt);
+  const Result result = Connect(share->get());
+  {
+    std::lock_guard<std::mutex> lock((*share)->mutex);
+    (*share)->result = result;
+    (*share)->done = true;
+    (*share)->finished.notify_all();
+  }
+  delete share;
+  return nullptr;
+}
+
+PublishConnection::Result PublishConnection::Connect(Attempt* attempt) {
+  const int lookup = attempt->host.empty() ? 0 : LookUp(attempt->host);
+  if (lookup != 0) {
+    return {PublishFault::kLookup, lookup};
+  }
+  {
+    std::lock_guard<std::mutex> lock(attempt->mutex);
+    attempt->lookedUp = true;
+  }
+  ffmpeg::ScopedDictionary options;
+  av_dict_set(options.Address(), "rw_timeout", kPeerTimeoutUs, 0);
+  const AVIOInterruptCB interrupt = {&Attempt::Interrupted, attempt};
+  const int error = avio_open2(&attempt->bytes, attempt->address.c_str(), AVIO_FLAG_READ_WRITE,
+                               &interrupt, options.Address());
+  if (error < 0) {
+    return {PublishFault::kConnect, error};
+  }
+  return {};
+}
+
+AVIOContext* PublishConnection::Bytes() const {
+  return m_attempt != nullptr && !m_attempt->abandoned ? m_attempt->bytes : nullptr;
+}
+
+void PublishConnection::FinishWithin(std::int64_t ms) {
+  m_attempt->end.SetIn(ms);
+}
+
+void PublishConnection::Close() {
+  if (m_attempt == nullptr) {
+    return;
+  }
+  if (Bytes() != nullptr) {
+    m_attempt->end.SetIn(kCloseMs);
+    avio_closep(&m_attempt->bytes);
+  }
+  m_attempt.reset();
+}
+
+}  // namespace output

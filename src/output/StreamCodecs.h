@@ -1,0 +1,38 @@
+// How the two encoders of a broadcast are set up: H.264 baseline without delay, by the graphics
+// card where it can, and AAC at 128 kbit/s.
+#ifndef ORVANE_OUTPUT_STREAMCODECS_H
+#define ORVANE_OUTPUT_STREAMCODECS_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
+namespace output {
+
+constexpr const char* kHardwareEncoder = "h264_nvenc";
+constexpr const char* kSoftwareEncoder = "libx264";
+constexpr int kSampleRate = 48000;
+constexpr int kPicturesPerSecond = 25;
+
+// The options that an H.264 encoder is opened with. Their names and values are each encoder's own:
+// one that it doesn't know makes it refuse to open.
+std::vector<std::pair<std::string, std::string>> VideoOptions(const std::string& encoder);
+
+// A context with the stream's settings, not opened. Null when the encoder is not in the library.
+AVCodecContext* NewAudioEncoder();
+// The bit rate is not set.
+AVCodecContext* NewVideoEncoder(const char* encoder, int width, int height);
+
+void SetBitRate(AVCodecContext* video, std::int64_t bitRate);
+
+// avcodec_open2 with VideoOptions.
+int OpenVideoEncoder(AVCodecContext* video);
+
+}  // namespace output
+
+#endif
