@@ -1,9 +1,10 @@
 // The one home of pixel conversion and scaling: a picture of one format and size into another.
 //
-// A conversion at equal size is pure arithmetic, and what counts is the exact result. It runs on
-// libyuv wherever libyuv has a road: there swscale's fast bilinear needs ten times the time, and
-// misses the exact luma by up to 75 of 255 on hard edges. The other pairs, and all scaling, run on
-// swscale with SWS_FAST_BILINEAR. Every road at equal size is within 2 of 255 of the exact result.
+// A conversion at equal size is pure arithmetic, and what counts is the exact result: it is within
+// 2 of 255 for every format that becomes RGB24. It runs on libyuv wherever libyuv has a road; there
+// swscale's fast bilinear needs ten times the time and is off by up to 75 of 255 on hard edges.
+// Rarer formats (palettes, 16 bits, odd samplings) are read component by component. All scaling,
+// and what is left, runs on swscale with SWS_FAST_BILINEAR.
 //
 // Colour: the matrix is the one that the YUV frame names (BT.601 where it names none), and its
 // range is full where its format or its color_range says so. Transparency is dropped.
@@ -60,12 +61,14 @@ class PixelConvert {
   static Side Describe(const AVFrame* frame);
   bool ConvertDirectly(const AVFrame* source, AVFrame* target);
   bool ConvertPacked422(const AVFrame* source, AVFrame* target);
+  bool ConvertDeepYuv(const AVFrame* source, AVFrame* target);
   int Prepare(const Side& source, const Side& target);
 
   ScopedSws m_context;
   Side m_source;
   Side m_target;
-  std::vector<std::uint8_t> m_strip;  // a few rows of planar 4:2:2, between two steps of libyuv
+  std::vector<std::uint8_t> m_strip;   // a few rows between two steps of libyuv
+  std::vector<std::uint16_t> m_lines;  // one row's components, for the slow and exact road
 };
 
 }  // namespace ffmpeg
