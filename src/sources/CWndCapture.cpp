@@ -1,0 +1,128 @@
+#include "sources/CWndCapture.h"
+
+#include <SDL.h>
+
+#include "media/Worker.h"
+#include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/Scoped.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace {
+
+constexpr int kWindowKind = 5;
+constexpr std::uint32_t kPollMs = 5;
+
+bool IsEmpty(const platform::Size& size) {
+  return size.width <= 0 || size.height <= 0;
+}
+
+// Makes frame stand for the rows of a grabbed picture; it owns none of them.
+void Wrap(const platform::GrabbedPicture& picture, AVFrame* frame) {
+  frame->format = AV_PIX_FMT_BGR0;
+  frame->width = picture.size.width;
+  frame->height = picture.size.height;
+  frame->data[0] = const_cast<std::uint8_t*>(picture.data);
+  frame->linesize[0] = picture.stride;
+}
+
+}  // namespace
+
+CWndCapture::CWndCapture(platform::WindowHandle window)
+    : CSrcInterface(kWindowKind, 1),
+      m_thread(),
+      m_window(window),
+      m_queue(0),
+      m_stop(false),
+      m_running(false) {}
+
+CWndCapture::~CWndCapture() = default;
+
+int CWndCapture::Start() {
+  if (m_running) {
+    return -1;
+  }
+  m_running = media::StartWorker(&m_thread, "capture", Run, this);
+  return m_running ? 0 : -1;
+}
+
+int CWndCapture::Stop() {
+  m_stop = true;
+  if (m_running) {
+    pthread_join(m_thread, nullptr);
+    m_running = false;
+  }
+  return 0;
+}
+
+void* CWndCapture::Run(void* node) {
+  auto* self = static_cast<CWndCapture*>(node);
+  const std::unique_ptr<Capture> capture = self->SetUp();
+  while (capture && !self->m_stop) {
+    self->Turn(capture.get());
+  }
+  return nullptr;
+}
+
+std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {
+  std::unique_ptr<platform::WindowGrabber> grabber =
+      platform::WindowSystem::Current().Open(m_window);
+  const platform::Size size = grabber ? grabber->ClientSize() : platform::Size();
+  if (IsEmpty(size)) {
+    av_log(nullptr, AV_LOG_ERROR, "window 0x%zx: nothing to capture\n",
+           static_cast<std::size_t>(m_window));
+    return nullptr;
+  }
+  auto capture = std::make_unique<Capture>(SDL_GetTicks());
+  capture->grabber = std::move(grabber);
+  capture->size = size;
+  return capture;
+}
+
+void CWndCapture::Turn(Capture* capture) {
+  if (capture->pace.Take(SDL_GetTicks())) {
+    Tick(capture);
+  } else {
+    SDL_Delay(kPollMs);
+  }
+}
+
+void CWndCapture::Tick(Capture* capture) {
+  const platform::Size size = capture->grabber->ClientSize();
+  if (size != capture->size) {
+    capture->size = size;
+    capture->resized = true;
+  }
+  if (IsEmpty(size) || capture->grabber->IsMinimised() || !capture->grabber->Exists()) {
+    return;
+  }
+  platform::GrabbedPicture picture;
+  // A window that changed since its size was asked for has its picture at the next tick.
+  if (capture->grabber->Grab(&picture) && picture.size == size) {
+    PushPicture(capture, picture);
+  }
+}
+
+void CWndCapture::PushPicture(Capture* capture, const platform::GrabbedPicture& picture) {
+  const ffmpeg::ScopedFrame source(av_frame_alloc());
+  ffmpeg::ScopedFrame frame(
+      capture->pool.Get(picture.size.width, picture.size.height, AV_PIX_FMT_RGB24));
+  if (!source || !frame) {
+    return;
+  }
+  Wrap(picture, source.Get());
+  frame->pts = SDL_GetTicks();
+  const int error = capture->convert.Convert(source.Get(), frame.Get());
+  if (error < 0) {
+    av_log(nullptr, AV_LOG_ERROR, "window 0x%zx: %s\n", static_cast<std::size_t>(m_window),
+           ffmpeg::ErrorText(error).c_str());
+    return;
+  }
+  if (capture->resized) {
+    capture->resized = false;
+    frame->opaque = frame->data[0];
+  }
+  PushVideo(frame.Get(), 0);
+}
