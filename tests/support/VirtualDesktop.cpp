@@ -39,11 +39,10 @@ const xcb_screen_t* Screen(xcb_connection_t* connection) {
 
 // Window managers announce themselves well before they take windows, and one that is mapped in
 // between stays without a frame: try until one gets it.
-bool FramesWindows(const std::string& display) {
-  TestWindow probe;
+bool FramesWindows(const std::string& display, TestWindow* probe) {
   TestWindowOptions options;
   options.title = "probe";
-  return probe.Open(display, options) && WaitFor([&probe] { return probe.Framed(); }, 200);
+  return probe->Open(display, options) && WaitFor([probe] { return probe->Framed(); }, 200);
 }
 
 bool SelectionHasOwner(const std::string& display, const std::string& name) {
@@ -107,6 +106,8 @@ Colour ScreenPicture::At(int x, int y) const {
   return static_cast<Colour>(rgb[at]) << 16 | static_cast<Colour>(rgb[at + 1]) << 8 | rgb[at + 2];
 }
 
+VirtualDesktop::VirtualDesktop() = default;
+
 VirtualDesktop::~VirtualDesktop() {
   Stop();
 }
@@ -166,9 +167,14 @@ bool VirtualDesktop::StartWindowManager() {
   environment["HOME"] = m_directory.Path();
   environment["XDG_CONFIG_HOME"] = m_directory.Path();
   environment["XDG_CACHE_HOME"] = m_directory.Path();
-  return m_windowManager.Start({"openbox", "--sm-disable"}, environment,
-                               m_directory.File("output")) &&
-         WaitFor([this] { return FramesWindows(m_display); }, kStartMs);
+  m_probe = std::make_unique<TestWindow>();
+  if (!m_windowManager.Start({"openbox", "--sm-disable"}, environment,
+                             m_directory.File("output")) ||
+      !WaitFor([this] { return FramesWindows(m_display, m_probe.get()); }, kStartMs)) {
+    return false;
+  }
+  m_probe->Unmap();
+  return WaitFor([this] { return !m_probe->Framed(); }, kStartMs);
 }
 
 bool VirtualDesktop::StartCompositor() {
@@ -181,6 +187,8 @@ bool VirtualDesktop::StartCompositor() {
 }
 
 void VirtualDesktop::Stop() {
+  ThawServer();
+  m_probe.reset();
   m_compositor.Stop();
   m_windowManager.Stop();
   m_server.Stop();

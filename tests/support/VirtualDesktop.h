@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,9 +41,11 @@ struct DesktopOptions {
   std::vector<std::string> serverOptions;  // further arguments of Xvfb
 };
 
+class TestWindow;
+
 class VirtualDesktop {
  public:
-  VirtualDesktop() = default;
+  VirtualDesktop();
   ~VirtualDesktop();
   VirtualDesktop(const VirtualDesktop&) = delete;
   VirtualDesktop& operator=(const VirtualDesktop&) = delete;
@@ -87,6 +90,9 @@ class VirtualDesktop {
   Process m_server;
   Process m_windowManager;
   Process m_compositor;
+  // Kept open, unseen, so that the server gives its number to no window of the test: the window
+  // manager may still be busy with it.
+  std::unique_ptr<TestWindow> m_probe;
 };
 
 }  // namespace support
