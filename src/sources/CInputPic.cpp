@@ -50,7 +50,8 @@ AVFrame* DecodeFirst(AVFormatContext* file, int stream, AVPacket* packet, std::s
     result = avcodec_receive_frame(codec.Get(), frame.Get());
   }
   if (result < 0) {
-    *cause = ffmpeg::ErrorText(result);
+    *cause = ffmpeg::ErrorText(result) + " (damaged, or of more than " +
+             std::to_string(kMaxPixels) + " pixels)";
     return nullptr;
   }
   return frame.Release();

@@ -53,6 +53,8 @@ int OpenContext(const std::string& path, const AVIOInterruptCB& interrupt,
   (*context)->pb = io;
   (*context)->interrupt_callback = interrupt;
   (*context)->io_open = RefuseOpen;
+  // Demuxers that open further files on their own pass this on; no protocol has that name.
+  (*context)->protocol_whitelist = av_strdup("none");
   // Without a name the format can only be made out from the content.
   const int result = avformat_open_input(context, "", nullptr, nullptr);
   if (result < 0) {

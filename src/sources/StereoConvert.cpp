@@ -65,17 +65,18 @@ int StereoConvert::Prepare(const AVFrame* frame) {
   if (frame->sample_rate < kLowestRate || frame->sample_rate > kHighestRate) {
     return AVERROR_INVALIDDATA;
   }
+  int result = av_channel_layout_copy(&m_layout, &frame->ch_layout);
+  if (result < 0) {
+    return result;
+  }
   AVChannelLayout stereo{};
   av_channel_layout_default(&stereo, kSoundChannels);
   ffmpeg::ScopedSwr made;
-  int result = swr_alloc_set_opts2(made.Address(), &stereo, AV_SAMPLE_FMT_S16, kSoundRate,
-                                   &frame->ch_layout, static_cast<AVSampleFormat>(frame->format),
-                                   frame->sample_rate, 0, nullptr);
+  result = swr_alloc_set_opts2(made.Address(), &stereo, AV_SAMPLE_FMT_S16, kSoundRate, &m_layout,
+                               static_cast<AVSampleFormat>(frame->format), frame->sample_rate, 0,
+                               nullptr);
   if (result >= 0) {
     result = swr_init(made.Get());
-  }
-  if (result >= 0) {
-    result = av_channel_layout_copy(&m_layout, &frame->ch_layout);
   }
   if (result < 0) {
     return result;

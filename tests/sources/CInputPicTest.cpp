@@ -1,0 +1,293 @@
+#include "sources/CInputPic.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "media/ffmpeg/Scoped.h"
+#include "support/FakeClock.h"
+#include "support/LogCapture.h"
+#include "support/MediaSamples.h"
+#include "support/RecordingNode.h"
+
+using ffmpeg::ScopedFrame;
+using support::CameraColour;
+using support::MediaSamples;
+using support::PictureOptions;
+
+namespace {
+
+class Picture : public CInputPic {
+ public:
+  using CInputPic::CInputPic;
+  using CInputPic::Open;
+  using CInputPic::PictureTurn;
+};
+
+class CInputPicTest : public ::testing::Test {
+ protected:
+  // The picture that the node makes of a file; null when it refuses.
+  static AVFrame* Decode(const std::string& path) {
+    support::FakeClock clock;
+    support::RecordingNode consumer;
+    Picture node(path);
+    node.AddVideoOutput(&consumer);
+    if (node.Open() != 0) {
+      return nullptr;
+    }
+    media::PacedTicker ticker(clock.Now());
+    node.PictureTurn(&ticker);
+    return consumer.TakeVideo();
+  }
+
+  static PictureOptions Format(const std::string& format) {
+    PictureOptions options;
+    options.pixelFormat = format;
+    return options;
+  }
+
+  MediaSamples m_samples;
+};
+
+CameraColour At(const AVFrame* frame, int x, int y) {
+  const std::uint8_t* pixel = frame->data[0] + y * frame->linesize[0] + x * 3;
+  return {pixel[0], pixel[1], pixel[2]};
+}
+
+// The middle of each quadrant is as MediaSamples painted it.
+void ExpectQuadrants(const AVFrame* frame, int tolerance) {
+  ASSERT_NE(frame, nullptr);
+  ASSERT_EQ(frame->format, AV_PIX_FMT_RGB24);
+  ASSERT_EQ(frame->linesize[0], frame->width * 3);
+  for (int i = 0; i < 4; ++i) {
+    const CameraColour seen =
+        At(frame, frame->width * (i % 2 == 0 ? 1 : 3) / 4, frame->height * (i < 2 ? 1 : 3) / 4);
+    const CameraColour& wanted = MediaSamples::kQuadrants[i];
+    EXPECT_NEAR(seen.red, wanted.red, tolerance) << i;
+    EXPECT_NEAR(seen.green, wanted.green, tolerance) << i;
+    EXPECT_NEAR(seen.blue, wanted.blue, tolerance) << i;
+  }
+}
+
+}  // namespace
+
+TEST_F(CInputPicTest, PngAndBmpKeepTheirColours) {
+  for (const char* name : {"a.png", "a.bmp"}) {
+    PictureOptions options = Format(name == std::string("a.bmp") ? "bgr24" : "rgb24");
+    ScopedFrame frame(Decode(m_samples.Picture(name, options)));
+    ExpectQuadrants(frame.Get(), 0);
+    EXPECT_EQ(frame->width, 64);
+    EXPECT_EQ(frame->height, 48);
+  }
+}
+
+TEST_F(CInputPicTest, JpegKeepsItsColoursInItsFullRange) {
+  PictureOptions options = Format("yuvj420p");
+  options.further = {"-q:v", "1"};
+  ScopedFrame frame(Decode(m_samples.Picture("a.jpg", options)));
+  ExpectQuadrants(frame.Get(), 6);
+}
+
+TEST_F(CInputPicTest, SixteenBitAlphaGreyAndPalettePngAreShown) {
+  ScopedFrame deep(Decode(m_samples.Picture("deep.png", Format("rgb48be"))));
+  ExpectQuadrants(deep.Get(), 2);
+  ScopedFrame alpha(Decode(m_samples.Picture("alpha.png", Format("rgba"))));
+  ExpectQuadrants(alpha.Get(), 0);
+  ScopedFrame deepAlpha(Decode(m_samples.Picture("deep-alpha.png", Format("rgba64be"))));
+  ExpectQuadrants(deepAlpha.Get(), 2);
+  ScopedFrame grey(Decode(m_samples.Picture("grey.png", Format("gray"))));
+  ASSERT_TRUE(grey);
+  const CameraColour seen = At(grey.Get(), 16, 12);
+  EXPECT_EQ(seen.red, seen.blue);
+  EXPECT_NEAR(seen.red, (200 * 299 + 30 * 587 + 40 * 114) / 1000, 3);
+}
+
+TEST_F(CInputPicTest, CmykJpegIsShown) {
+  ScopedFrame frame(Decode(m_samples.CmykJpeg("print.jpg")));
+  ExpectQuadrants(frame.Get(), 12);
+}
+
+TEST_F(CInputPicTest, OnePixelIsAPicture) {
+  PictureOptions options;
+  options.width = 1;
+  options.height = 1;
+  ScopedFrame frame(Decode(m_samples.Picture("one.png", options)));
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(frame->width, 1);
+  EXPECT_EQ(frame->height, 1);
+  EXPECT_EQ(At(frame.Get(), 0, 0).red, MediaSamples::kQuadrants[0].red);
+}
+
+TEST_F(CInputPicTest, OddSizesArePacked) {
+  PictureOptions options;
+  options.width = 33;
+  options.height = 17;
+  ScopedFrame png(Decode(m_samples.Picture("odd.png", options)));
+  ExpectQuadrants(png.Get(), 0);
+  options.pixelFormat = "yuvj420p";
+  options.further = {"-q:v", "1"};
+  ScopedFrame jpeg(Decode(m_samples.Picture("odd.jpg", options)));
+  ExpectQuadrants(jpeg.Get(), 8);
+}
+
+TEST_F(CInputPicTest, ACamerasPhotographOf24MegapixelsIsTaken) {
+  const std::string path = m_samples.Make(
+      "camera.jpg", {"-f", "lavfi", "-i", "color=c=0x20A060:s=6000x4000", "-frames:v", "1",
+                     "-update", "1", "-pix_fmt", "yuvj420p", "-q:v", "2"});
+  ScopedFrame frame(Decode(path));
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(frame->width, 6000);
+  EXPECT_EQ(frame->height, 4000);
+  EXPECT_NEAR(At(frame.Get(), 3000, 2000).green, 0xa0, 6);
+}
+
+TEST_F(CInputPicTest, AnEnormousPictureIsRefusedWithTheReason) {
+  support::LogCapture log;
+  EXPECT_EQ(Decode(m_samples.HugePng("huge.png", 60000, 60000)), nullptr);
+  EXPECT_TRUE(log.Holds("60000x60000")) << log.Text();
+  EXPECT_TRUE(log.HasLine("huge.png", "of more than 67108864 pixels")) << log.Text();
+  EXPECT_EQ(Decode(m_samples.HugePng("wide.png", 0x7fffffff, 1)), nullptr);
+  EXPECT_EQ(Decode(m_samples.HugePng("none.png", 0, 0)), nullptr);
+}
+
+TEST_F(CInputPicTest, AnEnormousFileIsRefusedUnread) {
+  support::LogCapture log;
+  const std::string path = m_samples.HugePng("sparse.png", 8, 8);
+  ASSERT_EQ(truncate(path.c_str(), 5LL << 30), 0);
+  EXPECT_EQ(Decode(path), nullptr);
+  EXPECT_TRUE(log.HasLine("sparse.png", "too large"));
+}
+
+TEST_F(CInputPicTest, FilesThatAreNoPictureLeaveTheNodeEmpty) {
+  support::LogCapture log;
+  const std::string png = m_samples.Picture("whole.png");
+  const std::string files[] = {m_samples.Write("empty.png", ""),
+                               m_samples.Write("text.png", "no picture at all\n"),
+                               m_samples.Truncated(png, "cut.png", 0.1),
+                               m_samples.Path("missing.png"),
+                               m_samples.Directory(),
+                               std::string()};
+  for (const std::string& path : files) {
+    support::RecordingNode consumer;
+    CInputPic node(path);
+    node.AddVideoOutput(&consumer);
+    EXPECT_EQ(node.Start(), -1) << path;
+    EXPECT_EQ(node.Stop(), 0) << path;
+    EXPECT_EQ(consumer.VideoCount(), 0);
+    EXPECT_TRUE(log.Holds("picture \"" + path + "\": ")) << path;
+  }
+}
+
+TEST_F(CInputPicTest, TheTwoFailureTextsArePrinted) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(CInputPic(m_samples.Path("missing.png")).Start(), -1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Couldn't open input stream.\n");
+}
+
+TEST_F(CInputPicTest, APipeIsRefusedAtOnce) {
+  support::LogCapture log;
+  const std::string pipe = m_samples.Path("pipe.png");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(CInputPic(pipe).Start(), -1);
+  EXPECT_TRUE(log.HasLine("pipe.png", "not a regular file"));
+}
+
+TEST_F(CInputPicTest, NamesAreTakenLetterForLetter) {
+  const std::string original = support::ReadFile(m_samples.Picture("original.png"));
+  for (const char* name :
+       {"with %d in it %03d.png", "star *?{a,b}.png", "new\nline.png", "quo\"te'.png", "画布 🎥.png",
+        "-.png", "a:b|c.png", "no extension", "wrong.jpg"}) {
+    ScopedFrame frame(Decode(m_samples.Write(name, original)));
+    ASSERT_TRUE(frame) << name;
+    ExpectQuadrants(frame.Get(), 0);
+  }
+}
+
+TEST_F(CInputPicTest, ANameIsNeverAnAddress) {
+  for (const char* path :
+       {"http://127.0.0.1:9/a.png", "concat:a.png|b.png", "pipe:0", "tcp://[::1]:9"}) {
+    support::LogCapture log;
+    EXPECT_EQ(Decode(path), nullptr) << path;
+    EXPECT_TRUE(log.HasLine(path, "No such file")) << log.Text();
+  }
+}
+
+TEST_F(CInputPicTest, WhatAFileRefersToIsNotOpened) {
+  const std::string png = m_samples.Picture("target.png");
+  ASSERT_FALSE(png.empty());
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(m_samples.Directory());
+  EXPECT_EQ(Decode(m_samples.Write("list.png", "ffconcat version 1.0\nfile target.png\n")),
+            nullptr);
+  EXPECT_EQ(Decode(m_samples.Write("play.png", "#EXTM3U\n#EXTINF:1,\n" + png + "\n")), nullptr);
+  std::filesystem::current_path(before);
+}
+
+TEST_F(CInputPicTest, AnAnimationShowsItsFirstPicture) {
+  const std::string path = m_samples.Make(
+      "animated.gif", {"-f", "lavfi", "-i", "color=c=red:s=32x32:r=5:d=1", "-f", "lavfi", "-i",
+                       "color=c=blue:s=32x32:r=5:d=1", "-filter_complex", "[0][1]concat=n=2"});
+  ScopedFrame frame(Decode(path));
+  ASSERT_TRUE(frame);
+  EXPECT_GT(At(frame.Get(), 16, 16).red, 240);
+  EXPECT_LT(At(frame.Get(), 16, 16).blue, 20);
+}
+
+TEST_F(CInputPicTest, ThePictureLeaves25TimesASecondAsOneBuffer) {
+  support::FakeClock clock(10000);
+  support::RecordingNode consumer;
+  Picture node(m_samples.Picture("a.png"));
+  node.AddVideoOutput(&consumer);
+  ASSERT_EQ(node.Open(), 0);
+  media::PacedTicker ticker(clock.Now());
+  while (clock.Now() < 11000) {
+    node.PictureTurn(&ticker);
+  }
+  EXPECT_EQ(consumer.VideoCount(), 25);
+  const std::uint8_t* buffer = nullptr;
+  std::int64_t last = 0;
+  while (AVFrame* taken = consumer.TakeVideo()) {
+    ScopedFrame frame(taken);
+    EXPECT_TRUE(buffer == nullptr || frame->data[0] == buffer);
+    EXPECT_GE(frame->pts, 10000);
+    EXPECT_GT(frame->pts, last);
+    EXPECT_EQ(frame->opaque, nullptr) << "a frame that points at its own data means a new size";
+    buffer = frame->data[0];
+    last = frame->pts;
+  }
+  for (const std::uint32_t delay : clock.TakeDelays()) {
+    EXPECT_EQ(delay, 10U);
+  }
+}
+
+TEST_F(CInputPicTest, StopEndsTheWorkerAndTheReferencesThatWentOutLive) {
+  support::RecordingNode consumer;
+  CInputPic node(m_samples.Picture("a.png"));
+  node.AddVideoOutput(&consumer);
+  ASSERT_EQ(node.Start(), 0);
+  ASSERT_TRUE(support::WaitFor([&] { return consumer.VideoCount() > 0; }, 5000));
+  EXPECT_EQ(node.Stop(), 0);
+  const int sent = consumer.VideoCount();
+  EXPECT_EQ(node.Stop(), 0);
+  EXPECT_EQ(consumer.VideoCount(), sent);
+  ScopedFrame frame(consumer.TakeVideo());
+  ExpectQuadrants(frame.Get(), 0);
+}
+
+TEST_F(CInputPicTest, ASecondStartChangesNothingAndAStoppedPictureStartsAgain) {
+  support::RecordingNode consumer;
+  CInputPic node(m_samples.Picture("a.png"));
+  node.AddVideoOutput(&consumer);
+  ASSERT_EQ(node.Start(), 0);
+  EXPECT_EQ(node.Start(), 0);
+  EXPECT_EQ(node.Stop(), 0);
+  consumer.ClearVideoQueues();
+  ASSERT_EQ(node.Start(), 0);
+  EXPECT_TRUE(support::WaitFor([&] { return consumer.VideoCount() > 0; }, 5000));
+  node.Stop();
+}
