@@ -58,6 +58,8 @@ FakeDevice::~FakeDevice() {
 
 void FakeDevice::Pictures(const FakePictures& pictures) {
   m_pictures = pictures;
+  m_toldWidth = pictures.width;
+  m_toldHeight = pictures.height;
 }
 
 void FakeDevice::Sound(const FakeSound& sound) {
@@ -108,7 +110,7 @@ void FakeDevice::Thaw() {
 void FakeDevice::Unplug() {
   std::lock_guard<std::mutex> lock(m_mutex);
   m_unplugged = true;
-  m_ended = AVERROR(ENODEV);
+  m_ended = NeverRunsDry() ? 0 : AVERROR(ENODEV);
 }
 
 void FakeDevice::SetBusy(bool busy) {
@@ -174,6 +176,11 @@ OpenResult FakeDevice::Open() {
   if (m_formatUnknown) {
     return {nullptr, OpenFailure::NoStreamFormat, m_name + ": no stream format in time"};
   }
+  if (m_script.empty()) {
+    m_toldWidth = m_pictures.width;
+    m_toldHeight = m_pictures.height;
+    m_sizeChanged = false;
+  }
   auto stream = std::make_unique<FakeStream>(this, m_streamless);
   TellParameters(stream->Parameters());
   m_open = true;
@@ -193,7 +200,7 @@ int FakeDevice::Read(AVPacket* packet) {
   if (m_ended != 0) {
     return m_ended;
   }
-  if (m_frozen) {
+  if (m_frozen && !NeverRunsDry()) {
     return AVERROR(EAGAIN);
   }
   return m_script.empty() ? ReadByClock(packet) : ReadScript(packet);
@@ -269,10 +276,11 @@ AVPacket* FakeDevice::GenerateSound() {
   AVPacket* packet = av_packet_alloc();
   av_new_packet(packet, m_sound.blockSamples * m_sound.channels * sampleBytes);
   std::uint8_t* sample = packet->data;
+  const double level = m_frozen || m_unplugged ? 0 : 0.5;
   for (int i = 0; i < m_sound.blockSamples; ++i, ++m_samples) {
     const double angle =
         2 * M_PI * m_sound.hertz * static_cast<double>(m_samples) / m_sound.sampleRate;
-    const float value = static_cast<float>(0.5 * std::sin(angle));
+    const float value = static_cast<float>(level * std::sin(angle));
     const auto whole = static_cast<std::int16_t>(std::lround(value * 32767));
     for (int channel = 0; channel < m_sound.channels; ++channel, sample += sampleBytes) {
       if (real) {
@@ -291,8 +299,8 @@ void FakeDevice::TellParameters(AVCodecParameters* parameters) const {
     parameters->codec_id = AV_CODEC_ID_RAWVIDEO;
     parameters->format = m_pictures.format;
     parameters->codec_tag = avcodec_pix_fmt_to_codec_tag(m_pictures.format);
-    parameters->width = m_pictures.width;
-    parameters->height = m_pictures.height;
+    parameters->width = m_toldWidth;
+    parameters->height = m_toldHeight;
   } else {
     parameters->codec_type = AVMEDIA_TYPE_AUDIO;
     parameters->codec_id = m_sound.codec;

@@ -62,6 +62,7 @@ class FakeDevice {
   void Freeze();
   void Thaw();
   // Gone from the list; reads give AVERROR(ENODEV), opening fails.
+  // Sound that runs free gives silence instead, in both cases, as the contract of sound wants.
   void Unplug();
   // Opening fails with CannotOpen.
   void SetBusy(bool busy);
@@ -102,12 +103,15 @@ class FakeDevice {
   AVPacket* GeneratePicture();
   AVPacket* GenerateSound();
   void TellParameters(AVCodecParameters* parameters) const;
+  bool NeverRunsDry() const { return m_kind == platform::CaptureKind::Audio && m_free; }
 
   const platform::CaptureKind m_kind;
   const std::string m_name;
 
   mutable std::mutex m_mutex;  // guards all below
   FakePictures m_pictures;
+  int m_toldWidth = 0;  // what the parameters tell: the size of the first picture of the script
+  int m_toldHeight = 0;
   FakeSound m_sound;
   std::deque<Step> m_script;
   bool m_free = false;

@@ -1,28 +1,198 @@
 #include "platform/linux/X11Desktop.h"
 
+#include <pthread.h>
+
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 #include "platform/linux/AvInputStream.h"
 
 namespace platform {
 
-OpenResult OpenX11Desktop() {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kOpenLimit(3000);
+constexpr milliseconds kReadLimit(80);
+constexpr milliseconds kCloseLimit(300);
+
+struct FreeParameters {
+  void operator()(AVCodecParameters* parameters) const { avcodec_parameters_free(&parameters); }
+};
+struct FreePacket {
+  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+using Packet = std::unique_ptr<AVPacket, FreePacket>;
+
+// What the stream and its thread share; it lives as long as either of them.
+struct Desktop {
+  std::string display;  // set before the thread starts
+
+  std::mutex mutex;  // guards all below
+  std::condition_variable changed;
+  bool opened = false;   // the opening ended, in result
+  bool closing = false;  // nobody waits for pictures any more
+  bool finished = false;
   OpenResult result;
-  const char* display = std::getenv("DISPLAY");
-  if (display == nullptr || *display == '\0') {
-    result.failure = OpenFailure::CannotOpen;
-    result.cause = std::string(kDesktopName) + ": no X display: DISPLAY is not set";
-    return result;
-  }
+  std::unique_ptr<AVCodecParameters, FreeParameters> parameters{avcodec_parameters_alloc()};
+  AVRational timeBase{1, 1};
+  Packet picture;  // the one at hand
+  int ended = 0;   // the error that ended the reading
+};
+
+AvInput Open(Desktop* desktop) {
   AvInputRequest request;
   request.format = "x11grab";
-  request.url = display;
+  request.url = desktop->display;
   request.name = kDesktopName;
   request.options = {{"framerate", "25"}, {"draw_mouse", "1"}};
-  if (AvInput input = OpenAvInput(request, &result)) {
-    result.stream = std::make_unique<AvInputStream>(std::move(input));
+  OpenResult result;
+  AvInput input = OpenAvInput(request, &result);
+  if (!input && result.failure == OpenFailure::CannotOpen) {
+    result.cause += " (no X display there that this program may read)";
+  }
+  std::lock_guard<std::mutex> lock(desktop->mutex);
+  if (input) {
+    avcodec_parameters_copy(desktop->parameters.get(), input->streams[0]->codecpar);
+    desktop->timeBase = input->streams[0]->time_base;
+  }
+  desktop->result = std::move(result);
+  desktop->opened = true;
+  desktop->changed.notify_all();
+  return input;
+}
+
+// Hands over what was read and waits until it was taken; false when the reading is over.
+bool HandOver(Desktop* desktop, Packet picture, int error) {
+  std::unique_lock<std::mutex> lock(desktop->mutex);
+  desktop->ended = error;
+  if (error == 0) {
+    desktop->picture = std::move(picture);
+  }
+  desktop->changed.notify_all();
+  desktop->changed.wait(lock, [&] { return desktop->picture == nullptr || desktop->closing; });
+  return error == 0 && !desktop->closing;
+}
+
+void ReadPictures(Desktop* desktop, AVFormatContext* input) {
+  for (;;) {
+    Packet picture(av_packet_alloc());
+    const int result = picture ? av_read_frame(input, picture.get()) : AVERROR(ENOMEM);
+    if (!HandOver(desktop, std::move(picture), result < 0 ? result : 0)) {
+      return;
+    }
+  }
+}
+
+void RunDesktop(const std::shared_ptr<Desktop>& desktop) {
+  pthread_setname_np(pthread_self(), "desktop");
+  if (AvInput input = Open(desktop.get())) {
+    ReadPictures(desktop.get(), input.get());
+  }
+  std::lock_guard<std::mutex> lock(desktop->mutex);
+  desktop->finished = true;
+  desktop->changed.notify_all();
+}
+
+class X11Desktop : public CaptureStream {
+ public:
+  explicit X11Desktop(std::string display) : m_desktop(std::make_shared<Desktop>()) {
+    m_desktop->display = std::move(display);
+  }
+  ~X11Desktop() override;
+  X11Desktop(const X11Desktop&) = delete;
+  X11Desktop& operator=(const X11Desktop&) = delete;
+
+  // Starts the thread and waits until it has opened the display. Only the failure of the result is
+  // set, its stream is not.
+  OpenResult Start();
+
+  bool FindStream(CaptureKind kind, StreamInfo* info) const override;
+  int Read(AVPacket* packet) override;
+
+ private:
+  std::shared_ptr<Desktop> m_desktop;
+  std::thread m_thread;
+};
+
+OpenResult X11Desktop::Start() {
+  const auto failed = [this](const std::string& why) {
+    return OpenResult{nullptr, OpenFailure::CannotOpen,
+                      std::string(kDesktopName) + " (" + m_desktop->display + "): " + why};
+  };
+  try {
+    m_thread = std::thread(RunDesktop, m_desktop);
+  } catch (const std::system_error& error) {
+    return failed(error.what());
+  }
+  std::unique_lock<std::mutex> lock(m_desktop->mutex);
+  if (!m_desktop->changed.wait_for(lock, kOpenLimit, [this] { return m_desktop->opened; })) {
+    return failed("the X server does not answer");
+  }
+  return std::move(m_desktop->result);
+}
+
+X11Desktop::~X11Desktop() {
+  if (!m_thread.joinable()) {
+    return;
+  }
+  std::unique_lock<std::mutex> lock(m_desktop->mutex);
+  m_desktop->closing = true;
+  m_desktop->changed.notify_all();
+  const bool finished =
+      m_desktop->changed.wait_for(lock, kCloseLimit, [this] { return m_desktop->finished; });
+  lock.unlock();
+  if (finished) {
+    m_thread.join();
   } else {
-    result.cause += ": no X display there that can be read";
+    m_thread.detach();
+  }
+}
+
+bool X11Desktop::FindStream(CaptureKind kind, StreamInfo* info) const {
+  if (kind != CaptureKind::Video) {
+    return false;
+  }
+  info->index = 0;
+  info->parameters = m_desktop->parameters.get();
+  info->timeBase = m_desktop->timeBase;
+  return true;
+}
+
+int X11Desktop::Read(AVPacket* packet) {
+  std::unique_lock<std::mutex> lock(m_desktop->mutex);
+  const bool ready = m_desktop->changed.wait_for(
+      lock, kReadLimit, [this] { return m_desktop->picture != nullptr || m_desktop->ended != 0; });
+  if (!ready) {
+    return AVERROR(EAGAIN);
+  }
+  if (m_desktop->picture == nullptr) {
+    return m_desktop->ended;
+  }
+  av_packet_move_ref(packet, m_desktop->picture.get());
+  m_desktop->picture.reset();
+  m_desktop->changed.notify_all();
+  return 0;
+}
+
+}  // namespace
+
+OpenResult OpenX11Desktop() {
+  const char* display = std::getenv("DISPLAY");
+  if (display == nullptr || *display == '\0') {
+    return {nullptr, OpenFailure::CannotOpen,
+            std::string(kDesktopName) + ": no X display: DISPLAY is not set"};
+  }
+  auto stream = std::make_unique<X11Desktop>(display);
+  OpenResult result = stream->Start();
+  if (result.failure == OpenFailure::None) {
+    result.stream = std::move(stream);
   }
   return result;
 }

@@ -1,8 +1,14 @@
 // The desktop: the whole screen of the X display that the program runs on, 25 pictures a second,
 // cursor drawn. Bgr0 pictures of the screen's size.
 //
-// A read waits for at most one frame. The end of the X server is a read error. Threads: as
-// CaptureStream.
+// Whoever talks to an X server that is stopped waits for it without limit, and libavdevice's input
+// can't be interrupted. So each open desktop has a thread of its own ("desktop") that does all the
+// talking, and the reader waits for that thread with a limit: a picture is at hand when it was
+// grabbed, at most one is kept. A thread that the server keeps waiting is left behind at the
+// closing and ends, with its connection, when the server answers or dies.
+//
+// Failure: no display, or none that answers in time, is told at the opening; the end of the X
+// server is a read error. Threads: as CaptureStream.
 #ifndef ORVANE_PLATFORM_LINUX_X11DESKTOP_H
 #define ORVANE_PLATFORM_LINUX_X11DESKTOP_H
 
@@ -10,7 +16,7 @@
 
 namespace platform {
 
-// The display that DISPLAY names. Without one the cause says so.
+// The display that DISPLAY names.
 OpenResult OpenX11Desktop();
 
 }  // namespace platform

@@ -1,0 +1,77 @@
+#include "contract/CaptureContract.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <future>
+#include <ostream>
+
+namespace support {
+
+using platform::CaptureKind;
+using platform::CaptureStream;
+using platform::OpenFailure;
+using platform::OpenResult;
+
+namespace {
+
+constexpr std::chrono::seconds kHung(10);
+
+// Ends the test program when the work hangs: nothing else can.
+void MustReturn(const char* what, const std::function<void()>& work) {
+  std::future<void> done = std::async(std::launch::async, work);
+  if (done.wait_for(kHung) != std::future_status::ready) {
+    std::fprintf(stderr, "%s hangs\n", what);
+    std::abort();
+  }
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& stream, const Backend& backend) {
+  return stream << backend.name;
+}
+
+bool Contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::unique_ptr<CaptureStream> CaptureContract::Open(CaptureKind kind, const std::string& name) {
+  OpenResult result;
+  MustReturn("opening", [&] { result = Layer().Open(kind, name); });
+  EXPECT_NE(result.stream, nullptr) << result.cause;
+  EXPECT_EQ(result.failure, OpenFailure::None);
+  return std::move(result.stream);
+}
+
+std::unique_ptr<CaptureStream> CaptureContract::OpenCamera() {
+  EXPECT_TRUE(m_bench->PlugCamera(kCamera)) << m_bench->Failure();
+  return Open(CaptureKind::Video, kCamera);
+}
+
+std::unique_ptr<CaptureStream> CaptureContract::OpenDesktop() {
+  EXPECT_TRUE(m_bench->StartDesktop()) << m_bench->Failure();
+  return Open(CaptureKind::Video, platform::kDesktopName);
+}
+
+std::unique_ptr<CaptureStream> CaptureContract::OpenMicrophone() {
+  EXPECT_TRUE(m_bench->StartSound()) << m_bench->Failure();
+  return Open(CaptureKind::Audio, m_bench->Microphone());
+}
+
+void CaptureContract::ExpectRefused(CaptureKind kind, const std::string& name) {
+  OpenResult result;
+  MustReturn("opening", [&] { result = Layer().Open(kind, name); });
+  EXPECT_EQ(result.stream, nullptr);
+  EXPECT_EQ(result.failure, OpenFailure::CannotOpen);
+  EXPECT_NE(result.cause.find(name), std::string::npos) << result.cause;
+  EXPECT_GT(result.cause.size(), name.size() + 5) << result.cause;
+}
+
+void CaptureContract::Close(std::unique_ptr<CaptureStream>* stream) {
+  MustReturn("closing", [stream] { stream->reset(); });
+}
+
+}  // namespace support
