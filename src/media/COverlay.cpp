@@ -16,7 +16,7 @@ extern "C" {
 }
 
 #include "media/Clip.h"
-#include "media/FontSize.h"
+#include "media/TextBounds.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
 
@@ -219,11 +219,13 @@ int COverlay::Rebuild(const AVFrame* canvas) {
   FreeGraph();
   m_frameWidth = canvas->width;
   m_frameHeight = canvas->height;
-  const Text text = CopyText();
+  Text text = CopyText();
   const int wanted = media::FontSizeForWidth(text.measureFontSize, text.width, text.measuredWidth);
   if (wanted < 0) {
     return 0;
   }
+  text.content = media::VisiblePart(text.content, wanted, long{canvas->width} - text.x,
+                                    long{canvas->height} - text.y);
   const int fontSize = std::min(wanted, media::LargestFontSize(text.content));
   int error = 0;
   if (const char* step = BuildGraph(canvas, text, fontSize, &error)) {

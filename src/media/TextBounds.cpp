@@ -1,4 +1,4 @@
-#include "media/FontSize.h"
+#include "media/TextBounds.h"
 
 #include <algorithm>
 #include <climits>
@@ -13,19 +13,28 @@ namespace {
 // Bytes for the bitmaps of one text, at one byte a pixel.
 constexpr double kGlyphBudget = 64.0 * 1024 * 1024;
 
+constexpr long kKeptCharacters = 4096;
+
+bool Continues(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+// Where drawtext begins a new line.
+bool EndsLine(char byte) {
+  return byte == '\n' || byte == '\r' || byte == '\f' || byte == '\v';
+}
+
 // Counts different leading-to-trailing byte runs, which for valid UTF-8 are the different
 // characters, and for other bytes are no fewer than what is drawn for them.
 std::size_t DifferentCharacters(const std::string& text) {
   std::unordered_set<std::uint32_t> characters;
   std::uint32_t character = 0;
   for (const char byte : text) {
-    const auto value = static_cast<unsigned char>(byte);
-    const bool continues = (value & 0xC0U) == 0x80U;
-    if (!continues && character != 0) {
+    if (!Continues(byte) && character != 0) {
       characters.insert(character);
       character = 0;
     }
-    character = character << 8U | value;
+    character = character << 8U | static_cast<unsigned char>(byte);
   }
   characters.insert(character);
   return characters.size();
@@ -44,6 +53,30 @@ int FontSizeForWidth(int measuredAt, int wantedWidth, int measuredWidth) {
 int LargestFontSize(const std::string& text) {
   const auto characters = static_cast<double>(DifferentCharacters(text));
   return std::max(1, static_cast<int>(std::sqrt(kGlyphBudget / characters)));
+}
+
+std::string VisiblePart(const std::string& text, int fontSize, long width, long height) {
+  // Few characters are narrower than a quarter of the font size; a line is about as high as it, and
+  // "\r\n" is counted as two.
+  const long characters = std::max(kKeptCharacters, 4 * width / std::max(1, fontSize / 4));
+  const long lines = std::max(1L, 4 * height / std::max(1, fontSize));
+  std::string kept;
+  long inLine = 0;
+  long line = 0;
+  for (const char byte : text) {
+    if (EndsLine(byte)) {
+      inLine = 0;
+      if (++line >= lines) {
+        break;
+      }
+    } else if (!Continues(byte)) {
+      ++inLine;
+    }
+    if (inLine <= characters) {
+      kept += byte;
+    }
+  }
+  return kept;
 }
 
 }  // namespace media

@@ -1,0 +1,102 @@
+#include "media/TextBounds.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+
+using media::FontSizeForWidth;
+using media::LargestFontSize;
+using media::VisiblePart;
+
+namespace {
+
+std::string Repeat(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) {
+    all += text;
+  }
+  return all;
+}
+
+// The characters from U+4E00 on, three bytes each.
+std::string Different(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    const int code = 0x4E00 + i;
+    text += static_cast<char>(0xE0 | code >> 12);
+    text += static_cast<char>(0x80 | (code >> 6 & 0x3F));
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  }
+  return text;
+}
+
+}  // namespace
+
+TEST(FontSizeForWidth, ScalesTheMeasurementTruncating) {
+  EXPECT_EQ(FontSizeForWidth(100, 547, 547), 100);
+  EXPECT_EQ(FontSizeForWidth(100, 1094, 547), 200);
+  EXPECT_EQ(FontSizeForWidth(100, 546, 547), 99);
+  EXPECT_EQ(FontSizeForWidth(100, 0, 547), 0);
+  EXPECT_EQ(FontSizeForWidth(100, 50000000, 10000000), 500);
+}
+
+TEST(FontSizeForWidth, NoSizeFitsATextWithoutWidth) {
+  EXPECT_EQ(FontSizeForWidth(100, 300, 0), -1);
+  EXPECT_EQ(FontSizeForWidth(0, 0, 0), -1);
+  EXPECT_EQ(FontSizeForWidth(100, 300, -5), -1);
+  EXPECT_EQ(FontSizeForWidth(100, -300, 5), -1);
+}
+
+TEST(FontSizeForWidth, LargeNumbersDoNotOverflow) {
+  EXPECT_EQ(FontSizeForWidth(100, INT_MAX, 1), INT_MAX);
+}
+
+TEST(LargestFontSize, BoundsTheBitmapsOfAllDifferentCharacters) {
+  for (const int count : {1, 20, 500, 20000}) {
+    const double size = LargestFontSize(Different(count));
+    EXPECT_LE(size * size * count, 64.0 * 1024 * 1024) << count;
+    EXPECT_GE((size + 1) * (size + 1) * count, 64.0 * 1024 * 1024) << count;
+  }
+}
+
+TEST(LargestFontSize, CountsACharacterOnce) {
+  EXPECT_EQ(LargestFontSize(Repeat("ab", 1000)), LargestFontSize("ab"));
+  EXPECT_GT(LargestFontSize("a"), LargestFontSize("ab"));
+}
+
+TEST(LargestFontSize, AnyBytesHaveOne) {
+  EXPECT_GE(LargestFontSize(""), 1);
+  EXPECT_GE(LargestFontSize("\xff\xfe\x80\x80\x80\x80\x80\xc3"), 1);
+  EXPECT_GE(LargestFontSize(std::string(100000, '\x80')), 1);
+}
+
+TEST(VisiblePart, ATextOfOrdinaryLengthStaysWhole) {
+  const std::string text = "Hello\r\n世界\xff\n" + Repeat("界", 4000);
+  EXPECT_EQ(VisiblePart(text, 100, 1920, 1080), text);
+  EXPECT_EQ(VisiblePart("", 100, 1920, 1080), "");
+}
+
+TEST(VisiblePart, TheEndOfALineFarBeyondTheCanvasGoes) {
+  EXPECT_EQ(VisiblePart(Repeat("界", 100000), 100, 1920, 1080), Repeat("界", 4096));
+}
+
+TEST(VisiblePart, ATextMovedFarToTheLeftKeepsWhatMayShow) {
+  EXPECT_EQ(VisiblePart(std::string(100000, 'i'), 100, 1920 + 500000, 1080).size(), 80307U);
+}
+
+TEST(VisiblePart, EachLineIsCutByItself) {
+  const std::string line(5000, 'a');
+  EXPECT_EQ(VisiblePart(line + "\n" + line, 100, 1920, 1080),
+            line.substr(0, 4096) + "\n" + line.substr(0, 4096));
+}
+
+TEST(VisiblePart, LinesFarBelowTheCanvasGo) {
+  const std::string kept = VisiblePart(Repeat("line\n", 20000), 100, 1920, 1080);
+  EXPECT_LE(kept.size(), 5U * 50);
+  EXPECT_GE(kept.size(), 5U * 11);
+}
+
+TEST(VisiblePart, ATextBesideTheCanvasAndASizeOfZeroDoNoHarm) {
+  EXPECT_EQ(VisiblePart("text", 0, -5000, -5000), "text");
+  EXPECT_EQ(VisiblePart("text", 0, 4000000000L, 4000000000L), "text");
+}

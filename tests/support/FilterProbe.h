@@ -1,0 +1,42 @@
+// Stands between the code under test and the calls of libavfilter that build a graph and move
+// frames: keeps what was asked, and lets a call fail that never fails by itself.
+//
+// A test links orvane_filter_probe. Without a living FilterProbe every call goes through untouched.
+// One thread: the calls under test are made on the test's own.
+#ifndef ORVANE_TESTS_SUPPORT_FILTERPROBE_H
+#define ORVANE_TESTS_SUPPORT_FILTERPROBE_H
+
+#include <string>
+#include <vector>
+
+namespace support {
+
+class FilterProbe {
+ public:
+  enum class Call {
+    kCreate,     // avfilter_graph_create_filter; subject: the name of the instance
+    kSetBinary,  // av_opt_set_bin; subject: the option
+    kParse,      // avfilter_graph_parse_ptr; subject: the description
+    kConfigure,  // avfilter_graph_config
+    kAdd,        // av_buffersrc_add_frame_flags
+    kGet,        // av_buffersink_get_frame_flags and av_buffersink_get_frame
+  };
+  struct Record {
+    Call call;
+    std::string subject;
+    std::string detail;  // kCreate: "FILTER ARGUMENTS"; kSetBinary: "N bytes"
+  };
+
+  FilterProbe();
+  ~FilterProbe();
+  FilterProbe(const FilterProbe&) = delete;
+  FilterProbe& operator=(const FilterProbe&) = delete;
+
+  // From now on this call fails when its subject is the given one, or always with "".
+  void Fail(Call call, const std::string& subject = "");
+  std::vector<Record> Records(Call call) const;
+};
+
+}  // namespace support
+
+#endif

@@ -1,0 +1,64 @@
+#include "support/LogRecord.h"
+
+#include <QLoggingCategory>
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace {
+
+std::mutex g_mutex;  // guards the two lists
+std::vector<std::pair<int, std::string>> g_media;
+std::vector<std::string> g_debug;
+
+void KeepMedia(void* /*object*/, int level, const char* format, va_list arguments) {
+  char text[1024];
+  std::vsnprintf(text, sizeof text, format, arguments);
+  std::lock_guard<std::mutex> lock(g_mutex);
+  g_media.emplace_back(level, text);
+}
+
+void KeepDebug(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& text) {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  g_debug.push_back(text.toStdString());
+}
+
+}  // namespace
+
+namespace support {
+
+LogRecord::LogRecord() {
+  g_media.clear();
+  g_debug.clear();
+  QLoggingCategory::defaultCategory()->setEnabled(QtDebugMsg, true);
+  qInstallMessageHandler(KeepDebug);
+  av_log_set_callback(KeepMedia);
+}
+
+LogRecord::~LogRecord() {
+  av_log_set_callback(av_log_default_callback);
+  qInstallMessageHandler(nullptr);
+}
+
+std::vector<std::string> LogRecord::Media(int level) const {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  std::vector<std::string> texts;
+  for (const auto& [textLevel, text] : g_media) {
+    if (textLevel == level) {
+      texts.push_back(text);
+    }
+  }
+  return texts;
+}
+
+std::vector<std::string> LogRecord::Debug() const {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  return g_debug;
+}
+
+}  // namespace support

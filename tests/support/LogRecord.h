@@ -1,0 +1,26 @@
+// What the code under test writes to the two logs: FFmpeg's av_log and Qt's qDebug. While one lives
+// both are kept instead of shown. One at a time; the code may log from any thread.
+#ifndef ORVANE_TESTS_SUPPORT_LOGRECORD_H
+#define ORVANE_TESTS_SUPPORT_LOGRECORD_H
+
+#include <string>
+#include <vector>
+
+namespace support {
+
+class LogRecord {
+ public:
+  LogRecord();
+  ~LogRecord();
+  LogRecord(const LogRecord&) = delete;
+  LogRecord& operator=(const LogRecord&) = delete;
+
+  // The texts of av_log at exactly that level, each as it was formatted, without a prefix.
+  std::vector<std::string> Media(int level) const;
+  // The texts of qDebug.
+  std::vector<std::string> Debug() const;
+};
+
+}  // namespace support
+
+#endif
