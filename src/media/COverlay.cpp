@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <utility>
 
 extern "C" {
@@ -284,6 +285,10 @@ const char* COverlay::BuildGraph(const AVFrame* canvas, const Text& text, int fo
 // The text is set by name and not inside the description, where a colon or a bracket would end it
 // and 512 bytes would bound it.
 int COverlay::CreateTextFilter(const Text& text, int fontSize, AVFilterContext** filter) {
+  // drawtext would take any font of the system instead, which the text was not measured with.
+  if (!std::ifstream(kFontFile)) {
+    return AVERROR(ENOENT);
+  }
   *filter = avfilter_graph_alloc_filter(m_graph, avfilter_get_by_name("drawtext"), "drawtext");
   if (*filter == nullptr) {
     return AVERROR(ENOMEM);
