@@ -10,6 +10,7 @@ endfunction()
 orvane_pkg(FFMPEG libavformat libavdevice libavcodec libavfilter libavutil libswscale libswresample)
 orvane_pkg(SDL2 sdl2)
 orvane_pkg(SDL2_TTF SDL2_ttf)
+orvane_pkg(X11 x11)
 orvane_pkg(XCB xcb xcb-composite xcb-shm xcb-icccm xcb-ewmh)
 orvane_pkg(PULSE libpulse)
 

@@ -1,0 +1,389 @@
+#include "output/CRender.h"
+
+#include <SDL.h>
+
+#include <QMutexLocker>
+#include <algorithm>
+#include <utility>
+
+#include "media/Worker.h"
+#include "output/ComposeState.h"
+#include "output/PresentState.h"
+
+extern "C" {
+#include <libswresample/swresample.h>
+}
+
+namespace {
+
+constexpr char kFontFile[] = "wryh.ttf";
+constexpr int kMeasureFontSize = 100;
+// Where a new text stands.
+constexpr int kTextX = 5;
+constexpr int kTextY = 5;
+
+}  // namespace
+
+struct CRender::Retired {
+  CMyQueue* frames;
+  COverlay* overlay;
+  std::uint64_t passes[kWorkers];  // finished by each worker at that moment
+};
+
+CRender::CRender(int layerCapacity)
+    : CSrcInterface(0, layerCapacity),
+      selectedLayer(-1),
+      windowHandle(0),
+      m_firstCallback(true),
+      m_layerCapacity(layerCapacity),
+      m_composeThread(),
+      m_scaleThread(),
+      m_presentThread(),
+      m_audioOpened(false),
+      m_catalogue(DeviceCatalogue::Instance()),
+      m_composed(0),
+      m_orderLock(QMutex::NonRecursive),
+      m_displayedPts(0),
+      m_spareLock(QMutex::NonRecursive),
+      m_resampler(nullptr),
+      m_stopped(true),
+      m_passes{},
+      m_retiredLock(QMutex::NonRecursive),
+      m_anyRetired(false),
+      m_deviceOpen(false),
+      m_audioFailed(false),
+      m_counters(static_cast<std::size_t>(layerCapacity)) {}
+
+CRender::~CRender() {
+  if (m_deviceOpen) {
+    SDL_CloseAudio();
+  }
+  DropSlots();
+  for (LayerSlot* slot : m_formerLayers) {
+    delete slot;
+  }
+  swr_free(&m_resampler);
+}
+
+void CRender::MakeSlots() {
+  m_layers.resize(static_cast<std::size_t>(m_layerCapacity));
+  for (int id = 0; id < m_layerCapacity; ++id) {
+    m_layers[static_cast<std::size_t>(id)] = new LayerSlot(id);
+  }
+}
+
+void CRender::DropSlots() {
+  FreeRetired(true);
+  for (LayerSlot* slot : m_layers) {
+    delete slot->frames.exchange(nullptr);
+    delete slot->overlay.exchange(nullptr);
+    slot->scaling.source.Reset();
+    slot->scaling.scaled.Reset();
+    m_formerLayers.push_back(slot);
+  }
+  m_layers.clear();
+}
+
+int CRender::Start() {
+  if (!m_stopped.exchange(false)) {
+    return -1;
+  }
+  MakeSlots();
+  if (!media::StartWorker(&m_composeThread, "compose", RunCompose, this)) {
+    m_stopped = true;
+  } else if (!media::StartWorker(&m_scaleThread, "scale", RunScale, this)) {
+    m_stopped = true;
+    pthread_join(m_composeThread, nullptr);
+  } else if (!media::StartWorker(&m_presentThread, "present", RunPresent, this)) {
+    m_stopped = true;
+    pthread_join(m_composeThread, nullptr);
+    pthread_join(m_scaleThread, nullptr);
+  }
+  if (m_stopped) {
+    DropSlots();
+    return -1;
+  }
+  return 0;
+}
+
+int CRender::Stop() {
+  if (m_stopped.exchange(true)) {
+    return -1;
+  }
+  pthread_join(m_composeThread, nullptr);
+  pthread_join(m_scaleThread, nullptr);
+  pthread_join(m_presentThread, nullptr);
+  DropSlots();
+  // A callback that had begun has seen the stop and ends; the next ones give silence.
+  SDL_LockAudio();
+  swr_free(&m_resampler);
+  SDL_UnlockAudio();
+  return 0;
+}
+
+LayerSlot* CRender::SlotOf(int id) const {
+  const bool known = id >= 0 && static_cast<std::size_t>(id) < m_layers.size();
+  return known ? m_layers[static_cast<std::size_t>(id)] : nullptr;
+}
+
+output::Extent CRender::CanvasSize() const {
+  return {m_catalogue->renderWidth, m_catalogue->renderHeight};
+}
+
+int CRender::FirstFreeSlot() {
+  QMutexLocker lock(&m_orderLock);
+  const auto slot =
+      std::find_if(m_layers.begin(), m_layers.end(), [](const LayerSlot* s) { return !s->inUse; });
+  return slot == m_layers.end() ? -1 : (*slot)->index;
+}
+
+int CRender::AddVideoInput() {
+  const int id = FirstFreeSlot();
+  if (id >= 0) {
+    ResetSlot(SlotOf(id));
+  }
+  return id;
+}
+
+// The locks are taken one after the other. Nobody else hands out slots meanwhile: this is the user
+// interface thread.
+void CRender::ResetSlot(LayerSlot* slot) {
+  // The former source's last picture must not give the new layer its size.
+  m_videoQueues[static_cast<std::size_t>(slot->index)]->Clear();
+  Retire(slot->frames.exchange(new CMyQueue(0)), slot->overlay.exchange(new COverlay));
+  slot->hidden = false;
+  {
+    QMutexLocker lock(&slot->positionLock);
+    slot->x = 0;
+    slot->y = 0;
+  }
+  {
+    QMutexLocker lock(&slot->sizeLock);
+    slot->width = 0;
+    slot->height = 0;
+    slot->naturalWidth = 0;
+    slot->naturalHeight = 0;
+  }
+  slot->inUse = false;
+  slot->autoFit = 0;
+}
+
+// The pointers in the slot are new already, so a pass that begins from now on can't meet the old
+// ones: those that are counted as finished here are the last that may.
+void CRender::Retire(CMyQueue* frames, COverlay* overlay) {
+  Retired retired{frames, overlay, {}};
+  for (int worker = 0; worker < kWorkers; ++worker) {
+    retired.passes[worker] = m_passes[worker];
+  }
+  {
+    QMutexLocker lock(&m_retiredLock);
+    m_retired.push_back(retired);
+  }
+  m_anyRetired = true;
+}
+
+void CRender::FreeRetired(bool all) {
+  std::vector<Retired> free;
+  {
+    QMutexLocker lock(&m_retiredLock);
+    const auto kept = std::partition(m_retired.begin(), m_retired.end(), [&](const Retired& r) {
+      for (int worker = 0; worker < kWorkers && !all; ++worker) {
+        if (m_passes[worker] == r.passes[worker]) {
+          return true;
+        }
+      }
+      return false;
+    });
+    free.assign(kept, m_retired.end());
+    m_retired.erase(kept, m_retired.end());
+    m_anyRetired = !m_retired.empty();
+  }
+  for (const Retired& retired : free) {
+    delete retired.frames;
+    delete retired.overlay;
+  }
+}
+
+void CRender::FinishPass(int worker) {
+  ++m_passes[worker];
+  if (m_anyRetired) {
+    FreeRetired(false);
+  }
+}
+
+int CRender::InsertLayer(int id, int position) {
+  QMutexLocker lock(&m_orderLock);
+  const auto length = static_cast<int>(m_order.size());
+  LayerSlot* marked = nullptr;
+  if (position == -1 || position == length) {
+    m_order.push_back(id);
+    marked = SlotOf(length);
+  } else if (position < -1 || position > length) {
+    return -1;
+  } else {
+    m_order[static_cast<std::size_t>(position)] = id;
+    marked = SlotOf(id);
+  }
+  if (marked != nullptr) {
+    marked->inUse = true;
+  }
+  return 0;
+}
+
+int CRender::RemoveLayer(int position) {
+  QMutexLocker lock(&m_orderLock);
+  if (position < 0 || static_cast<std::size_t>(position) >= m_order.size()) {
+    return -1;
+  }
+  LayerSlot* slot = SlotOf(m_order[static_cast<std::size_t>(position)]);
+  if (slot == nullptr) {
+    return -1;
+  }
+  slot->inUse = false;
+  m_order.erase(m_order.begin() + position);
+  return 0;
+}
+
+int CRender::LayerAt(int position) {
+  QMutexLocker lock(&m_orderLock);
+  const bool known = position >= 0 && static_cast<std::size_t>(position) < m_order.size();
+  return known ? m_order[static_cast<std::size_t>(position)] : -1;
+}
+
+void CRender::CopyLayerOrder(std::vector<int>* order) {
+  QMutexLocker lock(&m_orderLock);
+  *order = m_order;
+}
+
+int CRender::LayerCount() {
+  QMutexLocker lock(&m_orderLock);
+  return static_cast<int>(m_order.size());
+}
+
+int CRender::SwapLayers(int first, int second) {
+  QMutexLocker lock(&m_orderLock);
+  const auto length = static_cast<int>(m_order.size());
+  if (first < 0 || second < 0 || first >= length || second >= length) {
+    return -1;
+  }
+  std::swap(m_order[static_cast<std::size_t>(first)], m_order[static_cast<std::size_t>(second)]);
+  return 0;
+}
+
+output::Extent CRender::SizeOf(LayerSlot* slot) {
+  COverlay* overlay = slot->overlay;
+  output::Extent measured;
+  const bool isText = overlay->IsEnabled();
+  if (isText) {
+    overlay->GetMeasuredSize(&measured.width, &measured.height);
+  }
+  QMutexLocker lock(&slot->sizeLock);
+  return {slot->width, isText ? output::TextHeight(slot->width, measured) : slot->height};
+}
+
+output::Rect CRender::RectOf(LayerSlot* slot) {
+  output::Rect rect;
+  {
+    QMutexLocker lock(&slot->positionLock);
+    rect.x = slot->x;
+    rect.y = slot->y;
+  }
+  const output::Extent size = SizeOf(slot);
+  rect.width = size.width;
+  rect.height = size.height;
+  return rect;
+}
+
+int CRender::GetVisibleLayerRect(int id, int* x, int* y, int* width, int* height) {
+  const LayerSlot* slot = SlotOf(id);
+  if (slot == nullptr || slot->hidden) {
+    return -1;
+  }
+  return GetLayerRect(id, x, y, width, height);
+}
+
+int CRender::GetLayerRect(int id, int* x, int* y, int* width, int* height) {
+  LayerSlot* slot = SlotOf(id);
+  if (slot == nullptr || !slot->inUse) {
+    return -1;
+  }
+  const output::Rect rect = RectOf(slot);
+  *x = rect.x;
+  *y = rect.y;
+  *width = rect.width;
+  *height = rect.height;
+  return 0;
+}
+
+void CRender::GetLayerNaturalSize(int id, int* width, int* height) {
+  *width = 0;
+  *height = 0;
+  if (LayerSlot* slot = SlotOf(id)) {
+    QMutexLocker lock(&slot->sizeLock);
+    *width = slot->naturalWidth;
+    *height = slot->naturalHeight;
+  }
+}
+
+void CRender::SetLayerHidden(int id, bool hidden) {
+  if (LayerSlot* slot = SlotOf(id)) {
+    slot->hidden = hidden;
+  }
+}
+
+void CRender::SetLayerAutoFit(int id, int autoFit) {
+  if (LayerSlot* slot = SlotOf(id)) {
+    slot->autoFit = autoFit;
+  }
+}
+
+void CRender::SetLayerRect(int id, int x, int y, int width, int height) {
+  if (LayerSlot* slot = SlotOf(id)) {
+    SetLayerPosition(slot, x, y);
+    SetLayerSize(slot, width, height);
+  }
+}
+
+void CRender::SetLayerPosition(LayerSlot* slot, int x, int y) {
+  QMutexLocker lock(&slot->positionLock);
+  slot->x = x;
+  slot->y = y;
+  COverlay* overlay = slot->overlay;
+  if (overlay->IsEnabled()) {
+    overlay->SetTextPosition(x, y);
+  }
+}
+
+void CRender::SetLayerSize(LayerSlot* slot, int width, int height) {
+  QMutexLocker lock(&slot->sizeLock);
+  slot->width = width;
+  slot->height = height;
+  COverlay* overlay = slot->overlay;
+  if (overlay->IsEnabled()) {
+    overlay->SetTextSize(width, 0);
+  }
+}
+
+void CRender::SetLayerText(int id, unsigned color, const std::string& text) {
+  LayerSlot* slot = SlotOf(id);
+  if (slot == nullptr) {
+    return;
+  }
+  if (text.empty()) {
+    slot->inUse = false;
+    return;
+  }
+  COverlay* overlay = slot->overlay;
+  output::Extent size = SizeOf(slot);
+  const bool isNew = size.width == 0 || size.height == 0;
+  if (isNew) {
+    overlay->MeasureText(kFontFile, kMeasureFontSize, text, &size.width, &size.height);
+    // Enabled first, so that the overlay is told the place as well as the layer.
+    overlay->SetEnabled(true);
+    SetLayerPosition(slot, kTextX, kTextY);
+  }
+  overlay->SetEnabled(true);
+  SetLayerSize(slot, size.width, size.height);
+  overlay->SetTextContent(color, text);
+  slot->inUse = true;
+}

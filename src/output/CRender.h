@@ -1,0 +1,205 @@
+// The preview renderer: the node in which the picture is composed, shown and sent on, and which
+// plays the monitor sound.
+//
+// Flow of the picture, in three stages on three threads, joined by queues:
+//   scale    pictures of source i (video input i, which is layer i) become RGB24 at the layer's
+//            size and wait in the layer's queue;
+//   compose  25 times a second, every layer in the order list is copied onto a fresh black canvas
+//            of 1920 x 1080, the first entry at the bottom; the canvas waits in the composed queue;
+//   present  25 times a second, the canvas becomes YUV 4:2:0, goes to all video outputs and,
+//   through
+//            SDL, into the native window, with the outline of the selected layer on top.
+// Nothing blocks a source: what is too much is dropped (see output/RenderRules.h for the numbers).
+// The bottom layer gates the output: until it has a picture nothing is composed. The last picture
+// of a source that sends nothing new stays. A text layer has no source; its text is drawn onto the
+// canvas by its overlay.
+//
+// Flow of the sound: frames at audio input 0 (signed 16-bit stereo, 48000 Hz) are played by SDL's
+// audio callback, from the sound that fits the picture on the screen, and 5% faster while more than
+// 3 frames wait.
+//
+// Ownership: the node owns its layers, from Start to Stop, and what waits in its queues. Pictures
+// that go to the outputs come from a set of 20, so that a slow encoder finishes the one it was
+// given; when all are taken the last one is overwritten.
+//
+// Threads: the user interface thread calls everything here but FillAudio, and writes selectedLayer,
+// windowHandle and previewSize; sources push into the inputs from their own threads. The workers
+// are "compose", "scale" and "present"; FillAudio runs on SDL's audio thread. All of SDL's video is
+// touched by the present thread alone, under platform::SdlVideoMutex, and never after Stop.
+//
+// Locks: the order lock guards the layer order and displayedPts; a layer's position lock x and y;
+// its size lock the four sizes. No two are held at once. selectedLayer, previewSize, hidden,
+// autoFit and inUse are atomics: a stale read costs one pass. A queue and an overlay that a reset
+// takes out of a layer are kept until all three threads have finished a pass.
+//
+// Failure: no path ends a worker but Stop. Where there is no window, no X server or no SDL video,
+// nothing is shown, the log says why once, and the pictures go to the outputs all the same. A
+// source frame whose planes do not hold what its size says is dropped.
+#ifndef ORVANE_OUTPUT_CRENDER_H
+#define ORVANE_OUTPUT_CRENDER_H
+
+#include <pthread.h>
+
+#include <QMutex>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "media/CSrcInterface.h"
+#include "output/AtomicSize.h"
+#include "output/LayerSlot.h"
+#include "output/RenderRules.h"
+#include "output/RenderStatistics.h"
+#include "platform/WindowSystem.h"
+#include "sources/DeviceCatalogue.h"
+
+struct AVFrame;
+struct SwrContext;
+
+namespace output {
+struct ComposeState;
+struct PresentState;
+}  // namespace output
+
+class CRender : public CSrcInterface {
+ public:
+  explicit CRender(int layerCapacity);
+  ~CRender() override;
+
+  // 0; -1 when it runs already or the system gives no thread.
+  int Start() override;
+  // 0; -1 when it does not run.
+  int Stop() override;
+
+  // Resets the first free slot and gives its id; -1 when there is none. The slot stays free until
+  // InsertLayer, a first picture or a text marks it.
+  int AddVideoInput();
+  // position: -1 or the length of the order appends id, and marks the slot whose number is the
+  // length that the order had; a position below overwrites that entry and marks id. 0 or -1.
+  int InsertLayer(int id, int position);
+  int RemoveLayer(int position);
+  // The id at that position of the order, or -1.
+  int LayerAt(int position);
+  void CopyLayerOrder(std::vector<int>* order);
+  int LayerCount();
+  int SwapLayers(int first, int second);
+  // -1 unless the layer is in use, and for the first one not hidden.
+  int GetVisibleLayerRect(int id, int* x, int* y, int* width, int* height);
+  int GetLayerRect(int id, int* x, int* y, int* width, int* height);
+  // 0 x 0 where it is not known.
+  void GetLayerNaturalSize(int id, int* width, int* height);
+  void SetLayerHidden(int id, bool hidden);
+  void SetLayerRect(int id, int x, int y, int width, int height);
+  void SetLayerPosition(LayerSlot* slot, int x, int y);
+  void SetLayerSize(LayerSlot* slot, int width, int height);
+  // color: 0xRRGGBBAA. text: UTF-8; an empty one frees the slot.
+  void SetLayerText(int id, unsigned color, const std::string& text);
+  void SetLayerAutoFit(int id, int autoFit);
+
+  // Opens the default sound device in the format of frame. 0 or -1. Scale thread.
+  int OpenAudioOutput(AVFrame* frame);
+  // Fills stream with length bytes of sound, waiting for sound that is not there yet, or with
+  // silence once the node is stopped. SDL's audio thread.
+  void FillAudio(std::uint8_t* stream, int length);
+
+  // Any thread.
+  RenderStatistics Statistics() const { return m_counters.Copy(); }
+
+  std::atomic<int> selectedLayer;                    // id to outline, -1 for none
+  std::atomic<platform::WindowHandle> windowHandle;  // the preview; set before Start, read once
+
+ private:
+  bool m_firstCallback;  // SDL's audio thread
+
+ public:
+  output::AtomicSize previewSize;  // of the preview in physical pixels
+
+ protected:
+  // One turn of each worker, with what it keeps from turn to turn.
+  void ScaleTurn();
+  void ComposeTurn(output::ComposeState* state);
+  void PresentTurn(output::PresentState* state);
+  void MakeSlots();
+  void DropSlots();
+
+ private:
+  struct Drawn;
+  struct Retired;
+
+  static void* RunCompose(void* node);
+  static void* RunScale(void* node);
+  static void* RunPresent(void* node);
+  static void AudioCallback(void* node, std::uint8_t* stream, int length);
+
+  // CRender.cpp
+  LayerSlot* SlotOf(int id) const;
+  int FirstFreeSlot();
+  void ResetSlot(LayerSlot* slot);
+  void Retire(CMyQueue* frames, COverlay* overlay);
+  void FreeRetired(bool all);
+  void FinishPass(int worker);
+  output::Extent CanvasSize() const;
+  output::Extent SizeOf(LayerSlot* slot);
+  output::Rect RectOf(LayerSlot* slot);
+
+  // CRenderScale.cpp
+  void OpenAudioWhenFed();
+  bool ScaleInput(LayerSlot* slot);
+  AVFrame* PopInput(LayerSlot* slot);
+  output::Extent TakeSize(LayerSlot* slot, const AVFrame* frame);
+  AVFrame* ToLayer(LayerSlot* slot, AVFrame* frame, const output::Extent& size);
+  AVFrame* Rescale(LayerSlot* slot, const AVFrame* frame, const output::Extent& size);
+  void LogFault(LayerSlot* slot, const AVFrame* frame);
+
+  // CRenderCompose.cpp
+  void ComposePass(output::ComposeState* state);
+  bool CollectLayers(const std::vector<int>& order, std::vector<Drawn>* layers);
+  void MarkInUse(LayerSlot* slot);
+  void PlaceInCorner(LayerSlot* slot, const AVFrame* head);
+  AVFrame* DrawCanvas(output::ComposeState* state, const std::vector<Drawn>& layers,
+                      bool withTexts);
+  void ConsumeFrames(LayerSlot* slot);
+  void TrimLayers();
+
+  // CRenderPresent.cpp
+  void PresentPass(output::PresentState* state);
+  void SendHead(output::PresentState* state, AVFrame* head);
+  void Show(output::PresentState* state);
+  std::vector<output::Line> SelectionOutline(const output::Extent& drawn);
+
+  // CRenderAudio.cpp
+  void StartAtPicture();
+  bool EnsureResampler();
+  AVFrame* Shorten(AVFrame* frame);
+  std::int64_t DisplayedPts();
+
+  int m_layerCapacity;
+  pthread_t m_composeThread;
+  pthread_t m_scaleThread;
+  pthread_t m_presentThread;
+  std::atomic<bool> m_audioOpened;   // tried, whatever the outcome
+  std::vector<LayerSlot*> m_layers;  // by id; changed while no worker runs
+  DeviceCatalogue* m_catalogue;
+  CMyQueue m_composed;       // canvases for the present thread
+  std::vector<int> m_order;  // ids, bottom first; guarded by m_orderLock
+  QMutex m_orderLock;
+  std::int64_t m_displayedPts;  // of the canvas last sent out, in ms; guarded by m_orderLock
+  QMutex m_spareLock;
+  SwrContext* m_resampler;      // SDL's audio thread, or under SDL_LockAudio
+  std::atomic<bool> m_stopped;  // the only stop signal of the three threads
+
+  // What a reset took out of a slot, until no worker can still hold it.
+  enum Worker { kScale, kCompose, kPresent, kWorkers };
+  std::atomic<std::uint64_t> m_passes[kWorkers];
+  QMutex m_retiredLock;
+  std::vector<Retired> m_retired;  // guarded by m_retiredLock
+  std::atomic<bool> m_anyRetired;
+  std::vector<LayerSlot*> m_formerLayers;  // of earlier runs, freed with the node
+  std::atomic<bool> m_deviceOpen;          // SDL calls FillAudio
+  std::atomic<bool> m_audioFailed;         // there is no device: nobody reads the sound
+  output::RenderCounters m_counters;
+};
+
+#endif

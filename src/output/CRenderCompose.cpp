@@ -1,0 +1,220 @@
+// The compose thread: 25 times a second, all layers onto one canvas.
+#include <SDL.h>
+
+#include <QMutexLocker>
+#include <algorithm>
+#include <cstring>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+#include "media/ffmpeg/Scoped.h"
+#include "output/CRender.h"
+#include "output/ComposeState.h"
+
+namespace {
+
+constexpr std::uint32_t kWaitMs = 5;
+constexpr std::int64_t kTickMs = 40;
+
+}  // namespace
+
+// One layer of a pass. The head stays in the layer's queue, which only this thread empties.
+struct CRender::Drawn {
+  LayerSlot* slot;
+  COverlay* overlay;
+  AVFrame* head;  // null for a text
+  int x;
+  int y;
+  bool isText;
+  bool hidden;
+  bool onCanvas;  // false for a text below the first picture: there is no canvas yet to draw on
+};
+
+void* CRender::RunCompose(void* node) {
+  auto* self = static_cast<CRender*>(node);
+  output::ComposeState state(SDL_GetTicks());
+  while (!self->m_stopped) {
+    self->ComposeTurn(&state);
+  }
+  return nullptr;
+}
+
+void CRender::ComposeTurn(output::ComposeState* state) {
+  if (!state->ticker.Due(SDL_GetTicks())) {
+    SDL_Delay(kWaitMs);
+    return;
+  }
+  state->ticker.Advance();
+  ++state->passes;
+  ComposePass(state);
+  TrimLayers();
+  FinishPass(kCompose);
+}
+
+void CRender::ComposePass(output::ComposeState* state) {
+  CopyLayerOrder(&state->order);
+  std::vector<Drawn> layers;
+  if (!CollectLayers(state->order, &layers)) {
+    return;
+  }
+  const auto first = std::find_if(layers.begin(), layers.end(),
+                                  [](const Drawn& layer) { return layer.head != nullptr; });
+  if (first == layers.end()) {
+    return;
+  }
+  if (!state->hasBase) {
+    state->hasBase = true;
+    state->basePts = first->head->pts;
+  }
+  AVFrame* canvas = nullptr;
+  if (m_composed.Size() <= output::kComposedLimit) {
+    canvas = DrawCanvas(state, layers, true);
+    if (canvas == nullptr) {
+      // A text that fails takes the canvas with it: once more, without texts.
+      canvas = DrawCanvas(state, layers, false);
+    }
+  } else {
+    ++m_counters.droppedComposed;
+  }
+  for (const Drawn& layer : layers) {
+    if (layer.head != nullptr) {
+      ConsumeFrames(layer.slot);
+    }
+  }
+  if (canvas != nullptr) {
+    canvas->pts = state->passes * kTickMs + state->basePts;
+    ++m_counters.composed;
+    m_composed.PushBack(canvas);
+  }
+}
+
+// The layers that have something to draw, from the bottom up. False: the bottom layer has no
+// picture yet, and holds everything back.
+bool CRender::CollectLayers(const std::vector<int>& order, std::vector<Drawn>* layers) {
+  for (std::size_t position = 0; position < order.size(); ++position) {
+    LayerSlot* slot = SlotOf(order[position]);
+    CMyQueue* frames = slot != nullptr ? slot->frames.load() : nullptr;
+    if (frames == nullptr) {
+      continue;
+    }
+    COverlay* overlay = slot->overlay;
+    const bool isText = overlay->IsEnabled();
+    AVFrame* head = isText ? nullptr : static_cast<AVFrame*>(frames->Peek());
+    if (head == nullptr && !isText) {
+      if (position == 0) {
+        return false;
+      }
+      continue;
+    }
+    if (head != nullptr && !slot->inUse) {
+      MarkInUse(slot);
+    }
+    if (slot->autoFit == 1) {
+      PlaceInCorner(slot, head);
+    }
+    const bool onCanvas =
+        head != nullptr || std::any_of(layers->begin(), layers->end(),
+                                       [](const Drawn& below) { return below.head != nullptr; });
+    QMutexLocker lock(&slot->positionLock);
+    layers->push_back({slot, overlay, head, slot->x, slot->y, isText, slot->hidden, onCanvas});
+  }
+  return true;
+}
+
+// A layer that was removed since the order was copied must not become taken again: nobody would
+// ever free it.
+void CRender::MarkInUse(LayerSlot* slot) {
+  QMutexLocker lock(&m_orderLock);
+  if (std::find(m_order.begin(), m_order.end(), slot->index) != m_order.end()) {
+    slot->inUse = true;
+  }
+}
+
+void CRender::PlaceInCorner(LayerSlot* slot, const AVFrame* head) {
+  output::Extent picture;
+  if (head != nullptr) {
+    picture = {head->width, head->height};
+  }
+  output::Rect rect;
+  {
+    QMutexLocker lock(&slot->sizeLock);
+    rect = output::CornerPlacement(CanvasSize(), picture, slot->width);
+    slot->width = rect.width;
+    slot->height = rect.height;
+  }
+  {
+    QMutexLocker lock(&slot->positionLock);
+    slot->x = rect.x;
+    slot->y = rect.y;
+  }
+  slot->autoFit = 0;
+}
+
+// What a layer that covers the whole canvas hides is not drawn, nor is the canvas cleared under it.
+// Null when the canvas can't be had or a text has spoilt it.
+AVFrame* CRender::DrawCanvas(output::ComposeState* state, const std::vector<Drawn>& layers,
+                             bool withTexts) {
+  const output::Extent size = CanvasSize();
+  ffmpeg::ScopedFrame canvas(state->canvases.Get(size.width, size.height, AV_PIX_FMT_RGB24));
+  if (!canvas) {
+    return nullptr;
+  }
+  std::vector<output::Cover> covers;
+  covers.reserve(layers.size());
+  for (const Drawn& layer : layers) {
+    const bool opaque = layer.head != nullptr && !layer.hidden;
+    covers.push_back({opaque ? output::Rect{layer.x, layer.y, layer.head->width, layer.head->height}
+                             : output::Rect{},
+                      opaque});
+  }
+  const int cover = output::TopmostCover(covers, size);
+  if (cover < 0) {
+    std::memset(
+        canvas->data[0], 0,
+        static_cast<std::size_t>(canvas->linesize[0]) * static_cast<std::size_t>(size.height));
+  }
+  for (std::size_t i = cover < 0 ? 0 : static_cast<std::size_t>(cover); i < layers.size(); ++i) {
+    const Drawn& layer = layers[i];
+    if (layer.hidden || !layer.onCanvas) {
+      continue;
+    }
+    if (!layer.isText) {
+      layer.overlay->Blit(canvas.Get(), layer.head, layer.x, layer.y);
+    } else if (withTexts) {
+      layer.overlay->DrawText(canvas.Get());
+      if (canvas->data[0] == nullptr || canvas->width != size.width ||
+          canvas->linesize[0] != size.width * 3) {
+        return nullptr;
+      }
+    }
+  }
+  return canvas.Release();
+}
+
+void CRender::ConsumeFrames(LayerSlot* slot) {
+  CMyQueue* frames = slot->frames;
+  const int drop = output::FramesToDrop(frames->Size());
+  for (int i = 0; i < drop; ++i) {
+    auto* frame = static_cast<AVFrame*>(frames->Pop());
+    av_frame_free(&frame);
+  }
+  if (drop > 1) {
+    m_counters.droppedAtLayer[static_cast<std::size_t>(slot->index)] +=
+        static_cast<std::uint64_t>(drop - 1);
+  }
+}
+
+// Layers that no pass consumes, being held back by the bottom one or in no order at all, would
+// collect a full-size picture 25 times a second.
+void CRender::TrimLayers() {
+  for (LayerSlot* slot : m_layers) {
+    CMyQueue* frames = slot->frames;
+    while (frames->Size() > output::kLayerBacklog) {
+      auto* frame = static_cast<AVFrame*>(frames->Pop());
+      av_frame_free(&frame);
+      ++m_counters.droppedAtLayer[static_cast<std::size_t>(slot->index)];
+    }
+  }
+}

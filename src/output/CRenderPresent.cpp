@@ -1,0 +1,112 @@
+// The present thread: 25 times a second, the canvas to the outputs and onto the screen.
+#include <SDL.h>
+
+#include <QMutexLocker>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+#include "output/CRender.h"
+#include "output/PresentState.h"
+
+namespace {
+
+constexpr std::uint32_t kWaitMs = 10;
+// Canvases that must have waited at once before the first is shown.
+constexpr int kCanvasesToStart = 2;
+
+}  // namespace
+
+void* CRender::RunPresent(void* node) {
+  auto* self = static_cast<CRender*>(node);
+  output::PresentState state(self->windowHandle, self->CanvasSize());
+  while (!self->m_stopped) {
+    self->PresentTurn(&state);
+  }
+  return nullptr;
+}
+
+void CRender::PresentTurn(output::PresentState* state) {
+  PresentPass(state);
+  FinishPass(kPresent);
+}
+
+void CRender::PresentPass(output::PresentState* state) {
+  if (!state->started && m_composed.Size() < kCanvasesToStart) {
+    SDL_Delay(kWaitMs);
+    return;
+  }
+  state->started = true;
+  auto* head = static_cast<AVFrame*>(m_composed.Peek());
+  if (head == nullptr) {
+    Show(state);
+    SDL_Delay(kWaitMs);
+    return;
+  }
+  const std::uint32_t now = SDL_GetTicks();
+  if (!state->ticker) {
+    state->ticker.emplace(now);
+  }
+  if (!state->ticker->Due(now)) {
+    SDL_Delay(kWaitMs);
+    return;
+  }
+  state->ticker->Advance();
+  SendHead(state, head);
+  Show(state);
+}
+
+void CRender::SendHead(output::PresentState* state, AVFrame* head) {
+  const int queued = m_composed.Size();
+  const auto popHead = [&] {
+    auto* popped = static_cast<AVFrame*>(m_composed.Pop());
+    av_frame_free(&popped);
+    state->headSent = false;
+  };
+  if (queued > output::kComposedBacklog) {
+    popHead();
+    ++m_counters.droppedComposed;
+    head = static_cast<AVFrame*>(m_composed.Peek());
+  }
+  if (state->headSent) {
+    ++m_counters.repeated;
+  } else {
+    AVFrame* picture = state->pictures.Next();
+    if (picture != nullptr && state->convert.Convert(head, picture) == 0) {
+      picture->pts = head->pts;
+      state->picture = picture;
+      state->window.Update(picture);
+    }
+  }
+  if (state->picture != nullptr) {
+    PushVideo(state->picture, 0);
+    ++m_counters.pushed;
+  }
+  {
+    QMutexLocker lock(&m_orderLock);
+    m_displayedPts = head->pts;
+  }
+  state->headSent = true;
+  if (queued > 1) {
+    popHead();
+  }
+}
+
+void CRender::Show(output::PresentState* state) {
+  const QSize preview = previewSize;
+  const output::Extent size{preview.width(), preview.height()};
+  const output::Rect area = output::FitCanvas(CanvasSize(), size);
+  if (state->window.Ready(size) &&
+      state->window.Draw(area, SelectionOutline({area.width, area.height}))) {
+    ++m_counters.shown;
+  }
+}
+
+std::vector<output::Line> CRender::SelectionOutline(const output::Extent& drawn) {
+  LayerSlot* slot = SlotOf(selectedLayer);
+  if (slot == nullptr || !slot->inUse) {
+    return {};
+  }
+  return output::Outline(RectOf(slot), CanvasSize(), drawn);
+}

@@ -1,0 +1,188 @@
+// The scale thread: pictures of the sources become RGB24 at their layer's size.
+#include <SDL.h>
+
+#include <QMutexLocker>
+#include <utility>
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/log.h>
+#include <libavutil/pixdesc.h>
+}
+
+#include "media/ffmpeg/Scoped.h"
+#include "output/CRender.h"
+
+namespace {
+
+constexpr std::uint32_t kIdleMs = 10;
+// Frames of sound that must be exceeded before the device is opened.
+constexpr int kFramesToOpen = 2;
+// Sound kept where no device ever reads it: a minute of it, for nobody.
+constexpr int kUnreadFrames = 3000;
+constexpr int kBytesPerPixel = 3;
+
+bool IsPackedRgb(const AVFrame* frame, const output::Extent& size) {
+  return frame->format == AV_PIX_FMT_RGB24 && frame->width == size.width &&
+         frame->height == size.height && frame->linesize[0] == frame->width * kBytesPerPixel;
+}
+
+// The source says that its size has changed.
+bool IsMarked(const AVFrame* frame) {
+  return frame->opaque == frame->data[0];
+}
+
+// The very same picture: the same part of a buffer that nobody could have written since, because a
+// reference to it was kept.
+bool IsSamePicture(const AVFrame* a, const AVFrame* b) {
+  return a->data[0] == b->data[0] && a->linesize[0] == b->linesize[0] && a->width == b->width &&
+         a->height == b->height && a->format == b->format;
+}
+
+}  // namespace
+
+void* CRender::RunScale(void* node) {
+  auto* self = static_cast<CRender*>(node);
+  while (!self->m_stopped) {
+    self->ScaleTurn();
+  }
+  return nullptr;
+}
+
+void CRender::ScaleTurn() {
+  OpenAudioWhenFed();
+  bool idle = true;
+  for (LayerSlot* slot : m_layers) {
+    if (ScaleInput(slot)) {
+      idle = false;
+    }
+  }
+  FinishPass(kScale);
+  if (idle) {
+    SDL_Delay(kIdleMs);
+  }
+}
+
+void CRender::OpenAudioWhenFed() {
+  if (m_audioOpened) {
+    if (m_audioFailed && m_firstAudioQueue->Size() > kUnreadFrames) {
+      auto* unread = static_cast<AVFrame*>(m_firstAudioQueue->Pop());
+      av_frame_free(&unread);
+    }
+    return;
+  }
+  if (m_firstAudioQueue->Size() > kFramesToOpen) {
+    m_audioFailed = OpenAudioOutput(static_cast<AVFrame*>(m_firstAudioQueue->Peek())) < 0;
+    m_audioOpened = true;
+  }
+}
+
+// True when a picture was dealt with.
+bool CRender::ScaleInput(LayerSlot* slot) {
+  COverlay* overlay = slot->overlay;
+  if (overlay->IsEnabled()) {
+    return false;
+  }
+  ffmpeg::ScopedFrame frame(PopInput(slot));
+  if (!frame) {
+    return false;
+  }
+  if (!ffmpeg::HasSoundGeometry(frame.Get())) {
+    ++m_counters.droppedAtInput[static_cast<std::size_t>(slot->index)];
+    LogFault(slot, frame.Get());
+    return true;
+  }
+  const output::Extent size = TakeSize(slot, frame.Get());
+  CMyQueue* frames = slot->frames;
+  if (AVFrame* ready = ToLayer(slot, frame.Release(), size)) {
+    frames->PushBack(ready);
+  }
+  return true;
+}
+
+AVFrame* CRender::PopInput(LayerSlot* slot) {
+  const auto index = static_cast<std::size_t>(slot->index);
+  CMyQueue* input = m_videoQueues[index];
+  int remaining = 0;
+  auto* frame = static_cast<AVFrame*>(input->Pop(&remaining));
+  if (remaining > output::kInputBacklog) {
+    av_frame_free(&frame);
+    ++m_counters.droppedAtInput[index];
+    frame = static_cast<AVFrame*>(input->Pop());
+  }
+  return frame;
+}
+
+// The layer's size, which the first picture and every marked one set.
+output::Extent CRender::TakeSize(LayerSlot* slot, const AVFrame* frame) {
+  output::Extent size;
+  {
+    QMutexLocker lock(&slot->sizeLock);
+    size = {slot->width, slot->height};
+  }
+  if (size.width != 0 && size.height != 0 && !IsMarked(frame)) {
+    return size;
+  }
+  size = output::ClampToCanvas({frame->width, frame->height}, CanvasSize());
+  {
+    QMutexLocker lock(&slot->sizeLock);
+    slot->width = size.width;
+    slot->height = size.height;
+  }
+  QMutexLocker lock(&slot->sizeLock);
+  slot->naturalWidth = size.width;
+  slot->naturalHeight = size.height;
+  return size;
+}
+
+// The picture as the layer needs it, which may be the very frame. Takes frame over; null when it
+// can't be had.
+AVFrame* CRender::ToLayer(LayerSlot* slot, AVFrame* frame, const output::Extent& size) {
+  if (IsPackedRgb(frame, size)) {
+    return frame;
+  }
+  ffmpeg::ScopedFrame source(frame);
+  LayerScaling& last = slot->scaling;
+  const bool known = last.source && last.scaled && IsSamePicture(last.source.Get(), source.Get()) &&
+                     IsPackedRgb(last.scaled.Get(), size);
+  if (known) {
+    AVFrame* again = av_frame_clone(last.scaled.Get());
+    if (again != nullptr) {
+      again->pts = source->pts;
+      ++m_counters.reused;
+    }
+    return again;
+  }
+  AVFrame* scaled = Rescale(slot, source.Get(), size);
+  last.source.Reset();
+  last.scaled.Reset();
+  // A source that keeps its picture may well send it again. The others would only have one more
+  // buffer taken from them.
+  const bool kept = source->buf[0] != nullptr && av_buffer_get_ref_count(source->buf[0]) > 1;
+  if (scaled != nullptr && kept) {
+    last.source.Reset(source.Release());
+    last.scaled.Reset(av_frame_clone(scaled));
+  }
+  return scaled;
+}
+
+AVFrame* CRender::Rescale(LayerSlot* slot, const AVFrame* frame, const output::Extent& size) {
+  ffmpeg::ScopedFrame scaled(slot->scaling.pool.Get(size.width, size.height, AV_PIX_FMT_RGB24));
+  if (!scaled || slot->scaler.Convert(frame, scaled.Get()) < 0) {
+    LogFault(slot, frame);
+    return nullptr;
+  }
+  scaled->pts = frame->pts;
+  ++m_counters.scaled;
+  return scaled.Release();
+}
+
+// Once for each layer: a source that sends one such picture sends them for hours.
+void CRender::LogFault(LayerSlot* slot, const AVFrame* frame) {
+  if (std::exchange(slot->scaling.faultLogged, true)) {
+    return;
+  }
+  const char* format = av_get_pix_fmt_name(static_cast<AVPixelFormat>(frame->format));
+  av_log(nullptr, AV_LOG_ERROR, "Layer %d: picture of %d x %d %s can't be used\n", slot->index,
+         frame->width, frame->height, format != nullptr ? format : "of no format");
+}

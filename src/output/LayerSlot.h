@@ -1,0 +1,55 @@
+// One layer of the renderer: a plain record, indexed by the layer's id, which is also the number of
+// the video input that feeds it. Made by CRender::Start.
+//
+// The user interface thread places, hides and resets the layer; the scale thread fills frames, the
+// compose thread empties it. Each field says what guards it.
+#ifndef ORVANE_OUTPUT_LAYERSLOT_H
+#define ORVANE_OUTPUT_LAYERSLOT_H
+
+#include <QMutex>
+#include <atomic>
+
+#include "media/CMyQueue.h"
+#include "media/COverlay.h"
+#include "media/ffmpeg/FramePool.h"
+#include "media/ffmpeg/PixelConvert.h"
+#include "media/ffmpeg/Scoped.h"
+
+// Not part of what a layer is: how the scale thread works for it. Scale thread only.
+struct LayerScaling {
+  ffmpeg::FramePool pool;      // pictures at the layer's size
+  ffmpeg::ScopedFrame source;  // a reference to the last shared source picture
+  ffmpeg::ScopedFrame scaled;  // and what became of it
+  bool faultLogged = false;    // a picture with no sound geometry has been reported
+};
+
+struct LayerSlot {
+  explicit LayerSlot(int id) : index(id), frames(new CMyQueue(0)), overlay(new COverlay) {}
+  ~LayerSlot() {
+    delete frames.load();
+    delete overlay.load();
+  }
+
+  LayerSlot(const LayerSlot&) = delete;
+  LayerSlot& operator=(const LayerSlot&) = delete;
+
+  int index;
+  std::atomic<CMyQueue*> frames;    // RGB24 pictures at the layer's size; replaced by a reset
+  std::atomic<bool> hidden{false};  // not drawn, but its pictures are consumed
+  int x = 0;                        // position on the canvas; guarded by positionLock
+  int y = 0;                        // guarded by positionLock
+  int width = 0;                    // 0 x 0: no picture has given a size yet; guarded by sizeLock
+  int height = 0;                   // guarded by sizeLock
+  int naturalWidth = 0;             // of the first picture, cut to the canvas; by sizeLock
+  int naturalHeight = 0;            // guarded by sizeLock
+  ffmpeg::PixelConvert scaler;      // scale thread
+  std::atomic<COverlay*> overlay;   // never null while running; replaced by a reset
+  std::atomic<bool> inUse{false};   // taken
+  std::atomic<int> autoFit{0};      // 1: take the corner placement at the next compose pass
+  QMutex positionLock;
+  QMutex sizeLock;
+
+  LayerScaling scaling;
+};
+
+#endif

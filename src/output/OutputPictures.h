@@ -1,0 +1,42 @@
+// The pictures that the present thread hands out: YUV 4:2:0 of the canvas's size, 20 of them at
+// most, made when they are first needed.
+//
+// A picture is free again when the last consumer has let go of its clone. So a slow encoder
+// finishes the picture it was given; only when all 20 are taken is the last one overwritten under
+// its reader.
+//
+// One thread uses it; clones are freed on any.
+#ifndef ORVANE_OUTPUT_OUTPUTPICTURES_H
+#define ORVANE_OUTPUT_OUTPUTPICTURES_H
+
+#include <cstddef>
+#include <vector>
+
+#include "output/RenderRules.h"
+
+struct AVFrame;
+
+namespace output {
+
+class OutputPictures {
+ public:
+  static constexpr std::size_t kPictures = 20;
+
+  explicit OutputPictures(const Extent& size) : m_size(size) {}
+  ~OutputPictures();
+
+  OutputPictures(const OutputPictures&) = delete;
+  OutputPictures& operator=(const OutputPictures&) = delete;
+
+  // A picture to write into, which stays owned here; null when none can be had.
+  AVFrame* Next();
+
+ private:
+  Extent m_size;
+  std::vector<AVFrame*> m_pictures;
+  AVFrame* m_last = nullptr;
+};
+
+}  // namespace output
+
+#endif

@@ -1,0 +1,114 @@
+#include <SDL.h>
+#include <SDL_syswm.h>
+#include <dirent.h>
+
+#include <cstring>
+#include <utility>
+
+#include "platform/PreviewTarget.h"
+#include "platform/linux/XcbLink.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace platform {
+
+namespace {
+
+constexpr int kConnectMs = 1000;
+constexpr int kAnswerMs = 100;
+
+class X11PreviewTarget : public PreviewTarget {
+ public:
+  X11PreviewTarget(std::unique_ptr<XcbLink> link, WindowHandle window)
+      : m_link(std::move(link)), m_window(static_cast<xcb_window_t>(window)) {}
+
+  Answer Look(PreviewPlace* place) override {
+    while (m_link->NextEvent()) {
+    }
+    if (m_link->Broken()) {
+      return Answer::kGone;
+    }
+    if (!m_link->Answering()) {
+      return Answer::kSilent;
+    }
+    const auto request = xcb_get_geometry(m_link->Get(), m_window);
+    const auto geometry = m_link->Take<xcb_get_geometry_reply_t>(request.sequence);
+    if (!geometry) {
+      if (m_link->Broken()) {
+        return Answer::kGone;
+      }
+      // No answer although the server answers: there is no such window.
+      return m_link->Answering() ? Answer::kGone : Answer::kSilent;
+    }
+    place->x = geometry->x;
+    place->y = geometry->y;
+    place->size = {geometry->width, geometry->height};
+    return Answer::kThere;
+  }
+
+  void MoveTo(int x, int y) override {
+    const std::uint32_t values[] = {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
+    xcb_configure_window(m_link->Get(), m_window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y,
+                         values);
+    xcb_flush(m_link->Get());
+  }
+
+ private:
+  std::unique_ptr<XcbLink> m_link;
+  xcb_window_t m_window;
+};
+
+bool HasEntry(const char* directory, const char* prefix) {
+  DIR* stream = opendir(directory);
+  if (stream == nullptr) {
+    return false;
+  }
+  bool found = false;
+  while (const dirent* entry = readdir(stream)) {
+    found = found || std::strncmp(entry->d_name, prefix, std::strlen(prefix)) == 0;
+  }
+  closedir(stream);
+  return found;
+}
+
+int LogXError(Display*, XErrorEvent* error) {
+  av_log(nullptr, AV_LOG_ERROR, "X11: error %d on request %d of the preview\n", error->error_code,
+         error->request_code);
+  return 0;
+}
+
+void StayAlive(Display*, void*) {
+  av_log(nullptr, AV_LOG_ERROR, "X11: the display of the preview is gone\n");
+}
+
+}  // namespace
+
+std::unique_ptr<PreviewTarget> OpenPreviewTarget(WindowHandle window) {
+  std::unique_ptr<XcbLink> link = XcbLink::Connect(kConnectMs, kAnswerMs);
+  if (!link) {
+    return nullptr;
+  }
+  return std::make_unique<X11PreviewTarget>(std::move(link), window);
+}
+
+bool HasGraphicsHardware() {
+  return HasEntry("/dev/dri", "renderD") || HasEntry("/dev", "nvidiactl");
+}
+
+bool IsNativeVideo(const char* driver) {
+  return driver != nullptr && std::strcmp(driver, "x11") == 0;
+}
+
+void OutliveWindowSystem(SDL_Window* window) {
+  SDL_SysWMinfo info;
+  SDL_VERSION(&info.version);
+  if (SDL_GetWindowWMInfo(window, &info) == SDL_TRUE && info.subsystem == SDL_SYSWM_X11) {
+    // By default Xlib ends the process on either.
+    XSetErrorHandler(LogXError);
+    XSetIOErrorExitHandler(info.info.x11.display, StayAlive, nullptr);
+  }
+}
+
+}  // namespace platform
