@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
+#include "media/PacedTicker.h"
+
 namespace sources {
 
 namespace {
 
 constexpr std::int64_t kMsPerSecond = 1000;
-constexpr std::int64_t kSuspendedMs = 3000;
 
 }  // namespace
 
@@ -18,7 +19,7 @@ SilencePace::Step SilencePace::Next(std::uint32_t nowMs) {
   const std::uint32_t passed = nowMs - m_lastTicks;
   m_now += passed;
   m_lastTicks = nowMs;
-  if (passed > kSuspendedMs) {
+  if (passed > media::kSuspendedMs) {
     m_start = m_now;
     m_sampleMs = 0;
   }
