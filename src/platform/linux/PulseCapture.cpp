@@ -1,15 +1,72 @@
 #include "platform/linux/PulseCapture.h"
 
+#include <memory>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include "platform/linux/MicrophoneNames.h"
+#include "platform/linux/PulseSources.h"
+#include "platform/linux/PulseStream.h"
+
 namespace platform {
 
+namespace {
+
+constexpr int kTimeoutMs = 1000;
+
+MicrophoneNames& Names() {
+  static MicrophoneNames names(kSystemSoundName);
+  return names;
+}
+
+OpenResult Failed(const std::string& name, const std::string& cause) {
+  OpenResult result;
+  result.failure = OpenFailure::CannotOpen;
+  result.cause = name + ": " + cause;
+  return result;
+}
+
+// The source of a name, which may come from an earlier run of the program and not yet be known.
+bool FindSource(const std::string& name, std::string* source, std::string* cause) {
+  *source = Names().Source(name);
+  if (source->empty()) {
+    std::vector<SoundSource> sources;
+    if (!QueryPulseSources(kTimeoutMs, &sources, cause)) {
+      return false;
+    }
+    Names().Names(sources);
+    *source = Names().Source(name);
+    *cause = "no such microphone";
+  }
+  return !source->empty();
+}
+
+}  // namespace
+
 std::vector<std::string> ListPulseMicrophones() {
-  return {};
+  std::vector<SoundSource> sources;
+  std::string cause;
+  if (!QueryPulseSources(kTimeoutMs, &sources, &cause)) {
+    av_log(nullptr, AV_LOG_ERROR, "The microphones can't be listed: %s\n", cause.c_str());
+    return {};
+  }
+  return Names().Names(sources);
 }
 
 OpenResult OpenPulseStream(const std::string& name) {
+  std::string source;
+  std::string cause;
+  if (name != kSystemSoundName && !FindSource(name, &source, &cause)) {
+    return Failed(name, cause);
+  }
+  auto stream = std::make_unique<PulseStream>(name, source);
+  if (!stream->Open(kTimeoutMs, &cause)) {
+    return Failed(name, cause);
+  }
   OpenResult result;
-  result.failure = OpenFailure::CannotOpen;
-  result.cause = name + ": no sound server";
+  result.stream = std::move(stream);
   return result;
 }
 

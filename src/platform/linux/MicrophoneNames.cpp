@@ -1,0 +1,32 @@
+#include "platform/linux/MicrophoneNames.h"
+
+namespace platform {
+
+std::vector<std::string> MicrophoneNames::Names(const std::vector<SoundSource>& sources) {
+  const std::lock_guard<std::mutex> locked(m_lock);
+  std::vector<std::string> names;
+  for (const SoundSource& source : sources) {
+    names.push_back(NameOf(source));
+  }
+  return names;
+}
+
+std::string MicrophoneNames::Source(const std::string& name) const {
+  const std::lock_guard<std::mutex> locked(m_lock);
+  const auto found = m_idByName.find(name);
+  return found != m_idByName.end() ? found->second : "";
+}
+
+std::string MicrophoneNames::NameOf(const SoundSource& source) {
+  const std::string& plain = source.description.empty() ? source.id : source.description;
+  std::string name = plain;
+  for (int number = 2;; ++number) {
+    const auto [entry, isNew] = m_idByName.emplace(name, source.id);
+    if (isNew || entry->second == source.id) {
+      return name;
+    }
+    name = plain + " (" + std::to_string(number) + ")";
+  }
+}
+
+}  // namespace platform

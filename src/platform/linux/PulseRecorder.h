@@ -1,0 +1,113 @@
+// Records from the sound server for as long as it lives, whatever becomes of server and device.
+//
+// Flow: a thread of its own ("pulse") connects, finds the source, and puts what it hears into an
+// inbox, each block with the time of its arrival. When the server ends or the source goes, it tries
+// twice a second, and at once when the server tells of a new source. The system's sound is the
+// monitor of the default output; it moves over when another one becomes the default.
+//
+// A frozen server keeps the thread waiting for it in a poll that the destructor ends; nothing here
+// blocks otherwise. Losses are logged once each.
+//
+// Threads: the owner makes it, waits for the opening and destroys it; the inbox is the owner's and
+// outlives it. All else belongs to the thread.
+#ifndef ORVANE_PLATFORM_LINUX_PULSERECORDER_H
+#define ORVANE_PLATFORM_LINUX_PULSERECORDER_H
+
+#include <pthread.h>
+#include <pulse/introspect.h>
+#include <pulse/stream.h>
+#include <pulse/subscribe.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/linux/LeadEstimate.h"
+#include "platform/linux/PulseConnection.h"
+#include "platform/linux/SoundInbox.h"
+
+namespace platform {
+
+class PulseRecorder {
+ public:
+  // label: what the log calls it. source: the server's name of a source, or "" for the system's
+  // sound.
+  PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox);
+  ~PulseRecorder();
+  PulseRecorder(const PulseRecorder&) = delete;
+  PulseRecorder& operator=(const PulseRecorder&) = delete;
+
+  // Starts the thread and waits until it records. False with the cause when the first attempt fails
+  // or takes longer than that; the recorder is then of no further use.
+  bool Open(int timeoutMs, std::string* cause);
+
+ private:
+  enum class Opening { UnderWay, Done, Failed };
+
+  static void* ThreadEntry(void* self);
+  void Turn();
+
+  // The connection.
+  void KeepConnected(std::int64_t nowUs);
+  void OnConnected();
+  static void OnEvent(pa_context* context, pa_subscription_event_type_t event, std::uint32_t id,
+                      void* self);
+
+  // The source.
+  void KeepAttached(std::int64_t nowUs);
+  void LookForSource();
+  static void OnServer(pa_context* context, const pa_server_info* info, void* self);
+  static void OnOutput(pa_context* context, const pa_sink_info* info, int end, void* self);
+  void Attach(const std::string& source);
+  void Detach();
+
+  // Its sound.
+  static void OnReadable(pa_stream* stream, std::size_t bytes, void* self);
+  void ReadAll();
+  void FlushHeld();
+  void AskTiming(std::int64_t nowUs);
+  static void OnTiming(pa_stream* stream, int success, void* self);
+  void TakeTiming(const pa_timing_info& timing);
+
+  // What the opener and the log are told. ReportOpening: false when the opening is over.
+  bool ReportOpening(Opening result, const std::string& cause);
+  void ReportLoss(const std::string& cause);
+  void ReportSound();
+
+  const std::string m_label;
+  const std::string m_fixedSource;
+  SoundInbox* const m_inbox;
+  pthread_t m_thread{};
+  bool m_threadRuns = false;
+  std::atomic<bool> m_stop{false};
+
+  // Guarded by the lock.
+  std::mutex m_openingLock;
+  std::condition_variable m_openingChanged;
+  Opening m_opening = Opening::UnderWay;
+  std::string m_openingCause;
+
+  // The thread's own; m_connection's Wake is called by the destructor too.
+  PulseConnection m_connection;
+  bool m_connected = false;    // and asked for events
+  bool m_lookAgain = false;    // the default output or the set of sources may have changed
+  std::int64_t m_retryUs = 0;  // no attempt before
+  bool m_lost = false;         // and the log told
+
+  std::string m_source;  // the source attached to
+  pa_stream* m_stream = nullptr;
+  bool m_isNewDevice = true;
+  std::int64_t m_framesHeard = 0;
+  std::int64_t m_lastArrivalUs = 0;
+  std::vector<SoundBlock> m_held;  // until the lead is known
+  LeadEstimate m_lead;
+  bool m_timingAsked = false;
+  std::int64_t m_timingDueUs = 0;
+};
+
+}  // namespace platform
+
+#endif

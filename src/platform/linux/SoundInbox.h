@@ -1,0 +1,54 @@
+// Blocks of sound on their way from the thread that hears from the server to the one that reads the
+// stream. Bounded: when nobody reads for long, all is thrown away, and the next block begins anew.
+//
+// Two threads: one puts, one takes.
+#ifndef ORVANE_PLATFORM_LINUX_SOUNDINBOX_H
+#define ORVANE_PLATFORM_LINUX_SOUNDINBOX_H
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace platform {
+
+struct SoundBlock {
+  std::vector<std::int16_t> samples;  // stereo
+  std::int64_t arrivalUs = 0;
+  std::int64_t leadUs = 0;  // as in DeviceClock
+  bool newDevice = false;   // it does not continue the block before
+};
+
+class SoundInbox {
+ public:
+  // Four seconds of stereo: more than a reader may pause without being taken for a suspended one.
+  static constexpr std::size_t kMaxSamples = 4 * 48000 * 2;
+
+  void Put(SoundBlock block) {
+    const std::lock_guard<std::mutex> locked(m_lock);
+    if (m_samples + block.samples.size() > kMaxSamples) {
+      m_blocks.clear();
+      m_samples = 0;
+      block.newDevice = true;
+    }
+    m_samples += block.samples.size();
+    m_blocks.push_back(std::move(block));
+  }
+
+  // All that has come, in order.
+  std::vector<SoundBlock> TakeAll() {
+    const std::lock_guard<std::mutex> locked(m_lock);
+    m_samples = 0;
+    return std::exchange(m_blocks, {});
+  }
+
+ private:
+  std::mutex m_lock;
+  std::vector<SoundBlock> m_blocks;
+  std::size_t m_samples = 0;
+};
+
+}  // namespace platform
+
+#endif

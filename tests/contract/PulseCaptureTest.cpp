@@ -1,0 +1,422 @@
+// Sound capture on a real sound server, which is suspended, unplugged, frozen and killed under it.
+#include "platform/linux/PulseCapture.h"
+
+#include <gtest/gtest.h>
+#include <pulse/simple.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "contract/SoundReader.h"
+#include "platform/linux/ContinuousSound.h"
+#include "platform/linux/MonotonicClock.h"
+#include "support/SoundServer.h"
+
+namespace platform {
+namespace {
+
+using support::SoundServer;
+using support::SoundServerEnvironment;
+using support::WaitFor;
+
+// Waiting for the server and what it does; an idle null sink alone takes 2 s.
+constexpr int kPatienceMs = 15000;
+// Closing takes milliseconds. Not a measure but a sign of a thread that hangs.
+constexpr int kHangsMs = 2000;
+
+class PulseCapture : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(m_server.Start()) << m_server.Output(); }
+
+  // Opens and begins to read.
+  std::unique_ptr<SoundReader> Open(const std::string& name) {
+    const std::int64_t before = MonotonicUs();
+    OpenResult result = OpenPulseStream(name);
+    EXPECT_NE(result.stream, nullptr) << result.cause << m_server.Output();
+    if (result.stream == nullptr) {
+      return nullptr;
+    }
+    return std::make_unique<SoundReader>(std::move(result.stream), before, MonotonicUs());
+  }
+  std::unique_ptr<SoundReader> OpenMicrophone() {
+    return Open(SoundServer::kMicrophoneDescription);
+  }
+
+  static bool BeginsToHear(const SoundReader& reader, int hertz) {
+    return WaitFor([&] { return reader.Hears(hertz); }, kPatienceMs);
+  }
+  static bool FallsSilent(const SoundReader& reader) {
+    return WaitFor([&] { return reader.IsSilent(300); }, kPatienceMs);
+  }
+  static void ExpectWhole(SoundReader* reader) {
+    EXPECT_LT(reader->Close(), kHangsMs);
+    EXPECT_EQ(reader->Error(), 0);
+    EXPECT_TRUE(reader->IsComplete());
+  }
+
+  SoundServer m_server;
+  SoundServerEnvironment m_environment{m_server};
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(PulseCapture, ListsMicrophonesByTheirDescriptionAndNoMonitor) {
+  EXPECT_EQ(ListPulseMicrophones(), Names{SoundServer::kMicrophoneDescription});
+}
+
+TEST_F(PulseCapture, ListsTheDefaultSourceFirst) {
+  ASSERT_GE(m_server.LoadMicrophone("second", "Tisch"), 0) << m_server.Output();
+  ASSERT_GE(m_server.LoadMicrophone("third", "Bühne"), 0) << m_server.Output();
+  ASSERT_TRUE(m_server.SetDefaultSource("third"));
+  EXPECT_EQ(ListPulseMicrophones(), (Names{"Bühne", SoundServer::kMicrophoneDescription, "Tisch"}));
+  ASSERT_TRUE(m_server.SetDefaultSource("second"));
+  EXPECT_EQ(ListPulseMicrophones(), (Names{"Tisch", SoundServer::kMicrophoneDescription, "Bühne"}));
+}
+
+TEST_F(PulseCapture, ListsNoMicrophoneWhereTheDefaultSourceIsAMonitor) {
+  ASSERT_TRUE(m_server.SetDefaultSource(std::string(SoundServer::kSpeakers) + ".monitor"));
+  ASSERT_TRUE(m_server.UnplugMicrophone());
+  EXPECT_EQ(ListPulseMicrophones(), Names{});
+}
+
+TEST_F(PulseCapture, TellsTwoMicrophonesOfOneDescriptionApart) {
+  const std::string description = SoundServer::kMicrophoneDescription;
+  ASSERT_GE(m_server.LoadModule(
+                "module-remap-source",
+                {"source_name=twin", std::string("master=") + SoundServer::kHeadphones + ".monitor",
+                 "source_properties=\"device.description='" + description + "'\""}),
+            0)
+      << m_server.Output();
+  const Names names = ListPulseMicrophones();
+  ASSERT_EQ(names.size(), 2u);
+  EXPECT_NE(names[0], names[1]);
+  EXPECT_EQ(names[0], description);
+
+  const auto first = Open(names[0]);
+  const auto second = Open(names[1]);
+  ASSERT_TRUE(first && second);
+  ASSERT_GE(m_server.StartTone(SoundServer::kMicrophoneFeed, 500), 0);
+  ASSERT_GE(m_server.StartTone(SoundServer::kHeadphones, 2000), 0);
+  EXPECT_TRUE(BeginsToHear(*first, 500));
+  EXPECT_TRUE(BeginsToHear(*second, 2000));
+  EXPECT_FALSE(first->Hears(2000));
+  EXPECT_FALSE(second->Hears(500));
+}
+
+TEST_F(PulseCapture, OpensByANameFromAnEarlierRun) {
+  ASSERT_GE(m_server.LoadMicrophone("older", "Aus der Einstellung"), 0);
+  EXPECT_NE(OpenPulseStream("Aus der Einstellung").stream, nullptr);
+}
+
+TEST_F(PulseCapture, NamesTheMicrophoneThatIsNotThere) {
+  const OpenResult result = OpenPulseStream("Telefon");
+  EXPECT_EQ(result.stream, nullptr);
+  EXPECT_EQ(result.failure, OpenFailure::CannotOpen);
+  EXPECT_EQ(result.cause, "Telefon: no such microphone");
+}
+
+TEST_F(PulseCapture, NamesTheMicrophoneThatWasUnplugged) {
+  ASSERT_EQ(ListPulseMicrophones().size(), 1u);
+  ASSERT_TRUE(m_server.UnplugMicrophone());
+  const OpenResult result = OpenPulseStream(SoundServer::kMicrophoneDescription);
+  EXPECT_EQ(result.stream, nullptr);
+  EXPECT_EQ(result.failure, OpenFailure::CannotOpen);
+  EXPECT_EQ(result.cause, std::string(SoundServer::kMicrophoneDescription) + ": No such entity");
+}
+
+TEST_F(PulseCapture, DescribesItsStream) {
+  const OpenResult result = OpenPulseStream(kSystemSoundName);
+  ASSERT_NE(result.stream, nullptr) << result.cause;
+  StreamInfo info;
+  EXPECT_FALSE(result.stream->FindStream(CaptureKind::Video, &info));
+  ASSERT_TRUE(result.stream->FindStream(CaptureKind::Audio, &info));
+  EXPECT_EQ(info.timeBase.num, 1);
+  EXPECT_EQ(info.timeBase.den, 48000);
+  EXPECT_EQ(info.parameters->codec_type, AVMEDIA_TYPE_AUDIO);
+  EXPECT_EQ(info.parameters->codec_id, AV_CODEC_ID_PCM_S16LE);
+  EXPECT_EQ(info.parameters->sample_rate, 48000);
+  EXPECT_EQ(info.parameters->ch_layout.nb_channels, 2);
+
+  AVPacket* packet = av_packet_alloc();
+  for (int number = 0; number < 3; ++number) {
+    ASSERT_TRUE(WaitFor([&] { return result.stream->Read(packet) == 0; }, kPatienceMs));
+    EXPECT_EQ(packet->stream_index, info.index);
+    EXPECT_EQ(packet->size, 480 * 4);
+    EXPECT_EQ(packet->pts, number * 480);
+    EXPECT_EQ(packet->duration, 480);
+    av_packet_unref(packet);
+  }
+  av_packet_free(&packet);
+}
+
+TEST_F(PulseCapture, GivesSilenceAtFullRateWhileNothingPlays) {
+  const auto reader = Open(kSystemSoundName);
+  ASSERT_TRUE(reader);
+  ASSERT_TRUE(WaitFor([&] { return reader->Frames() >= 3 * 48000; }, kPatienceMs));
+  EXPECT_TRUE(reader->IsSilent(10'000));
+  ExpectWhole(reader.get());
+}
+
+TEST_F(PulseCapture, HearsWhatTheMachinePlays) {
+  const auto reader = Open(kSystemSoundName);
+  ASSERT_TRUE(reader);
+  ASSERT_GE(m_server.StartTone(SoundServer::kSpeakers, 1000), 0) << m_server.Output();
+  EXPECT_TRUE(BeginsToHear(*reader, 1000)) << m_server.Output();
+  ExpectWhole(reader.get());
+}
+
+TEST_F(PulseCapture, HearsTheMicrophoneBesideTheMachine) {
+  const auto machine = Open(kSystemSoundName);
+  const auto microphone = OpenMicrophone();
+  ASSERT_TRUE(machine && microphone);
+  ASSERT_GE(m_server.StartTone(SoundServer::kMicrophoneFeed, 440), 0) << m_server.Output();
+  EXPECT_TRUE(BeginsToHear(*microphone, 440));
+  EXPECT_TRUE(machine->IsSilent(1000));
+  ExpectWhole(machine.get());
+  ExpectWhole(microphone.get());
+}
+
+TEST_F(PulseCapture, FillsASuspendedSourceWithSilenceUntilItResumes) {
+  const auto reader = OpenMicrophone();
+  ASSERT_TRUE(reader);
+  ASSERT_GE(m_server.StartTone(SoundServer::kMicrophoneFeed, 440), 0);
+  ASSERT_TRUE(BeginsToHear(*reader, 440));
+  ASSERT_TRUE(m_server.SuspendSource(SoundServer::kMicrophone, true));
+  EXPECT_TRUE(FallsSilent(*reader));
+  ASSERT_TRUE(m_server.SuspendSource(SoundServer::kMicrophone, false));
+  EXPECT_TRUE(BeginsToHear(*reader, 440));
+  ExpectWhole(reader.get());
+}
+
+TEST_F(PulseCapture, OpensASuspendedSource) {
+  ASSERT_TRUE(m_server.SuspendSink(SoundServer::kSpeakers, true));
+  const auto reader = Open(kSystemSoundName);
+  ASSERT_TRUE(reader);
+  ASSERT_TRUE(WaitFor([&] { return reader->Frames() >= 48000; }, kPatienceMs));
+  EXPECT_TRUE(reader->IsSilent(1000));
+  ASSERT_TRUE(m_server.SuspendSink(SoundServer::kSpeakers, false));
+  ASSERT_GE(m_server.StartTone(SoundServer::kSpeakers, 1000), 0);
+  EXPECT_TRUE(BeginsToHear(*reader, 1000));
+  ExpectWhole(reader.get());
+}
+
+TEST_F(PulseCapture, FillsAnUnpluggedMicrophoneWithSilenceUntilItIsBack) {
+  const auto reader = OpenMicrophone();
+  ASSERT_TRUE(reader);
+  ASSERT_GE(m_server.StartTone(SoundServer::kMicrophoneFeed, 440), 0);
+  // What else is there must not take its place.
+  ASSERT_GE(m_server.StartTone(SoundServer::kSpeakers, 1000), 0);
+  ASSERT_GE(m_server.LoadMicrophone("other", "Anderes"), 0);
+  ASSERT_TRUE(BeginsToHear(*reader, 440));
+  ASSERT_TRUE(m_server.UnplugMicrophone());
+  EXPECT_TRUE(FallsSilent(*reader));
+  ASSERT_TRUE(WaitFor([&, frames = reader->Frames()] { return reader->Frames() > frames + 48000; },
+                      kPatienceMs));
+  EXPECT_TRUE(reader->IsSilent(1000));
+  ASSERT_TRUE(m_server.PlugMicrophone());
+  EXPECT_TRUE(BeginsToHear(*reader, 440)) << m_server.Output();
+  ExpectWhole(reader.get());
+}
+
+TEST_F(PulseCapture, FollowsTheDefaultOutput) {
+  const auto reader = Open(kSystemSoundName);
+  ASSERT_TRUE(reader);
+  ASSERT_GE(m_server.StartTone(SoundServer::kSpeakers, 1000), 0);
+  ASSERT_GE(m_server.StartTone(SoundServer::kHeadphones, 2500), 0);
+  ASSERT_TRUE(BeginsToHear(*reader, 1000)) << m_server.Output();
+  EXPECT_FALSE(reader->Hears(2500));
+  ASSERT_TRUE(m_server.SetDefaultSink(SoundServer::kHeadphones));
+  ASSERT_TRUE(BeginsToHear(*reader, 2500)) << m_server.Output();
+  // The server moves what plays on the former default to the new one: the head-phones fall silent.
+  ASSERT_TRUE(m_server.SetDefaultSink(SoundServer::kSpeakers));
+  EXPECT_TRUE(BeginsToHear(*reader, 1000)) << m_server.Output();
+  EXPECT_TRUE(WaitFor([&] { return reader->Hears(1000) && reader->Hears(2500); }, kPatienceMs));
+  ExpectWhole(reader.get());
+}
+
+TEST_F(PulseCapture, OutlivesAServerThatIsKilledAndComesBack) {
+  const auto machine = Open(kSystemSoundName);
+  const auto microphone = OpenMicrophone();
+  ASSERT_TRUE(machine && microphone);
+  ASSERT_GE(m_server.StartTone(SoundServer::kSpeakers, 1000), 0);
+  ASSERT_TRUE(BeginsToHear(*machine, 1000));
+  m_server.Kill();
+  EXPECT_TRUE(FallsSilent(*machine));
+  ASSERT_TRUE(m_server.Start()) << m_server.Output();
+  ASSERT_GE(m_server.StartTone(SoundServer::kSpeakers, 1500), 0);
+  ASSERT_GE(m_server.StartTone(SoundServer::kMicrophoneFeed, 440), 0);
+  EXPECT_TRUE(BeginsToHear(*machine, 1500)) << m_server.Output();
+  EXPECT_TRUE(BeginsToHear(*microphone, 440)) << m_server.Output();
+  ExpectWhole(machine.get());
+  ExpectWhole(microphone.get());
+}
+
+TEST_F(PulseCapture, OutlivesAServerThatFreezesAndGoesOn) {
+  const auto reader = Open(kSystemSoundName);
+  ASSERT_TRUE(reader);
+  ASSERT_GE(m_server.StartTone(SoundServer::kSpeakers, 1000), 0);
+  ASSERT_TRUE(BeginsToHear(*reader, 1000));
+  m_server.Freeze();
+  EXPECT_TRUE(FallsSilent(*reader));
+  ASSERT_TRUE(WaitFor([&, frames = reader->Frames()] { return reader->Frames() > frames + 48000; },
+                      kPatienceMs));
+  m_server.Thaw();
+  EXPECT_TRUE(BeginsToHear(*reader, 1000));
+  ExpectWhole(reader.get());
+}
+
+TEST_F(PulseCapture, ListsNothingAndOpensNothingWhileTheServerIsFrozen) {
+  ASSERT_EQ(ListPulseMicrophones().size(), 1u);
+  m_server.Freeze();
+  EXPECT_EQ(ListPulseMicrophones(), Names{});
+  for (const std::string name : {kSystemSoundName, SoundServer::kMicrophoneDescription}) {
+    const OpenResult result = OpenPulseStream(name);
+    EXPECT_EQ(result.stream, nullptr);
+    EXPECT_EQ(result.failure, OpenFailure::CannotOpen);
+    EXPECT_EQ(result.cause, name + ": the sound server does not answer");
+  }
+  m_server.Thaw();
+  EXPECT_EQ(ListPulseMicrophones().size(), 1u);
+}
+
+TEST_F(PulseCapture, ListsNothingAndOpensNothingWithoutAServer) {
+  ASSERT_EQ(ListPulseMicrophones().size(), 1u);
+  m_server.Stop();
+  EXPECT_EQ(ListPulseMicrophones(), Names{});
+  for (const std::string name : {kSystemSoundName, SoundServer::kMicrophoneDescription}) {
+    const OpenResult result = OpenPulseStream(name);
+    EXPECT_EQ(result.stream, nullptr);
+    EXPECT_EQ(result.failure, OpenFailure::CannotOpen);
+    EXPECT_EQ(result.cause, name + ": Connection refused");
+  }
+}
+
+TEST_F(PulseCapture, ClosesAtOnceInEveryState) {
+  ASSERT_EQ(ListPulseMicrophones().size(), 1u);
+  EXPECT_LT(OpenMicrophone()->Close(), kHangsMs) << "just opened";
+
+  auto suspended = OpenMicrophone();
+  ASSERT_TRUE(m_server.SuspendSource(SoundServer::kMicrophone, true));
+  EXPECT_LT(suspended->Close(), kHangsMs) << "suspended";
+  ASSERT_TRUE(m_server.SuspendSource(SoundServer::kMicrophone, false));
+
+  auto unplugged = OpenMicrophone();
+  ASSERT_TRUE(m_server.UnplugMicrophone());
+  EXPECT_LT(unplugged->Close(), kHangsMs) << "unplugged";
+
+  auto frozen = Open(kSystemSoundName);
+  m_server.Freeze();
+  EXPECT_LT(frozen->Close(), kHangsMs) << "server frozen";
+  m_server.Thaw();
+
+  auto killed = Open(kSystemSoundName);
+  m_server.Kill();
+  EXPECT_LT(killed->Close(), kHangsMs) << "server killed";
+}
+
+std::ptrdiff_t EntriesOf(const char* directory) {
+  const std::filesystem::directory_iterator entries(directory);
+  return std::distance(begin(entries), end(entries));
+}
+
+TEST_F(PulseCapture, LeavesNoThreadAndNoFileOpen) {
+  // The first use opens what stays for the process.
+  ListPulseMicrophones();
+  OpenPulseStream(kSystemSoundName);
+  const auto threads = EntriesOf("/proc/self/task");
+  const auto files = EntriesOf("/proc/self/fd");
+  for (int i = 0; i < 5; ++i) {
+    ListPulseMicrophones();
+    auto reader = Open(kSystemSoundName);
+    ASSERT_TRUE(reader);
+    ASSERT_TRUE(WaitFor([&] { return reader->Frames() > 4800; }, kPatienceMs));
+    OpenPulseStream("nothing of that name");
+  }
+  m_server.Stop();
+  ListPulseMicrophones();
+  OpenPulseStream(kSystemSoundName);
+  EXPECT_EQ(EntriesOf("/proc/self/task"), threads);
+  EXPECT_EQ(EntriesOf("/proc/self/fd"), files);
+}
+
+// Plays silence with short bursts, and keeps the moments at which each is heard.
+class BurstPlayer {
+ public:
+  explicit BurstPlayer(const char* sink) : m_thread([this, sink] { Run(sink); }) {}
+  std::vector<std::int64_t> Stop() {
+    m_stop = true;
+    m_thread.join();
+    return m_burstsUs;
+  }
+
+ private:
+  static constexpr int kBlock = 480;
+  void Run(const char* sink) {
+    const pa_sample_spec format{PA_SAMPLE_S16LE, 48000, 2};
+    constexpr auto kDefault = static_cast<std::uint32_t>(-1);
+    const pa_buffer_attr buffer{kDefault, 4 * kBlock * 4, kDefault, kBlock * 2, kDefault};
+    pa_simple* player = pa_simple_new(nullptr, "bursts", PA_STREAM_PLAYBACK, sink, "bursts",
+                                      &format, nullptr, &buffer, nullptr);
+    for (int number = 0; player != nullptr && !m_stop; ++number) {
+      const bool burst = number % 50 == 49;
+      const std::vector<std::int16_t> samples(2 * kBlock, burst ? 16000 : 0);
+      if (burst) {
+        m_burstsUs.push_back(MonotonicUs() +
+                             static_cast<std::int64_t>(pa_simple_get_latency(player, nullptr)));
+      }
+      pa_simple_write(player, samples.data(), samples.size() * 2, nullptr);
+    }
+    if (player != nullptr) {
+      pa_simple_free(player);
+    }
+  }
+
+  std::atomic<bool> m_stop{false};
+  std::vector<std::int64_t> m_burstsUs;
+  std::thread m_thread;
+};
+
+// The distances from each burst's being heard to its place in what was read, in milliseconds.
+std::vector<double> Distances(const SoundReader& reader, const std::vector<std::int64_t>& bursts) {
+  const std::vector<std::int16_t> all = reader.All();
+  std::vector<double> distances;
+  for (std::size_t i = 2; i < all.size(); i += 2) {
+    if (all[i] <= 8000 || all[i - 2] > 8000) {
+      continue;
+    }
+    const double placedUs =
+        static_cast<double>(reader.OpenUs()) + static_cast<double>(i / 2) / 0.048;
+    double nearest = 1e9;
+    for (const std::int64_t burst : bursts) {
+      const double distance = (placedUs - static_cast<double>(burst)) / 1000;
+      nearest = std::abs(distance) < std::abs(nearest) ? distance : nearest;
+    }
+    distances.push_back(nearest);
+  }
+  return distances;
+}
+
+TEST_F(PulseCapture, PutsSoundTheHoldLaterThanItIsHeard) {
+  for (const char* sink : {SoundServer::kSpeakers, SoundServer::kMicrophoneFeed}) {
+    const auto reader = sink == SoundServer::kSpeakers ? Open(kSystemSoundName) : OpenMicrophone();
+    ASSERT_TRUE(reader);
+    BurstPlayer player(sink);
+    ASSERT_TRUE(WaitFor([&] { return reader->Frames() > 7 * 48000; }, kPatienceMs));
+    const std::vector<std::int64_t> bursts = player.Stop();
+    reader->Close();
+    std::vector<double> distances = Distances(*reader, bursts);
+    ASSERT_GE(distances.size(), 5u);
+    std::sort(distances.begin(), distances.end());
+    // The player's own reckoning is good to some milliseconds.
+    EXPECT_NEAR(distances[distances.size() / 2], ContinuousSound::kHoldUs / 1e3, 25) << sink;
+  }
+}
+
+}  // namespace
+}  // namespace platform
