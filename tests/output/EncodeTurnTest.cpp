@@ -1,0 +1,209 @@
+// The encode thread's turns, run by the test with the real encoders.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "media/ffmpeg/Scoped.h"
+#include "output/EncoderRig.h"
+#include "output/MessageCapture.h"
+#include "support/FakeClock.h"
+
+namespace {
+
+using support::EncoderUnderTest;
+using support::NewCanvas;
+using support::NewSine;
+using support::TakePts;
+using Times = std::vector<std::int64_t>;
+
+class EncodeTurn : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(encoder.Open()); }
+
+  void FeedSound(int samples) {
+    encoder.EnqueueAudio(0, NewSine(fed, samples));
+    fed += samples;
+  }
+  void FeedPictures(int count) {
+    for (int i = 0; i < count; ++i) {
+      encoder.EnqueueVideo(0, NewCanvas(i));
+    }
+  }
+
+  support::FakeClock clock;
+  support::MessageCapture log;
+  EncoderUnderTest encoder;
+  std::int64_t fed = 0;
+};
+
+TEST_F(EncodeTurn, WithNothingToDoIsIdle) {
+  EXPECT_FALSE(encoder.Turn());
+}
+
+TEST_F(EncodeTurn, TakesSoundThatFillsNoFrameYet) {
+  FeedSound(480);
+  EXPECT_TRUE(encoder.Turn());
+  EXPECT_FALSE(encoder.Turn());
+  EXPECT_EQ(0, encoder.Audio().Size());
+  EXPECT_EQ(1U, encoder.Statistics().audioFramesTaken);
+}
+
+TEST_F(EncodeTurn, RegroupsSoundIntoFramesOfTheEncoder) {
+  for (int i = 0; i < 32; ++i) {
+    FeedSound(480);  // 15360 samples are 15 frames of 1024
+  }
+  EXPECT_TRUE(encoder.Turn());
+  // The encoder holds one frame back, in which the next begins.
+  EXPECT_EQ((Times{0, 21, 43, 64, 85, 107, 128, 149, 171, 192, 213, 235, 256, 277}),
+            TakePts(&encoder.Audio()));
+  EXPECT_EQ(15 * 1024, encoder.clock.samples);
+}
+
+TEST_F(EncodeTurn, AllWaitingSoundIsEncodedInOneTurn) {
+  FeedSound(48000);
+  FeedSound(48000);
+  EXPECT_TRUE(encoder.Turn());
+  EXPECT_EQ(0, encoder.AudioInput().Size());
+  EXPECT_EQ(92, encoder.Audio().Size());
+}
+
+TEST_F(EncodeTurn, SoundInTheEncodersFormatGoesInUnconverted) {
+  ffmpeg::ScopedFrame sound(av_frame_alloc());
+  av_channel_layout_default(&sound->ch_layout, 2);
+  sound->sample_rate = 48000;
+  sound->format = encoder.AudioContext()->sample_fmt;
+  sound->nb_samples = 4096;
+  ASSERT_GE(av_frame_get_buffer(sound.Get(), 0), 0);
+  ASSERT_NE(AV_SAMPLE_FMT_S16, sound->format);
+  std::memset(sound->data[0], 0, 4096 * 4);
+  std::memset(sound->data[1], 0, 4096 * 4);
+  encoder.EnqueueAudio(0, sound.Release());
+  EXPECT_TRUE(encoder.Turn());
+  EXPECT_EQ(3, encoder.Audio().Size());
+}
+
+TEST_F(EncodeTurn, PacketWithTimeZeroIsKeptAndNoted) {
+  FeedSound(2048);
+  encoder.Turn();
+  EXPECT_EQ(Times{0}, TakePts(&encoder.Audio()));
+  EXPECT_TRUE(log.HasNote("what happened ??"));
+}
+
+TEST_F(EncodeTurn, PacketBeforeTimeZeroIsDiscarded) {
+  encoder.clock.samples = -2048;
+  FeedSound(5 * 1024);
+  encoder.Turn();
+  EXPECT_EQ((Times{0, 21}), TakePts(&encoder.Audio())) << "two more lie before time zero";
+  EXPECT_EQ(2U, encoder.Statistics().audioPacketsEncoded);
+}
+
+TEST_F(EncodeTurn, PicturesAreTimedByTheirCount) {
+  FeedPictures(4);
+  encoder.TurnUntilIdle();
+  EXPECT_EQ((Times{0, 40, 80, 120}), TakePts(&encoder.Video()));
+  EXPECT_TRUE(log.HasNote("what happened ??"));
+}
+
+TEST_F(EncodeTurn, FirstPictureIsAKeyFrameOfTheVideoStream) {
+  FeedPictures(2);
+  encoder.TurnUntilIdle();
+  const ffmpeg::ScopedPacket first(static_cast<AVPacket*>(encoder.Video().Pop()));
+  const ffmpeg::ScopedPacket second(static_cast<AVPacket*>(encoder.Video().Pop()));
+  ASSERT_TRUE(first && second);
+  EXPECT_NE(0, first->flags & AV_PKT_FLAG_KEY);
+  EXPECT_EQ(0, second->flags & AV_PKT_FLAG_KEY);
+  EXPECT_EQ(1, first->stream_index);
+  EXPECT_EQ(first->pts, first->dts);
+}
+
+TEST_F(EncodeTurn, SoundPacketsBelongToStreamZero) {
+  FeedSound(2048);
+  encoder.Turn();
+  const ffmpeg::ScopedPacket packet(static_cast<AVPacket*>(encoder.Audio().Pop()));
+  ASSERT_TRUE(packet);
+  EXPECT_EQ(0, packet->stream_index);
+}
+
+TEST_F(EncodeTurn, SixteenWaitingPicturesAreAllEncoded) {
+  FeedPictures(16);
+  encoder.TurnUntilIdle();
+  EXPECT_EQ(16, encoder.Video().Size());
+  EXPECT_EQ(0U, encoder.Statistics().videoFramesDropped);
+}
+
+TEST_F(EncodeTurn, WithMoreThanFifteenLeftOnePictureIsDroppedAndTheClockDoesNotCountIt) {
+  FeedPictures(17);
+  EXPECT_TRUE(encoder.Turn());
+  EXPECT_EQ(15, encoder.VideoInput().Size());
+  EXPECT_EQ(1U, encoder.Statistics().videoFramesDropped);
+  encoder.TurnUntilIdle();
+  const Times times = TakePts(&encoder.Video());
+  ASSERT_EQ(16U, times.size());
+  EXPECT_EQ(15 * 40, times.back());
+  EXPECT_EQ(17U, encoder.Statistics().videoFramesTaken);
+}
+
+// An encoder that can't keep up must come back to the sound between two pictures.
+TEST_F(EncodeTurn, SoundIsServedBetweenTwoPictures) {
+  FeedPictures(2);
+  FeedSound(2048);
+  encoder.Turn();
+  EXPECT_EQ(1, encoder.VideoInput().Size());
+  FeedSound(2048);
+  encoder.Turn();
+  EXPECT_EQ(0, encoder.AudioInput().Size());
+  EXPECT_EQ(3, encoder.Audio().Size());
+}
+
+TEST_F(EncodeTurn, PictureOfAnotherSizeThanTheCanvasIsLostAndTheNextIsEncoded) {
+  encoder.EnqueueVideo(0, NewCanvas(0, 640, 360));
+  EXPECT_TRUE(encoder.Turn());
+  EXPECT_TRUE(log.HasError("avcodec_encode_video2 error msg = Invalid argument\n"));
+  EXPECT_EQ(0, encoder.Video().Size());
+  FeedPictures(1);
+  encoder.Turn();
+  EXPECT_EQ(Times{0}, TakePts(&encoder.Video()));
+}
+
+TEST_F(EncodeTurn, VideoEncoderErrorIsLoggedAndTheTurnsGoOn) {
+  ASSERT_GE(avcodec_send_frame(encoder.VideoContext(), nullptr), 0);  // it takes no more
+  FeedPictures(1);
+  EXPECT_TRUE(encoder.Turn());
+  EXPECT_TRUE(log.HasError("avcodec_encode_video2 error msg = End of file\n"));
+  FeedSound(2048);
+  EXPECT_TRUE(encoder.Turn());
+  EXPECT_EQ(1, encoder.Audio().Size());
+}
+
+TEST_F(EncodeTurn, SoundEncoderErrorIsLoggedAndTheTurnsGoOn) {
+  ASSERT_GE(avcodec_send_frame(encoder.AudioContext(), nullptr), 0);  // it takes no more
+  FeedSound(2048);
+  EXPECT_TRUE(encoder.Turn());
+  EXPECT_TRUE(log.HasError("avcodec_encode_audio2 error\n"));
+  EXPECT_EQ(0, encoder.Audio().Size());
+  FeedPictures(1);
+  EXPECT_TRUE(encoder.Turn());
+  EXPECT_EQ(1, encoder.Video().Size());
+}
+
+TEST_F(EncodeTurn, PixelsOfTheInputAreOnlyReadAndNotKept) {
+  const ffmpeg::ScopedFrame canvas(NewCanvas(3));
+  const ffmpeg::ScopedFrame before(NewCanvas(3));
+  encoder.EnqueueVideo(0, av_frame_clone(canvas.Get()));
+  encoder.Turn();
+  EXPECT_EQ(0, std::memcmp(before->data[0], canvas->data[0], 1920 * 1080));
+  EXPECT_EQ(1, av_frame_is_writable(canvas.Get())) << "the encoder still holds the picture";
+}
+
+TEST(EncodeTurnAtFullSize, PublishesTheCanvasAsItIs) {
+  const support::MessageCapture log;
+  EncoderUnderTest encoder(1920, 1080);
+  ASSERT_TRUE(encoder.Open());
+  encoder.EnqueueVideo(0, NewCanvas(0));
+  encoder.TurnUntilIdle();
+  EXPECT_EQ(1920, encoder.VideoContext()->width);
+  EXPECT_EQ(1080, encoder.VideoContext()->height);
+  EXPECT_EQ(Times{0}, TakePts(&encoder.Video()));
+}
+
+}  // namespace
