@@ -1,6 +1,6 @@
 #include "output/MessageCapture.h"
 
-#include <QLoggingCategory>
+#include <QString>
 #include <QtGlobal>
 #include <algorithm>
 #include <cstdarg>
@@ -15,6 +15,9 @@ extern "C" {
 namespace support {
 
 namespace {
+
+// The environment of tests silences Qt's debug notes; it is read at the first of them.
+[[maybe_unused]] const bool g_notesAreOn = qunsetenv("QT_LOGGING_RULES");
 
 std::mutex g_mutex;  // guards all below
 std::vector<std::string> g_errors;
@@ -47,9 +50,6 @@ MessageCapture::MessageCapture() {
     g_errors.clear();
     g_notes.clear();
   }
-  // The tests' environment silences Qt's debug notes.
-  QLoggingCategory::setFilterRules("*.debug=true");
-  qputenv("QT_LOGGING_RULES", "");
   av_log_set_callback(TakeError);
   qInstallMessageHandler(TakeNote);
 }
@@ -57,7 +57,6 @@ MessageCapture::MessageCapture() {
 MessageCapture::~MessageCapture() {
   qInstallMessageHandler(nullptr);
   av_log_set_callback(av_log_default_callback);
-  QLoggingCategory::setFilterRules("*.debug=false");
 }
 
 std::vector<std::string> MessageCapture::Errors() const {

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <vector>
 
@@ -16,11 +17,14 @@ namespace support {
 
 namespace {
 
-constexpr const char* kEntered = "ORVANE_TEST_PRIVATE_NETWORK";
+constexpr const char* kMarker = "ORVANE_TEST_PRIVATE_NETWORK";
 constexpr const char* kBuffers = "4096 16384 16384";
 
-std::string Failure(const std::string& what) {
-  return what + ": " + std::strerror(errno);
+std::string g_failure = "PrepareProcess has not run";
+
+bool Fail(const std::string& what) {
+  g_failure = what + ": " + std::strerror(errno);
+  return false;
 }
 
 bool LoopbackUp() {
@@ -28,57 +32,55 @@ bool LoopbackUp() {
   ifreq request{};
   std::strcpy(request.ifr_name, "lo");
   request.ifr_flags = IFF_UP | IFF_RUNNING;
-  const bool up = ioctl(fd, SIOCSIFFLAGS, &request) == 0;
+  const bool up = ioctl(fd, SIOCSIFFLAGS, &request) == 0 || Fail("lo");
   close(fd);
   return up;
 }
 
-bool Write(const std::string& path, const std::string& text) {
-  std::ofstream file(path);
-  file << text << std::flush;
-  return file.good();
+bool SmallBuffers() {
+  for (const char* path : {"/proc/sys/net/ipv4/tcp_wmem", "/proc/sys/net/ipv4/tcp_rmem"}) {
+    std::ofstream file(path);
+    file << kBuffers << std::flush;
+    if (!file.good()) {
+      return Fail(path);
+    }
+  }
+  return true;
 }
 
-std::string StartAnewAsRoot(char** argv) {
-  setenv(kEntered, "1", 1);
-  std::vector<char*> arguments;
-  std::string program = "unshare";
-  std::string options = "-rn";
-  std::string separator = "--";
-  std::string self = "/proc/self/exe";
-  char path[4096] = "";
-  const ssize_t length = readlink(self.c_str(), path, sizeof path - 1);
-  if (length <= 0) {
-    return Failure(self);
-  }
-  arguments = {program.data(), options.data(), separator.data(), path};
+void StartAgain(char** argv) {
+  const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+  std::vector<const char*> command{"unshare",     "--net", "--map-current-user",
+                                   "--keep-caps", "--",    self.c_str()};
   for (char** argument = argv + 1; *argument != nullptr; ++argument) {
-    arguments.push_back(*argument);
+    command.push_back(*argument);
   }
-  arguments.push_back(nullptr);
-  execvp(program.c_str(), arguments.data());
-  return Failure(program);
+  command.push_back(nullptr);
+  setenv(kMarker, "1", 1);
+  execvp(command[0], const_cast<char* const*>(command.data()));
+  unsetenv(kMarker);
+  Fail("exec unshare");
 }
 
 }  // namespace
 
-std::string EnterPrivateNetwork(char** argv) {
-  if (std::getenv(kEntered) == nullptr) {
-    if (geteuid() != 0) {
-      return StartAnewAsRoot(argv);
-    }
-    if (unshare(CLONE_NEWNET) != 0) {
-      return Failure("unshare");
-    }
+void PrepareProcess(char** argv) {
+  if (std::getenv(kMarker) != nullptr) {
+    unsetenv(kMarker);
+  } else if (geteuid() != 0) {
+    StartAgain(argv);
+    return;
+  } else if (unshare(CLONE_NEWNET) != 0) {
+    Fail("unshare");
+    return;
   }
-  if (!LoopbackUp()) {
-    return Failure("lo");
+  if (LoopbackUp() && SmallBuffers()) {
+    g_failure.clear();
   }
-  if (!Write("/proc/sys/net/ipv4/tcp_wmem", kBuffers) ||
-      !Write("/proc/sys/net/ipv4/tcp_rmem", kBuffers)) {
-    return Failure("tcp_wmem");
-  }
-  return "";
+}
+
+const std::string& PrivateNetworkFailure() {
+  return g_failure;
 }
 
 }  // namespace support

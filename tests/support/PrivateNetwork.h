@@ -1,6 +1,10 @@
-// Puts a test program into a network of its own that holds nothing but a loopback whose sockets
-// buffer next to nothing: a peer that stops reading is felt at once, where the machine's own
-// loopback would swallow seconds of a stream.
+// A network of its own for a test program: nothing but a loopback whose sockets buffer next to
+// nothing. A peer that stops reading is felt at once, where the machine's own loopback would
+// swallow seconds of a stream.
+//
+// PrepareProcess, called by main() of every test that links this, enters it; as a user by starting
+// the program again in a user namespace, which keeps its user. The network goes with the last
+// process in it.
 #ifndef ORVANE_TESTS_SUPPORT_PRIVATENETWORK_H
 #define ORVANE_TESTS_SUPPORT_PRIVATENETWORK_H
 
@@ -8,9 +12,11 @@
 
 namespace support {
 
-// To be called first in main, before any thread. As a user it starts the program anew, as the root
-// of a user namespace. "" on success, else what failed.
-std::string EnterPrivateNetwork(char** argv);
+// Called before the first thread is started.
+void PrepareProcess(char** argv);
+
+// Empty when this process has its private network, else the reason why not.
+const std::string& PrivateNetworkFailure();
 
 }  // namespace support
 

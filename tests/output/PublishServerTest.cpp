@@ -1,0 +1,177 @@
+// A broadcast to a real RTMP server, in real time, judged by what the server recorded.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+
+#include "output/EncoderRig.h"
+#include "output/MessageCapture.h"
+#include "support/Process.h"
+#include "support/Recording.h"
+#include "support/RtmpServer.h"
+
+namespace {
+
+using support::Area;
+using support::Colour;
+using support::EncoderUnderTest;
+using support::Feeder;
+using support::MessageCapture;
+using support::Recording;
+using support::RtmpServer;
+using support::WaitFor;
+
+constexpr int kConnectMs = 30000;
+constexpr int kStopMs = 3500;
+
+std::chrono::milliseconds StopTime(CEncoder* encoder) {
+  const auto begin = std::chrono::steady_clock::now();
+  encoder->Stop();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                               begin);
+}
+
+bool AwaitSent(const CEncoder& encoder, std::uint64_t videoPackets) {
+  return WaitFor([&] { return encoder.Statistics().videoPacketsSent >= videoPackets; }, 60000);
+}
+
+bool AwaitState(const CEncoder& encoder, PublishState state) {
+  return WaitFor([&] { return encoder.Statistics().status.state == state; }, kConnectMs);
+}
+
+struct Quality {
+  int width;
+  int height;
+};
+
+class PublishServer : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(server.Start()) << server.Log(); }
+  RtmpServer server;
+  MessageCapture log;
+};
+
+class EveryQuality : public PublishServer, public testing::WithParamInterface<Quality> {};
+
+TEST_P(EveryQuality, ArrivesAsEncoded) {
+  const auto [width, height] = GetParam();
+  EncoderUnderTest encoder(width, height);
+  encoder.SetUrl(server.Url());
+  ASSERT_EQ(0, encoder.Start());
+  {
+    const Feeder feeder(&encoder);
+    ASSERT_TRUE(AwaitSent(encoder, 110)) << encoder.Statistics().cause << server.Log();
+  }
+  encoder.Stop();
+  ASSERT_TRUE(server.WaitForClosedRecordings(10000));
+  ASSERT_EQ(1U, server.Recordings().size());
+
+  const Recording recording(server.Recordings().front());
+  ASSERT_EQ("", recording.Error());
+  ASSERT_EQ(2U, recording.Streams().size());
+  EXPECT_EQ("aac", recording.Streams()[0].codec);
+  EXPECT_EQ(48000, recording.Streams()[0].sampleRate);
+  EXPECT_EQ(2, recording.Streams()[0].channels);
+  EXPECT_EQ("h264", recording.Streams()[1].codec);
+  EXPECT_EQ("Constrained Baseline", recording.Streams()[1].profile);
+  EXPECT_EQ(width, recording.Streams()[1].width);
+  EXPECT_EQ(height, recording.Streams()[1].height);
+  EXPECT_EQ("", recording.TimeStampFault());
+  EXPECT_EQ("", recording.WireOrderFault());
+  EXPECT_LE(recording.LongestKeyDistance(), 50);
+  EXPECT_GE(recording.Count(1), 100);
+
+  const Recording::Motion motion = recording.JudgeMotion();
+  EXPECT_EQ(motion.pictures, motion.distinct) << "each picture was another one when fed";
+  EXPECT_EQ(40, motion.longestGapMs);
+  const Colour grey = recording.MeanColour({0, 0, width, height / 2 - 16}, 3000);
+  EXPECT_NEAR((100 - 16) * 255.0 / 219, grey.red, 4);
+  EXPECT_NEAR(grey.red, grey.green, 4);
+  EXPECT_NEAR(grey.red, grey.blue, 4);
+  const Recording::Sound sound = recording.DecodeSound();
+  EXPECT_NEAR(8000.0 / 32768, support::ToneLevel(sound, 1000, 500, 2000), 0.02);
+  EXPECT_LT(support::ToneLevel(sound, 1700, 500, 2000), 0.005);
+}
+
+INSTANTIATE_TEST_SUITE_P(PublishServer, EveryQuality,
+                         testing::Values(Quality{960, 540}, Quality{1280, 720},
+                                         Quality{1920, 1080}),
+                         [](const auto& test) { return std::to_string(test.param.height) + "P"; });
+
+TEST_F(PublishServer, StopSendsTheEndOfTheStream) {
+  EncoderUnderTest encoder;
+  encoder.SetUrl(server.Url());
+  ASSERT_EQ(0, encoder.Start());
+  const Feeder feeder(&encoder);
+  ASSERT_TRUE(AwaitSent(encoder, 10));
+  EXPECT_LT(StopTime(&encoder).count(), kStopMs);
+  EXPECT_TRUE(server.WaitForClosedRecordings(2000));
+  EXPECT_NE(std::string::npos, server.Log().find("deleteStream")) << server.Log();
+  EXPECT_FALSE(log.HasError("av_write_frame error\n"));
+  EXPECT_FALSE(log.HasError("av_write_trailer error\n"));
+}
+
+TEST_F(PublishServer, AServerThatIsKilledForTenSecondsGetsANewHeaderAndTheTimeGoesOn) {
+  EncoderUnderTest encoder;
+  encoder.SetUrl(server.Url());
+  ASSERT_EQ(0, encoder.Start());
+  const Feeder feeder(&encoder);
+  ASSERT_TRUE(AwaitSent(encoder, 50));
+  server.Kill();
+  // The loss, and then a try every three seconds.
+  ASSERT_TRUE(WaitFor([&] { return encoder.Statistics().status.tries >= 4; }, 60000));
+  EXPECT_TRUE(log.HasError("av_write_frame error\n"));
+  EXPECT_TRUE(log.HasError("avio_open error, path='" + server.Url() + "'"));
+  EXPECT_NE(std::string::npos, log.ErrorText().find("connect: Connection refused\n"));
+  const std::uint64_t sent = encoder.Statistics().videoPacketsSent;
+  ASSERT_TRUE(server.Start()) << server.Log();
+  ASSERT_TRUE(AwaitSent(encoder, sent + 60));
+  EXPECT_EQ(2U, encoder.Statistics().connections);
+  EXPECT_EQ(0, encoder.Statistics().status.tries);
+  EXPECT_EQ("", encoder.Statistics().cause);
+  encoder.Stop();
+  ASSERT_TRUE(server.WaitForClosedRecordings(10000));
+
+  const std::vector<std::string> recordings = server.Recordings();
+  ASSERT_EQ(2U, recordings.size());
+  const Recording after(recordings[1]);
+  EXPECT_EQ("", after.Error());
+  ASSERT_EQ(2U, after.Streams().size());
+  EXPECT_EQ(960, after.Streams()[1].width);
+  EXPECT_EQ("", after.TimeStampFault());
+  EXPECT_EQ("", after.WireOrderFault());
+  EXPECT_GE(after.Count(1), 50);
+}
+
+// The server takes one publisher for a key; the second one gets through once the first has left.
+TEST_F(PublishServer, AKeyThatIsTakenIsTriedAgainUntilItIsFree) {
+  EncoderUnderTest first;
+  first.SetUrl(server.Url());
+  ASSERT_EQ(0, first.Start());
+  EncoderUnderTest second;
+  {
+    const Feeder feeder(&first);
+    ASSERT_TRUE(AwaitSent(first, 10));
+    second.SetUrl(server.Url());
+    ASSERT_EQ(0, second.Start());
+    const Feeder secondFeeder(&second);
+    ASSERT_TRUE(AwaitState(second, PublishState::kRetrying));
+    EXPECT_EQ(PublishFault::kConnect, second.Statistics().status.fault);
+    first.Stop();
+    EXPECT_TRUE(AwaitSent(second, 10)) << second.Statistics().cause;
+  }
+  second.Stop();
+}
+
+TEST_F(PublishServer, StopReturnsWhileTheServerIsFrozen) {
+  EncoderUnderTest encoder;
+  encoder.SetUrl(server.Url());
+  ASSERT_EQ(0, encoder.Start());
+  const Feeder feeder(&encoder);
+  ASSERT_TRUE(AwaitSent(encoder, 10));
+  server.Freeze();
+  EXPECT_LT(StopTime(&encoder).count(), kStopMs);
+  server.Thaw();
+}
+
+}  // namespace
