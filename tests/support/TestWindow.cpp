@@ -132,6 +132,16 @@ void TestWindow::SetLegacyTitle(const std::string& bytes, const std::string& typ
   SetText("WM_NAME", type, bytes);
 }
 
+void TestWindow::SetProperty(const std::string& property, const std::string& type,
+                             const std::string& value) {
+  const bool isNumber = value.find_first_not_of("0123456789") == std::string::npos;
+  const std::uint32_t number =
+      isNumber ? static_cast<std::uint32_t>(std::stoul(value)) : Atom(value);
+  xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, Atom(property), Atom(type), 32,
+                      1, &number);
+  Sync();
+}
+
 void TestWindow::Map() {
   xcb_map_window(m_connection, m_window);
   Sync();

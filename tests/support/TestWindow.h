@@ -56,6 +56,8 @@ class TestWindow {
   void SetTitle(const std::string& utf8);
   // WM_NAME alone, as older programs have it; type is an atom's name ("STRING", "COMPOUND_TEXT").
   void SetLegacyTitle(const std::string& bytes, const std::string& type);
+  // A property of one 32-bit value; the value is an atom's name when it is not a number.
+  void SetProperty(const std::string& property, const std::string& type, const std::string& value);
   void Map();
   void Unmap();
   // Asks the window manager to put it away; without one it is unmapped.

@@ -59,6 +59,7 @@ class VirtualDesktop {
   const std::string& Display() const { return m_display; }
   // For Process::Start.
   std::map<std::string, std::string> Environment() const { return {{"DISPLAY", m_display}}; }
+  pid_t ServerId() const { return m_server.Id(); }
   // What the programs printed.
   std::string Output() const;
 

@@ -1,0 +1,143 @@
+// The capture of a window as it runs: its own thread, the real clock, a real display.
+#include <SDL.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "sources/CWndCapture.h"
+#include "support/RecordingNode.h"
+#include "support/TestWindow.h"
+#include "support/VirtualDesktop.h"
+
+namespace {
+
+using support::DesktopOptions;
+using support::RecordingNode;
+using support::TestWindow;
+using support::TestWindowOptions;
+using support::VirtualDesktop;
+using support::WaitFor;
+
+constexpr int kLimitMs = 10000;
+
+class WindowCaptureRun : public ::testing::Test {
+ protected:
+  void Begin(bool windowManager) {
+    DesktopOptions desktop;
+    desktop.windowManager = windowManager;
+    ASSERT_TRUE(m_desktop.Start(desktop)) << m_desktop.Output();
+    TestWindowOptions options;
+    options.colour = 0x3366cc;
+    ASSERT_TRUE(m_window.Open(m_desktop.Display(), options));
+    ASSERT_TRUE(WaitFor([this] { return m_window.Viewable(); }, kLimitMs));
+    m_node = std::make_unique<CWndCapture>(m_window.Id());
+    m_node->AddVideoOutput(&m_recorder);
+    ASSERT_EQ(m_node->Start(), 0);
+  }
+
+  ~WindowCaptureRun() override {
+    if (m_node) {
+      m_node->Stop();
+    }
+    // The test's own window can't be closed on a frozen server.
+    m_desktop.ThawServer();
+  }
+
+  // Waits for a frame of that size and colour, and tells whether it, or one before it, was marked.
+  bool Shows(int width, int height, std::uint32_t colour, bool* marked) {
+    *marked = false;
+    return WaitFor(
+        [&] {
+          while (const ffmpeg::ScopedFrame frame{m_recorder.TakeVideo()}) {
+            *marked = *marked || frame->opaque != nullptr;
+            const std::uint8_t* pixel =
+                frame->data[0] + (height / 2) * frame->linesize[0] + (width / 2) * 3;
+            if (frame->width == width && frame->height == height && pixel[0] == colour >> 16 &&
+                pixel[1] == (colour >> 8 & 0xff) && pixel[2] == (colour & 0xff)) {
+              return true;
+            }
+          }
+          return false;
+        },
+        kLimitMs);
+  }
+
+  // True when no frame comes for some ticks.
+  bool Frozen() {
+    const auto drop = [this] {
+      int dropped = 0;
+      while (const ffmpeg::ScopedFrame frame{m_recorder.TakeVideo()}) {
+        ++dropped;
+      }
+      return dropped;
+    };
+    return WaitFor(
+        [&] {
+          drop();
+          SDL_Delay(200);
+          return drop() == 0;
+        },
+        kLimitMs);
+  }
+
+  VirtualDesktop m_desktop;
+  TestWindow m_window;
+  RecordingNode m_recorder;
+  std::unique_ptr<CWndCapture> m_node;
+};
+
+TEST_F(WindowCaptureRun, FollowsAWindowThroughItsLife) {
+  Begin(true);
+  bool marked = false;
+  EXPECT_TRUE(Shows(320, 240, 0x3366cc, &marked));
+  EXPECT_FALSE(marked);
+  m_window.Fill(0xcc6633);
+  EXPECT_TRUE(Shows(320, 240, 0xcc6633, &marked));
+  EXPECT_FALSE(marked);
+  m_window.Resize(801, 453);
+  EXPECT_TRUE(Shows(801, 453, 0xcc6633, &marked));
+  EXPECT_TRUE(marked);
+  m_window.Iconify();
+  EXPECT_TRUE(Frozen());
+  m_window.Map();
+  m_window.Fill(0x00ff00);
+  EXPECT_TRUE(Shows(801, 453, 0x00ff00, &marked));
+  EXPECT_FALSE(marked);
+  m_window.Close();
+  EXPECT_TRUE(Frozen());
+  EXPECT_EQ(m_node->Stop(), 0);
+}
+
+TEST_F(WindowCaptureRun, SendsTwentyFivePicturesForEachSecondOfItsTimeStamps) {
+  Begin(false);
+  ASSERT_TRUE(WaitFor([this] { return m_recorder.VideoCount() >= 51; }, kLimitMs));
+  m_node->Stop();
+  ffmpeg::ScopedFrame frame(m_recorder.TakeVideo());
+  const std::int64_t first = frame->pts;
+  for (int i = 0; i < 50; ++i) {
+    frame.Reset(m_recorder.TakeVideo());
+  }
+  // 50 steps of 40 ms, each late by as long as the machine lets the worker wait.
+  EXPECT_GE(frame->pts - first, 2000 - 40);
+}
+
+TEST_F(WindowCaptureRun, StopReturnsWhileTheServerAnswersNobody) {
+  Begin(false);
+  ASSERT_TRUE(WaitFor([this] { return m_recorder.VideoCount() > 2; }, kLimitMs));
+  m_desktop.FreezeServer();
+  EXPECT_TRUE(Frozen());
+  EXPECT_EQ(m_node->Stop(), 0);
+  CWndCapture late(m_window.Id());
+  EXPECT_EQ(late.Start(), 0);
+  EXPECT_EQ(late.Stop(), 0);
+}
+
+TEST_F(WindowCaptureRun, AServerThatDiesLeavesTheLastPicture) {
+  Begin(false);
+  ASSERT_TRUE(WaitFor([this] { return m_recorder.VideoCount() > 2; }, kLimitMs));
+  m_desktop.KillServer();
+  EXPECT_TRUE(Frozen());
+  EXPECT_EQ(m_node->Stop(), 0);
+}
+
+}  // namespace
