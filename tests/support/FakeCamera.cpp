@@ -76,6 +76,10 @@ bool FakeCamera::Plug(const FakeCameraMode& mode, int number) {
     Unplug();
     return false;
   }
+  // Until it is asked for, the kernel takes the file for root's, which in a user's namespace is
+  // nobody's, and lets nobody write to it.
+  struct stat status {};
+  stat(m_node.c_str(), &status);
   if (symlink(m_node.c_str(), m_path.c_str()) != 0) {
     const std::string cause = m_path + ": " + std::strerror(errno);
     m_path.clear();  // it is another camera's
