@@ -1,0 +1,87 @@
+// What every capture layer has to give, asked of the layer of this system and of the one that
+// exists in memory only: sound.
+#include <algorithm>
+
+#include "contract/CaptureContract.h"
+#include "support/StreamReader.h"
+
+namespace support {
+
+namespace {
+
+using platform::CaptureKind;
+
+TEST_P(CaptureContract, DoesNotListSystemSound) {
+  ASSERT_TRUE(m_bench->StartSound()) << m_bench->Failure();
+  EXPECT_FALSE(Contains(Microphones(), platform::kSystemSoundName));
+}
+
+TEST_P(CaptureContract, ListsTheMicrophone) {
+  ASSERT_TRUE(m_bench->StartSound()) << m_bench->Failure();
+  ASSERT_FALSE(Microphones().empty());
+  EXPECT_EQ(Microphones().front(), m_bench->Microphone());
+}
+
+TEST_P(CaptureContract, TellsADecoderWhatSoundIsLike) {
+  auto stream = OpenMicrophone();
+  ASSERT_NE(stream, nullptr);
+  platform::StreamInfo info;
+  ASSERT_TRUE(stream->FindStream(CaptureKind::Audio, &info));
+  EXPECT_EQ(info.parameters->codec_type, AVMEDIA_TYPE_AUDIO);
+  EXPECT_EQ(info.parameters->sample_rate, 48000);
+  EXPECT_EQ(info.parameters->ch_layout.nb_channels, 2);
+  EXPECT_FALSE(stream->FindStream(CaptureKind::Video, &info));
+}
+
+TEST_P(CaptureContract, ReadsSystemSound) {
+  ASSERT_TRUE(m_bench->StartSound()) << m_bench->Failure();
+  auto stream = Open(CaptureKind::Audio, platform::kSystemSoundName);
+  ASSERT_NE(stream, nullptr);
+  StreamReader reader(stream.get(), CaptureKind::Audio);
+  for (int i = 0; i < 20; ++i) {
+    ASSERT_EQ(reader.Next(), 0);
+    EXPECT_GT(reader.Packet()->size, 0);
+  }
+  Close(&stream);
+}
+
+TEST_P(CaptureContract, AFrozenMicrophoneGivesSilenceAndCloses) {
+  auto stream = OpenMicrophone();
+  ASSERT_NE(stream, nullptr);
+  StreamReader reader(stream.get(), CaptureKind::Audio);
+  ASSERT_EQ(reader.Next(), 0);
+  m_bench->FreezeMicrophone();
+  for (int i = 0; i < 50; ++i) {
+    ASSERT_EQ(reader.Next(), 0);
+  }
+  const AVPacket& packet = *reader.Packet();
+  EXPECT_TRUE(
+      std::all_of(packet.data, packet.data + packet.size, [](int byte) { return byte == 0; }));
+  Close(&stream);
+}
+
+TEST_P(CaptureContract, SoundGoesOnAsSilenceWhenTheMicrophoneIsUnplugged) {
+  auto stream = OpenMicrophone();
+  ASSERT_NE(stream, nullptr);
+  const std::string name = m_bench->Microphone();
+  StreamReader reader(stream.get(), CaptureKind::Audio);
+  ASSERT_EQ(reader.Next(), 0);
+  m_bench->UnplugMicrophone();
+  for (int i = 0; i < 50; ++i) {
+    ASSERT_EQ(reader.Next(), 0);
+  }
+  EXPECT_FALSE(Contains(Microphones(), name));
+  Close(&stream);
+  ExpectRefused(CaptureKind::Audio, name);
+}
+
+TEST_P(CaptureContract, AMissingMicrophoneIsRefusedWithTheCause) {
+  ASSERT_TRUE(m_bench->StartSound()) << m_bench->Failure();
+  ExpectRefused(CaptureKind::Audio, "No Such Microphone");
+}
+
+INSTANTIATE_TEST_SUITE_P(Layers, CaptureContract, kBackends, BackendName);
+
+}  // namespace
+
+}  // namespace support
