@@ -1,0 +1,35 @@
+// The service's clock: seconds since the epoch that never jump while the service runs.
+//
+// It is the system's time at the start plus the time that has passed since, measured monotonically.
+// Somebody who sets the machine's clock during a broadcast thus neither ends every session nor
+// revives an expired one.
+//
+// Threads: any.
+#ifndef ORVANE_SERVICE_CLOCK_H
+#define ORVANE_SERVICE_CLOCK_H
+
+#include <chrono>
+#include <cstdint>
+
+namespace service {
+
+class Clock {
+ public:
+  virtual ~Clock() = default;
+  // Whole seconds since the epoch.
+  virtual std::int64_t Seconds() const { return Milliseconds() / 1000; }
+  virtual std::int64_t Milliseconds() const = 0;
+};
+
+class SteadyClock : public Clock {
+ public:
+  std::int64_t Milliseconds() const override;
+
+ private:
+  std::chrono::system_clock::time_point m_systemStart = std::chrono::system_clock::now();
+  std::chrono::steady_clock::time_point m_steadyStart = std::chrono::steady_clock::now();
+};
+
+}  // namespace service
+
+#endif

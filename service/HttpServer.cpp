@@ -1,0 +1,290 @@
+#include "service/HttpServer.h"
+
+#include <arpa/inet.h>
+#include <microhttpd.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include "service/FormReader.h"
+#include "service/Log.h"
+
+namespace service {
+
+namespace {
+
+constexpr unsigned kThreads = 2;
+constexpr unsigned kConnections = 512;
+constexpr unsigned kConnectionsPerAddress = 256;
+constexpr unsigned kIdleSeconds = 30;
+constexpr std::size_t kConnectionMemory = 16 * 1024;
+
+// One request on its way through the server.
+struct Call {
+  explicit Call(MHD_Connection* connection) : form(connection) {}
+  FormReader form;
+  Request request;
+  Response response;
+  bool answered = false;  // response is ready: set before the connection is resumed
+};
+
+MHD_Result CollectQuery(void* closure, MHD_ValueKind, const char* key, const char* value) {
+  auto* query = static_cast<std::map<std::string, std::string>*>(closure);
+  if (query->size() < FormReader::kMostFields) {
+    (*query)[key] = value != nullptr ? value : "";
+  }
+  return MHD_YES;
+}
+
+void DescribePeer(MHD_Connection* connection, Request* request) {
+  const MHD_ConnectionInfo* info =
+      MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+  if (info == nullptr || info->client_addr == nullptr) {
+    return;
+  }
+  std::array<char, INET6_ADDRSTRLEN> text{};
+  if (info->client_addr->sa_family == AF_INET) {
+    sockaddr_in address{};
+    std::memcpy(&address, info->client_addr, sizeof address);
+    inet_ntop(AF_INET, &address.sin_addr, text.data(), text.size());
+    request->peerIsLoopback = (ntohl(address.sin_addr.s_addr) >> 24) == 127;
+  } else if (info->client_addr->sa_family == AF_INET6) {
+    sockaddr_in6 address{};
+    std::memcpy(&address, info->client_addr, sizeof address);
+    inet_ntop(AF_INET6, &address.sin6_addr, text.data(), text.size());
+    request->peerIsLoopback = IN6_IS_ADDR_LOOPBACK(&address.sin6_addr);
+  }
+  request->peer = text.data();
+}
+
+MHD_Result Send(MHD_Connection* connection, const Response& reply) {
+  MHD_Response* response = MHD_create_response_from_buffer(
+      static_cast<std::size_t>(reply.body.size()),
+      const_cast<char*>(reply.body.constData()),  // copied by the library, never written
+      MHD_RESPMEM_MUST_COPY);
+  if (response == nullptr) {
+    return MHD_NO;
+  }
+  MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, reply.type.c_str());
+  MHD_add_response_header(response, "X-Content-Type-Options", "nosniff");
+  if (!reply.location.empty()) {
+    MHD_add_response_header(response, MHD_HTTP_HEADER_LOCATION, reply.location.c_str());
+  }
+  const MHD_Result result =
+      MHD_queue_response(connection, static_cast<unsigned>(reply.status), response);
+  MHD_destroy_response(response);
+  return result;
+}
+
+}  // namespace
+
+class HttpServer::Implementation {
+ public:
+  Implementation(const QString& databasePath, Shared* shared)
+      : m_databasePath(databasePath), m_shared(shared) {}
+
+  bool Start(QString* error);
+  void Stop();
+
+ private:
+  static MHD_Result OnRequest(void* self, MHD_Connection* connection, const char* url,
+                              const char* method, const char* version, const char* data,
+                              std::size_t* size, void** context);
+  static void OnCompleted(void* self, MHD_Connection* connection, void** context,
+                          MHD_RequestTerminationCode code);
+
+  MHD_Result Answer(MHD_Connection* connection, Call* call);
+  Response Handle(const Request& request);
+  bool QueueLogin(MHD_Connection* connection, Call* call);
+  void RunLogins();
+
+  const QString m_databasePath;
+  Shared* const m_shared;
+  MHD_Daemon* m_daemon = nullptr;
+
+  std::thread m_loginThread;
+  std::mutex m_loginMutex;  // guards the two below
+  std::deque<std::pair<MHD_Connection*, Call*>> m_logins;
+  bool m_stopping = false;
+  std::condition_variable m_loginWaiting;
+};
+
+bool HttpServer::Implementation::Start(QString* error) {
+  addrinfo hints{};
+  hints.ai_flags = AI_NUMERICHOST | AI_PASSIVE;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* address = nullptr;
+  const std::string port = std::to_string(m_shared->settings.port);
+  const std::string& host = m_shared->settings.listenAddress;
+  if (getaddrinfo(host.c_str(), port.c_str(), &hints, &address) != 0) {
+    *error = QStringLiteral("%1 is no address of this machine").arg(QString::fromStdString(host));
+    return false;
+  }
+  unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
+  if (address->ai_family == AF_INET6) {
+    flags |= MHD_USE_IPv6;
+  }
+  errno = 0;
+  m_daemon = MHD_start_daemon(
+      flags, static_cast<std::uint16_t>(m_shared->settings.port), nullptr, nullptr,
+      &Implementation::OnRequest, this, MHD_OPTION_SOCK_ADDR, address->ai_addr,
+      MHD_OPTION_THREAD_POOL_SIZE, kThreads, MHD_OPTION_CONNECTION_LIMIT, kConnections,
+      MHD_OPTION_PER_IP_CONNECTION_LIMIT, kConnectionsPerAddress, MHD_OPTION_CONNECTION_TIMEOUT,
+      kIdleSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory,
+      MHD_OPTION_NOTIFY_COMPLETED, &Implementation::OnCompleted, this, MHD_OPTION_END);
+  const int cause = errno;
+  freeaddrinfo(address);
+  if (m_daemon == nullptr) {
+    *error = QStringLiteral("%1 port %2: %3")
+                 .arg(QString::fromStdString(host))
+                 .arg(m_shared->settings.port)
+                 .arg(QString::fromLocal8Bit(std::strerror(cause)));
+    return false;
+  }
+  m_loginThread = std::thread([this] { RunLogins(); });
+  return true;
+}
+
+void HttpServer::Implementation::Stop() {
+  if (m_daemon == nullptr) {
+    return;
+  }
+  MHD_quiesce_daemon(m_daemon);
+  {
+    const std::lock_guard<std::mutex> lock(m_loginMutex);
+    m_stopping = true;
+  }
+  m_loginWaiting.notify_all();
+  m_loginThread.join();  // it resumes every connection that it holds: none stays suspended
+  MHD_stop_daemon(m_daemon);
+  m_daemon = nullptr;
+}
+
+MHD_Result HttpServer::Implementation::OnRequest(void* self, MHD_Connection* connection,
+                                                 const char* url, const char* method, const char*,
+                                                 const char* data, std::size_t* size,
+                                                 void** context) {
+  auto* server = static_cast<Implementation*>(self);
+  auto* call = static_cast<Call*>(*context);
+  if (call == nullptr) {
+    call = new Call(connection);
+    *context = call;
+    call->request.method = method;
+    call->request.path = url;
+    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &CollectQuery,
+                              &call->request.query);
+    const char* host =
+        MHD_lookup_connection_value(connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_HOST);
+    call->request.host = host != nullptr ? host : "";
+    DescribePeer(connection, &call->request);
+    return MHD_YES;
+  }
+  if (*size > 0) {
+    call->form.Feed(data, *size);
+    *size = 0;
+    return call->form.Endless() ? MHD_NO : MHD_YES;
+  }
+  return server->Answer(connection, call);
+}
+
+MHD_Result HttpServer::Implementation::Answer(MHD_Connection* connection, Call* call) {
+  if (call->answered) {
+    return Send(connection, call->response);
+  }
+  call->form.Finish();
+  if (call->form.TooLarge()) {
+    return Send(connection, Api::Refuse(413, kBadRequest, QStringLiteral("提交的内容过长")));
+  }
+  if (Api::TakesForm(call->request.path)) {
+    call->request.form = call->form.TakeFields();
+  }
+  if (!m_shared->requests.Allow(call->request.peer, m_shared->clock.Milliseconds())) {
+    return Send(connection,
+                Api::Refuse(429, kTooManyRequests, QStringLiteral("请求过于频繁，请稍后再试")));
+  }
+  if (!Api::IsSlow(call->request)) {
+    return Send(connection, Handle(call->request));
+  }
+  if (!QueueLogin(connection, call)) {
+    return Send(connection,
+                Api::Refuse(200, kTooManyRequests, QStringLiteral("登录人数过多，请稍后再试")));
+  }
+  return MHD_YES;
+}
+
+Response HttpServer::Implementation::Handle(const Request& request) {
+  // Opened at the first request of each thread. A database that could not be opened then is tried
+  // again: the disk may have room by now.
+  thread_local std::unique_ptr<Store> store;
+  if (store == nullptr) {
+    QString error;
+    store = Store::Open(m_databasePath, &error);
+    if (store == nullptr) {
+      LogError("database", {{"cause", error}});
+      return Api::Refuse(503, kUnavailable, QStringLiteral("服务暂时不可用，请稍后再试"));
+    }
+  }
+  return Api(store.get(), m_shared).Handle(request);
+}
+
+bool HttpServer::Implementation::QueueLogin(MHD_Connection* connection, Call* call) {
+  const std::lock_guard<std::mutex> lock(m_loginMutex);
+  if (m_stopping || m_logins.size() >= kMostWaitingLogins) {
+    return false;
+  }
+  // Under the lock: the login thread must not resume the connection before it is suspended.
+  MHD_suspend_connection(connection);
+  m_logins.emplace_back(connection, call);
+  m_loginWaiting.notify_one();
+  return true;
+}
+
+void HttpServer::Implementation::RunLogins() {
+  std::unique_lock<std::mutex> lock(m_loginMutex);
+  while (true) {
+    m_loginWaiting.wait(lock, [this] { return m_stopping || !m_logins.empty(); });
+    if (m_logins.empty()) {
+      return;
+    }
+    const auto [connection, call] = m_logins.front();
+    m_logins.pop_front();
+    const bool stopping = m_stopping;
+    lock.unlock();
+    call->response = stopping ? Api::Refuse(503, kUnavailable, QStringLiteral("服务正在关闭"))
+                              : Handle(call->request);
+    call->answered = true;
+    MHD_resume_connection(connection);
+    lock.lock();
+  }
+}
+
+void HttpServer::Implementation::OnCompleted(void*, MHD_Connection*, void** context,
+                                             MHD_RequestTerminationCode) {
+  delete static_cast<Call*>(*context);
+  *context = nullptr;
+}
+
+HttpServer::HttpServer(const QString& databasePath, Shared* shared)
+    : m_implementation(std::make_unique<Implementation>(databasePath, shared)) {}
+
+HttpServer::~HttpServer() {
+  Stop();
+}
+
+bool HttpServer::Start(QString* error) {
+  return m_implementation->Start(error);
+}
+
+void HttpServer::Stop() {
+  m_implementation->Stop();
+}
+
+}  // namespace service

@@ -1,0 +1,83 @@
+// Two limits on what one caller may ask: a token bucket for requests, and a count of failed logins.
+//
+// Time is handed in, in milliseconds of a monotonic clock. Memory is bounded: at most kMostEntries
+// callers are remembered, the one seen longest ago is forgotten first.
+//
+// Threads: any; each object locks itself.
+#ifndef ORVANE_SERVICE_RATELIMIT_H
+#define ORVANE_SERVICE_RATELIMIT_H
+
+#include <cstdint>
+#include <list>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+namespace service {
+
+// The most recently seen come first; a bounded map from a caller to its record.
+template <typename Record>
+class RecentCallers {
+ public:
+  static constexpr std::size_t kMostEntries = 10000;
+
+  Record& Find(const std::string& caller) {
+    const auto known = m_index.find(caller);
+    if (known != m_index.end()) {
+      m_entries.splice(m_entries.begin(), m_entries, known->second);
+      return m_entries.front().second;
+    }
+    if (m_entries.size() == kMostEntries) {
+      m_index.erase(m_entries.back().first);
+      m_entries.pop_back();
+    }
+    m_entries.emplace_front(caller, Record{});
+    m_index[caller] = m_entries.begin();
+    return m_entries.front().second;
+  }
+  std::size_t Size() const { return m_entries.size(); }
+
+ private:
+  std::list<std::pair<std::string, Record>> m_entries;
+  std::unordered_map<std::string, typename std::list<std::pair<std::string, Record>>::iterator>
+      m_index;
+};
+
+// Allows perSecond requests a second with bursts of twice as many.
+class RequestLimit {
+ public:
+  explicit RequestLimit(int perSecond) : m_perSecond(perSecond) {}
+  bool Allow(const std::string& caller, std::int64_t nowMs);
+
+ private:
+  struct Bucket {
+    double tokens = -1;  // below 0: new
+    std::int64_t filled = 0;
+  };
+  const double m_perSecond;
+  std::mutex m_mutex;
+  RecentCallers<Bucket> m_callers;  // guarded by m_mutex
+};
+
+// After kMostFailures failures within kWindowMs a caller is refused until the window has passed.
+class LoginLimit {
+ public:
+  static constexpr int kMostFailures = 5;
+  static constexpr std::int64_t kWindowMs = 5 * 60 * 1000;
+
+  bool Allow(const std::string& caller, std::int64_t nowMs);
+  void Failed(const std::string& caller, std::int64_t nowMs);
+  void Succeeded(const std::string& caller);
+
+ private:
+  struct Failures {
+    int count = 0;
+    std::int64_t first = 0;
+  };
+  std::mutex m_mutex;
+  RecentCallers<Failures> m_callers;  // guarded by m_mutex
+};
+
+}  // namespace service
+
+#endif
