@@ -12,6 +12,7 @@ orvane_pkg(SDL2 sdl2)
 orvane_pkg(SDL2_TTF SDL2_ttf)
 orvane_pkg(X11 x11)
 orvane_pkg(XCB xcb xcb-composite xcb-shm xcb-icccm xcb-ewmh)
+orvane_pkg(X11 x11)
 orvane_pkg(PULSE libpulse)
 # For tests that play sound.
 orvane_pkg(PULSE_SIMPLE libpulse-simple)
