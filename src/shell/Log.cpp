@@ -38,6 +38,10 @@ bool OpenLog() {
   const mode_t former = umask(077);
   std::FILE* log = std::fopen(kLogPath, "w+");
   umask(former);
+  if (log != nullptr) {
+    // One that was there keeps the mode that it was made with.
+    fchmod(fileno(log), S_IRUSR | S_IWUSR);
+  }
   std::FILE* before = g_log.exchange(log);
   if (before != nullptr) {
     std::fclose(before);

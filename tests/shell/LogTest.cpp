@@ -43,6 +43,8 @@ TEST(Log, WritesEveryLevel) {
 
 TEST(Log, FileIsItsOwnersAlone) {
   const support::WorkingDirectory directory;
+  std::ofstream(directory.File("MyLog.txt")) << "readable by all\n";
+  ASSERT_EQ(chmod(directory.File("MyLog.txt").c_str(), 0644), 0);
   ASSERT_TRUE(shell::OpenLog());
   struct stat status {};
   ASSERT_EQ(stat(directory.File("MyLog.txt").c_str(), &status), 0);

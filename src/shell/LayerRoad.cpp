@@ -1,0 +1,64 @@
+#include "shell/LayerRoad.h"
+
+#include "media/CMixFrame.h"
+#include "media/CSrcInterface.h"
+#include "output/CRender.h"
+
+namespace shell {
+
+namespace {
+
+void End(CSrcInterface* node) {
+  if (node != nullptr) {
+    node->Stop();
+    delete node;
+  }
+}
+
+}  // namespace
+
+int TakeSlot(CRender* render) {
+  const int slot = render->AddVideoInput();
+  if (slot >= 0) {
+    render->InsertLayer(slot, -1);
+  }
+  return slot;
+}
+
+int LinkLayer(CSrcInterface* node, CRender* render) {
+  node->AddVideoOutput(render);
+  const int slot = TakeSlot(render);
+  if (slot < 0) {
+    node->RemoveVideoOutput(render);
+    return -1;
+  }
+  node->SetVideoIndex(slot);
+  return slot;
+}
+
+void LinkLayerSound(CSrcInterface* node, CMixFrame* mixFrame) {
+  node->AddAudioOutput(mixFrame);
+  node->SetAudioIndex(mixFrame->GetFreeAudioIndex());
+}
+
+void KeepLayer(LayerNodes* layers, int slot, CSrcInterface* node) {
+  DropLayer(layers, slot);
+  (*layers)[slot] = node;
+}
+
+void DropLayer(LayerNodes* layers, int slot) {
+  const auto found = layers->find(slot);
+  if (found != layers->end()) {
+    End(found->second);
+    layers->erase(found);
+  }
+}
+
+void DropLayers(LayerNodes* layers) {
+  for (const auto& [slot, node] : *layers) {
+    End(node);
+  }
+  layers->clear();
+}
+
+}  // namespace shell

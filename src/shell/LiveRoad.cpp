@@ -1,0 +1,84 @@
+#include "shell/LiveRoad.h"
+
+#include "media/CMixOut.h"
+#include "output/CEncoder.h"
+#include "output/CRender.h"
+#include "sources/CInputDev.h"
+
+namespace shell {
+
+namespace {
+
+constexpr int kRgb24 = 2;  // AV_PIX_FMT_RGB24; nothing to a sound device
+
+// True when the microphone runs, as input 1 of the mixer that is still to come.
+bool StartMicrophone(const LiveNodes& nodes, const std::string& name) {
+  if (name.empty()) {
+    return false;
+  }
+  if (nodes.mic == nullptr) {
+    nodes.mic = new CInputDev(true, name, 0, 0, kRgb24);
+  }
+  nodes.mic->SetAudioIndex(1);
+  if (nodes.mic->Start() < 0) {
+    delete nodes.mic;
+    nodes.mic = nullptr;
+    return false;
+  }
+  return true;
+}
+
+void LinkBothSounds(const LiveNodes& nodes) {
+  if (nodes.mixOut == nullptr) {
+    nodes.mixOut = new CMixOut;
+  }
+  nodes.mixOut->Start();
+  nodes.mixOut->AddAudioOutput(nodes.encoder);
+  nodes.loopback->SetAudioIndex(0);
+  nodes.loopback->Start();
+  nodes.loopback->AddAudioOutput(nodes.mixOut);
+  nodes.mic->AddAudioOutput(nodes.mixOut);
+}
+
+template <typename Node>
+void End(Node** node) {
+  if (*node != nullptr) {
+    (*node)->Stop();
+    delete *node;
+    *node = nullptr;
+  }
+}
+
+}  // namespace
+
+void StartLive(const LiveNodes& nodes, const LiveSettings& settings, CRender* render) {
+  if (nodes.loopback == nullptr) {
+    nodes.loopback = new CInputDev(true, settings.systemSound, 0, 0, kRgb24);
+  }
+  const bool microphone = StartMicrophone(nodes, settings.microphone);
+  if (nodes.encoder == nullptr) {
+    nodes.encoder = new CEncoder(settings.width, settings.height);
+  }
+  nodes.encoder->SetUrl(settings.url);
+  nodes.encoder->Start();
+  if (microphone) {
+    LinkBothSounds(nodes);
+  } else {
+    nodes.loopback->Start();
+    nodes.loopback->AddAudioOutput(nodes.encoder);
+  }
+  render->AddVideoOutput(nodes.encoder);
+}
+
+void StopLive(const LiveNodes& nodes, CRender* render) {
+  if (nodes.loopback != nullptr) {
+    nodes.loopback->RemoveAudioOutput(nodes.encoder);
+  }
+  render->RemoveVideoOutput(nodes.encoder);
+  End(&nodes.loopback);
+  End(&nodes.mic);
+  End(&nodes.mixOut);
+  End(&nodes.encoder);
+}
+
+}  // namespace shell

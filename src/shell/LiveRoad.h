@@ -1,0 +1,50 @@
+// The nodes that exist only from the start of a broadcast to its end: the system's sound, the
+// microphone, their mixer, the encoder, and the order in which they come up and go.
+//
+// Without a microphone the system's sound goes straight into the encoder; with one, both go into
+// the mixer and from there into the encoder. Consumers are started before producers are linked to
+// them, and the picture is linked last.
+//
+// Ownership: the pointers belong to the caller (the window), are null unless live, and are made and
+// deleted by the two functions here.
+//
+// Threads: the user interface thread. StopLive joins workers and may take 3.5 s when the publisher
+// is waiting to try again.
+//
+// Failure: a microphone that does not open is left out. An encoder that does not start, or an
+// address that can't be reached, changes nothing here: the broadcast counts as running, and the
+// encoder keeps trying where that helps.
+#ifndef ORVANE_SHELL_LIVEROAD_H
+#define ORVANE_SHELL_LIVEROAD_H
+
+#include <string>
+
+class CEncoder;
+class CInputDev;
+class CMixOut;
+class CRender;
+
+namespace shell {
+
+struct LiveNodes {
+  CInputDev*& loopback;  // the system's sound
+  CInputDev*& mic;       // null while live without one
+  CMixOut*& mixOut;      // the same
+  CEncoder*& encoder;
+};
+
+struct LiveSettings {
+  std::string systemSound;  // name in the catalogue
+  std::string microphone;   // the same; empty for none
+  std::string url;
+  int width = 1920;  // of the stream; the scene stays 1920 x 1080
+  int height = 1080;
+};
+
+void StartLive(const LiveNodes& nodes, const LiveSettings& settings, CRender* render);
+
+void StopLive(const LiveNodes& nodes, CRender* render);
+
+}  // namespace shell
+
+#endif

@@ -1,0 +1,47 @@
+// The entry of the program.
+#include <sys/stat.h>
+
+#include <QApplication>
+#include <cstdio>
+
+#include "platform/linux/DisplayGuard.h"
+#include "shell/QuitSignals.h"
+#include "shell/orvane.h"
+
+namespace {
+
+// The renderer and the capture of the desktop work on X11 windows; under a Wayland session the
+// program runs through XWayland.
+bool PlatformFits() {
+  const QString platform = QGuiApplication::platformName();
+  if (platform == "xcb") {
+    return true;
+  }
+  std::printf(
+      "orvane draws into X11 windows and can't run on the platform \"%s\"; "
+      "start it with QT_QPA_PLATFORM=xcb\n",
+      qPrintable(platform));
+  return false;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // What the program writes holds a password and the keys of streams.
+  umask(077);
+  // The handle of the preview would otherwise make its translucent siblings native too, with a
+  // visual of another depth.
+  QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
+  QApplication application(argc, argv);
+  if (!PlatformFits()) {
+    return 1;
+  }
+  const platform::DisplayGuard displayGuard;
+  const shell::QuitSignals quitSignals;
+  orvane window;
+  window.InitGraph();
+  window.show();
+  const int status = QApplication::exec();
+  window.CloseGraph();
+  return status;
+}

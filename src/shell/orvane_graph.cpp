@@ -1,0 +1,34 @@
+// The fixed part of the media graph, from its assembly to its end.
+#include "output/CRender.h"
+#include "platform/SdlVideo.h"
+#include "shell/CEvent.h"
+#include "shell/Libraries.h"
+#include "shell/Log.h"
+#include "shell/orvane.h"
+#include "sources/DeviceCatalogue.h"
+
+namespace {
+
+constexpr int kSurfaceEventsMs = 50;
+
+}  // namespace
+
+void orvane::InitGraph() {
+  shell::OpenLog();
+  shell::StartLibraries();
+  m_catalogue->RefreshDevices();
+  shell::StartMonitorMix(FixedNodes());
+  shell::StartRender(FixedNodes(), [] {
+    QSize size(960, 540);
+    emit CEvent::instance()->renderSize(size);
+  });
+  connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });
+  m_surfaceEvents.start(kSurfaceEventsMs);
+  AddDefaultLayers();
+}
+
+void orvane::CloseGraph() {
+  m_surfaceEvents.stop();
+  shell::DropLayers(&m_layers);
+  shell::EndFixed(FixedNodes());
+}

@@ -1,0 +1,123 @@
+#include "shell/LiveRoad.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+
+#include <memory>
+
+#include "media/CMixOut.h"
+#include "output/CEncoder.h"
+#include "output/CRender.h"
+#include "shell/LayerRoad.h"
+#include "sources/CInputDev.h"
+#include "support/FakeCaptureLayer.h"
+#include "support/Process.h"
+
+namespace {
+
+constexpr int kPatienceMs = 10000;
+
+class LiveRoad : public testing::Test {
+ protected:
+  // The catalogue that the nodes use wants an application object.
+  static void SetUpTestSuite() {
+    static int argc = 1;
+    static char name[] = "test";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication application(argc, argv);
+  }
+
+  void SetUp() override {
+    m_systemSound = m_capture.AddMicrophone(platform::kSystemSoundName);
+    m_systemSound->RunFree();
+    m_microphone = m_capture.AddMicrophone("Microphone");
+    m_microphone->RunFree();
+    platform::CaptureLayer::Install(&m_capture);
+    ASSERT_EQ(m_render.Start(), 0);
+    m_settings.systemSound = platform::kSystemSoundName;
+    m_settings.microphone = "Microphone";
+    // Nobody listens there: what is tested is the road up to the encoder.
+    m_settings.url = "rtmp://127.0.0.1:" + std::to_string(support::FreePort()) + "/live/key";
+    m_settings.width = 960;
+    m_settings.height = 540;
+  }
+
+  void TearDown() override {
+    shell::StopLive(Nodes(), &m_render);
+    m_render.Stop();
+    platform::CaptureLayer::Install(nullptr);
+  }
+
+  shell::LiveNodes Nodes() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
+
+  bool SoundReachesTheEncoder() {
+    return support::WaitFor([this] { return m_encoder->Statistics().audioPacketsEncoded > 20; },
+                            kPatienceMs);
+  }
+
+  support::FakeCaptureLayer m_capture;
+  support::FakeDevice* m_systemSound = nullptr;
+  support::FakeDevice* m_microphone = nullptr;
+  CRender m_render{shell::kLayerLimit};
+  shell::LiveSettings m_settings;
+  CInputDev* m_loopback = nullptr;
+  CInputDev* m_mic = nullptr;
+  CMixOut* m_mixOut = nullptr;
+  CEncoder* m_encoder = nullptr;
+};
+
+TEST_F(LiveRoad, WithAMicrophoneBothSoundsGoThroughTheMixer) {
+  shell::StartLive(Nodes(), m_settings, &m_render);
+  EXPECT_NE(m_loopback, nullptr);
+  EXPECT_NE(m_mic, nullptr);
+  EXPECT_NE(m_mixOut, nullptr);
+  ASSERT_NE(m_encoder, nullptr);
+  EXPECT_TRUE(SoundReachesTheEncoder());
+}
+
+TEST_F(LiveRoad, WithoutAMicrophoneTheSystemSoundGoesStraightIntoTheEncoder) {
+  m_settings.microphone.clear();
+  shell::StartLive(Nodes(), m_settings, &m_render);
+  EXPECT_EQ(m_mic, nullptr);
+  EXPECT_EQ(m_mixOut, nullptr);
+  ASSERT_NE(m_encoder, nullptr);
+  EXPECT_TRUE(SoundReachesTheEncoder());
+}
+
+TEST_F(LiveRoad, AMicrophoneThatDoesNotStartIsLeftOut) {
+  m_microphone->SetBusy(true);
+  shell::StartLive(Nodes(), m_settings, &m_render);
+  EXPECT_EQ(m_mic, nullptr);
+  EXPECT_EQ(m_mixOut, nullptr);
+  EXPECT_TRUE(SoundReachesTheEncoder());
+}
+
+TEST_F(LiveRoad, SystemSoundThatDoesNotStartChangesNothing) {
+  m_systemSound->SetBusy(true);
+  shell::StartLive(Nodes(), m_settings, &m_render);
+  EXPECT_NE(m_loopback, nullptr);
+  EXPECT_NE(m_encoder, nullptr);
+}
+
+TEST_F(LiveRoad, AnEncoderThatDoesNotStartCountsAsRunningAndStops) {
+  m_settings.width = 123;
+  shell::StartLive(Nodes(), m_settings, &m_render);
+  ASSERT_NE(m_encoder, nullptr);
+  shell::StopLive(Nodes(), &m_render);
+  EXPECT_EQ(m_encoder, nullptr);
+}
+
+TEST_F(LiveRoad, StopTakesEverythingAwayAndItCanStartAgain) {
+  for (int broadcast = 0; broadcast < 2; ++broadcast) {
+    shell::StartLive(Nodes(), m_settings, &m_render);
+    EXPECT_TRUE(SoundReachesTheEncoder());
+    shell::StopLive(Nodes(), &m_render);
+    EXPECT_EQ(m_loopback, nullptr);
+    EXPECT_EQ(m_mic, nullptr);
+    EXPECT_EQ(m_mixOut, nullptr);
+    EXPECT_EQ(m_encoder, nullptr);
+  }
+}
+
+}  // namespace
