@@ -13,10 +13,10 @@
 namespace {
 
 using support::Area;
-using support::Colour;
 using support::EncoderUnderTest;
 using support::Feeder;
 using support::MessageCapture;
+using support::PictureColour;
 using support::Recording;
 using support::RtmpServer;
 using support::WaitFor;
@@ -84,7 +84,7 @@ TEST_P(EveryQuality, ArrivesAsEncoded) {
   const Recording::Motion motion = recording.JudgeMotion();
   EXPECT_EQ(motion.pictures, motion.distinct) << "each picture was another one when fed";
   EXPECT_EQ(40, motion.longestGapMs);
-  const Colour grey = recording.MeanColour({0, 0, width, height / 2 - 16}, 3000);
+  const PictureColour grey = recording.MeanColour({0, 0, width, height / 2 - 16}, 3000);
   EXPECT_NEAR((100 - 16) * 255.0 / 219, grey.red, 4);
   EXPECT_NEAR(grey.red, grey.green, 4);
   EXPECT_NEAR(grey.red, grey.blue, 4);

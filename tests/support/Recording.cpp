@@ -69,14 +69,14 @@ bool Differ(const std::vector<float>& one, const std::vector<float>& other, doub
 }
 
 // BT.601 with studio swing, which is how the canvas becomes YUV.
-Colour FromYuv(double y, double u, double v) {
+PictureColour FromYuv(double y, double u, double v) {
   const double luma = 255.0 / 219.0 * (y - 16);
   const auto clip = [](double value) { return std::clamp(value, 0.0, 255.0); };
   return {clip(luma + 1.596 * (v - 128)), clip(luma - 0.392 * (u - 128) - 0.813 * (v - 128)),
           clip(luma + 2.017 * (u - 128))};
 }
 
-Colour MeanOf(const AVFrame& picture, const Area& area) {
+PictureColour MeanOf(const AVFrame& picture, const Area& area) {
   const Area chroma = {area.x / 2, area.y / 2, std::max(1, area.width / 2),
                        std::max(1, area.height / 2)};
   return FromYuv(Mean(picture, 0, area), Mean(picture, 1, chroma), Mean(picture, 2, chroma));
@@ -182,8 +182,8 @@ Recording::Motion Recording::JudgeMotion(const Area& area, double brightness) co
   return motion;
 }
 
-Colour Recording::MeanColour(const Area& area, std::int64_t ms) const {
-  Colour colour;
+PictureColour Recording::MeanColour(const Area& area, std::int64_t ms) const {
+  PictureColour colour;
   bool first = true;
   ForEachPicture([&](const AVFrame& picture, std::int64_t pictureMs) {
     if (first || pictureMs <= ms) {

@@ -27,7 +27,7 @@ struct Area {
   int height = 0;
 };
 
-struct Colour {
+struct PictureColour {
   double red = 0;
   double green = 0;
   double blue = 0;
@@ -78,7 +78,7 @@ class Recording {
   // than that. Compression alone changes a still picture by less than the default.
   Motion JudgeMotion(const Area& area = {}, double brightness = 5) const;
   // Of the picture shown at that time: the last one that does not come after it.
-  Colour MeanColour(const Area& area, std::int64_t ms) const;
+  PictureColour MeanColour(const Area& area, std::int64_t ms) const;
   // The sound from the stream's first sample on, both channels averaged, at 48000 Hz; a gap in the
   // time stamps is filled with silence.
   struct Sound {

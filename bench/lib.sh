@@ -1,0 +1,179 @@
+# Shared by the scripts here: a screen, a sound server, an RTMP server and what is filmed, all of
+# their own, all ended by id. Sourced, with set -euo pipefail.
+root=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
+bin=$root/build/release/bench
+samples=${XDG_CACHE_HOME:-$HOME/.cache}/orvane/bench  # made once
+clock_at=0,0            # where the clock strip stands in the scene
+beep_hz=3000
+flash_ms=2013           # no multiple of a picture's 40 ms: the beeps fall on all phases
+declare -a started=()
+
+stop_all() {
+  trap - EXIT
+  local i
+  for ((i = ${#started[@]} - 1; i >= 0; i--)); do
+    kill "${started[i]}" 2>/dev/null || true
+    wait "${started[i]}" 2>/dev/null || true
+  done
+  [ -z "${work:-}" ] || rm -rf "$work"
+}
+
+await() {
+  local i
+  for ((i = 0; i < 400; i++)); do
+    "$@" >/dev/null 2>&1 && return 0
+    sleep 0.05
+  done
+  echo "gave up waiting for: $*" >&2
+  return 1
+}
+
+# Runs a helper until the end. Its output goes into a file named after it.
+begin() {
+  local name=$1
+  shift
+  "$@" >"$work/$name.log" 2>&1 &
+  started+=($!)
+}
+
+build() {
+  [ -f "$root/build/release/build.ninja" ] || cmake --preset release -S "$root" >/dev/null
+  cmake --build "$root/build/release" --target live_road stage encoder_alone subscriber judge \
+    >"$work/build.log" || { cat "$work/build.log" >&2; exit 1; }
+}
+
+# Pictures, sound and films that scenes use, made on the first run.
+make_samples() {
+  mkdir -p "$samples"
+  local i
+  for i in 1 2 3 4; do
+    [ -s "$samples/picture$i.png" ] ||
+      convert -size 480x350 "plasma:" -seed "$i" "$samples/picture$i.png"
+  done
+  [ -s "$samples/film.mp4" ] || {
+    ffmpeg -v error -y -f lavfi -i "testsrc2=size=1280x720:rate=25:duration=60" \
+      -f lavfi -i "sine=frequency=440:sample_rate=48000:duration=60" \
+      -filter_complex "[1:a]pan=stereo|c0=c0|c1=c0[a]" -map 0:v -map "[a]" -c:v libx264 \
+      -preset veryfast -b:v 3M -pix_fmt yuv420p -c:a aac "$samples/minute.mp4"
+    ffmpeg -v error -y -stream_loop 9 -i "$samples/minute.mp4" -c copy "$samples/film.mp4"
+    rm -f "$samples/minute.mp4"
+  }
+}
+
+start_screen() {
+  begin xvfb bash -c 'exec Xvfb -displayfd 3 -screen 0 1920x1080x24 -ac -noreset -nolisten tcp \
+    3>"$0"' "$work/display"
+  await test -s "$work/display"
+  DISPLAY=:$(cat "$work/display")
+  export DISPLAY QT_QPA_PLATFORM=xcb
+  begin openbox openbox --sm-disable
+  await bash -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q window'
+}
+
+start_sound() {
+  mkdir -p "$work/pulse"
+  export XDG_RUNTIME_DIR=$work/pulse PULSE_SERVER=unix:$work/pulse/native
+  export PULSE_COOKIE=$work/pulse/cookie SDL_AUDIODRIVER=pulseaudio
+  cat >"$work/pulse/server.pa" <<END
+load-module module-null-sink sink_name=speakers rate=48000
+load-module module-null-sink sink_name=voice rate=48000
+set-default-sink speakers
+load-module module-remap-source master=voice.monitor source_name=microphone source_properties="device.description='Microphone'"
+set-default-source microphone
+load-module module-native-protocol-unix auth-anonymous=1 socket=$work/pulse/native
+END
+  begin pulseaudio env -u PULSE_SERVER HOME="$work/pulse" pulseaudio -n \
+    -F "$work/pulse/server.pa" --daemonize=no --use-pid-file=no --exit-idle-time=-1 \
+    --log-target=stderr
+  await pactl info
+}
+
+start_rtmp() {
+  local port
+  port=$(for ((p = 19350; p < 19999; p++)); do
+    (exec 3<>"/dev/tcp/127.0.0.1/$p") 2>/dev/null || { echo "$p"; break; }
+  done)
+  mkdir -p "$work/recordings" "$work/nginx"
+  chmod 777 "$work/recordings"
+  cat >"$work/nginx/nginx.conf" <<END
+load_module /usr/lib/nginx/modules/ngx_rtmp_module.so;
+daemon off;
+master_process off;
+pid $work/nginx/pid;
+error_log $work/nginx/error.log;
+events { worker_connections 64; }
+rtmp {
+  server {
+    listen 127.0.0.1:$port;
+    chunk_size 4096;
+    application live {
+      live on;
+      drop_idle_publisher 5s;
+      record all;
+      record_path $work/recordings;
+      record_unique on;
+    }
+  }
+}
+END
+  begin nginx nginx -p "$work/nginx" -c "$work/nginx/nginx.conf"
+  await bash -c "exec 3<>/dev/tcp/127.0.0.1/$port"
+  address=rtmp://127.0.0.1:$port/live/stream
+}
+
+# The newest recording, once the server has closed it.
+recording() {
+  sleep 1
+  find "$work/recordings" -name '*.flv' -printf '%T@ %p\n' | sort -n | tail -1 | cut -d' ' -f2-
+}
+
+# What is filmed: a clock strip on top of the screen, and below it a window that plays.
+start_stage() {
+  begin stage "$bin/stage" --window 1280x720+0+40 --title playing --fps 25 --play
+  begin strip "$bin/stage" --window 1216x32+0+0 --title strip --fps 50 --clock "$@"
+  begin small "$bin/stage" --window 640x360+1280+40 --title small --fps 25 --play
+  await bash -c "xprop -name strip WM_STATE | grep -q Normal"
+  await bash -c "xprop -name small WM_STATE | grep -q Normal"
+}
+
+# The layers of a scene as arguments of live_road, into the array "layers".
+use_scene() {
+  layers=(--layer desktop --layer "pic:$samples/picture1.png@1400,420,480,350"
+    --layer "text:Live from the studio@80,940" --layer "file:$samples/film.mp4@1240,60,640,360")
+  case $1 in
+    S4) ;;
+    S10)
+      layers+=(--layer "file:$samples/film.mp4@20,780,480,270"
+        --layer "window:small@640,700,640,360"
+        --layer "pic:$samples/picture2.png@40,60" --layer "pic:$samples/picture3.png@540,80,300,220"
+        --layer "pic:$samples/picture4.png@700,420,320,240" --layer "text:二号文字@1300,980")
+      ;;
+    *)
+      echo "no scene $1: S4 or S10" >&2
+      return 2
+      ;;
+  esac
+}
+
+# Everything above, in a working directory with the font that texts are drawn with.
+start_all() {
+  work=$(mktemp -d)
+  trap stop_all EXIT
+  trap 'exit 143' TERM
+  trap 'exit 130' INT
+  build
+  make_samples
+  start_screen
+  start_sound
+  ln -s /usr/share/fonts/truetype/wqy/wqy-microhei.ttc "$work/wryh.ttf"
+  cd "$work"
+}
+
+# The value of KEY= in a file.
+value_of() {
+  sed -nE "s/.*\b$1=([-0-9.]+).*/\1/p" "$2" | tail -1
+}
+
+median() {
+  sort -n | awk '{ v[NR] = $1 } END { if (NR) print v[int((NR + 1) / 2)] }'
+}
