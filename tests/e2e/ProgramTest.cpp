@@ -1,0 +1,169 @@
+// The program as its user starts it, on a screen of its own.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <map>
+#include <string>
+
+#include "Studio.h"
+#include "support/FakeCamera.h"
+
+namespace {
+
+class Program : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(m_studio.Start()) << m_studio.Report();
+    ASSERT_TRUE(m_studio.Film("filmed", {"--window", "300x200+0+0", "--fill", "C03060"}));
+  }
+
+  bool Start(const std::map<std::string, std::string>& changes = {}) {
+    std::map<std::string, std::string> environment = m_studio.Environment();
+    for (const auto& [name, value] : changes) {
+      environment[name] = value;
+    }
+    return m_program.Start({ORVANE_PROGRAM}, environment, m_studio.File("program.out"));
+  }
+
+  std::string Printed() const { return support::ReadFile(m_studio.File("program.out")); }
+
+  // Where the preview stands on the screen: its top left corner by the program's own window.
+  struct Place {
+    int x = -1;
+    int y = -1;
+  };
+  Place Preview() const {
+    const support::RunResult tree =
+        support::Run({"xwininfo", "-root", "-tree"}, 5000, Screen().Environment());
+    const std::size_t line = tree.output.find("960x540+");
+    Place place;
+    if (line != std::string::npos) {
+      const std::size_t absolute = tree.output.find("  +", line);
+      std::sscanf(tree.output.c_str() + absolute, " +%d+%d", &place.x, &place.y);
+    }
+    return place;
+  }
+  support::VirtualDesktop& Screen() const { return const_cast<e2e::Studio&>(m_studio).Desktop(); }
+
+  bool ShowsInPreview(int x, int y, support::Colour wanted) const {
+    const Place place = Preview();
+    if (place.x < 0) {
+      return false;
+    }
+    const support::Colour seen = Screen().ReadPixel(place.x + x, place.y + y);
+    const auto near = [&](int shift) {
+      const int a = static_cast<int>(seen >> shift & 0xFF);
+      const int b = static_cast<int>(wanted >> shift & 0xFF);
+      return a - b <= 8 && b - a <= 8;
+    };
+    return near(16) && near(8) && near(0);
+  }
+
+  e2e::Studio m_studio;
+  support::Process m_program;
+};
+
+TEST_F(Program, ShowsTheDesktopLiveAndEndsProperlyOnSigterm) {
+  std::ofstream(m_studio.File("MyLog.txt")) << "what the last run left\n";
+  ASSERT_TRUE(Start());
+  // The desktop's corner, at half its size in the preview's corner.
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000))
+      << Printed();
+  EXPECT_EQ(m_studio.Log().find("what the last run left"), std::string::npos);
+  struct stat status {};
+  ASSERT_EQ(stat(m_studio.File("MyLog.txt").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0600U);
+  if (const char* keep = std::getenv("ORVANE_KEEP_RECORDINGS")) {
+    m_studio.Desktop().Screenshot(std::string(keep) + "/program.png");
+  }
+  m_program.Signal(SIGTERM);
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
+TEST_F(Program, PutsTheFirstCameraIntoTheCorner) {
+  support::FakeCamera camera;
+  support::FakeCameraMode mode;
+  mode.background = {32, 96, 160};
+  ASSERT_TRUE(camera.Plug(mode)) << camera.Failure();
+  ASSERT_TRUE(Start());
+  // 640 x 480 at half the scene's height: 720 x 540 at the bottom right, 360 x 270 in the preview.
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(640, 350, 0x2060A0); }, 20000))
+      << Printed();
+  EXPECT_FALSE(ShowsInPreview(560, 350, 0x2060A0));
+  if (const char* keep = std::getenv("ORVANE_KEEP_RECORDINGS")) {
+    m_studio.Desktop().Screenshot(std::string(keep) + "/camera.png");
+  }
+  m_program.Signal(SIGINT);
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
+TEST_F(Program, SaysThatSdlFailsAndShowsThePreviewAllTheSame) {
+  ASSERT_TRUE(Start({{"SDL_AUDIODRIVER", "none-such"}}));
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
+  EXPECT_NE(Printed().find("SDL_Init error"), std::string::npos);
+  m_program.Signal(SIGTERM);
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
+TEST_F(Program, RunsWithoutALogThatCannotBeOpened) {
+  ASSERT_EQ(mkdir(m_studio.File("MyLog.txt").c_str(), 0700), 0);
+  ASSERT_TRUE(Start());
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
+  m_program.Signal(SIGTERM);
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
+TEST_F(Program, RunsWithoutASoundServerAndWithoutTheFont) {
+  m_studio.Sound().Kill();
+  ASSERT_EQ(unlink(m_studio.File("wryh.ttf").c_str()), 0);
+  ASSERT_TRUE(Start());
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
+  m_program.Signal(SIGTERM);
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
+TEST_F(Program, LeavesWithAWordWhereItCannotDrawIntoXWindows) {
+  ASSERT_TRUE(Start({{"QT_QPA_PLATFORM", "offscreen"}}));
+  EXPECT_EQ(m_program.Wait(10000), 1);
+  EXPECT_NE(Printed().find("QT_QPA_PLATFORM=xcb"), std::string::npos);
+}
+
+TEST_F(Program, EndsWithTheScreen) {
+  ASSERT_TRUE(Start());
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
+  m_studio.Desktop().KillServer();
+  EXPECT_EQ(m_program.Wait(10000), 1) << Printed();
+}
+
+TEST_F(Program, EndsWhenItsWindowIsClosed) {
+  ASSERT_TRUE(Start());
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
+  const support::RunResult closed =
+      support::Run({"xdotool", "search", "--onlyvisible", "--name", "^orvane$", "windowactivate",
+                    "--sync", "key", "alt+F4"},
+                   5000, m_studio.Desktop().Environment());
+  EXPECT_EQ(m_program.Wait(5000), 0) << closed.output << Printed();
+}
+
+// On a machine without a display the launcher brings its own, and leaves a picture of what it ran.
+TEST(Launcher, LeavesAScreenshotWhereThereIsNoDisplay) {
+  const support::TempDir home;
+  const support::RunResult result =
+      support::Run({"env", "-u", "DISPLAY", "-u", "XDG_DATA_HOME", "-u", "XDG_STATE_HOME",
+                    "HOME=" + home.Path(), "ORVANE_RUN_SECONDS=5", ORVANE_SOURCE_DIR "/run"},
+                   120000);
+  EXPECT_EQ(result.status, 0) << result.output;
+  const std::string screenshot = home.File(".local/state/orvane/screenshot.png");
+  EXPECT_NE(result.output.find(screenshot), std::string::npos) << result.output;
+  const support::RunResult picture =
+      support::Run({"identify", "-format", "%wx%h %k", screenshot}, 20000);
+  EXPECT_EQ(picture.output.find("1920x1080 "), 0U) << picture.output;
+  struct stat status {};
+  ASSERT_EQ(stat(home.File(".local/share/orvane").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0700U);
+  EXPECT_EQ(access(home.File(".local/share/orvane/wryh.ttf").c_str(), R_OK), 0);
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+#include "Studio.h"
+
+#include <signal.h>
+
+namespace e2e {
+
+namespace {
+
+constexpr int kWindowMs = 15000;
+constexpr int kSampleMs = 60000;
+
+}  // namespace
+
+bool Studio::Start() {
+  support::DesktopOptions options;
+  options.windowManager = true;
+  options.useInThisProcess = false;
+  return m_desktop.Start(options) && m_sound.Start() && m_sound.KeepAwake() && m_rtmp.Start();
+}
+
+std::map<std::string, std::string> Studio::Environment() const {
+  std::map<std::string, std::string> environment = m_sound.Environment();
+  environment.merge(m_desktop.Environment());
+  environment["QT_QPA_PLATFORM"] = "xcb";
+  environment["QT_LOGGING_RULES"] = "*.debug=false";
+  return environment;
+}
+
+support::Process* Studio::Film(const std::string& title,
+                               const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {ORVANE_STAGE, "--title", title};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  m_stages.emplace_back();
+  support::Process& stage = m_stages.back();
+  const auto shown = [&] {
+    const support::RunResult result =
+        support::Run({"xprop", "-name", title, "WM_STATE"}, 5000, m_desktop.Environment());
+    return result.output.find("Normal") != std::string::npos;
+  };
+  if (!stage.Start(command, Environment(), File("stage.out")) ||
+      !support::WaitFor(shown, kWindowMs)) {
+    return nullptr;
+  }
+  return &stage;
+}
+
+bool Studio::MakePicture(const std::string& name, const std::string& colour,
+                         const std::string& size) {
+  return support::Run({"convert", "-size", size, "xc:" + colour, "PNG24:" + File(name)}, kSampleMs)
+             .status == 0;
+}
+
+bool Studio::MakeFilm(const std::string& name, const std::string& colour, const std::string& size,
+                      int seconds, int hertz) {
+  const std::string duration = ":duration=" + std::to_string(seconds);
+  const std::string picture = "color=c=" + colour + ":size=" + size + ":rate=25" + duration;
+  const std::string sound = "sine=sample_rate=48000:frequency=" + std::to_string(hertz) + duration;
+  return support::Run(
+             {"ffmpeg",   "-v",      "error", "-y",  "-f",   "lavfi",   "-i",      picture,
+              "-f",       "lavfi",   "-i",    sound, "-c:v", "libx264", "-preset", "veryfast",
+              "-pix_fmt", "yuv420p", "-c:a",  "aac", "-ac",  "2",       File(name)},
+             kSampleMs)
+             .status == 0;
+}
+
+bool Studio::StartLiveRoad(const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {ORVANE_LIVE_ROAD};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return m_liveRoad.Start(command, Environment(), File("live_road.out"));
+}
+
+int Studio::EndLiveRoad(int timeoutMs) {
+  m_liveRoad.Signal(SIGTERM);
+  return m_liveRoad.Wait(timeoutMs);
+}
+
+std::string Studio::Recording(std::size_t number) {
+  m_rtmp.WaitForClosedRecordings(10000);
+  const std::vector<std::string> recordings = m_rtmp.Recordings();
+  return number < recordings.size() ? recordings[number] : "";
+}
+
+std::string Studio::Report() const {
+  return "live_road:\n" + support::ReadFile(File("live_road.out")) + "\nstages:\n" +
+         support::ReadFile(File("stage.out")) + "\nscreen:\n" + m_desktop.Output() + "\nsound:\n" +
+         m_sound.Output() + "\nserver:\n" + m_rtmp.Log();
+}
+
+}  // namespace e2e

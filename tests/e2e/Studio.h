@@ -1,0 +1,65 @@
+// Everything that a broadcast needs around the program: a screen with a window manager, a sound
+// server, an RTMP server that records, stage windows to be filmed, a working directory with the
+// font. All of it goes with the object.
+//
+// The programs under test are the built ones, driven from outside: bench/live_road, which is the
+// media graph without the interface, and the program itself.
+#ifndef ORVANE_TESTS_E2E_STUDIO_H
+#define ORVANE_TESTS_E2E_STUDIO_H
+
+#include <list>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "support/Process.h"
+#include "support/RtmpServer.h"
+#include "support/SoundServer.h"
+#include "support/VirtualDesktop.h"
+#include "support/WorkingDirectory.h"
+
+namespace e2e {
+
+class Studio {
+ public:
+  // False when a part could not be brought up; Report tells more.
+  bool Start();
+
+  support::VirtualDesktop& Desktop() { return m_desktop; }
+  support::SoundServer& Sound() { return m_sound; }
+  support::RtmpServer& Rtmp() { return m_rtmp; }
+  std::string File(const std::string& name) const { return m_directory.File(name); }
+  std::map<std::string, std::string> Environment() const;
+
+  // A stage window, there when this returns; null when it did not come.
+  support::Process* Film(const std::string& title, const std::vector<std::string>& arguments);
+
+  // A picture of one colour, and a film of one colour with a tone, 25 pictures a second.
+  bool MakePicture(const std::string& name, const std::string& colour, const std::string& size);
+  bool MakeFilm(const std::string& name, const std::string& colour, const std::string& size,
+                int seconds, int hertz);
+
+  // Starts live_road with these arguments.
+  bool StartLiveRoad(const std::vector<std::string>& arguments);
+  support::Process& LiveRoad() { return m_liveRoad; }
+  // SIGTERM, and its exit status; -1 when it was not gone after that time.
+  int EndLiveRoad(int timeoutMs = 10000);
+
+  // The recording with that number, once the server has closed it; empty when there is none.
+  std::string Recording(std::size_t number = 0);
+  std::string Log() const { return support::ReadFile(File("MyLog.txt")); }
+  // What everything printed, for the message of a failing test.
+  std::string Report() const;
+
+ private:
+  support::WorkingDirectory m_directory;
+  support::VirtualDesktop m_desktop;
+  support::SoundServer m_sound;
+  support::RtmpServer m_rtmp;
+  std::list<support::Process> m_stages;
+  support::Process m_liveRoad;
+};
+
+}  // namespace e2e
+
+#endif
