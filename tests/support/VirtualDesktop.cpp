@@ -38,11 +38,11 @@ const xcb_screen_t* Screen(xcb_connection_t* connection) {
 }
 
 // Window managers announce themselves well before they take windows, and one that is mapped in
-// between stays without a frame: try until one gets it.
-bool FramesWindows(const std::string& display, TestWindow* probe) {
-  TestWindowOptions options;
-  options.title = "probe";
-  return probe->Open(display, options) && WaitFor([probe] { return probe->Framed(); }, 200);
+// between stays without a frame: show the probe again and again until it gets one.
+bool FramesAgain(TestWindow* probe) {
+  probe->Unmap();
+  probe->Map();
+  return WaitFor([probe] { return probe->Framed(); }, 500);
 }
 
 bool SelectionHasOwner(const std::string& display, const std::string& name) {
@@ -167,10 +167,13 @@ bool VirtualDesktop::StartWindowManager() {
   environment["HOME"] = m_directory.Path();
   environment["XDG_CONFIG_HOME"] = m_directory.Path();
   environment["XDG_CACHE_HOME"] = m_directory.Path();
+  TestWindowOptions options;
+  options.title = "probe";
   m_probe = std::make_unique<TestWindow>();
-  if (!m_windowManager.Start({"openbox", "--sm-disable"}, environment,
+  if (!m_probe->Open(m_display, options) ||
+      !m_windowManager.Start({"openbox", "--sm-disable"}, environment,
                              m_directory.File("output")) ||
-      !WaitFor([this] { return FramesWindows(m_display, m_probe.get()); }, kStartMs)) {
+      !WaitFor([this] { return m_probe->Framed() || FramesAgain(m_probe.get()); }, kStartMs)) {
     return false;
   }
   m_probe->Unmap();
