@@ -433,9 +433,14 @@ TEST(CMixFrameThreads, ASourceJoinsAndItsSoundComesOut) {
       std::this_thread::sleep_for(std::chrono::microseconds(500));
     }
   };
-  std::thread first(produce, 0);
-  std::thread second(produce, 1);
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  std::thread first(produce, 0);
+  // Input 0 joins first, as the silence does in the program: were input 1 alone in the mix, its
+  // rank would have the mixer empty queue 0 in its place, and input 0 would never join.
+  while (mixer.GetFreeAudioIndex() < 1 && std::chrono::steady_clock::now() < end) {
+    std::this_thread::yield();
+  }
+  std::thread second(produce, 1);
   int highest = 0;
   while ((highest < 2 || out.AudioCount() < 100) && std::chrono::steady_clock::now() < end) {
     highest = std::max(highest, mixer.GetFreeAudioIndex());
