@@ -181,6 +181,20 @@ INSTANTIATE_TEST_SUITE_P(Containers, CInputFileFormats,
                                            Format{"a.mov", "mjpeg", "pcm_s16le", 48000, 2},
                                            Format{"slow.mkv", "mpeg4", "flac", 8000, 1}));
 
+TEST_F(CInputFileTest, ASoundFrameLongerThanTheBufferIsPlayedWhole) {
+  ClipOptions options;
+  options.audioCodec = "flac";
+  options.sampleRate = 8000;
+  options.channels = 1;
+  options.further = {"-frame_size", "8000"};  // 48000 samples when resampled
+  Player player(m_samples.Clip("long-frames.mkv", options));
+  ASSERT_EQ(player.Opened(), 0) << m_samples.Error();
+  player.Run(4000);
+  EXPECT_NEAR(static_cast<double>(player.Samples()), 96000, 400);
+  ASSERT_FALSE(player.soundSamples.empty());
+  EXPECT_EQ(*std::max_element(player.soundSamples.begin(), player.soundSamples.end()), 10240);
+}
+
 TEST_F(CInputFileTest, PicturesLeaveWithTheSoundInRealTime) {
   Player player(m_samples.Clip("a.mp4"));
   ASSERT_EQ(player.Opened(), 0);
