@@ -325,6 +325,7 @@ TEST_F(CInputFileTest, AFileThatIsBrokenInTheMiddlePlaysOnBehindTheDamage) {
     options.frames = 100;
     options.soundSeconds = 4;
     const std::string whole = m_samples.Clip(name, options);
+    ASSERT_FALSE(whole.empty()) << m_samples.Error();
     Player player(m_samples.Damaged(whole, std::string("broken-") + name, 0.4, 0.5));
     ASSERT_EQ(player.Opened(), 0) << name;
     player.Run(8000);

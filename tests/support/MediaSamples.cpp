@@ -7,7 +7,7 @@ namespace support {
 
 namespace {
 
-constexpr int kMakeTimeoutMs = 60000;
+constexpr int kMakeTimeoutMs = 180000;  // for machines under a heavy load
 constexpr double kPi = 3.14159265358979323846;
 
 std::uint32_t Crc(const std::string& bytes) {
