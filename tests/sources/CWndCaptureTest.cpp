@@ -156,10 +156,12 @@ TEST_F(WindowCapture, AWindowThatIsGoneAtStartEndsTheWorkerAtOnce) {
 TEST_F(WindowCapture, AClosedWindowLeavesTheLastPictureAndTheWorkerGoesOn) {
   Begin();
   DropAll();
+  const int grabs = m_system.GrabCount();
   m_system.Close(m_window);
   Tick();
   Tick();
   EXPECT_EQ(m_recorder.VideoCount(), 0);
+  EXPECT_EQ(m_system.GrabCount(), grabs);
 }
 
 TEST_F(WindowCapture, AWindowClosedDuringAGrabGivesNoFrame) {
@@ -174,10 +176,12 @@ TEST_F(WindowCapture, AWindowClosedDuringAGrabGivesNoFrame) {
 TEST_F(WindowCapture, AMinimisedWindowKeepsItsLastPictureUntilItIsRestored) {
   Begin();
   DropAll();
+  const int grabs = m_system.GrabCount();
   m_system.SetMinimised(m_window, true);
   Tick();
   Tick();
   EXPECT_EQ(m_recorder.VideoCount(), 0);
+  EXPECT_EQ(m_system.GrabCount(), grabs);
   m_system.SetMinimised(m_window, false);
   Tick();
   ASSERT_EQ(m_recorder.VideoCount(), 1);
