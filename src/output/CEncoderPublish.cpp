@@ -15,6 +15,11 @@ namespace {
 constexpr int kAudioStream = 0;
 constexpr int kVideoStream = 1;
 constexpr std::uint32_t kPollMs = 10;
+// The muxer puts packets into order and for that waits, 10 s unless told otherwise, until it has
+// one of each stream. They come in order; but where one stream is behind the other, after a lost
+// connection on a machine that could not encode every picture, that wait would keep the server
+// without a byte for so long that it drops the publisher.
+constexpr std::int64_t kInterleaveUs = 2 * output::kVideoLagMs * 1000;
 // Trailer and goodbye of a connection that has to end.
 constexpr std::int64_t kFarewellMs = 400;
 
@@ -108,6 +113,7 @@ bool CEncoder::PublishOnce() {
 
 // Stream 0 is sound and stream 1 the picture: that is the order of making.
 int CEncoder::AddStreams(AVFormatContext* context) {
+  context->max_interleave_delta = kInterleaveUs;
   const int error = AddStream(context, m_audioContext, m_streamTimeBase, &m_audioStream);
   if (error < 0) {
     return error;

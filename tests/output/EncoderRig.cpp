@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 
 #include "media/ffmpeg/Scoped.h"
 
@@ -102,6 +103,20 @@ void Feeder::Feed() {
       m_encoder->EnqueueAudio(0, NewSine(number * kSamplesPerPicture, kSamplesPerPicture));
     }
   }
+}
+
+std::string Describe(const CEncoder& encoder) {
+  const EncoderStatistics figures = encoder.Statistics();
+  std::ostringstream text;
+  text << "state " << static_cast<int>(figures.status.state) << ", tries " << figures.status.tries
+       << ", connections " << figures.connections << ", cause '" << figures.cause
+       << "'; pictures taken " << figures.videoFramesTaken << ", dropped "
+       << figures.videoFramesDropped << ", encoded " << figures.videoPacketsEncoded << ", sent "
+       << figures.videoPacketsSent << ", lost " << figures.videoPacketsDropped << "; sound taken "
+       << figures.audioFramesTaken << ", encoded " << figures.audioPacketsEncoded << ", sent "
+       << figures.audioPacketsSent << ", lost " << figures.audioPacketsDropped << "; queued "
+       << figures.queuedMs << " ms\n";
+  return text.str();
 }
 
 std::int64_t ResidentBytes() {

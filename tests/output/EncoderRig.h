@@ -16,6 +16,8 @@ namespace support {
 class EncoderUnderTest : public CEncoder {
  public:
   explicit EncoderUnderTest(int width = 960, int height = 540) : CEncoder(width, height) {}
+  // A test that fails half-way leaves its threads running.
+  ~EncoderUnderTest() override { Stop(); }
 
   // What Start does, but for the threads.
   bool Open() {
@@ -76,6 +78,9 @@ class Feeder {
   std::atomic<bool> m_stop{false};
   std::thread m_thread;
 };
+
+// All figures, for the message of a failing test.
+std::string Describe(const CEncoder& encoder);
 
 // Resident memory of this process in bytes.
 std::int64_t ResidentBytes();

@@ -60,7 +60,7 @@ TEST_P(EveryQuality, ArrivesAsEncoded) {
   ASSERT_EQ(0, encoder.Start());
   {
     const Feeder feeder(&encoder);
-    ASSERT_TRUE(AwaitSent(encoder, 110)) << encoder.Statistics().cause << server.Log();
+    ASSERT_TRUE(AwaitSent(encoder, 110)) << Describe(encoder) << server.Log();
   }
   encoder.Stop();
   ASSERT_TRUE(server.WaitForClosedRecordings(10000));
@@ -126,7 +126,7 @@ TEST_F(PublishServer, AServerThatIsKilledForTenSecondsGetsANewHeaderAndTheTimeGo
   const std::uint64_t sent = encoder.Statistics().videoPacketsSent;
   ASSERT_TRUE(server.Start()) << server.Log();
   // The server records from the next key frame on, which may be 50 pictures away.
-  ASSERT_TRUE(AwaitSent(encoder, sent + 110));
+  ASSERT_TRUE(AwaitSent(encoder, sent + 110)) << Describe(encoder) << server.Log();
   EXPECT_EQ(2U, encoder.Statistics().connections);
   EXPECT_EQ(0, encoder.Statistics().status.tries);
   EXPECT_EQ("", encoder.Statistics().cause);
@@ -159,7 +159,7 @@ TEST_F(PublishServer, AKeyThatIsTakenIsTriedAgainUntilItIsFree) {
     ASSERT_TRUE(AwaitState(second, PublishState::kRetrying));
     EXPECT_EQ(PublishFault::kConnect, second.Statistics().status.fault);
     first.Stop();
-    EXPECT_TRUE(AwaitSent(second, 10)) << second.Statistics().cause;
+    EXPECT_TRUE(AwaitSent(second, 10)) << Describe(second) << server.Log();
   }
   second.Stop();
 }

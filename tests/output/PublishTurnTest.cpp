@@ -130,6 +130,17 @@ TEST_F(PublishTurn, PictureGoesAHundredMillisecondsBehindTheSound) {
   EXPECT_TRUE(log.HasNote("send video pts = 140"));
 }
 
+// The muxer must not wait for a packet of each stream: the server would see a silent publisher.
+TEST_F(PublishTurn, PicturesThatAreBehindTheSoundGoOutAtOnce) {
+  AddVideo(114);
+  AddAudio({8000, 8021});  // the sound is 8 s further
+  const std::int64_t before = avio_tell(output->pb);
+  EXPECT_EQ(100, SendAllThatIsDue());
+  // All but what lies within a fifth of a second, at more than 64 bytes each.
+  EXPECT_GT(avio_tell(output->pb) - before, 94 * 64);
+  EXPECT_EQ(2, encoder.Audio().Size());
+}
+
 TEST_F(PublishTurn, FifteenVideoPacketsAreAlwaysHeldBack) {
   AddVideo(100);
   std::vector<std::int64_t> sound;

@@ -55,7 +55,7 @@ TEST_F(StalledServer, IsServedFromAKeyFrameOnAfterEightSeconds) {
   EXPECT_LT(support::ResidentBytes() - memory, 64 << 20);
   server.Thaw();
   const std::uint64_t sent = encoder.Statistics().videoPacketsSent;
-  ASSERT_TRUE(AwaitSent(sent + 75));
+  ASSERT_TRUE(AwaitSent(sent + 75)) << Describe(encoder);
   const EncoderStatistics statistics = encoder.Statistics();
   EXPECT_EQ(1U, statistics.connections) << "no reconnect: " << log.ErrorText();
   EXPECT_GE(statistics.videoPacketsDropped, 101U);
