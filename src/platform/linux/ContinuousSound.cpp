@@ -16,7 +16,7 @@ constexpr std::int64_t kSuspendedUs = 3'000'000;
 // A tenth of a millisecond of distance is worth 20 ppm: gone within some seconds, unheard.
 constexpr double kPpmPerUs = 0.2;
 constexpr double kMaxSteeringPpm = 500;
-// Punctuality that a device is not asked for: the reserve, and jitter.
+// What the hold leaves, beyond the age of a block, for the reserve and for jitter.
 constexpr double kHoldMarginUs = 30'000;
 // Two seconds: more than the longest hold and lead need, also when nobody takes anything.
 constexpr int kMaxQueueFrames = 2 * ContinuousSound::kRate;
