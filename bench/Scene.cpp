@@ -10,6 +10,7 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include "media/CMixFrame.h"
 #include "output/CEncoder.h"
 #include "output/CRender.h"
 #include "platform/SdlVideo.h"
@@ -28,6 +29,7 @@ namespace {
 constexpr int kRgb24 = 2;  // AV_PIX_FMT_RGB24
 constexpr int kPlacingMs = 10;
 constexpr int kSurfaceEventsMs = 50;
+constexpr int kMixPatienceMs = 3000;
 constexpr unsigned kWhite = 0xFFFFFFFF;
 
 void WritePlane(std::FILE* file, const std::uint8_t* data, int stride, int width, int height) {
@@ -91,10 +93,11 @@ void Scene::Build(QWidget* surface) {
   m_surfaceEvents.start(kSurfaceEventsMs);
   m_tap = new PictureTap(m_options.record);
   m_render->AddVideoOutput(m_tap);
-  for (const LayerSpec& layer : m_options.layers) {
-    AddLayer(layer);
-  }
-  connect(&m_placing, &QTimer::timeout, this, &Scene::PlaceLayers);
+  AddLayers();
+  connect(&m_placing, &QTimer::timeout, this, [this] {
+    AddLayers();
+    PlaceLayers();
+  });
   m_placing.start(kPlacingMs);
 }
 
@@ -178,6 +181,27 @@ CSrcInterface* Scene::NewNode(const LayerSpec& layer) const {
     return new CInputPic(layer.value);
   }
   return new CInputFile(layer.value);
+}
+
+void Scene::AddLayers() {
+  for (; m_added < m_options.layers.size(); ++m_added) {
+    const LayerSpec& layer = m_options.layers[m_added];
+    if (layer.kind == "file" && !MixIsReady()) {
+      return;
+    }
+    AddLayer(layer);
+  }
+}
+
+bool Scene::MixIsReady() {
+  // A file without a sound never takes the input that it was given.
+  if (m_mixFrame->GetFreeAudioIndex() == m_lastMixInput && m_waitedForMixMs < kMixPatienceMs) {
+    m_waitedForMixMs += kPlacingMs;
+    return false;
+  }
+  m_waitedForMixMs = 0;
+  m_lastMixInput = m_mixFrame->GetFreeAudioIndex();
+  return true;
 }
 
 void Scene::AddLayer(const LayerSpec& layer) {

@@ -71,6 +71,11 @@ class Scene : public QObject {
     LayerSpec layer;
   };
 
+  // Adds the layers in order, a media file only when the sound before it has its input of the mix:
+  // an input counts as free until half a second of sound has come in, and two nodes that are given
+  // the same one spoil both.
+  void AddLayers();
+  bool MixIsReady();
   void AddLayer(const LayerSpec& layer);
   void AddText(const LayerSpec& layer);
   CSrcInterface* NewNode(const LayerSpec& layer) const;
@@ -93,6 +98,9 @@ class Scene : public QObject {
   CEncoder* m_encoder = nullptr;
   PictureTap* m_tap = nullptr;
   EncoderStatistics m_lastEncoder;
+  std::size_t m_added = 0;  // of the options' layers
+  int m_lastMixInput = 0;   // the one given last; the silence has the first
+  int m_waitedForMixMs = 0;
   std::vector<Placement> m_toPlace;
   QTimer m_placing;
   QTimer m_surfaceEvents;
