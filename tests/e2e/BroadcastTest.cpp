@@ -100,13 +100,24 @@ void JudgeStreams(const support::Recording& recording, const Quality& quality) {
   EXPECT_LE(recording.LongestKeyDistance(), 50);
 }
 
+// Mean over short stretches: the monitor may speed sound up, which moves its phase.
+double MeanToneLevel(const support::Recording::Sound& sound, double hertz) {
+  constexpr int kStretches = 80;
+  constexpr std::int64_t kStretchMs = 100;
+  double sum = 0;
+  for (int i = 0; i < kStretches; ++i) {
+    sum += support::ToneLevel(sound, hertz, kSettledMs + i * kStretchMs, kStretchMs);
+  }
+  return sum / kStretches;
+}
+
 void JudgeTones(const support::Recording& recording) {
   const support::Recording::Sound sound = recording.DecodeSound();
-  const double silence = support::ToneLevel(sound, 4321, kSettledMs, 8000);
-  EXPECT_GT(support::ToneLevel(sound, kSystemTone, kSettledMs, 8000), 0.05);
-  EXPECT_GT(support::ToneLevel(sound, kVoiceTone, kSettledMs, 8000), 0.05);
+  const double silence = MeanToneLevel(sound, 4320);
+  EXPECT_GT(MeanToneLevel(sound, kSystemTone), 0.05);
+  EXPECT_GT(MeanToneLevel(sound, kVoiceTone), 0.05);
   // A media file is heard by the audience because the monitor plays it.
-  EXPECT_GT(support::ToneLevel(sound, kFilmTone, kSettledMs, 8000), 0.01);
+  EXPECT_GT(MeanToneLevel(sound, kFilmTone), 0.01);
   EXPECT_LT(silence, 0.005);
 }
 

@@ -97,7 +97,8 @@ TEST_F(Trouble, SourcesThatDoNotOpenAreNamedAndLeaveTheRestAlone) {
   std::ofstream(m_studio.File("cut.mp4")) << film.substr(0, film.size() / 2);
   Go({"camera:No such camera", "pic:" + m_studio.File("empty.png"),
       "pic:" + m_studio.File("missing.jpg"), "file:" + m_studio.File("hostile.mp4"),
-      "file:" + m_studio.File("cut.mp4"), "window:1", "text:\xC3\x28 '%{localtime}:[;,]\\ 二"});
+      "file:" + m_studio.File("cut.mp4") + "@40,200", "window:1",
+      "text:\xC3\x28 '%{localtime}:[;,]\\ 二@40,700"});
   ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(15000, 1, 100000)) << m_studio.Report();
   Pass(6000);
   ExpectInLog("No such camera");
