@@ -123,6 +123,9 @@ class CRender : public CSrcInterface {
   void PresentTurn(output::PresentState* state);
   void MakeSlots();
   void DropSlots();
+  LayerSlot* SlotOf(int id) const;
+  CMyQueue* Composed() { return &m_composed; }
+  std::int64_t DisplayedPts();
 
  private:
   struct Drawn;
@@ -134,7 +137,6 @@ class CRender : public CSrcInterface {
   static void AudioCallback(void* node, std::uint8_t* stream, int length);
 
   // CRender.cpp
-  LayerSlot* SlotOf(int id) const;
   int FirstFreeSlot();
   void ResetSlot(LayerSlot* slot);
   void Retire(CMyQueue* frames, COverlay* overlay);
@@ -173,7 +175,6 @@ class CRender : public CSrcInterface {
   void StartAtPicture();
   bool EnsureResampler();
   AVFrame* Shorten(AVFrame* frame);
-  std::int64_t DisplayedPts();
 
   int m_layerCapacity;
   pthread_t m_composeThread;
@@ -187,9 +188,12 @@ class CRender : public CSrcInterface {
   QMutex m_orderLock;
   std::int64_t m_displayedPts;  // of the canvas last sent out, in ms; guarded by m_orderLock
   QMutex m_spareLock;
-  SwrContext* m_resampler;      // SDL's audio thread, or under SDL_LockAudio
+  SwrContext* m_resampler;  // SDL's audio thread, or under SDL_LockAudio
+
+ protected:
   std::atomic<bool> m_stopped;  // the only stop signal of the three threads
 
+ private:
   // What a reset took out of a slot, until no worker can still hold it.
   enum Worker { kScale, kCompose, kPresent, kWorkers };
   std::atomic<std::uint64_t> m_passes[kWorkers];

@@ -135,9 +135,10 @@ bool ToYuv420(const AVFrame* s, AVFrame* t) {
 }  // namespace
 
 bool HasSoundGeometry(const AVFrame* frame) {
-  if (frame == nullptr || av_image_check_size2(static_cast<unsigned>(std::max(frame->width, 0)),
-                                               static_cast<unsigned>(std::max(frame->height, 0)),
-                                               INT64_MAX, AV_PIX_FMT_NONE, 0, nullptr) < 0) {
+  // FFmpeg's own check would write a line to the log for each such frame.
+  constexpr std::int64_t kMostPixels = INT32_MAX / 8;
+  if (frame == nullptr || frame->width <= 0 || frame->height <= 0 ||
+      static_cast<std::int64_t>(frame->width) * frame->height > kMostPixels) {
     return false;
   }
   const auto format = static_cast<AVPixelFormat>(frame->format);

@@ -1,0 +1,225 @@
+// The monitor sound: what the callback of SDL gets.
+#include <SDL.h>
+#include <gtest/gtest.h>
+
+#include <QString>
+#include <QtGlobal>
+#include <vector>
+
+#include "output/RenderHarness.h"
+#include "support/FakeClock.h"
+
+namespace {
+
+using support::FakeClock;
+using support::HandRender;
+using support::kRed;
+using support::NewPicture;
+using support::NewSound;
+
+// The environment of tests silences Qt's debug notes; it is read at the first of them.
+[[maybe_unused]] const bool g_notesAreOn = qunsetenv("QT_LOGGING_RULES");
+
+// A node that counts as running, though the test turns its workers.
+class SoundRender : public HandRender {
+ public:
+  SoundRender() { m_stopped = false; }
+  ~SoundRender() override { m_stopped = true; }
+  void Halt() { m_stopped = true; }
+};
+
+std::vector<std::int16_t> Fill(CRender* render, std::size_t samples) {
+  std::vector<std::int16_t> stream(2 * samples, 77);
+  render->FillAudio(reinterpret_cast<std::uint8_t*>(stream.data()),
+                    static_cast<int>(stream.size() * sizeof(std::int16_t)));
+  return stream;
+}
+
+// Counts the lines of qDebug that speak of the backlog.
+int g_notNormal = 0;
+void CountMessages(QtMsgType, const QMessageLogContext&, const QString& text) {
+  g_notNormal += text.contains("not  normal") ? 1 : 0;
+}
+
+class CRenderAudio : public testing::Test {
+ protected:
+  void SetUp() override {
+    g_notNormal = 0;
+    m_former = qInstallMessageHandler(CountMessages);
+  }
+  void TearDown() override { qInstallMessageHandler(m_former); }
+
+  FakeClock clock;
+  SoundRender render;
+
+ private:
+  QtMessageHandler m_former = nullptr;
+};
+
+TEST_F(CRenderAudio, PlaysWhatTheQueueHolds) {
+  render.FeedSound(NewSound(4, 100));
+  render.FeedSound(NewSound(4, -200));
+  const std::vector<std::int16_t> stream = Fill(&render, 8);
+  EXPECT_EQ((std::vector<std::int16_t>{100, 100, 100, 100, 100, 100, 100, 100, -200, -200, -200,
+                                       -200, -200, -200, -200, -200}),
+            stream);
+}
+
+TEST_F(CRenderAudio, AFrameLargerThanTheRequestIsSplitAndItsRestPlayedFirst) {
+  render.FeedSound(NewSound(10, 100));
+  render.FeedSound(NewSound(10, 200));
+  Fill(&render, 4);
+  EXPECT_EQ(2, render.SoundSize());
+  const std::vector<std::int16_t> next = Fill(&render, 8);
+  EXPECT_EQ(100, next[0]);
+  EXPECT_EQ(100, next[11]);
+  EXPECT_EQ(200, next[12]);
+}
+
+TEST_F(CRenderAudio, TheRestOfASplitFrameIsNeverCorrected) {
+  for (int i = 0; i < 3; ++i) {
+    render.FeedSound(NewSound(1000, 100));
+  }
+  Fill(&render, 10);  // 2 wait behind it: no correction, 990 samples go back
+  for (int i = 0; i < 6; ++i) {
+    render.FeedSound(NewSound(1000, 100));
+  }
+  Fill(&render, 990);
+  EXPECT_EQ(0, g_notNormal);
+  EXPECT_EQ(8, render.SoundSize());
+}
+
+TEST_F(CRenderAudio, AtABacklogEachFrameIsShortenedByFivePercent) {
+  for (int i = 0; i < 20; ++i) {
+    render.FeedSound(NewSound(1000, 100));
+  }
+  // Frame i leaves 19 - i behind it: the first 16 are shortened, to 950 samples at most. The
+  // resampler keeps a few samples of the first.
+  Fill(&render, 16 * 950 - 100);
+  EXPECT_EQ(16, g_notNormal);
+  EXPECT_EQ(5, render.SoundSize());
+}
+
+TEST_F(CRenderAudio, ABacklogOfThreeIsNone) {
+  for (int i = 0; i < 4; ++i) {
+    render.FeedSound(NewSound(1000, 100));
+  }
+  Fill(&render, 1000);
+  EXPECT_EQ(0, g_notNormal);
+  EXPECT_EQ(3, render.SoundSize());
+  render.FeedSound(NewSound(1000, 100));
+  render.FeedSound(NewSound(1000, 100));
+  Fill(&render, 900);
+  EXPECT_EQ(1, g_notNormal);
+}
+
+TEST_F(CRenderAudio, ShortenedSoundStaysTheSameSound) {
+  for (int i = 0; i < 20; ++i) {
+    render.FeedSound(NewSound(1000, 1000));
+  }
+  const std::vector<std::int16_t> stream = Fill(&render, 9000);
+  for (std::size_t i = 2 * 200; i < stream.size(); ++i) {
+    ASSERT_NEAR(1000, stream[i], 20) << i;
+  }
+}
+
+TEST_F(CRenderAudio, SoundOlderThanThePictureIsThrownAwayAtTheFirstCallOnly) {
+  output::PresentState present(0, {1920, 1080});
+  render.Composed()->PushBack(NewPicture(1920, 1080, kRed, 500));
+  render.Composed()->PushBack(NewPicture(1920, 1080, kRed, 540));
+  render.PresentTurn(&present);
+  ASSERT_EQ(500, render.DisplayedPts());
+  render.FeedSound(NewSound(4, 1, 480));
+  render.FeedSound(NewSound(4, 2, 499));
+  render.FeedSound(NewSound(4, 3, 500));
+  EXPECT_EQ(3, Fill(&render, 4)[0]);
+  render.FeedSound(NewSound(4, 4, 20));
+  EXPECT_EQ(4, Fill(&render, 4)[0]);
+}
+
+TEST_F(CRenderAudio, AStoppedNodeIsSilent) {
+  render.FeedSound(NewSound(4, 100));
+  render.Halt();
+  EXPECT_EQ(std::vector<std::int16_t>(8, 0), Fill(&render, 4));
+  EXPECT_EQ(1, render.SoundSize());
+}
+
+TEST_F(CRenderAudio, FramesThatHoldLessThanTheySayAreReadNoFurther) {
+  AVFrame* hostile = NewSound(4, 100);
+  hostile->linesize[0] = 1 << 20;
+  render.FeedSound(hostile);
+  AVFrame* empty = NewSound(4, 100);
+  empty->linesize[0] = 0;
+  render.FeedSound(empty);
+  AVFrame* negative = NewSound(4, 100);
+  negative->linesize[0] = -16;
+  render.FeedSound(negative);
+  render.FeedSound(NewSound(2000, 7));
+  const std::vector<std::int16_t> stream = Fill(&render, 600);
+  EXPECT_EQ(100, stream[0]);
+  EXPECT_EQ(7, stream.back());
+}
+
+// The resampler goes with Stop, and the first-call step does not run again after the next Start.
+TEST_F(CRenderAudio, ABacklogAfterARestartIsStillCorrected) {
+  CRender node(1);
+  const auto restart = [&] {
+    ASSERT_EQ(0, node.Start());
+    for (int i = 0; i < 10; ++i) {
+      node.EnqueueAudio(0, NewSound(1000, 100));
+    }
+    EXPECT_EQ(100, Fill(&node, 4000).back());
+    EXPECT_EQ(0, node.Stop());
+    node.ClearAudioQueues();
+  };
+  SDL_setenv("SDL_AUDIODRIVER", "none-at-all", 1);
+  restart();
+  restart();
+  EXPECT_GT(g_notNormal, 6);
+}
+
+TEST_F(CRenderAudio, AQueueThatNeverExceedsTwoFramesNeverOpensTheDevice) {
+  for (int i = 0; i < 10; ++i) {
+    render.FeedSound(NewSound(4, 1));
+    render.FeedSound(NewSound(4, 1));
+    testing::internal::CaptureStdout();
+    render.ScaleTurn();
+    EXPECT_EQ("", testing::internal::GetCapturedStdout());
+    render.ClearAudioQueues();
+  }
+}
+
+TEST_F(CRenderAudio, ADeviceThatCantBeOpenedIsSaidOnceAndNeverRetried) {
+  SDL_QuitSubSystem(SDL_INIT_AUDIO);
+  SDL_setenv("SDL_AUDIODRIVER", "none-at-all", 1);
+  for (int i = 0; i < 3; ++i) {
+    render.FeedSound(NewSound(4, 1));
+  }
+  testing::internal::CaptureStdout();
+  for (int i = 0; i < 3; ++i) {
+    render.ScaleTurn();
+  }
+  EXPECT_EQ("can't open audio.\n", testing::internal::GetCapturedStdout());
+  EXPECT_EQ(3, render.SoundSize());
+}
+
+// Nobody ever reads it; hours of it would fill the memory.
+TEST_F(CRenderAudio, WithoutADeviceTheSoundIsBounded) {
+  SDL_QuitSubSystem(SDL_INIT_AUDIO);
+  SDL_setenv("SDL_AUDIODRIVER", "none-at-all", 1);
+  for (int i = 0; i < 4000; ++i) {
+    render.FeedSound(NewSound(4, 1));
+    if (i % 2 == 0) {
+      render.ScaleTurn();
+      render.ScaleTurn();
+    }
+  }
+  EXPECT_LE(render.SoundSize(), 3001);
+  EXPECT_GE(render.SoundSize(), 2000);
+}
+
+TEST_F(CRenderAudio, NoFrameOpensNothing) {
+  EXPECT_EQ(-1, render.OpenAudioOutput(nullptr));
+}
+
+}  // namespace

@@ -1,0 +1,192 @@
+// The present thread, pass by pass, with no window: what goes to the outputs, and when.
+#include <gtest/gtest.h>
+
+#include <set>
+#include <vector>
+
+#include "output/RenderHarness.h"
+#include "support/FakeClock.h"
+#include "support/RecordingNode.h"
+
+namespace {
+
+using ffmpeg::ScopedFrame;
+using support::FakeClock;
+using support::HandRender;
+using support::kGreen;
+using support::kRed;
+using support::NewPicture;
+using support::RecordingNode;
+
+constexpr output::Extent kCanvas{1920, 1080};
+
+class CRenderPresent : public testing::Test {
+ protected:
+  CRenderPresent() { render.AddVideoOutput(&encoder); }
+
+  void AddCanvas(std::int64_t pts) {
+    render.Composed()->PushBack(NewPicture(kCanvas.width, kCanvas.height, kRed, pts));
+  }
+  // Turns until one more picture has gone out.
+  ScopedFrame* Next() {
+    const std::uint64_t before = render.Statistics().pushed;
+    while (render.Statistics().pushed == before) {
+      render.PresentTurn(&state);
+    }
+    picture.Reset(encoder.TakeVideo());
+    return &picture;
+  }
+
+  FakeClock clock;
+  RecordingNode encoder;
+  HandRender render;
+  output::PresentState state{0, kCanvas};
+  ScopedFrame picture;
+};
+
+TEST_F(CRenderPresent, NothingIsShownUntilTwoCanvasesHaveWaited) {
+  AddCanvas(1);
+  for (int i = 0; i < 5; ++i) {
+    render.PresentTurn(&state);
+  }
+  EXPECT_EQ(0, encoder.VideoCount());
+  EXPECT_EQ((std::vector<std::uint32_t>{10, 10, 10, 10, 10}), clock.TakeDelays());
+  AddCanvas(2);
+  render.PresentTurn(&state);
+  EXPECT_EQ(1, encoder.VideoCount());
+  EXPECT_EQ(1, render.Composed()->Size());
+}
+
+TEST_F(CRenderPresent, TheOutputsGetYuvWithTheCanvasesPts) {
+  AddCanvas(111);
+  AddCanvas(222);
+  ScopedFrame& first = *Next();
+  EXPECT_EQ(AV_PIX_FMT_YUV420P, first->format);
+  EXPECT_EQ(1920, first->width);
+  EXPECT_EQ(1080, first->height);
+  EXPECT_EQ(111, first->pts);
+  EXPECT_EQ(111, render.DisplayedPts());
+  // kRed in BT.601.
+  EXPECT_NEAR(16 + (65.481 * 250 + 128.553 * 10 + 24.966 * 20) / 255, first->data[0][0], 2);
+  EXPECT_NEAR(128 + (112 * 250 - 93.786 * 10 - 18.214 * 20) / 255, first->data[2][0], 2);
+  EXPECT_EQ(222, (*Next())->pts);
+  EXPECT_EQ(222, render.DisplayedPts());
+}
+
+TEST_F(CRenderPresent, ALoneCanvasIsSentAgainEveryFortyMilliseconds) {
+  AddCanvas(1);
+  AddCanvas(2);
+  Next();
+  std::vector<std::uint32_t> times;
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_EQ(2, (*Next())->pts);
+    times.push_back(clock.Now());
+    EXPECT_EQ(1, render.Composed()->Size());
+  }
+  EXPECT_EQ(160U, times.back() - times.front());
+  EXPECT_EQ(4U, render.Statistics().repeated);
+}
+
+TEST_F(CRenderPresent, MoreThanSevenWaitingCanvasesLoseOneAPass) {
+  for (int i = 0; i < 9; ++i) {
+    AddCanvas(i);
+  }
+  EXPECT_EQ(1, (*Next())->pts);  // 0 is dropped, 1 is sent
+  EXPECT_EQ(7, render.Composed()->Size());
+  EXPECT_EQ(1U, render.Statistics().droppedComposed);
+  EXPECT_EQ(2, (*Next())->pts);  // 7 wait: none is dropped
+  EXPECT_EQ(6, render.Composed()->Size());
+  EXPECT_EQ(1U, render.Statistics().droppedComposed);
+}
+
+TEST_F(CRenderPresent, EarlyPassesWaitTenMillisecondsWithoutPresenting) {
+  for (int i = 0; i < 4; ++i) {
+    AddCanvas(i);
+  }
+  Next();
+  clock.TakeDelays();
+  const std::uint32_t start = clock.Now();
+  Next();
+  EXPECT_EQ(40U, clock.Now() - start);
+  EXPECT_EQ((std::vector<std::uint32_t>{10, 10, 10, 10}), clock.TakeDelays());
+}
+
+TEST_F(CRenderPresent, ASuspendedMachineIsNotCaughtUp) {
+  AddCanvas(1);
+  AddCanvas(2);
+  Next();
+  clock.Advance(400);
+  clock.TakeDelays();
+  int burst = 0;
+  while (clock.TakeDelays().empty()) {
+    render.PresentTurn(&state);
+    ++burst;
+  }
+  EXPECT_GE(burst, 9);
+  clock.Advance(100000);
+  burst = 0;
+  while (clock.TakeDelays().empty()) {
+    render.PresentTurn(&state);
+    ++burst;
+  }
+  EXPECT_LE(burst, 2);
+}
+
+TEST_F(CRenderPresent, ASlowEncoderFinishesThePictureItWasGiven) {
+  std::vector<AVFrame*> held;
+  std::set<const std::uint8_t*> buffers;
+  for (int i = 0; i < 20; ++i) {
+    render.Composed()->PushBack(
+        NewPicture(kCanvas.width, kCanvas.height,
+                   {static_cast<std::uint8_t>(10 * i), static_cast<std::uint8_t>(10 * i),
+                    static_cast<std::uint8_t>(10 * i)},
+                   i));
+    if (i > 0) {
+      Next();
+      held.push_back(picture.Release());
+    }
+  }
+  for (std::size_t i = 0; i < held.size(); ++i) {
+    buffers.insert(held[i]->data[0]);
+    EXPECT_NEAR(16 + 219.0 * 10 * static_cast<double>(i) / 255, held[i]->data[0][1000], 2);
+  }
+  EXPECT_EQ(19U, buffers.size());
+  for (AVFrame* frame : held) {
+    av_frame_free(&frame);
+  }
+}
+
+TEST(OutputPictures, OverwritesTheLastOneWhenAllTwentyAreTaken) {
+  output::OutputPictures pictures({64, 48});
+  std::vector<AVFrame*> held;
+  std::set<const std::uint8_t*> buffers;
+  AVFrame* last = nullptr;
+  for (int i = 0; i < 20; ++i) {
+    last = pictures.Next();
+    buffers.insert(last->data[0]);
+    held.push_back(av_frame_clone(last));
+  }
+  EXPECT_EQ(20U, buffers.size());
+  EXPECT_EQ(last, pictures.Next());
+  EXPECT_EQ(last, pictures.Next());
+  const std::uint8_t* freed = held[7]->data[0];
+  av_frame_free(&held[7]);
+  EXPECT_EQ(freed, pictures.Next()->data[0]);
+  for (AVFrame* frame : held) {
+    av_frame_free(&frame);
+  }
+}
+
+TEST_F(CRenderPresent, ANodeLeavesTheOutputsAtOnce) {
+  AddCanvas(1);
+  AddCanvas(2);
+  Next();
+  render.RemoveVideoOutput(&encoder);
+  const std::uint64_t before = render.Statistics().pushed;
+  while (render.Statistics().pushed == before) {
+    render.PresentTurn(&state);
+  }
+  EXPECT_EQ(0, encoder.VideoCount());
+}
+
+}  // namespace

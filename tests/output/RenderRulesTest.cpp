@@ -1,0 +1,106 @@
+#include "output/RenderRules.h"
+
+#include <gtest/gtest.h>
+
+#include <tuple>
+
+namespace {
+
+using output::Cover;
+using output::Extent;
+using output::Rect;
+
+constexpr Extent kCanvas{1920, 1080};
+
+std::tuple<int, int, int, int> Of(const Rect& r) {
+  return {r.x, r.y, r.width, r.height};
+}
+
+std::tuple<int, int, int, int> Of(const output::Line& l) {
+  return {l.x1, l.y1, l.x2, l.y2};
+}
+
+TEST(FitCanvas, KeepsTheShapeAndCentres) {
+  const struct {
+    Extent preview;
+    Rect expected;
+  } cases[] = {
+      {{960, 540}, {0, 0, 960, 540}},
+      {{1920, 1080}, {0, 0, 1920, 1080}},
+      // Narrower than 16:9: bars above and below.
+      {{960, 600}, {0, 30, 960, 540}},
+      {{500, 900}, {0, 309, 500, 281}},
+      // Wider: bars left and right.
+      {{1200, 540}, {120, 0, 960, 540}},
+      {{1001, 540}, {20, 0, 960, 540}},
+      {{1, 1}, {0, 0, 1, 0}},
+      {{0, 0}, {0, 0, 0, 0}},
+      {{4000, 2000}, {222, 0, 3555, 2000}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Of(c.expected), Of(FitCanvas(kCanvas, c.preview)))
+        << c.preview.width << "x" << c.preview.height;
+  }
+}
+
+TEST(Outline, IsFourLinesInDrawingOrder) {
+  const auto lines = Outline({100, 50, 640, 360}, kCanvas, {960, 540});
+  ASSERT_EQ(4U, lines.size());
+  EXPECT_EQ(std::make_tuple(50, 25, 370, 25), Of(lines[0]));
+  EXPECT_EQ(std::make_tuple(50, 25, 50, 205), Of(lines[1]));
+  EXPECT_EQ(std::make_tuple(369, 25, 369, 204), Of(lines[2]));
+  EXPECT_EQ(std::make_tuple(50, 204, 369, 204), Of(lines[3]));
+}
+
+TEST(Outline, FollowsALayerDraggedOffTheCanvas) {
+  const auto lines = Outline({-200, -100, 100, 50}, kCanvas, {960, 540});
+  EXPECT_EQ(std::make_tuple(-100, -50, -50, -50), Of(lines[0]));
+  // Far outside nothing overflows.
+  const auto far = Outline({2000000000, 0, 100, 100}, kCanvas, {960, 540});
+  EXPECT_EQ(1000000000, far[0].x1);
+}
+
+TEST(ClampToCanvas, CutsEachAxisOnItsOwn) {
+  EXPECT_EQ((Extent{640, 480}), ClampToCanvas({640, 480}, kCanvas));
+  EXPECT_EQ((Extent{1920, 1080}), ClampToCanvas({2560, 1600}, kCanvas));
+  EXPECT_EQ((Extent{1920, 600}), ClampToCanvas({2560, 600}, kCanvas));
+  EXPECT_EQ((Extent{800, 1080}), ClampToCanvas({800, 1600}, kCanvas));
+}
+
+TEST(CornerPlacement, IsBottomRightAtHalfTheHeightWithTheAspectKept) {
+  EXPECT_EQ(std::make_tuple(1200, 540, 720, 540), Of(CornerPlacement(kCanvas, {640, 480}, 0)));
+  EXPECT_EQ(std::make_tuple(960, 540, 960, 540), Of(CornerPlacement(kCanvas, {1280, 720}, 0)));
+  // Without a picture the width stays.
+  EXPECT_EQ(std::make_tuple(1620, 540, 300, 540), Of(CornerPlacement(kCanvas, {0, 0}, 300)));
+}
+
+TEST(TextHeight, KeepsTheMeasuredShape) {
+  EXPECT_EQ(100, output::TextHeight(400, {400, 100}));
+  EXPECT_EQ(50, output::TextHeight(200, {400, 100}));
+  EXPECT_EQ(33, output::TextHeight(133, {400, 100}));
+  EXPECT_EQ(0, output::TextHeight(133, {0, 0}));
+}
+
+TEST(FramesToDrop, KeepsTheLastPictureAndAtMostFive) {
+  EXPECT_EQ(0, output::FramesToDrop(0));
+  EXPECT_EQ(0, output::FramesToDrop(1));
+  EXPECT_EQ(1, output::FramesToDrop(2));
+  EXPECT_EQ(1, output::FramesToDrop(5));
+  EXPECT_EQ(1, output::FramesToDrop(6));
+  EXPECT_EQ(2, output::FramesToDrop(7));
+  EXPECT_EQ(15, output::FramesToDrop(20));
+}
+
+TEST(TopmostCover, IsTheHighestPictureOverAllOfTheCanvas) {
+  const Cover all{{0, 0, 1920, 1080}, true};
+  const Cover larger{{-10, -10, 1940, 1100}, true};
+  const Cover part{{0, 0, 1919, 1080}, true};
+  const Cover shifted{{1, 0, 1920, 1080}, true};
+  const Cover hidden{{0, 0, 1920, 1080}, false};
+  EXPECT_EQ(-1, TopmostCover({}, kCanvas));
+  EXPECT_EQ(-1, TopmostCover({part, shifted, hidden}, kCanvas));
+  EXPECT_EQ(0, TopmostCover({all, part}, kCanvas));
+  EXPECT_EQ(1, TopmostCover({all, larger, part, hidden}, kCanvas));
+}
+
+}  // namespace
