@@ -167,7 +167,10 @@ AVFrame* CRender::ToLayer(LayerSlot* slot, AVFrame* frame, const output::Extent&
 }
 
 AVFrame* CRender::Rescale(LayerSlot* slot, const AVFrame* frame, const output::Extent& size) {
-  ffmpeg::ScopedFrame scaled(slot->scaling.pool.Get(size.width, size.height, AV_PIX_FMT_RGB24));
+  ffmpeg::ScopedFrame scaled;
+  if (size.width > 0 && size.height > 0) {
+    scaled.Reset(slot->scaling.pool.Get(size.width, size.height, AV_PIX_FMT_RGB24));
+  }
   if (!scaled || slot->scaler.Convert(frame, scaled.Get()) < 0) {
     LogFault(slot, frame);
     return nullptr;

@@ -55,10 +55,15 @@ PreviewWindow::PreviewWindow(platform::WindowHandle handle, const Extent& canvas
 
 PreviewWindow::~PreviewWindow() {
   platform::PreviewPlace place;
-  if (m_target && !m_givenUp && m_target->Look(&place) == platform::PreviewTarget::Answer::kThere) {
+  if (m_target == nullptr || m_window == nullptr) {
+    return;
+  }
+  const platform::PreviewTarget::Answer answer = m_target->Look(&place);
+  if (answer == platform::PreviewTarget::Answer::kThere ||
+      answer == platform::PreviewTarget::Answer::kNoWindow) {
     Destroy();
   }
-  // Otherwise there is nothing to destroy, or a call would wait for a display that is gone.
+  // Otherwise a call would wait for a display that is silent or gone.
 }
 
 void PreviewWindow::GiveUp(const char* what) {
@@ -74,8 +79,12 @@ bool PreviewWindow::Ready(const Extent& preview) {
   switch (m_target->Look(&place)) {
     case platform::PreviewTarget::Answer::kSilent:
       return false;
-    case platform::PreviewTarget::Answer::kGone:
-      GiveUp("its window or display is gone");
+    case platform::PreviewTarget::Answer::kNoWindow:
+      Destroy();
+      GiveUp("its window is gone");
+      return false;
+    case platform::PreviewTarget::Answer::kDisconnected:
+      GiveUp("its display is gone");
       return false;
     case platform::PreviewTarget::Answer::kThere:
       break;

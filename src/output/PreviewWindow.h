@@ -9,7 +9,9 @@
 // SDL is called under platform::SdlVideoMutex. The destructor is the last that touches the window.
 //
 // Failure: where nothing can be drawn (no handle, no SDL video, the window or its server gone or
-// silent) Ready and Draw give false, and the log says why once.
+// silent) Ready and Draw give false, and the log says why once. A window system that falls silent
+// in the middle of a drawing holds the thread until it answers or ends. One that ends leaves SDL
+// with connections that nobody may close: SDL_Quit would end the process.
 #ifndef ORVANE_OUTPUT_PREVIEWWINDOW_H
 #define ORVANE_OUTPUT_PREVIEWWINDOW_H
 

@@ -23,11 +23,16 @@ struct PreviewPlace {
 
 class PreviewTarget {
  public:
-  enum class Answer { kThere, kSilent, kGone };
+  enum class Answer {
+    kThere,
+    kSilent,       // the window system does not answer now; that may pass
+    kNoWindow,     // it has no such window any more
+    kDisconnected  // it is gone itself
+  };
 
   virtual ~PreviewTarget() = default;
 
-  // Waits 100 ms at most. kSilent may pass, kGone is for good.
+  // Waits 100 ms at most.
   virtual Answer Look(PreviewPlace* place) = 0;
   // Puts it back where a drawing library has moved it from.
   virtual void MoveTo(int x, int y) = 0;

@@ -28,7 +28,7 @@ class X11PreviewTarget : public PreviewTarget {
     while (m_link->NextEvent()) {
     }
     if (m_link->Broken()) {
-      return Answer::kGone;
+      return Answer::kDisconnected;
     }
     if (!m_link->Answering()) {
       return Answer::kSilent;
@@ -37,10 +37,10 @@ class X11PreviewTarget : public PreviewTarget {
     const auto geometry = m_link->Take<xcb_get_geometry_reply_t>(request.sequence);
     if (!geometry) {
       if (m_link->Broken()) {
-        return Answer::kGone;
+        return Answer::kDisconnected;
       }
-      // No answer although the server answers: there is no such window.
-      return m_link->Answering() ? Answer::kGone : Answer::kSilent;
+      // No geometry although the server answers.
+      return m_link->Answering() ? Answer::kNoWindow : Answer::kSilent;
     }
     place->x = geometry->x;
     place->y = geometry->y;
