@@ -20,10 +20,13 @@ constexpr int kCanvasesToStart = 2;
 
 void* CRender::RunPresent(void* node) {
   auto* self = static_cast<CRender*>(node);
-  output::PresentState state(self->windowHandle, self->CanvasSize());
-  while (!self->m_stopped) {
-    self->PresentTurn(&state);
+  {
+    output::PresentState state(self->windowHandle, self->CanvasSize());
+    while (!self->m_stopped) {
+      self->PresentTurn(&state);
+    }
   }
+  SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
   return nullptr;
 }
 

@@ -46,6 +46,7 @@ void* CRender::RunScale(void* node) {
   while (!self->m_stopped) {
     self->ScaleTurn();
   }
+  SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
   return nullptr;
 }
 

@@ -1,5 +1,6 @@
 // All threads of the renderer at once, with sources, an encoder and a user who never rests: for the
 // sanitizers, and for what may never happen in between.
+#include <SDL.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -132,6 +133,7 @@ TEST(RenderStress, ThousandsOfOperationsWhileAllThreadsRun) {
   }
   render.RemoveVideoOutput(&encoder);
   EXPECT_EQ(0, render.Stop());
+  SDL_QuitSubSystem(SDL_INIT_AUDIO);  // begun by the opening of the sound device
 }
 
 TEST(RenderStress, StartAndStopManyTimesWithSourcesRunning) {
@@ -148,6 +150,7 @@ TEST(RenderStress, StartAndStopManyTimesWithSourcesRunning) {
   }
   stop = true;
   source.join();
+  SDL_QuitSubSystem(SDL_INIT_AUDIO);
 }
 
 }  // namespace
