@@ -7,6 +7,8 @@
 #include "platform/linux/DisplayGuard.h"
 #include "shell/QuitSignals.h"
 #include "shell/orvane.h"
+#include "sources/DeviceCatalogue.h"
+#include "widgets/theme/Theme.h"
 
 namespace {
 
@@ -38,7 +40,12 @@ int main(int argc, char** argv) {
   }
   const platform::DisplayGuard displayGuard;
   const shell::QuitSignals quitSignals;
+  PrepareTheme();
   orvane window;
+  window.ShowLogin();
+  if (DeviceCatalogue::Instance()->loggedIn == 0) {
+    return 0;
+  }
   window.InitGraph();
   window.show();
   const int status = QApplication::exec();

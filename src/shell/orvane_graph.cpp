@@ -6,6 +6,7 @@
 #include "shell/Log.h"
 #include "shell/orvane.h"
 #include "sources/DeviceCatalogue.h"
+#include "widgets/LoginInfoControl.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ void orvane::InitGraph() {
   connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });
   m_surfaceEvents.start(kSurfaceEventsMs);
   AddDefaultLayers();
+  widget->SetLoginInfo(m_catalogue->userName, QPixmap());
 }
 
 void orvane::CloseGraph() {

@@ -1,15 +1,19 @@
 // The window and its preview surface.
 #include <QGuiApplication>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QScreen>
 #include <QVBoxLayout>
 #include <cstdio>
 
+#include "backend/BackendClient.h"
 #include "output/CRender.h"
 #include "shell/CEvent.h"
 #include "shell/Libraries.h"
 #include "shell/orvane.h"
 #include "sources/DeviceCatalogue.h"
+#include "widgets/CLoginDlg.h"
+#include "widgets/LoginInfoControl.h"
 
 namespace {
 
@@ -20,14 +24,18 @@ constexpr QSize kPreviewSize(960, 540);
 orvane::orvane(QWidget* parent) : QWidget(parent) {
   InitUi();
   m_catalogue = DeviceCatalogue::Instance();
+  m_backend = BackendClient::Instance();
   connect(CEvent::instance(), &CEvent::renderSize, this, &orvane::SlotSetRenderSize);
+  connect(CEvent::instance(), &CEvent::loginChange, this, &orvane::SlotLoginChange);
   if (!shell::StartSdl()) {
     std::printf("SDL_Init error");
     std::fflush(stdout);
   }
 }
 
-orvane::~orvane() = default;
+orvane::~orvane() {
+  delete m_loginDlg;  // has no parent
+}
 
 void orvane::InitUi() {
   setAttribute(Qt::WA_StyledBackground);
@@ -42,8 +50,15 @@ void orvane::InitUi() {
   m_renderWgt->setAttribute(Qt::WA_NativeWindow);
   m_renderWgt->setAttribute(Qt::WA_OpaquePaintEvent);
 
+  widget = new LoginInfoControl;
+  widget->setObjectName("widget");
+  auto* headLayout = new QHBoxLayout;
+  headLayout->addStretch();
+  headLayout->addWidget(widget);
+
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(11, 11, 11, 11);
+  layout->addLayout(headLayout);
   layout->addWidget(m_renderWgt);
   adjustSize();
   CenterOnScreen();

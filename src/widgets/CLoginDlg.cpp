@@ -34,6 +34,8 @@ const char kLoginButtonStyle[] =
 
 CLoginDlg::CLoginDlg(QWidget* parent) : QDialog(parent), catalogue(DeviceCatalogue::Instance()) {
   setAttribute(Qt::WA_TranslucentBackground);
+  // Its end is not the program's, also while no other window is shown.
+  setAttribute(Qt::WA_QuitOnClose, false);
   setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
   ui.setupUi(this);
   InitStyle();

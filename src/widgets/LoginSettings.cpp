@@ -1,6 +1,7 @@
 #include "widgets/LoginSettings.h"
 
 #include <QDebug>
+#include <QFile>
 #include <QSettings>
 
 namespace widgets {
@@ -24,7 +25,10 @@ void WriteLoginSettings(const SavedAccount& account) {
   settings.sync();
   if (settings.status() != QSettings::NoError) {
     qWarning() << "the account could not be written to" << kFile << "status" << settings.status();
+    return;
   }
+  // A file that was there keeps its mode when it is written, and this one holds a password.
+  QFile::setPermissions(kFile, QFile::ReadOwner | QFile::WriteOwner);
 }
 
 }  // namespace widgets

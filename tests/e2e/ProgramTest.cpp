@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <map>
@@ -12,10 +13,13 @@
 
 namespace {
 
+const char kLoginTitle[] = "^登录$";
+
 class Program : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(m_studio.Start()) << m_studio.Report();
+    ASSERT_TRUE(m_studio.StartService()) << m_studio.Report();
     ASSERT_TRUE(m_studio.Film("filmed", {"--window", "300x200+0+0", "--fill", "C03060"}));
   }
 
@@ -25,6 +29,16 @@ class Program : public testing::Test {
       environment[name] = value;
     }
     return m_program.Start({ORVANE_PROGRAM}, environment, m_studio.File("program.out"));
+  }
+
+  // The way of every operator: the saved account is in the fields, Enter logs in.
+  bool LogIn() { return m_studio.Activate(kLoginTitle) && m_studio.PressKeys({"Return"}); }
+  bool Shows(int windows) {
+    return support::WaitFor([&] { return m_studio.VisibleWindows() == windows; }, 15000);
+  }
+  bool StartAndLogIn(const std::map<std::string, std::string>& changes = {}) {
+    m_studio.SaveAccount("demo", m_studio.Password());
+    return Start(changes) && LogIn();
   }
 
   std::string Printed() const { return support::ReadFile(m_studio.File("program.out")); }
@@ -67,7 +81,7 @@ class Program : public testing::Test {
 
 TEST_F(Program, ShowsTheDesktopLiveAndEndsProperlyOnSigterm) {
   std::ofstream(m_studio.File("MyLog.txt")) << "what the last run left\n";
-  ASSERT_TRUE(Start());
+  ASSERT_TRUE(StartAndLogIn());
   // The desktop's corner, at half its size in the preview's corner.
   EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000))
       << Printed();
@@ -87,7 +101,7 @@ TEST_F(Program, PutsTheFirstCameraIntoTheCorner) {
   support::FakeCameraMode mode;
   mode.background = {32, 96, 160};
   ASSERT_TRUE(camera.Plug(mode)) << camera.Failure();
-  ASSERT_TRUE(Start());
+  ASSERT_TRUE(StartAndLogIn());
   // 640 x 480 at half the scene's height: 720 x 540 at the bottom right, 360 x 270 in the preview.
   EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(640, 350, 0x2060A0); }, 20000))
       << Printed();
@@ -100,7 +114,7 @@ TEST_F(Program, PutsTheFirstCameraIntoTheCorner) {
 }
 
 TEST_F(Program, SaysThatSdlFailsAndShowsThePreviewAllTheSame) {
-  ASSERT_TRUE(Start({{"SDL_AUDIODRIVER", "none-such"}}));
+  ASSERT_TRUE(StartAndLogIn({{"SDL_AUDIODRIVER", "none-such"}}));
   EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
   EXPECT_NE(Printed().find("SDL_Init error"), std::string::npos);
   m_program.Signal(SIGTERM);
@@ -109,7 +123,7 @@ TEST_F(Program, SaysThatSdlFailsAndShowsThePreviewAllTheSame) {
 
 TEST_F(Program, RunsWithoutALogThatCannotBeOpened) {
   ASSERT_EQ(mkdir(m_studio.File("MyLog.txt").c_str(), 0700), 0);
-  ASSERT_TRUE(Start());
+  ASSERT_TRUE(StartAndLogIn());
   EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
   m_program.Signal(SIGTERM);
   EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
@@ -118,7 +132,7 @@ TEST_F(Program, RunsWithoutALogThatCannotBeOpened) {
 TEST_F(Program, RunsWithoutASoundServerAndWithoutTheFont) {
   m_studio.Sound().Kill();
   ASSERT_EQ(unlink(m_studio.File("wryh.ttf").c_str()), 0);
-  ASSERT_TRUE(Start());
+  ASSERT_TRUE(StartAndLogIn());
   EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
   m_program.Signal(SIGTERM);
   EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
@@ -131,20 +145,107 @@ TEST_F(Program, LeavesWithAWordWhereItCannotDrawIntoXWindows) {
 }
 
 TEST_F(Program, EndsWithTheScreen) {
-  ASSERT_TRUE(Start());
+  ASSERT_TRUE(StartAndLogIn());
   EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
   m_studio.Desktop().KillServer();
   EXPECT_EQ(m_program.Wait(10000), 1) << Printed();
 }
 
 TEST_F(Program, EndsWhenItsWindowIsClosed) {
-  ASSERT_TRUE(Start());
+  ASSERT_TRUE(StartAndLogIn());
   EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
   const support::RunResult closed =
       support::Run({"xdotool", "search", "--onlyvisible", "--name", "^orvane$", "windowactivate",
                     "--sync", "key", "alt+F4"},
                    5000, m_studio.Desktop().Environment());
   EXPECT_EQ(m_program.Wait(5000), 0) << closed.output << Printed();
+}
+
+TEST_F(Program, LeavingTheLoginEndsItWithoutTouchingTheLog) {
+  std::ofstream(m_studio.File("MyLog.txt")) << "what the last run left\n";
+  ASSERT_TRUE(Start());
+  ASSERT_TRUE(m_studio.Activate(kLoginTitle));
+  EXPECT_FALSE(m_studio.ShowsWindow("^orvane$"));
+  ASSERT_TRUE(m_studio.PressKeys({"Escape"}));
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+  EXPECT_NE(m_studio.Log().find("what the last run left"), std::string::npos);
+  EXPECT_NE(access(m_studio.File("login.ini").c_str(), F_OK), 0);
+}
+
+TEST_F(Program, ARefusedLoginStaysAndTheRightOneIsRemembered) {
+  m_studio.SaveAccount("demo", "not-it");
+  ASSERT_TRUE(Start());
+  ASSERT_TRUE(LogIn());
+  // The service's refusal; Enter answers it, and the dialog is still there.
+  EXPECT_TRUE(support::WaitFor(
+      [this] {
+        return support::ReadFile(m_studio.File("service.out")).find("login-failed") !=
+               std::string::npos;
+      },
+      10000));
+  ASSERT_TRUE(Shows(2)) << "the notice over the dialog";
+  ASSERT_TRUE(m_studio.PressKeys({"Return"}));
+  ASSERT_TRUE(Shows(1));
+  ASSERT_TRUE(m_studio.Activate(kLoginTitle));
+  ASSERT_TRUE(m_studio.PressKeys({"Tab", "ctrl+a"}));
+  ASSERT_EQ(support::Run({"xdotool", "type", "--delay", "60", m_studio.Password()}, 20000,
+                         Screen().Environment())
+                .status,
+            0);
+  ASSERT_TRUE(m_studio.PressKeys({"Return"}));
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000))
+      << Printed() << m_studio.Report();
+  const std::string saved = support::ReadFile(m_studio.File("login.ini"));
+  EXPECT_NE(saved.find("psw=" + m_studio.Password()), std::string::npos) << saved;
+  struct stat status {};
+  ASSERT_EQ(stat(m_studio.File("login.ini").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 077, 0U);
+}
+
+TEST_F(Program, AChangeOfAccountForgetsItAndComesBackWithTheSceneRunning) {
+  ASSERT_TRUE(StartAndLogIn());
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
+  ASSERT_TRUE(m_studio.Activate("^orvane$"));
+  ASSERT_TRUE(m_studio.PressKeys({"Tab", "space", "Down", "Return"}));
+  ASSERT_TRUE(m_studio.Activate(kLoginTitle));
+  EXPECT_FALSE(m_studio.ShowsWindow("^orvane$"));
+  const std::string saved = support::ReadFile(m_studio.File("login.ini"));
+  EXPECT_EQ(saved.find(m_studio.Password()), std::string::npos) << saved;
+  // The dialog is the same one, with its earlier text.
+  ASSERT_TRUE(m_studio.PressKeys({"Return"}));
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000))
+      << Printed();
+  m_program.Signal(SIGTERM);
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
+TEST_F(Program, AChangeOfAccountThatIsGivenUpEndsIt) {
+  ASSERT_TRUE(StartAndLogIn());
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
+  ASSERT_TRUE(m_studio.Activate("^orvane$"));
+  ASSERT_TRUE(m_studio.PressKeys({"Tab", "space", "Down", "Return"}));
+  ASSERT_TRUE(m_studio.Activate(kLoginTitle));
+  ASSERT_TRUE(m_studio.PressKeys({"Escape"}));
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
+TEST_F(Program, SigtermEndsItAtTheLoginToo) {
+  ASSERT_TRUE(Start());
+  ASSERT_TRUE(m_studio.Activate(kLoginTitle));
+  m_program.Signal(SIGTERM);
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
+TEST_F(Program, WithoutAServiceItSaysSoAndOffersTheLogin) {
+  m_studio.Service().Stop();
+  ASSERT_TRUE(Start());
+  // The notice comes first, for the picture of the login; then the dialog.
+  ASSERT_TRUE(Shows(1));
+  EXPECT_FALSE(m_studio.ShowsWindow(kLoginTitle));
+  ASSERT_TRUE(m_studio.PressKeys({"Return"}));
+  ASSERT_TRUE(m_studio.Activate(kLoginTitle)) << Printed();
+  ASSERT_TRUE(m_studio.PressKeys({"Escape"}));
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
 }
 
 // On a machine without a display the launcher brings its own, and leaves a picture of what it ran.

@@ -2,6 +2,9 @@
 
 #include <signal.h>
 
+#include <algorithm>
+#include <fstream>
+
 namespace e2e {
 
 namespace {
@@ -23,6 +26,7 @@ std::map<std::string, std::string> Studio::Environment() const {
   environment.merge(m_desktop.Environment());
   environment["QT_QPA_PLATFORM"] = "xcb";
   environment["QT_LOGGING_RULES"] = "*.debug=false";
+  environment["ORVANE_TEST_BACKEND"] = ServiceAddress();
   return environment;
 }
 
@@ -74,6 +78,59 @@ int Studio::EndLiveRoad(int timeoutMs) {
   return m_liveRoad.Wait(timeoutMs);
 }
 
+std::string Studio::ServiceAddress() const {
+  return "http://127.0.0.1:" + std::to_string(m_servicePort);
+}
+
+bool Studio::StartService() {
+  m_servicePort = support::FreePort();
+  const std::string output = File("service.out");
+  if (!m_service.Start({ORVANE_SERVICE, "serve", "--database", File("service.sqlite"), "--port",
+                        std::to_string(m_servicePort)},
+                       {}, output)) {
+    return false;
+  }
+  const std::string mark = "with the password \"";
+  const auto ready = [&] { return support::ReadFile(output).find(mark) != std::string::npos; };
+  if (!support::WaitFor(ready, kWindowMs)) {
+    return false;
+  }
+  const std::string text = support::ReadFile(output);
+  const std::size_t begin = text.find(mark) + mark.size();
+  m_password = text.substr(begin, text.find('"', begin) - begin);
+  return true;
+}
+
+void Studio::SaveAccount(const std::string& login, const std::string& password) const {
+  std::ofstream(File("login.ini")) << "[General]\nusr=" << login << "\npsw=" << password << "\n";
+}
+
+bool Studio::ShowsWindow(const std::string& title) const {
+  return support::Run({"xdotool", "search", "--onlyvisible", "--name", title}, 5000,
+                      m_desktop.Environment())
+             .status == 0;
+}
+
+int Studio::VisibleWindows() const {
+  const support::RunResult found = support::Run(
+      {"xdotool", "search", "--onlyvisible", "--class", "^orvane$"}, 5000, m_desktop.Environment());
+  return static_cast<int>(std::count(found.output.begin(), found.output.end(), '\n'));
+}
+
+bool Studio::Activate(const std::string& title) {
+  return support::WaitFor([&] { return ShowsWindow(title); }, kWindowMs) &&
+         support::Run(
+             {"xdotool", "search", "--onlyvisible", "--name", title, "windowactivate", "--sync"},
+             10000, m_desktop.Environment())
+                 .status == 0;
+}
+
+bool Studio::PressKeys(const std::vector<std::string>& keys) {
+  std::vector<std::string> command = {"xdotool", "key", "--delay", "100"};
+  command.insert(command.end(), keys.begin(), keys.end());
+  return support::Run(command, 10000, m_desktop.Environment()).status == 0;
+}
+
 std::string Studio::Recording(std::size_t number) {
   m_rtmp.WaitForClosedRecordings(10000);
   const std::vector<std::string> recordings = m_rtmp.Recordings();
@@ -83,7 +140,8 @@ std::string Studio::Recording(std::size_t number) {
 std::string Studio::Report() const {
   return "live_road:\n" + support::ReadFile(File("live_road.out")) + "\nstages:\n" +
          support::ReadFile(File("stage.out")) + "\nscreen:\n" + m_desktop.Output() + "\nsound:\n" +
-         m_sound.Output() + "\nserver:\n" + m_rtmp.Log();
+         m_sound.Output() + "\nserver:\n" + m_rtmp.Log() + "\nservice:\n" +
+         support::ReadFile(File("service.out"));
 }
 
 }  // namespace e2e

@@ -45,6 +45,20 @@ class Studio {
   // SIGTERM, and its exit status; -1 when it was not gone after that time.
   int EndLiveRoad(int timeoutMs = 10000);
 
+  // A backend service of this test's own, with the account that it makes at its first start.
+  bool StartService();
+  support::Process& Service() { return m_service; }
+  std::string ServiceAddress() const;
+  const std::string& Password() const { return m_password; }
+  // Writes "./login.ini" as a login with that account does.
+  void SaveAccount(const std::string& login, const std::string& password) const;
+  // The first visible window of that title, raised and with the keyboard; false when none came.
+  bool Activate(const std::string& title);
+  bool PressKeys(const std::vector<std::string>& keys);
+  bool ShowsWindow(const std::string& title) const;
+  // How many windows the program shows; a notice has no title to be found by.
+  int VisibleWindows() const;
+
   // The recording with that number, once the server has closed it; empty when there is none.
   std::string Recording(std::size_t number = 0);
   std::string Log() const { return support::ReadFile(File("MyLog.txt")); }
@@ -58,6 +72,9 @@ class Studio {
   support::RtmpServer m_rtmp;
   std::list<support::Process> m_stages;
   support::Process m_liveRoad;
+  support::Process m_service;
+  int m_servicePort = 0;
+  std::string m_password;
 };
 
 }  // namespace e2e

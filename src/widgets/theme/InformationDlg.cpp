@@ -57,6 +57,8 @@ InformationDlg::InformationDlg(std::uint32_t kind, const QString& text, QWidget*
     : QDialog(parent) {
   ui.setupUi(this);
   setAttribute(Qt::WA_TranslucentBackground);
+  // Its end is not the program's, also while no other window is shown.
+  setAttribute(Qt::WA_QuitOnClose, false);
   setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
   setStyleSheet(
       QStringLiteral("QLabel{color:#B4BECC;}QDialog{background:#282A30;}"

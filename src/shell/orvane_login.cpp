@@ -1,0 +1,48 @@
+// The login at the start, and the change of account.
+#include <cstdlib>
+
+#include "backend/BackendClient.h"
+#include "shell/orvane.h"
+#include "sources/DeviceCatalogue.h"
+#include "widgets/CLoginDlg.h"
+#include "widgets/LoginInfoControl.h"
+#include "widgets/LoginSettings.h"
+#include "widgets/theme/CustomShadowEffect.h"
+#include "widgets/theme/InformationDlg.h"
+
+namespace {
+
+constexpr std::uint32_t kLivingNotice = 3;
+
+}  // namespace
+
+void orvane::ShowLogin() {
+  if (m_loginDlg == nullptr) {
+    m_loginDlg = new CLoginDlg;
+  }
+  if (m_loginShadow == nullptr) {
+    m_loginShadow = new CustomShadowEffect(this);
+    ApplyDialogShadow(m_loginDlg, m_loginShadow);
+  }
+  m_loginDlg->exec();
+}
+
+void orvane::SlotLoginChange() {
+  if (m_isLiving) {
+    InformationDlg(kLivingNotice, QString()).exec();
+  }
+  int code = 0;
+  m_backend->Logout(m_catalogue->userToken, &code);
+  m_catalogue->userToken.clear();
+  m_catalogue->loggedIn = 0;
+  widgets::WriteLoginSettings({QString(), QString()});
+  hide();
+  ShowLogin();
+  if (m_catalogue->loggedIn == 0) {
+    // The workers must not run into the end of the process.
+    CloseGraph();
+    std::exit(0);
+  }
+  show();
+  widget->SetLoginInfo(m_catalogue->userName, QPixmap());
+}
