@@ -138,7 +138,7 @@ TEST_F(CRenderAudio, SoundOlderThanThePictureIsThrownAwayAtTheFirstCallOnly) {
 }
 
 TEST_F(CRenderAudio, AStoppedNodeIsSilent) {
-  render.FeedSound(NewSound(4, 100));
+  render.FeedSound(NewSound(4, 100, -5));  // older than any picture: a first call would drop it
   render.Halt();
   EXPECT_EQ(std::vector<std::int16_t>(8, 0), Fill(&render, 4));
   EXPECT_EQ(1, render.SoundSize());

@@ -245,8 +245,11 @@ TEST(CRenderScale, ABufferThatIsUsedAgainIsANewPicture) {
   for (int i = 0; i < 6; ++i) {
     AVFrame* frame = pool.Get(400, 300, AV_PIX_FMT_RGB24);
     std::fill_n(frame->data[0], 400 * 300 * 3, static_cast<std::uint8_t>(40 * i));
-    render.Feed(id, frame);
-    render.ScaleTurn();
+    {
+      const ScopedFrame kept(av_frame_clone(frame));  // by the source, for a while
+      render.Feed(id, frame);
+      render.ScaleTurn();
+    }
     render.SetLayerRect(id, 0, 0, 100, 100);
     ScopedFrame scaled(static_cast<AVFrame*>(render.SlotOf(id)->frames.load()->Pop()));
     ASSERT_TRUE(scaled);

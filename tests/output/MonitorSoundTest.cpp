@@ -1,0 +1,139 @@
+// The monitor sound on a real sound server: what comes out of the loudspeakers.
+#include <SDL.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "output/RenderHarness.h"
+#include "support/Process.h"
+#include "support/SoundServer.h"
+
+namespace {
+
+using support::Process;
+using support::SoundServer;
+using support::WaitFor;
+
+constexpr int kPatienceMs = 20000;
+constexpr int kFrameSamples = 1024;
+constexpr double kTone = 1000;
+
+class MonitorSound : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(server.Start()) << server.Output();
+    ASSERT_TRUE(server.KeepAwake()) << server.Output();
+    environment = std::make_unique<support::SoundServerEnvironment>(server);
+    SDL_setenv("SDL_AUDIODRIVER", "pulseaudio", 1);
+    ASSERT_EQ(0, SDL_InitSubSystem(SDL_INIT_AUDIO)) << SDL_GetError();
+    ASSERT_TRUE(recorder.Start({"parec", "--device=speakers.monitor", "--format=s16le",
+                                "--rate=48000", "--channels=2", "--raw", "--latency-msec=20"},
+                               server.Environment(), files.File("heard")));
+    ASSERT_TRUE(WaitFor([&] { return Heard() > 0; }, kPatienceMs));
+    tone = support::ToneSamples(kTone, 1.0);
+    render = std::make_unique<CRender>(1);
+    ASSERT_EQ(0, render->Start());
+  }
+
+  void TearDown() override {
+    stopFeeding = true;
+    if (feeder.joinable()) {
+      feeder.join();
+    }
+    render.reset();
+    SDL_QuitSubSystem(SDL_INIT_AUDIO);
+  }
+
+  // The mixer: a frame of the tone, or of silence, every 21.3 ms.
+  void Feed() {
+    feeder = std::thread([this] {
+      const auto start = std::chrono::steady_clock::now();
+      for (std::size_t i = 0; !stopFeeding; ++i) {
+        std::this_thread::sleep_until(start + std::chrono::microseconds(i * 64000 / 3));
+        AVFrame* frame = support::NewSound(kFrameSamples, 0, static_cast<std::int64_t>(i * 64 / 3));
+        if (sounding) {
+          auto* samples = reinterpret_cast<std::int16_t*>(frame->data[0]);
+          for (std::size_t s = 0; s < 2 * kFrameSamples; ++s) {
+            samples[s] = tone[(2 * kFrameSamples * i + s) % tone.size()];
+          }
+        }
+        render->EnqueueAudio(0, frame);
+      }
+    });
+  }
+
+  std::size_t Heard() { return support::ReadFile(files.File("heard")).size(); }
+  // Level of the tone in the last half second of what the loudspeakers gave.
+  double Level() {
+    const std::string bytes = support::ReadFile(files.File("heard"));
+    constexpr std::size_t kHalfSecond = 24000 * 4;
+    if (bytes.size() < kHalfSecond) {
+      return 0;
+    }
+    std::vector<std::int16_t> samples(kHalfSecond / 2);
+    std::memcpy(samples.data(), bytes.data() + (bytes.size() / 4 * 4 - kHalfSecond), kHalfSecond);
+    return support::ToneLevel(samples.data(), samples.size() / 2, kTone);
+  }
+  bool StopsAtOnce() {
+    const auto start = std::chrono::steady_clock::now();
+    render->Stop();
+    return std::chrono::steady_clock::now() - start < std::chrono::seconds(5);
+  }
+
+  SoundServer server;
+  std::unique_ptr<support::SoundServerEnvironment> environment;
+  support::TempDir files;
+  Process recorder;
+  std::vector<std::int16_t> tone;
+  std::unique_ptr<CRender> render;
+  std::thread feeder;
+  std::atomic<bool> stopFeeding{false};
+  std::atomic<bool> sounding{true};
+};
+
+TEST_F(MonitorSound, IsHeardOnTheLoudspeakersUntilTheNodeStops) {
+  Feed();
+  EXPECT_TRUE(WaitFor([&] { return Level() > 0.3; }, kPatienceMs)) << Level();
+  EXPECT_TRUE(StopsAtOnce());
+  EXPECT_TRUE(WaitFor([&] { return Level() < 0.01; }, kPatienceMs)) << Level();
+  // The device stays open, and the next run is heard again.
+  ASSERT_EQ(0, render->Start());
+  EXPECT_TRUE(WaitFor([&] { return Level() > 0.3; }, kPatienceMs)) << Level();
+}
+
+TEST_F(MonitorSound, SilenceFromTheMixerKeepsTheDeviceFed) {
+  sounding = false;
+  Feed();
+  const auto before = Heard();
+  EXPECT_TRUE(WaitFor([&] { return Heard() > before + 48000 * 4; }, kPatienceMs));
+  EXPECT_LT(Level(), 0.01);
+  sounding = true;
+  EXPECT_TRUE(WaitFor([&] { return Level() > 0.3; }, kPatienceMs)) << Level();
+}
+
+TEST_F(MonitorSound, ASoundServerThatDiesHoldsUpNothing) {
+  Feed();
+  ASSERT_TRUE(WaitFor([&] { return Level() > 0.3; }, kPatienceMs));
+  server.Kill();
+  EXPECT_TRUE(StopsAtOnce());
+  ASSERT_EQ(0, render->Start());
+  EXPECT_TRUE(StopsAtOnce());
+}
+
+// The mixer dries up while the callback waits for it.
+TEST_F(MonitorSound, StopEndsACallbackThatWaitsForSound) {
+  Feed();
+  ASSERT_TRUE(WaitFor([&] { return Level() > 0.3; }, kPatienceMs));
+  stopFeeding = true;
+  feeder.join();
+  EXPECT_TRUE(WaitFor([&] { return Level() < 0.01; }, kPatienceMs));
+  EXPECT_TRUE(StopsAtOnce());
+}
+
+}  // namespace
