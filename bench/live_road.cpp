@@ -159,7 +159,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   umask(077);
-  QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
+  shell::PrepareQt();
   QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(true);
   const platform::DisplayGuard displayGuard;

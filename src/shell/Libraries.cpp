@@ -3,6 +3,7 @@
 #include <SDL.h>
 #include <SDL_ttf.h>
 
+#include <QCoreApplication>
 #include <cstdint>
 
 extern "C" {
@@ -12,6 +13,15 @@ extern "C" {
 }
 
 namespace shell {
+
+void PrepareQt() {
+  // The handle of the preview would otherwise make its translucent siblings native too, with a
+  // visual of another depth.
+  QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
+  // No widget is drawn through OpenGL, and where that is software, looking for it alone brings in
+  // 50 MB of compiler. The preview's renderer finds its own way to it.
+  qputenv("QT_XCB_GL_INTEGRATION", "none");
+}
 
 void StartLibraries() {
   avdevice_register_all();

@@ -6,6 +6,9 @@
 
 namespace shell {
 
+// What Qt has to be told before the application object is made.
+void PrepareQt();
+
 void StartLibraries();
 
 // SDL's timer, sound and video. False when not all of them came up; what the machine has is up all

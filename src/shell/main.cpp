@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "platform/linux/DisplayGuard.h"
+#include "shell/Libraries.h"
 #include "shell/QuitSignals.h"
 #include "shell/orvane.h"
 #include "sources/DeviceCatalogue.h"
@@ -31,9 +32,7 @@ bool PlatformFits() {
 int main(int argc, char** argv) {
   // What the program writes holds a password and the keys of streams.
   umask(077);
-  // The handle of the preview would otherwise make its translucent siblings native too, with a
-  // visual of another depth.
-  QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
+  shell::PrepareQt();
   QApplication application(argc, argv);
   if (!PlatformFits()) {
     return 1;

@@ -49,8 +49,8 @@ TEST(ReadAhead, AStreamThatIsFullKeepsItsPackets) {
 }
 
 TEST(ReadAhead, LargePicturesAreKeptSoonerButADozenIsAlwaysDecoded) {
-  EXPECT_EQ(sources::UseOfPicture(Decoded(24, 64 * kMiB - 1)), PacketUse::Decode);
-  EXPECT_EQ(sources::UseOfPicture(Decoded(24, 64 * kMiB)), PacketUse::Keep);
+  EXPECT_EQ(sources::UseOfPicture(Decoded(24, 32 * kMiB - 1)), PacketUse::Decode);
+  EXPECT_EQ(sources::UseOfPicture(Decoded(24, 32 * kMiB)), PacketUse::Keep);
   EXPECT_EQ(sources::UseOfPicture(Decoded(11, 900 * kMiB)), PacketUse::Decode);
   EXPECT_EQ(sources::UseOfPicture(Decoded(12, 900 * kMiB)), PacketUse::Keep);
 }
