@@ -1,10 +1,11 @@
 // When the next of 25 pictures a second is due, on a 32-bit millisecond clock that may wrap.
 //
-// A late thread catches up: its ticks stay where they were planned. But a gap of more than 3 s
+// Tick n is due n x 40 ms after the start, so the rate is exact whatever the grain of a delay. A
+// late thread catches up: its ticks stay where they were planned. But a gap of more than 3 s
 // between two looks at the clock is a machine that was asleep or a process that was held, not
 // lateness: the plan then moves on by the gap, and nothing is caught up.
 //
-// One thread uses it.
+// Pure arithmetic, for one thread.
 #ifndef ORVANE_MEDIA_PACEDTICKER_H
 #define ORVANE_MEDIA_PACEDTICKER_H
 
@@ -17,6 +18,7 @@ inline constexpr std::uint32_t kSuspendedMs = 3000;
 
 class PacedTicker {
  public:
+  // now, here and below: SDL_GetTicks.
   explicit PacedTicker(std::uint32_t now) : m_lastLook(now) {}
 
   bool Due(std::uint32_t now) {
@@ -27,7 +29,7 @@ class PacedTicker {
     }
     return m_elapsed >= m_ticks / 25;
   }
-  // The tick that was due has been dealt with.
+  // Takes the tick that is due, whatever comes of it.
   void Advance() { m_ticks += 1000; }
 
  private:

@@ -82,11 +82,13 @@ std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {
 }
 
 void CWndCapture::Turn(Capture* capture) {
-  if (capture->pace.Take(SDL_GetTicks())) {
-    Tick(capture);
-  } else {
+  if (!capture->ticker.Due(SDL_GetTicks())) {
     SDL_Delay(kPollMs);
+    return;
   }
+  // Whatever comes of it: a tick without a picture is not made up for.
+  capture->ticker.Advance();
+  Tick(capture);
 }
 
 void CWndCapture::Tick(Capture* capture) {

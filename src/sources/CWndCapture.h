@@ -22,7 +22,7 @@
 #include <memory>
 
 #include "media/CSrcInterface.h"
-#include "media/FramePace.h"
+#include "media/PacedTicker.h"
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "platform/WindowSystem.h"
@@ -40,11 +40,11 @@ class CWndCapture : public CSrcInterface {
  protected:
   // What the worker holds from its set-up to its end.
   struct Capture {
-    explicit Capture(std::uint32_t nowMs) : pace(nowMs) {}
+    explicit Capture(std::uint32_t nowMs) : ticker(nowMs) {}
     std::unique_ptr<platform::WindowGrabber> grabber;
     platform::Size size;   // of the client area at the last tick
     bool resized = false;  // since the last frame
-    media::FramePace pace;
+    media::PacedTicker ticker;
     ffmpeg::FramePool pool;
     ffmpeg::PixelConvert convert;
   };

@@ -25,6 +25,15 @@ TEST(PacedTicker, GivesATickEvery40Milliseconds) {
   EXPECT_EQ(DueAt(&ticker, 580), 1);
 }
 
+TEST(PacedTicker, GivesTwentyFiveTicksASecondWhateverTheGrainOfTheLooks) {
+  PacedTicker ticker(0);
+  int ticks = 0;
+  for (std::uint32_t now = 0; now < 60000; now += 7) {
+    ticks += DueAt(&ticker, now);
+  }
+  EXPECT_EQ(ticks, 25 * 60);
+}
+
 TEST(PacedTicker, CatchesUpWhenLate) {
   PacedTicker ticker(0);
   EXPECT_EQ(DueAt(&ticker, 1000), 26);
