@@ -10,7 +10,7 @@
 #include "sources/DeviceCatalogue.h"
 #include "support/FakeCaptureLayer.h"
 #include "support/FakeClock.h"
-#include "support/LogCapture.h"
+#include "support/LogRecord.h"
 #include "support/MediaSamples.h"
 #include "support/RecordingNode.h"
 
@@ -87,12 +87,12 @@ ScopedPacket* PngPacket(ScopedPacket* packet) {
 }  // namespace
 
 TEST_F(CInputDevTest, AMissingDeviceFailsWithTheTextAndALogLine) {
-  support::LogCapture log;
+  support::LogRecord log;
   CInputDev node(true, "no such microphone", 0, 0, AV_PIX_FMT_RGB24);
   testing::internal::CaptureStdout();
   EXPECT_EQ(node.Start(), -1);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Couldn't open input stream.\n");
-  EXPECT_TRUE(log.Holds("capture of \"no such microphone\": "));
+  EXPECT_TRUE(log.HasError("capture of \"no such microphone\": "));
 }
 
 TEST_F(CInputDevTest, ABusyDeviceFailsAndCanBeStartedAgain) {
@@ -118,15 +118,15 @@ TEST_F(CInputDevTest, ADeviceWithoutAFormatFailsWithTheOtherText) {
 
 TEST_F(CInputDevTest, ADeviceWithoutAStreamOrADecoderFails) {
   FakeDevice* camera = Camera({});
-  support::LogCapture log;
+  support::LogRecord log;
   CInputDev node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);
   camera->SetStreamless(true);
   EXPECT_EQ(node.Start(), -1);
-  EXPECT_TRUE(log.HasLine("camera", "sends no picture"));
+  EXPECT_TRUE(log.HasError("camera", "sends no picture"));
   camera->SetStreamless(false);
   camera->SetCodec(AV_CODEC_ID_PROBE);
   EXPECT_EQ(node.Start(), -1);
-  EXPECT_TRUE(log.HasLine("camera", "no decoder"));
+  EXPECT_TRUE(log.HasError("camera", "no decoder"));
   EXPECT_FALSE(camera->IsOpen()) << "a failed start must not keep the device";
   EXPECT_TRUE(Used().empty());
 }
@@ -338,7 +338,7 @@ TEST_F(CInputDevTest, ADamagedPacketIsPassedOver) {
 }
 
 TEST_F(CInputDevTest, AReadErrorEndsTheCaptureAndNamesDeviceAndCause) {
-  support::LogCapture log;
+  support::LogRecord log;
   FakeDevice* camera = Camera({});
   Device node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);
   ASSERT_EQ(node.Open(), 0);
@@ -346,7 +346,7 @@ TEST_F(CInputDevTest, AReadErrorEndsTheCaptureAndNamesDeviceAndCause) {
   testing::internal::CaptureStdout();
   EXPECT_FALSE(node.CaptureTurn());
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-  EXPECT_TRUE(log.HasLine("\"camera\" has ended", "No such device"));
+  EXPECT_TRUE(log.HasError("\"camera\" has ended", "No such device"));
 }
 
 TEST_F(CInputDevTest, TheEndOfTheStreamEndsTheCapture) {

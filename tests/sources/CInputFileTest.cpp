@@ -13,7 +13,7 @@
 
 #include "media/ffmpeg/Scoped.h"
 #include "support/FakeClock.h"
-#include "support/LogCapture.h"
+#include "support/LogRecord.h"
 #include "support/MediaSamples.h"
 #include "support/RecordingNode.h"
 
@@ -455,18 +455,18 @@ TEST_F(CInputFileTest, FilesWithoutSoundOrWithoutPicturesAreRefusedWithoutAWord)
                {m_samples.Clip("blind.mp4", blind), "it has no picture"}};
   for (const auto& file : files) {
     ASSERT_FALSE(file.path.empty());
-    support::LogCapture log;
+    support::LogRecord log;
     CInputFile node(file.path);
     testing::internal::CaptureStdout();
     EXPECT_EQ(node.Start(), -1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_TRUE(log.HasLine(file.path, file.cause));
+    EXPECT_TRUE(log.HasError(file.path, file.cause));
     EXPECT_EQ(node.Stop(), 0);
   }
 }
 
 TEST_F(CInputFileTest, FilesThatAreNoMediaAreRefusedWithTheText) {
-  support::LogCapture log;
+  support::LogRecord log;
   const std::string pipe = m_samples.Path("pipe.mp4");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   const std::string files[] = {m_samples.Path("missing.mp4"), m_samples.Write("empty.mp4", ""),
@@ -477,7 +477,7 @@ TEST_F(CInputFileTest, FilesThatAreNoMediaAreRefusedWithTheText) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(node.Start(), -1) << path;
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Couldn't open input stream.\n") << path;
-    EXPECT_TRUE(log.Holds("media file \"" + path + "\": ")) << path;
+    EXPECT_TRUE(log.HasError("media file \"" + path + "\": ")) << path;
   }
 }
 
@@ -493,9 +493,9 @@ TEST_F(CInputFileTest, APlayListOrAnAddressOpensNothingElse) {
       -1);
   std::filesystem::current_path(before);
   for (const char* path : {"rtmp://127.0.0.1:9/a", "http://127.0.0.1:9/a.mp4", "concat:a|b"}) {
-    support::LogCapture log;
+    support::LogRecord log;
     EXPECT_EQ(CInputFile(path).Start(), -1);
-    EXPECT_TRUE(log.HasLine(path, "No such file"));
+    EXPECT_TRUE(log.HasError(path, "No such file"));
   }
 }
 

@@ -11,7 +11,7 @@
 
 #include "media/ffmpeg/Scoped.h"
 #include "support/FakeClock.h"
-#include "support/LogCapture.h"
+#include "support/LogRecord.h"
 #include "support/MediaSamples.h"
 #include "support/RecordingNode.h"
 
@@ -147,24 +147,24 @@ TEST_F(CInputPicTest, ACamerasPhotographOf24MegapixelsIsTaken) {
 }
 
 TEST_F(CInputPicTest, AnEnormousPictureIsRefusedWithTheReason) {
-  support::LogCapture log;
+  support::LogRecord log;
   EXPECT_EQ(Decode(m_samples.HugePng("huge.png", 60000, 60000)), nullptr);
-  EXPECT_TRUE(log.Holds("60000x60000")) << log.Text();
-  EXPECT_TRUE(log.HasLine("huge.png", "of more than 67108864 pixels")) << log.Text();
+  EXPECT_TRUE(log.HasError("60000x60000")) << log.Errors();
+  EXPECT_TRUE(log.HasError("huge.png", "of more than 67108864 pixels")) << log.Errors();
   EXPECT_EQ(Decode(m_samples.HugePng("wide.png", 0x7fffffff, 1)), nullptr);
   EXPECT_EQ(Decode(m_samples.HugePng("none.png", 0, 0)), nullptr);
 }
 
 TEST_F(CInputPicTest, AnEnormousFileIsRefusedUnread) {
-  support::LogCapture log;
+  support::LogRecord log;
   const std::string path = m_samples.HugePng("sparse.png", 8, 8);
   ASSERT_EQ(truncate(path.c_str(), 5LL << 30), 0);
   EXPECT_EQ(Decode(path), nullptr);
-  EXPECT_TRUE(log.HasLine("sparse.png", "too large"));
+  EXPECT_TRUE(log.HasError("sparse.png", "too large"));
 }
 
 TEST_F(CInputPicTest, FilesThatAreNoPictureLeaveTheNodeEmpty) {
-  support::LogCapture log;
+  support::LogRecord log;
   const std::string png = m_samples.Picture("whole.png");
   const std::string files[] = {m_samples.Write("empty.png", ""),
                                m_samples.Write("text.png", "no picture at all\n"),
@@ -179,7 +179,7 @@ TEST_F(CInputPicTest, FilesThatAreNoPictureLeaveTheNodeEmpty) {
     EXPECT_EQ(node.Start(), -1) << path;
     EXPECT_EQ(node.Stop(), 0) << path;
     EXPECT_EQ(consumer.VideoCount(), 0);
-    EXPECT_TRUE(log.Holds("picture \"" + path + "\": ")) << path;
+    EXPECT_TRUE(log.HasError("picture \"" + path + "\": ")) << path;
   }
 }
 
@@ -190,11 +190,11 @@ TEST_F(CInputPicTest, TheTwoFailureTextsArePrinted) {
 }
 
 TEST_F(CInputPicTest, APipeIsRefusedAtOnce) {
-  support::LogCapture log;
+  support::LogRecord log;
   const std::string pipe = m_samples.Path("pipe.png");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   EXPECT_EQ(CInputPic(pipe).Start(), -1);
-  EXPECT_TRUE(log.HasLine("pipe.png", "not a regular file"));
+  EXPECT_TRUE(log.HasError("pipe.png", "not a regular file"));
 }
 
 TEST_F(CInputPicTest, NamesAreTakenLetterForLetter) {
@@ -211,9 +211,9 @@ TEST_F(CInputPicTest, NamesAreTakenLetterForLetter) {
 TEST_F(CInputPicTest, ANameIsNeverAnAddress) {
   for (const char* path :
        {"http://127.0.0.1:9/a.png", "concat:a.png|b.png", "pipe:0", "tcp://[::1]:9"}) {
-    support::LogCapture log;
+    support::LogRecord log;
     EXPECT_EQ(Decode(path), nullptr) << path;
-    EXPECT_TRUE(log.HasLine(path, "No such file")) << log.Text();
+    EXPECT_TRUE(log.HasError(path, "No such file")) << log.Errors();
   }
 }
 

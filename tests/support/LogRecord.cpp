@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <sstream>
 #include <utility>
 
 extern "C" {
@@ -17,7 +18,7 @@ std::vector<std::pair<int, std::string>> g_media;
 std::vector<std::string> g_debug;
 
 void KeepMedia(void* /*object*/, int level, const char* format, va_list arguments) {
-  char text[1024];
+  char text[2048];
   std::vsnprintf(text, sizeof text, format, arguments);
   std::lock_guard<std::mutex> lock(g_mutex);
   g_media.emplace_back(level, text);
@@ -33,8 +34,11 @@ void KeepDebug(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const 
 namespace support {
 
 LogRecord::LogRecord() {
-  g_media.clear();
-  g_debug.clear();
+  {
+    std::lock_guard<std::mutex> lock(g_mutex);
+    g_media.clear();
+    g_debug.clear();
+  }
   QLoggingCategory::defaultCategory()->setEnabled(QtDebugMsg, true);
   qInstallMessageHandler(KeepDebug);
   av_log_set_callback(KeepMedia);
@@ -59,6 +63,27 @@ std::vector<std::string> LogRecord::Media(int level) const {
 std::vector<std::string> LogRecord::Debug() const {
   std::lock_guard<std::mutex> lock(g_mutex);
   return g_debug;
+}
+
+std::string LogRecord::Errors() const {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  std::string all;
+  for (const auto& [level, text] : g_media) {
+    if (level <= AV_LOG_ERROR) {
+      all += text;
+    }
+  }
+  return all;
+}
+
+bool LogRecord::HasError(const std::string& part, const std::string& other) const {
+  std::istringstream lines(Errors());
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find(part) != std::string::npos && line.find(other) != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace support

@@ -1,5 +1,6 @@
-// What the code under test writes to the two logs: FFmpeg's av_log and Qt's qDebug. While one lives
-// both are kept instead of shown. One at a time; the code may log from any thread.
+// What the code under test writes to the two logs: FFmpeg's av_log, where the nodes tell what
+// failed, and Qt's qDebug. While one lives both are kept instead of shown. One at a time; the code
+// may log from any thread.
 #ifndef ORVANE_TESTS_SUPPORT_LOGRECORD_H
 #define ORVANE_TESTS_SUPPORT_LOGRECORD_H
 
@@ -19,6 +20,11 @@ class LogRecord {
   std::vector<std::string> Media(int level) const;
   // The texts of qDebug.
   std::vector<std::string> Debug() const;
+
+  // What av_log says of failures, one text after the other.
+  std::string Errors() const;
+  // True when one line of it holds each part.
+  bool HasError(const std::string& part, const std::string& other = "") const;
 };
 
 }  // namespace support
