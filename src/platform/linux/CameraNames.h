@@ -33,10 +33,6 @@ struct NamedCamera {
 std::vector<NamedCamera> NameCameras(const std::vector<NamedCamera>& previous,
                                      std::vector<CameraNode> present);
 
-// text with every byte that is not part of valid UTF-8 left out. The interface of the drivers cuts
-// names after 31 bytes, where that is in the middle of a character too.
-std::string ValidUtf8(const std::string& text);
-
 }  // namespace platform
 
 #endif

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "platform/linux/Utf8.h"
+
 namespace platform {
 
 namespace {
@@ -18,29 +20,6 @@ unsigned char Byte(std::string_view text, std::size_t at) {
 
 std::string_view UpToZero(std::string_view bytes) {
   return bytes.substr(0, bytes.find('\0'));
-}
-
-// The length of the well-formed UTF-8 sequence at the start of text, 0 when there is none.
-std::size_t SequenceLength(std::string_view text) {
-  const unsigned char first = Byte(text, 0);
-  const std::size_t length = first < 0x80                    ? 1
-                             : first >= 0xc2 && first < 0xe0 ? 2
-                             : first >= 0xe0 && first < 0xf0 ? 3
-                             : first >= 0xf0 && first < 0xf5 ? 4
-                                                             : 0;
-  if (length == 0 || length > text.size()) {
-    return 0;
-  }
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((Byte(text, i) & 0xc0) != 0x80) {
-      return 0;
-    }
-  }
-  // Longer than need be, a surrogate, or beyond the last character.
-  const unsigned char second = length > 2 ? Byte(text, 1) : 0;
-  const bool wrong = (first == 0xe0 && second < 0xa0) || (first == 0xed && second >= 0xa0) ||
-                     (first == 0xf0 && second < 0x90) || (first == 0xf4 && second >= 0x90);
-  return wrong ? 0 : length;
 }
 
 // bytes, which are in the character set of that name, as UTF-8.
@@ -233,20 +212,7 @@ class CompoundReader {
 }  // namespace
 
 std::string TitleFromUtf8(std::string_view bytes) {
-  std::string_view text = UpToZero(bytes);
-  std::string result;
-  result.reserve(text.size());
-  while (!text.empty()) {
-    const std::size_t length = SequenceLength(text);
-    if (length == 0) {
-      result += kReplacement;
-      text.remove_prefix(1);
-    } else {
-      result.append(text.substr(0, length));
-      text.remove_prefix(length);
-    }
-  }
-  return result;
+  return WellFormedUtf8(UpToZero(bytes), kReplacement);
 }
 
 std::string TitleFromLatin1(std::string_view bytes) {
