@@ -18,7 +18,7 @@ endfunction()
 # orvane_test(NAME SOURCES ... LINK ... [LABELS unit|contract|e2e ...] [TIMEOUT seconds] [SERIAL]
 #             [MOC] [GUI] [FAKE_CLOCK] [RELEASE_ONLY] [ARGS ...])
 # A GoogleTest program and one ctest entry of the same name.
-#   FAKE_CLOCK   SDL_GetTicks and SDL_Delay go through tests/support/FakeClock
+#   FAKE_CLOCK   SDL_GetTicks, SDL_GetTicks64 and SDL_Delay go through tests/support/FakeClock
 #   SERIAL       no other test beside it: it runs in real time
 #   RELEASE_ONLY not in the sanitizer builds, which are too slow for real time
 #   MOC          the sources hold Qt classes

@@ -141,7 +141,7 @@ void* CInputFile::PaceEntry(void* node) {
 }
 
 void CInputFile::PaceTurn(sources::FilePace* pace) {
-  const std::uint32_t now = SDL_GetTicks();
+  const std::uint64_t now = SDL_GetTicks64();
   pace->BeginTurn(now);
   auto* sound = static_cast<AVFrame*>(m_audioQueue.Peek());
   if (sound == nullptr) {

@@ -9,7 +9,7 @@ namespace sources {
 
 namespace {
 
-// Differences of a damaged file's time stamps may exceed 64 bits: they wrap, as the clock does.
+// Differences of a damaged file's time stamps may exceed 64 bits: they wrap.
 std::int64_t Difference(std::int64_t a, std::int64_t b) {
   return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
 }
@@ -29,8 +29,8 @@ std::uint32_t SleepFor(std::int32_t wait) {
   return wait >= 1 ? 1 : 0;
 }
 
-void FilePace::BeginTurn(std::uint32_t now) {
-  const std::uint32_t gap = now - m_lastTurn;
+void FilePace::BeginTurn(std::uint64_t now) {
+  const std::uint64_t gap = now - m_lastTurn;
   if (m_begun && m_wallStart != 0 && gap > media::kSuspendedMs) {
     m_wallStart += gap;
   }
@@ -38,7 +38,7 @@ void FilePace::BeginTurn(std::uint32_t now) {
   m_lastTurn = now;
 }
 
-std::uint32_t FilePace::DelayBefore(std::int64_t framePts, std::uint32_t now) {
+std::uint32_t FilePace::DelayBefore(std::int64_t framePts, std::uint64_t now) {
   if (m_wallStart == 0) {
     m_wallStart = now;
   }
@@ -46,14 +46,15 @@ std::uint32_t FilePace::DelayBefore(std::int64_t framePts, std::uint32_t now) {
     m_firstPts = framePts;
     m_firstKnown = true;
   }
-  return SleepFor(WaitFor(m_wallStart, m_firstPts, now, framePts));
+  return SleepFor(WaitFor(static_cast<std::uint32_t>(m_wallStart), m_firstPts,
+                          static_cast<std::uint32_t>(now), framePts));
 }
 
 std::int64_t FilePace::Release(std::int64_t framePts, int samples) {
   m_released += samples;
   const std::int64_t played = m_released * 1000 / kSoundRate;
   m_drift = static_cast<int>(Difference(played, Difference(framePts, m_firstPts)));
-  return m_wallStart + played;
+  return static_cast<std::int64_t>(m_wallStart) + played;
 }
 
 std::int64_t FilePace::PictureStamp(std::int64_t framePts) const {

@@ -44,7 +44,8 @@ struct ShownPicture {
 // A file played a turn at a time on the test's clock, and all that it sent.
 class Player {
  public:
-  explicit Player(const std::string& path) : m_node(path) {
+  explicit Player(const std::string& path, std::uint64_t startMs = 1000)
+      : m_clock(startMs), m_node(path) {
     m_node.AddAudioOutput(&m_consumer);
     m_node.AddVideoOutput(&m_consumer);
     m_opened = m_node.Open();
@@ -224,6 +225,18 @@ TEST_F(CInputFileTest, SoundStampsFollowTheCountOfReleasedSamples) {
     released += player.soundSamples[i];
     EXPECT_EQ(player.soundPts[i], first + released * 1000 / 48000) << i;
   }
+}
+
+// The stamps of the silence generator, which the mixer compares them with, go on there too.
+TEST_F(CInputFileTest, AFileStartedBehindTheWrapOfThe32BitClockIsStampedOn) {
+  constexpr std::int64_t kStart = (INT64_C(1) << 32) + 700;
+  Player player(m_samples.Clip("a.mp4"), kStart);
+  ASSERT_EQ(player.Opened(), 0);
+  player.Run(500);
+  ASSERT_FALSE(player.soundPts.empty());
+  ASSERT_FALSE(player.pictures.empty());
+  EXPECT_NEAR(static_cast<double>(player.soundPts[0] - kStart), 20, 30);
+  EXPECT_NEAR(static_cast<double>(player.pictures[0].pts - kStart), 0, 45);
 }
 
 TEST_F(CInputFileTest, AFileWhoseStampsBeginLateStartsAtOnce) {

@@ -22,7 +22,7 @@ TEST(FilePace, TheWaitIsWhatTheFileIsAheadOfTheClock) {
   EXPECT_EQ(sources::WaitFor(1000, -50, 1000, -29), 21);
 }
 
-TEST(FilePace, TheWaitIsCountedIn32BitsAsTheClockIs) {
+TEST(FilePace, TheWaitIsCountedIn32Bits) {
   EXPECT_EQ(sources::WaitFor(0xfffffff0U, 0, 4, 40), 20);
   EXPECT_EQ(sources::WaitFor(0, 0, 0, (1LL << 32) + 7), 7);
 }
@@ -91,6 +91,23 @@ TEST(FilePace, AGapBeforeTheFirstSoundMovesNothing) {
   pace.BeginTurn(90000);
   EXPECT_EQ(pace.DelayBefore(0, 90000), 0U);
   EXPECT_EQ(pace.Release(0, 480), 90010);
+}
+
+TEST(FilePace, StampsGoOnWhereThe32BitClockWrapsAround) {
+  constexpr std::uint64_t kWrap = 1ULL << 32;
+  FilePace before;
+  before.BeginTurn(kWrap - 10);
+  ASSERT_EQ(before.DelayBefore(0, kWrap - 10), 0U);
+  before.BeginTurn(kWrap + 15);
+  EXPECT_EQ(before.DelayBefore(21, kWrap + 15), 0U);
+  EXPECT_EQ(before.DelayBefore(55, kWrap + 15), 25U) << "30 ms to go";
+  EXPECT_EQ(before.Release(21, 1920), static_cast<std::int64_t>(kWrap) + 30);
+
+  FilePace behind;
+  behind.BeginTurn(kWrap + 500);
+  ASSERT_EQ(behind.DelayBefore(0, kWrap + 500), 0U);
+  EXPECT_EQ(behind.Release(0, 480), static_cast<std::int64_t>(kWrap) + 510);
+  EXPECT_EQ(behind.PictureStamp(40), static_cast<std::int64_t>(kWrap) + 540);
 }
 
 TEST(FilePace, StampsOfADamagedFileWrapAndDoNotOverflow) {

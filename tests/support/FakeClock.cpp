@@ -8,25 +8,37 @@ namespace {
 
 std::mutex g_mutex;  // guards all below
 bool g_faked = false;
-std::uint32_t g_now = 0;
+std::uint64_t g_now = 0;
 std::vector<std::uint32_t> g_delays;
 
 }  // namespace
 
 extern "C" {
 Uint32 __real_SDL_GetTicks(void);
+Uint64 __real_SDL_GetTicks64(void);
 void __real_SDL_Delay(Uint32 ms);
 Uint32 __wrap_SDL_GetTicks(void);
+Uint64 __wrap_SDL_GetTicks64(void);
 void __wrap_SDL_Delay(Uint32 ms);
 
 Uint32 __wrap_SDL_GetTicks(void) {
   {
     std::lock_guard<std::mutex> lock(g_mutex);
     if (g_faked) {
-      return g_now;
+      return static_cast<Uint32>(g_now);
     }
   }
   return __real_SDL_GetTicks();
+}
+
+Uint64 __wrap_SDL_GetTicks64(void) {
+  {
+    std::lock_guard<std::mutex> lock(g_mutex);
+    if (g_faked) {
+      return g_now;
+    }
+  }
+  return __real_SDL_GetTicks64();
 }
 
 void __wrap_SDL_Delay(Uint32 ms) {
@@ -44,7 +56,7 @@ void __wrap_SDL_Delay(Uint32 ms) {
 
 namespace support {
 
-FakeClock::FakeClock(std::uint32_t startMs) {
+FakeClock::FakeClock(std::uint64_t startMs) {
   std::lock_guard<std::mutex> lock(g_mutex);
   g_faked = true;
   g_now = startMs;
@@ -58,7 +70,7 @@ FakeClock::~FakeClock() {
 
 std::uint32_t FakeClock::Now() const {
   std::lock_guard<std::mutex> lock(g_mutex);
-  return g_now;
+  return static_cast<std::uint32_t>(g_now);
 }
 
 void FakeClock::Advance(std::uint32_t ms) {
