@@ -49,6 +49,13 @@ TEST(MicrophoneNames, FallBackToTheServersName) {
   EXPECT_EQ(names.Names({{"alsa_input", ""}}), Texts{"alsa_input"});
 }
 
+TEST(MicrophoneNames, AreUtf8WhateverTheDeviceIsCalled) {
+  MicrophoneNames names("fixed");
+  EXPECT_EQ(names.Names({{"a", "M\xfcller"}, {"b", "M\xf6ller"}}),
+            (Texts{"M\uFFFDller", "M\uFFFDller (2)"}));
+  EXPECT_EQ(names.Source("M\uFFFDller (2)"), "b");
+}
+
 TEST(MicrophoneNames, KnowNothingThatWasNotNamed) {
   EXPECT_EQ(MicrophoneNames("fixed").Source("Mic"), "");
 }

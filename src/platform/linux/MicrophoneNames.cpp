@@ -1,5 +1,7 @@
 #include "platform/linux/MicrophoneNames.h"
 
+#include "platform/linux/Utf8.h"
+
 namespace platform {
 
 std::vector<std::string> MicrophoneNames::Names(const std::vector<SoundSource>& sources) {
@@ -18,7 +20,9 @@ std::string MicrophoneNames::Source(const std::string& name) const {
 }
 
 std::string MicrophoneNames::NameOf(const SoundSource& source) {
-  const std::string& plain = source.description.empty() ? source.id : source.description;
+  // A name travels through the catalogue's Unicode strings and has to come back as it was.
+  const std::string plain =
+      WellFormedUtf8(source.description.empty() ? source.id : source.description, "\uFFFD");
   std::string name = plain;
   for (int number = 2;; ++number) {
     const auto [entry, isNew] = m_idByName.emplace(name, source.id);

@@ -1,4 +1,4 @@
-// What microphones are called: their descriptions, told apart where two are equal.
+// What microphones are called: their descriptions in UTF-8, told apart where two are equal.
 //
 // A name is given once and keeps its meaning for as long as the object lives: when the first of two
 // equal microphones is unplugged, the second does not inherit its name.
@@ -16,7 +16,7 @@ namespace platform {
 
 struct SoundSource {
   std::string id;           // the server's own name, unique, the same when plugged in again
-  std::string description;  // for people, UTF-8
+  std::string description;  // for people; any bytes
 };
 
 class MicrophoneNames {
