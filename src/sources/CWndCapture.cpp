@@ -44,7 +44,7 @@ int CWndCapture::Start() {
   if (m_running) {
     return -1;
   }
-  m_running = media::StartWorker(&m_thread, "capture", Run, this);
+  m_running = media::StartWorker(&m_thread, "window", Run, this);
   return m_running ? 0 : -1;
 }
 
@@ -118,8 +118,11 @@ void CWndCapture::PushPicture(Capture* capture, const platform::GrabbedPicture& 
   frame->pts = SDL_GetTicks();
   const int error = capture->convert.Convert(source.Get(), frame.Get());
   if (error < 0) {
-    av_log(nullptr, AV_LOG_ERROR, "window 0x%zx: %s\n", static_cast<std::size_t>(m_window),
-           ffmpeg::ErrorText(error).c_str());
+    if (!capture->failureLogged) {
+      capture->failureLogged = true;
+      av_log(nullptr, AV_LOG_ERROR, "window 0x%zx: %s\n", static_cast<std::size_t>(m_window),
+             ffmpeg::ErrorText(error).c_str());
+    }
     return;
   }
   if (capture->resized) {

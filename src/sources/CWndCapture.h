@@ -7,7 +7,7 @@
 // Ownership: the window belongs to its program; the handle is the one that the device catalogue
 // lists.
 //
-// Threads: the owner's thread calls Start and Stop. One worker, "capture", runs from Start to Stop;
+// Threads: the owner's thread calls Start and Stop. One worker, "window", runs from Start to Stop;
 // the window is opened on it and touched by no other.
 //
 // Failure: a window that is gone or has no client area at Start ends the worker at once, and the
@@ -44,6 +44,7 @@ class CWndCapture : public CSrcInterface {
     std::unique_ptr<platform::WindowGrabber> grabber;
     platform::Size size;   // of the client area at the last tick
     bool resized = false;  // since the last frame
+    bool failureLogged = false;
     media::PacedTicker ticker;
     ffmpeg::FramePool pool;
     ffmpeg::PixelConvert convert;
