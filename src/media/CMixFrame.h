@@ -48,7 +48,7 @@ class CMixFrame : public CSrcInterface {
   explicit CMixFrame(int inputCount);
   ~CMixFrame() override;
 
-  // 0; -1 when it runs already or the system gives no thread.
+  // 0; -1 when it runs already or the system gives no thread. A node that was stopped stays so.
   int Start() override;
   int Stop() override;
   // The input for the next source: the first that is not in the mix. With all inputs in use it is

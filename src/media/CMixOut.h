@@ -29,7 +29,7 @@ class CMixOut : public CSrcInterface {
   CMixOut();
   ~CMixOut() override;
 
-  // 0; -1 when it runs already or the system gives no thread.
+  // 0; -1 when it runs already or the system gives no thread. A node that was stopped stays so.
   int Start() override;
   int Stop() override;
 

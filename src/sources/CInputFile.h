@@ -77,6 +77,7 @@ class CInputFile : public CSrcInterface {
   void Decode(int streamIndex, const AVPacket* packet);
   void HandleAudio();
   void HandleVideo();
+  void QueueClone(CMyQueue* queue);
   void QueueSound(int samples, std::int64_t pts);
   void LogOnce(bool* logged, const char* what, int error);
   sources::Ahead SoundAhead();

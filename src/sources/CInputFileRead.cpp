@@ -170,11 +170,18 @@ void CInputFile::Decode(int streamIndex, const AVPacket* packet) {
   }
 }
 
+// Without memory the frame is left out: a null at the head of a queue would stand there for good.
+void CInputFile::QueueClone(CMyQueue* queue) {
+  if (AVFrame* clone = av_frame_clone(m_decoded)) {
+    queue->PushBack(clone);
+  }
+}
+
 void CInputFile::HandleVideo() {
   if (IsPackedRgb(m_decoded)) {
     m_pictureWidth = m_decoded->width;
     m_pictureHeight = m_decoded->height;
-    m_videoQueue.PushBack(av_frame_clone(m_decoded));
+    QueueClone(&m_videoQueue);
     return;
   }
   // The size that the first picture got is kept: consumers have not been told of another one.
@@ -198,7 +205,7 @@ void CInputFile::HandleAudio() {
   sources::CompleteLayout(m_decoded);
   if (sources::IsGraphSound(m_decoded)) {
     m_decoded->linesize[0] = m_decoded->nb_samples * sources::kSoundFrameBytes;
-    m_audioQueue.PushBack(av_frame_clone(m_decoded));
+    QueueClone(&m_audioQueue);
     return;
   }
   const int room = static_cast<int>(m_audioBuffer.size()) / sources::kSoundFrameBytes;

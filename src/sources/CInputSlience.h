@@ -24,7 +24,7 @@ class CInputSlience : public CSrcInterface {
   CInputSlience();
   ~CInputSlience() override;
 
-  // 0; -1 when it runs already or the system gives no thread.
+  // 0; -1 when it runs already or the system gives no thread. A node that was stopped stays so.
   int Start() override;
   // Without a worker it has no effect.
   int Stop() override;
