@@ -90,6 +90,44 @@ TEST(CMyQueue, DestroyedQueueFreesItsFramesOrItsPackets) {
   EXPECT_EQ(packets.count, 1);
 }
 
+TEST(CMyQueue, ANullEntryIsKeptAndFreedLikeAnyOther) {
+  for (const int isPacket : {0, 1}) {
+    CMyQueue queue(isPacket);
+    queue.PushBack(nullptr);
+    queue.PushFront(nullptr);
+    EXPECT_EQ(queue.Size(), 2);
+    int remaining = 0;
+    EXPECT_EQ(queue.Pop(&remaining), nullptr);
+    EXPECT_EQ(remaining, 1);
+    queue.Clear();
+    EXPECT_EQ(queue.Size(), 0);
+  }
+}
+
+TEST(CMyQueue, ClearFreesFromTheHead) {
+  std::vector<int> order;
+  struct Mark {
+    std::vector<int>* order;
+    int number;
+  };
+  Mark marks[] = {{&order, 0}, {&order, 1}, {&order, 2}};
+  CMyQueue queue(0);
+  for (Mark& mark : marks) {
+    AVFrame* frame = av_frame_alloc();
+    frame->buf[0] = av_buffer_create(
+        static_cast<std::uint8_t*>(av_malloc(1)), 1,
+        [](void* opaque, std::uint8_t* data) {
+          const auto* freed = static_cast<const Mark*>(opaque);
+          freed->order->push_back(freed->number);
+          av_free(data);
+        },
+        &mark, 0);
+    queue.PushBack(frame);
+  }
+  queue.Clear();
+  EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
+}
+
 TEST(CMyQueue, PopWithCountDiffersOnOneEntryAndNoneInTheResultOnly) {
   CMyQueue queue(0);
   int entry = 0;

@@ -102,6 +102,24 @@ TEST(CSrcInterface, EnqueueAtZeroAppendsToTheFirstQueue) {
   EXPECT_EQ(node.m_firstAudioQueue->Peek(), frame);
 }
 
+TEST(CSrcInterface, ClearingEmptiesEveryQueueOfItsMedium) {
+  Node node(2);
+  ScopedFrame frame(NewPicture());
+  for (const int index : {0, 1}) {
+    node.EnqueueAudio(index, av_frame_clone(frame.Get()));
+    node.EnqueueVideo(index, av_frame_clone(frame.Get()));
+  }
+  node.ClearAudioQueues();
+  EXPECT_EQ(node.m_audioQueues[0]->Size() + node.m_audioQueues[1]->Size(), 0);
+  EXPECT_EQ(node.m_videoQueues[0]->Size() + node.m_videoQueues[1]->Size(), 2);
+  // A queue that was given up leaves null behind.
+  delete node.m_videoQueues[0];
+  node.m_videoQueues[0] = nullptr;
+  node.ClearVideoQueues();
+  EXPECT_EQ(node.m_videoQueues[1]->Size(), 0);
+  EXPECT_EQ(av_buffer_get_ref_count(frame->buf[0]), 1);
+}
+
 TEST(CSrcInterface, DestructionFreesTheFramesInTheQueues) {
   ScopedFrame frame(NewPicture());
   {
