@@ -37,6 +37,7 @@ begin() {
 }
 
 build() {
+  "$root/tools/install-packages" bench
   [ -f "$root/build/release/build.ninja" ] || cmake --preset release -S "$root" >/dev/null
   cmake --build "$root/build/release" --target live_road stage encoder_alone subscriber judge \
     >"$work/build.log" || { cat "$work/build.log" >&2; exit 1; }
