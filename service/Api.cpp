@@ -1,12 +1,12 @@
 #include "service/Api.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <algorithm>
 #include <cctype>
 
 #include "service/Log.h"
+#include "service/Replies.h"
 #include "service/Secrets.h"
 
 namespace service {
@@ -15,33 +15,12 @@ namespace {
 
 // Longer than any that was ever given out: nothing to look up.
 constexpr std::size_t kLongestToken = 256;
-// A broadcast to the own ingest that sends nothing for so long is one whose program died.
+// A broadcast to the own ingest that sends nothing for so long is one whose program died. The
+// ingest tells of each publisher every ten seconds.
 constexpr std::int64_t kStaleSeconds = 30;
+// No session of ours ends later than it may last, but for a clock that was set back a little.
+constexpr std::int64_t kClockSlackSeconds = 3600;
 constexpr int kLastPage = 1000000;
-
-std::string Field(const std::map<std::string, std::string>& fields, const char* name) {
-  const auto field = fields.find(name);
-  return field == fields.end() ? std::string() : field->second;
-}
-
-QString Latin1(const std::string& bytes) {
-  return QString::fromLatin1(bytes.data(), static_cast<int>(bytes.size()));
-}
-
-Response Reply(const QJsonObject& object, int status = 200) {
-  Response response;
-  response.status = status;
-  response.body = QJsonDocument(object).toJson(QJsonDocument::Compact);
-  return response;
-}
-
-Response Success() {
-  return Reply({{QStringLiteral("code"), 0}});
-}
-
-Response Unavailable() {
-  return Api::Refuse(503, kUnavailable, QStringLiteral("服务暂时不可用，请稍后再试"));
-}
 
 bool StartsWith(const std::string& text, const std::string& start) {
   return text.compare(0, start.size(), start) == 0;
@@ -55,7 +34,8 @@ std::string HostOf(const Request& request, const Settings& settings) {
       std::all_of(request.host.begin(), request.host.end(), [](unsigned char c) {
         return std::isalnum(c) != 0 || c == '.' || c == '-' || c == ':' || c == '[' || c == ']';
       });
-  return plain ? request.host : settings.listenAddress + ":" + std::to_string(settings.port);
+  return plain ? request.host
+               : Reachable(settings.listenAddress) + ":" + std::to_string(settings.port);
 }
 
 QString PictureUrl(const Request& request, const Settings& settings, const QString& id) {
@@ -63,24 +43,48 @@ QString PictureUrl(const Request& request, const Settings& settings, const QStri
       .arg(QString::fromStdString(HostOf(request, settings)), id);
 }
 
-std::string OwnIngest(const Settings& settings, const char* application, const QString& name) {
-  return "rtmp://" + settings.ingestHost + ":" + std::to_string(settings.rtmpPort) + "/" +
-         application + "/" + name.toStdString();
+bool IsEveryAddress(const std::string& address) {
+  return address == "0.0.0.0" || address == "::";
+}
+
+// Under which the caller reaches the own ingest: where it listens on all addresses, the one that
+// the caller used for the service.
+std::string IngestHost(const Request& request, const Settings& settings) {
+  if (!IsEveryAddress(settings.ingestHost)) {
+    return Bracketed(settings.ingestHost);
+  }
+  const std::string host = HostOf(request, settings);
+  const std::size_t colon = host.rfind(':');
+  const bool hasPort = colon != std::string::npos && host.find(']', colon) == std::string::npos;
+  return hasPort ? host.substr(0, colon) : host;
 }
 
 }  // namespace
 
-std::string PublishUrl(const Activity& activity, const Settings& settings) {
-  return activity.publishUrl.isEmpty() ? OwnIngest(settings, "live", activity.streamKey)
+std::string Bracketed(const std::string& address) {
+  return address.find(':') == std::string::npos ? address : "[" + address + "]";
+}
+
+std::string Reachable(const std::string& address) {
+  if (address == "0.0.0.0") {
+    return "127.0.0.1";
+  }
+  return address == "::" ? "[::1]" : Bracketed(address);
+}
+
+std::string PublishUrl(const Activity& activity, const Settings& settings,
+                       const std::string& host) {
+  return activity.publishUrl.isEmpty() ? OwnIngest(settings, host, "live", activity.streamKey)
                                        : activity.publishUrl.toStdString();
 }
 
-std::string ViewUrl(const Activity& activity, const Settings& settings) {
+std::string ViewUrl(const Activity& activity, const Settings& settings, const std::string& host) {
   if (!activity.viewUrl.isEmpty()) {
     return activity.viewUrl.toStdString();
   }
   // Somebody else's platform has viewers' addresses of its own; without one there is none to show.
-  return activity.publishUrl.isEmpty() ? OwnIngest(settings, "watch", activity.id) : std::string();
+  return activity.publishUrl.isEmpty() ? OwnIngest(settings, host, "watch", activity.id)
+                                       : std::string();
 }
 
 Response Api::Refuse(int status, int code, const QString& message) {
@@ -89,6 +93,10 @@ Response Api::Refuse(int status, int code, const QString& message) {
 
 bool Api::IsSlow(const Request& request) {
   return request.method == "POST" && request.path == "/assistant/user/login";
+}
+
+bool Api::IsOfIngest(const Request& request) const {
+  return StartsWith(request.path, "/ingest/" + m_shared->settings.ingestSecret + "/");
 }
 
 bool Api::TakesForm(const std::string& path) {
@@ -122,6 +130,7 @@ Response Api::Handle(const Request& request) {
       {"POST", "/publish", &Api::IngestPublish},
       {"POST", "/watch", &Api::IngestWatch},
       {"POST", "/done", &Api::IngestDone},
+      {"POST", "/update", &Api::IngestUpdate},
   };
   for (const Route& route : ingestRoutes) {
     if (request.method == route.method && request.path == ingest + route.path) {
@@ -140,9 +149,10 @@ Response Api::Handle(const Request& request) {
 
 Response Api::Login(const Request& request) {
   const QString login = Latin1(Field(request.form, "login"));
-  const std::string caller = request.peer + " " + login.toStdString();
+  // Hashed, so that nobody fills the memory with long names.
+  const std::string caller = HashToken(request.network + " " + login.toStdString());
   const std::int64_t now = m_shared->clock.Milliseconds();
-  if (!m_shared->logins.Allow(caller, now)) {
+  if (!m_shared->logins.Allow(caller, now) || !m_shared->networks.Allow(request.network, now)) {
     LogWarning("login-locked", {{"login", login}, {"peer", QString::fromStdString(request.peer)}});
     return Refuse(200, kTooManyFailures, QStringLiteral("登录失败次数过多，请五分钟后再试"));
   }
@@ -152,18 +162,24 @@ Response Api::Login(const Request& request) {
   }
   if (!PasswordMatches(account.passwordHash.toStdString(), Field(request.form, "password"))) {
     m_shared->logins.Failed(caller, now);
+    m_shared->networks.Failed(request.network, now);
     LogWarning("login-failed", {{"login", login}, {"peer", QString::fromStdString(request.peer)}});
     return Refuse(200, kWrongPassword, QStringLiteral("账号或密码错误"));
   }
   if (account.loopbackOnly && !request.peerIsLoopback) {
     return Refuse(200, kLoopbackOnly, QStringLiteral("该账号只能在本机登录"));
   }
-  m_shared->logins.Succeeded(caller);
   const std::string token = NewToken();
-  if (m_store->AddSession(QString::fromStdString(HashToken(token)), account.id,
-                          now / 1000 + m_shared->settings.sessionSeconds) != Outcome::Done) {
-    return Unavailable();
+  switch (m_store->AddSession(QString::fromStdString(HashToken(token)), account,
+                              now / 1000 + m_shared->settings.sessionSeconds)) {
+    case Outcome::Done:
+      break;
+    case Outcome::NotFound:  // changed while the password was looked at
+      return Refuse(200, kWrongPassword, QStringLiteral("账号或密码错误"));
+    default:
+      return Unavailable();
   }
+  m_shared->logins.Succeeded(caller);
   LogInfo("login", {{"login", login}, {"peer", QString::fromStdString(request.peer)}});
   return Reply({
       {QStringLiteral("code"), 0},
@@ -183,8 +199,9 @@ Response Api::Login(const Request& request) {
 bool Api::FindCaller(const std::string& token, QString* accountId, Response* response) {
   Outcome found = Outcome::NotFound;
   if (!token.empty() && token.size() <= kLongestToken) {
-    found = m_store->FindSession(QString::fromStdString(HashToken(token)),
-                                 m_shared->clock.Seconds(), accountId);
+    const std::int64_t now = m_shared->clock.Seconds();
+    const std::int64_t latest = now + m_shared->settings.sessionSeconds + kClockSlackSeconds;
+    found = m_store->FindSession(QString::fromStdString(HashToken(token)), now, latest, accountId);
   }
   if (found == Outcome::Done) {
     return true;
@@ -223,13 +240,14 @@ Response Api::HomepageAds(const Request& request) {
 
 QJsonObject Api::Describe(const Activity& activity, const Request& request) {
   const Settings& settings = m_shared->settings;
+  const std::string host = IngestHost(request, settings);
   return {
       {QStringLiteral("coverUrl"),
        activity.coverId.isEmpty() ? QString() : PictureUrl(request, settings, activity.coverId)},
       {QStringLiteral("lsId"), activity.id},
       {QStringLiteral("playStatus"), activity.open ? 1 : 0},
-      {QStringLiteral("publishUrl"), QString::fromStdString(PublishUrl(activity, settings))},
-      {QStringLiteral("rtmpLiveUrl"), QString::fromStdString(ViewUrl(activity, settings))},
+      {QStringLiteral("publishUrl"), QString::fromStdString(PublishUrl(activity, settings, host))},
+      {QStringLiteral("rtmpLiveUrl"), QString::fromStdString(ViewUrl(activity, settings, host))},
       {QStringLiteral("startTime"), qint64{activity.startTime}},
       {QStringLiteral("title"), activity.title},
   };
@@ -278,12 +296,45 @@ bool Api::FindOwnActivity(const Request& request, Activity* activity, Response* 
 bool Api::IsStale(const Broadcast& running, const Activity& activity) {
   QString accountId;
   const std::int64_t now = m_shared->clock.Seconds();
-  if (m_store->FindSession(running.tokenHash, now, &accountId) == Outcome::NotFound) {
+  const std::int64_t latest = now + m_shared->settings.sessionSeconds + kClockSlackSeconds;
+  if (m_store->FindSession(running.tokenHash, now, latest, &accountId) == Outcome::NotFound) {
     return true;
   }
-  bool publishing = true;
-  return activity.publishUrl.isEmpty() && now - running.started >= kStaleSeconds &&
-         m_store->IsPublishing(activity.id, &publishing) == Outcome::Done && !publishing;
+  // Times in the future are from before the machine's clock was set back.
+  const auto recent = [now](std::int64_t time) {
+    return time <= now && now - time < kStaleSeconds;
+  };
+  if (!activity.publishUrl.isEmpty() || recent(running.started)) {
+    return false;
+  }
+  std::int64_t heard = 0;
+  const Outcome found = m_store->PublishingHeard(activity.id, &heard);
+  return found == Outcome::NotFound || (found == Outcome::Done && !recent(heard));
+}
+
+bool Api::IsTaken(const Activity& activity, const QString& tokenHash, bool* own,
+                  Response* response) {
+  Broadcast running;
+  const Outcome found = m_store->FindRunningBroadcast(activity.id, &running);
+  *own = found == Outcome::Done && running.tokenHash == tokenHash;
+  if (found == Outcome::NotFound || *own) {
+    return false;
+  }
+  if (found == Outcome::Failed) {
+    *response = Unavailable();
+    return true;
+  }
+  if (!IsStale(running, activity)) {
+    *response = Refuse(200, kAlreadyLive, QStringLiteral("该活动正在另一处直播，请先结束那一场"));
+    return true;
+  }
+  // That very one: another session may have ended it and started its own by now.
+  if (m_store->EndBroadcast(running.id, m_shared->clock.Seconds()) == Outcome::Failed) {
+    *response = Unavailable();
+    return true;
+  }
+  LogInfo("broadcast-stale", {{"activity", activity.id}, {"account", running.accountId}});
+  return false;
 }
 
 Response Api::HostStart(const Request& request) {
@@ -301,20 +352,12 @@ Response Api::HostStart(const Request& request) {
   broadcast.accountId = activity.accountId;
   broadcast.tokenHash = QString::fromStdString(HashToken(Field(request.form, "token")));
   broadcast.started = m_shared->clock.Seconds();
-
-  Broadcast running;
-  const Outcome found = m_store->FindRunningBroadcast(activity.id, &running);
-  if (found == Outcome::Done) {
-    // The same program asks again, after a reply that it did not get.
-    if (running.tokenHash == broadcast.tokenHash) {
-      return Success();
-    }
-    if (!IsStale(running, activity)) {
-      return Refuse(200, kAlreadyLive, QStringLiteral("该活动正在另一处直播，请先结束那一场"));
-    }
-    if (m_store->EndBroadcast(activity.id, broadcast.started) == Outcome::Failed) {
-      return Unavailable();
-    }
+  bool own = false;
+  if (IsTaken(activity, broadcast.tokenHash, &own, &refusal)) {
+    return refusal;
+  }
+  if (own) {
+    return Success();  // the same program asks again, after a reply that it did not get
   }
   switch (m_store->StartBroadcast(broadcast)) {
     case Outcome::Done:
@@ -333,7 +376,17 @@ Response Api::HostEnd(const Request& request) {
   if (!FindOwnActivity(request, &activity, &refusal)) {
     return refusal;
   }
-  switch (m_store->EndBroadcast(activity.id, m_shared->clock.Seconds())) {
+  const QString tokenHash = QString::fromStdString(HashToken(Field(request.form, "token")));
+  bool own = false;
+  if (IsTaken(activity, tokenHash, &own, &refusal)) {
+    return refusal;  // nobody ends what another session sends
+  }
+  Broadcast running;
+  Outcome ended = own ? m_store->FindRunningBroadcast(activity.id, &running) : Outcome::NotFound;
+  if (ended == Outcome::Done) {
+    ended = m_store->EndBroadcast(running.id, m_shared->clock.Seconds());
+  }
+  switch (ended) {
     case Outcome::Done:
       LogInfo("broadcast-ended", {{"activity", activity.id}, {"account", activity.accountId}});
       return Success();
@@ -367,48 +420,6 @@ Response Api::Health() {
   return Reply({{QStringLiteral("code"), 0},
                 {QStringLiteral("status"), QStringLiteral("ok")},
                 {QStringLiteral("schema"), Store::SchemaVersion()}});
-}
-
-// Called by the ingest before it lets a publisher in. A key is never shown to viewers: the redirect
-// has the stream passed on to where they play it, under the activity's public id.
-Response Api::IngestPublish(const Request& request) {
-  Activity activity;
-  const Outcome found = m_store->FindActivityByKey(Latin1(Field(request.form, "name")), &activity);
-  if (found == Outcome::Failed) {
-    return Unavailable();
-  }
-  if (found != Outcome::Done || !activity.open || !activity.publishUrl.isEmpty()) {
-    LogWarning("publish-refused", {{"peer", Latin1(Field(request.form, "addr"))}});
-    return Refuse(403, kNoActivity, QStringLiteral("没有这个活动"));
-  }
-  if (m_store->SetPublishing(activity.id, true, m_shared->clock.Seconds()) != Outcome::Done) {
-    return Unavailable();
-  }
-  LogInfo("publish", {{"activity", activity.id}, {"peer", Latin1(Field(request.form, "addr"))}});
-  Response response = Reply({{QStringLiteral("code"), 0}}, 302);
-  response.location = OwnIngest(m_shared->settings, "watch", activity.id);
-  return response;
-}
-
-// Called before a stream may appear to viewers: only one that was let in with its key.
-Response Api::IngestWatch(const Request& request) {
-  bool publishing = false;
-  if (m_store->IsPublishing(Latin1(Field(request.form, "name")), &publishing) == Outcome::Failed) {
-    return Unavailable();
-  }
-  return publishing ? Success() : Refuse(403, kNoActivity, QStringLiteral("没有这个活动"));
-}
-
-Response Api::IngestDone(const Request& request) {
-  Activity activity;
-  const Outcome found = m_store->FindActivityByKey(Latin1(Field(request.form, "name")), &activity);
-  if (found == Outcome::Failed ||
-      (found == Outcome::Done &&
-       m_store->SetPublishing(activity.id, false, m_shared->clock.Seconds()) != Outcome::Done)) {
-    return Unavailable();
-  }
-  LogInfo("publish-done", {{"activity", activity.id}});
-  return Success();
 }
 
 }  // namespace service

@@ -33,6 +33,7 @@ struct Request {
   std::map<std::string, std::string> form;   // decoded, the bytes as sent
   std::string host;                          // the Host header
   std::string peer;                          // the caller's address
+  std::string network;                       // whom limits count: a whole /64 of IPv6 as one
   bool peerIsLoopback = false;
 };
 
@@ -60,7 +61,9 @@ struct Shared {
   const Settings settings;
   const Clock& clock;
   RequestLimit requests;
-  LoginLimit logins;
+  LoginLimit logins{LoginLimit::kMostFailures};
+  // Of one network, whatever accounts it tries.
+  LoginLimit networks{LoginLimit::kMostFailuresOfNetwork};
 };
 
 // The refusals, as the client sees them in "code".
@@ -85,6 +88,8 @@ class Api {
   static bool IsSlow(const Request& request);
   // Whether a body is expected as a form whose fields count; otherwise it is read and dropped.
   static bool TakesForm(const std::string& path);
+  // Whether it comes from the ingest, which the limits of strangers don't concern.
+  bool IsOfIngest(const Request& request) const;
 
   Response Handle(const Request& request);
 
@@ -103,11 +108,14 @@ class Api {
   Response IngestPublish(const Request& request);
   Response IngestWatch(const Request& request);
   Response IngestDone(const Request& request);
+  Response IngestUpdate(const Request& request);
 
   // The account that the request's token belongs to; otherwise *response is the refusal.
   bool FindCaller(const std::string& token, QString* accountId, Response* response);
   bool FindOwnActivity(const Request& request, Activity* activity, Response* response);
-  // Whether a running broadcast is one that nobody sends any more.
+  // Whether the running broadcast of that activity is another session's that still lives; then
+  // *response is the refusal. One that nobody sends any more is ended.
+  bool IsTaken(const Activity& activity, const QString& tokenHash, bool* own, Response* response);
   bool IsStale(const Broadcast& running, const Activity& activity);
   QJsonObject Describe(const Activity& activity, const Request& request);
 
@@ -115,9 +123,15 @@ class Api {
   Shared* m_shared;
 };
 
-// Where the activity's stream goes, and where viewers find it.
-std::string PublishUrl(const Activity& activity, const Settings& settings);
-std::string ViewUrl(const Activity& activity, const Settings& settings);
+// "[::1]" for "::1": as an address stands in a URL.
+std::string Bracketed(const std::string& address);
+// The same, and the loopback for an address that means "all of this machine's".
+std::string Reachable(const std::string& address);
+
+// Where the activity's stream goes, and where viewers find it. host: under which the own ingest is
+// reached, as in a URL.
+std::string PublishUrl(const Activity& activity, const Settings& settings, const std::string& host);
+std::string ViewUrl(const Activity& activity, const Settings& settings, const std::string& host);
 
 }  // namespace service
 

@@ -1,11 +1,19 @@
 #include "service/Clock.h"
 
+#include <ctime>
+
 namespace service {
 
+std::int64_t SteadyClock::Now(int clock) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+SteadyClock::SteadyClock() : m_offset(Now(CLOCK_REALTIME) - Now(CLOCK_BOOTTIME)) {}
+
 std::int64_t SteadyClock::Milliseconds() const {
-  const auto passed = std::chrono::steady_clock::now() - m_steadyStart;
-  const auto now = m_systemStart.time_since_epoch() + passed;
-  return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+  return m_offset + Now(CLOCK_BOOTTIME);
 }
 
 }  // namespace service

@@ -1,14 +1,13 @@
 // The service's clock: seconds since the epoch that never jump while the service runs.
 //
-// It is the system's time at the start plus the time that has passed since, measured monotonically.
-// Somebody who sets the machine's clock during a broadcast thus neither ends every session nor
-// revives an expired one.
+// It is the system's time at the start plus the time that has passed since, measured monotonically
+// and with the time in which the machine slept. Somebody who sets the machine's clock during a
+// broadcast thus neither ends every session nor revives an expired one.
 //
 // Threads: any.
 #ifndef ORVANE_SERVICE_CLOCK_H
 #define ORVANE_SERVICE_CLOCK_H
 
-#include <chrono>
 #include <cstdint>
 
 namespace service {
@@ -23,11 +22,13 @@ class Clock {
 
 class SteadyClock : public Clock {
  public:
+  SteadyClock();
   std::int64_t Milliseconds() const override;
 
  private:
-  std::chrono::system_clock::time_point m_systemStart = std::chrono::system_clock::now();
-  std::chrono::steady_clock::time_point m_steadyStart = std::chrono::steady_clock::now();
+  static std::int64_t Now(int clock);
+
+  const std::int64_t m_offset;  // from the time since boot to the time since the epoch
 };
 
 }  // namespace service

@@ -29,24 +29,28 @@ void FormReader::Feed(const char* data, std::size_t size) {
   if (m_tooLarge || m_processor == nullptr) {
     return;
   }
-  // A result of "no" is a body that is no form after all, or a field beyond the bounds.
-  MHD_post_process(m_processor, data, size);
+  if (MHD_post_process(m_processor, data, size) != MHD_YES && !m_tooLarge) {
+    m_malformed = true;
+  }
 }
 
 void FormReader::Finish() {
   if (m_processor != nullptr) {
     // The last value of a form without multipart stands in the processor until its end.
-    MHD_destroy_post_processor(m_processor);
+    if (MHD_destroy_post_processor(m_processor) != MHD_YES && m_read > 0 && !m_tooLarge) {
+      m_malformed = true;
+    }
     m_processor = nullptr;
   }
 }
 
 std::map<std::string, std::string> FormReader::TakeFields() {
-  return m_tooLarge ? std::map<std::string, std::string>() : std::move(m_fields);
+  return m_tooLarge || m_malformed ? std::map<std::string, std::string>() : std::move(m_fields);
 }
 
 MHD_Result FormReader::Append(void* self, MHD_ValueKind, const char* key, const char*, const char*,
-                              const char*, const char* data, std::uint64_t, std::size_t size) {
+                              const char*, const char* data, std::uint64_t offset,
+                              std::size_t size) {
   auto* reader = static_cast<FormReader*>(self);
   if (key == nullptr || std::strlen(key) > kLongestName) {
     return MHD_YES;
@@ -56,6 +60,9 @@ MHD_Result FormReader::Append(void* self, MHD_ValueKind, const char* key, const 
     return MHD_NO;
   }
   std::string& value = reader->m_fields[key];
+  if (offset == 0) {
+    value.clear();  // a name that comes twice: the last one counts
+  }
   if (value.size() + size > kLongestValue) {
     reader->m_tooLarge = true;
     return MHD_NO;

@@ -2,8 +2,8 @@
 // piece as it comes, into named values. The bytes of a value are kept as they were sent.
 //
 // Bounded: at most kMostFields values of kLongestValue bytes each, and kLongestBody bytes in all; a
-// body beyond one of them is TooLarge and nothing of it counts. A body that is no form, or is cut
-// off, gives the values that were whole.
+// body beyond one of them is TooLarge and nothing of it counts. A form that is cut off or damaged
+// is Malformed, and nothing of it counts either: half a password is none.
 //
 // Threads: one at a time.
 #ifndef ORVANE_SERVICE_FORMREADER_H
@@ -34,6 +34,7 @@ class FormReader {
   // The body is complete.
   void Finish();
   bool TooLarge() const { return m_tooLarge; }
+  bool Malformed() const { return m_malformed; }
   // Far beyond any form: the sender is not worth reading to its end.
   bool Endless() const { return m_read > 16 * kLongestBody; }
   std::map<std::string, std::string> TakeFields();
@@ -47,6 +48,7 @@ class FormReader {
   std::map<std::string, std::string> m_fields;
   std::size_t m_read = 0;
   bool m_tooLarge = false;
+  bool m_malformed = false;
 };
 
 }  // namespace service

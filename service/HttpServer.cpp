@@ -5,7 +5,9 @@
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <condition_variable>
@@ -14,6 +16,7 @@
 #include <mutex>
 #include <thread>
 
+#include "service/ConnectionWatch.h"
 #include "service/FormReader.h"
 #include "service/Log.h"
 
@@ -24,7 +27,7 @@ namespace {
 constexpr unsigned kThreads = 2;
 constexpr unsigned kConnections = 512;
 constexpr unsigned kConnectionsPerAddress = 256;
-constexpr unsigned kIdleSeconds = 30;
+constexpr unsigned kIdleSeconds = 15;
 constexpr std::size_t kConnectionMemory = 16 * 1024;
 
 // One request on its way through the server.
@@ -44,33 +47,57 @@ MHD_Result CollectQuery(void* closure, MHD_ValueKind, const char* key, const cha
   return MHD_YES;
 }
 
+template <typename Address>
+std::string Text(int family, const Address& address) {
+  std::array<char, INET6_ADDRSTRLEN> text{};
+  inet_ntop(family, &address, text.data(), text.size());
+  return text.data();
+}
+
+void DescribePeer4(in_addr address, Request* request) {
+  request->peerIsLoopback = (ntohl(address.s_addr) >> 24) == 127;
+  request->peer = Text(AF_INET, address);
+  request->network = request->peer;
+}
+
+void DescribePeer6(in6_addr address, Request* request) {
+  if (IN6_IS_ADDR_V4MAPPED(&address)) {
+    in_addr inner{};
+    std::memcpy(&inner, &address.s6_addr[12], sizeof inner);
+    DescribePeer4(inner, request);
+    return;
+  }
+  request->peerIsLoopback = IN6_IS_ADDR_LOOPBACK(&address);
+  request->peer = Text(AF_INET6, address);
+  std::memset(&address.s6_addr[8], 0, 8);
+  request->network = Text(AF_INET6, address);
+}
+
 void DescribePeer(MHD_Connection* connection, Request* request) {
   const MHD_ConnectionInfo* info =
       MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
   if (info == nullptr || info->client_addr == nullptr) {
     return;
   }
-  std::array<char, INET6_ADDRSTRLEN> text{};
   if (info->client_addr->sa_family == AF_INET) {
     sockaddr_in address{};
     std::memcpy(&address, info->client_addr, sizeof address);
-    inet_ntop(AF_INET, &address.sin_addr, text.data(), text.size());
-    request->peerIsLoopback = (ntohl(address.sin_addr.s_addr) >> 24) == 127;
+    DescribePeer4(address.sin_addr, request);
   } else if (info->client_addr->sa_family == AF_INET6) {
     sockaddr_in6 address{};
     std::memcpy(&address, info->client_addr, sizeof address);
-    inet_ntop(AF_INET6, &address.sin6_addr, text.data(), text.size());
-    request->peerIsLoopback = IN6_IS_ADDR_LOOPBACK(&address.sin6_addr);
+    DescribePeer6(address.sin6_addr, request);
   }
-  request->peer = text.data();
 }
 
 MHD_Result Send(MHD_Connection* connection, const Response& reply) {
-  MHD_Response* response = MHD_create_response_from_buffer(
-      static_cast<std::size_t>(reply.body.size()),
-      const_cast<char*>(reply.body.constData()),  // copied by the library, never written
-      MHD_RESPMEM_MUST_COPY);
+  // Shares the bytes, of a picture for example, until they are sent.
+  auto* bytes = new QByteArray(reply.body);
+  MHD_Response* response = MHD_create_response_from_buffer_with_free_callback_cls(
+      static_cast<std::size_t>(bytes->size()), const_cast<char*>(bytes->constData()),
+      [](void* sent) { delete static_cast<QByteArray*>(sent); }, bytes);
   if (response == nullptr) {
+    delete bytes;
     return MHD_NO;
   }
   MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, reply.type.c_str());
@@ -89,7 +116,7 @@ MHD_Result Send(MHD_Connection* connection, const Response& reply) {
 class HttpServer::Implementation {
  public:
   Implementation(const QString& databasePath, Shared* shared)
-      : m_databasePath(databasePath), m_shared(shared) {}
+      : m_databasePath(databasePath), m_shared(shared), m_watch(shared->clock) {}
 
   bool Start(QString* error);
   void Stop();
@@ -101,13 +128,20 @@ class HttpServer::Implementation {
   static void OnCompleted(void* self, MHD_Connection* connection, void** context,
                           MHD_RequestTerminationCode code);
 
+  static void OnConnection(void* self, MHD_Connection* connection, void** context,
+                           MHD_ConnectionNotificationCode code);
+
   MHD_Result Answer(MHD_Connection* connection, Call* call);
+  // The reply, where it needs no look at the form; false when the call goes on.
+  bool RefuseAtOnce(const Call& call, Response* reply);
+  MHD_Result Reply(MHD_Connection* connection, const Response& reply);
   Response Handle(const Request& request);
   bool QueueLogin(MHD_Connection* connection, Call* call);
   void RunLogins();
 
   const QString m_databasePath;
   Shared* const m_shared;
+  ConnectionWatch m_watch;
   MHD_Daemon* m_daemon = nullptr;
 
   std::thread m_loginThread;
@@ -130,8 +164,10 @@ bool HttpServer::Implementation::Start(QString* error) {
   }
   unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
   if (address->ai_family == AF_INET6) {
-    flags |= MHD_USE_IPv6;
+    const bool every = host == "::";
+    flags |= every ? MHD_USE_DUAL_STACK : MHD_USE_IPv6;
   }
+  m_watch.Start();
   errno = 0;
   m_daemon = MHD_start_daemon(
       flags, static_cast<std::uint16_t>(m_shared->settings.port), nullptr, nullptr,
@@ -139,10 +175,12 @@ bool HttpServer::Implementation::Start(QString* error) {
       MHD_OPTION_THREAD_POOL_SIZE, kThreads, MHD_OPTION_CONNECTION_LIMIT, kConnections,
       MHD_OPTION_PER_IP_CONNECTION_LIMIT, kConnectionsPerAddress, MHD_OPTION_CONNECTION_TIMEOUT,
       kIdleSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory,
-      MHD_OPTION_NOTIFY_COMPLETED, &Implementation::OnCompleted, this, MHD_OPTION_END);
+      MHD_OPTION_NOTIFY_COMPLETED, &Implementation::OnCompleted, this, MHD_OPTION_NOTIFY_CONNECTION,
+      &Implementation::OnConnection, this, MHD_OPTION_END);
   const int cause = errno;
   freeaddrinfo(address);
   if (m_daemon == nullptr) {
+    m_watch.Stop();
     *error = QStringLiteral("%1 port %2: %3")
                  .arg(QString::fromStdString(host))
                  .arg(m_shared->settings.port)
@@ -157,7 +195,7 @@ void HttpServer::Implementation::Stop() {
   if (m_daemon == nullptr) {
     return;
   }
-  MHD_quiesce_daemon(m_daemon);
+  const MHD_socket listening = MHD_quiesce_daemon(m_daemon);
   {
     const std::lock_guard<std::mutex> lock(m_loginMutex);
     m_stopping = true;
@@ -166,6 +204,10 @@ void HttpServer::Implementation::Stop() {
   m_loginThread.join();  // it resumes every connection that it holds: none stays suspended
   MHD_stop_daemon(m_daemon);
   m_daemon = nullptr;
+  if (listening != MHD_INVALID_SOCKET) {
+    close(listening);  // the library leaves it to whoever took it out
+  }
+  m_watch.Stop();
 }
 
 MHD_Result HttpServer::Implementation::OnRequest(void* self, MHD_Connection* connection,
@@ -195,27 +237,47 @@ MHD_Result HttpServer::Implementation::OnRequest(void* self, MHD_Connection* con
   return server->Answer(connection, call);
 }
 
+bool HttpServer::Implementation::RefuseAtOnce(const Call& call, Response* reply) {
+  if (call.form.TooLarge()) {
+    *reply = Api::Refuse(413, kBadRequest, QStringLiteral("提交的内容过长"));
+    return true;
+  }
+  if (call.form.Malformed() && Api::TakesForm(call.request.path)) {
+    *reply = Api::Refuse(400, kBadRequest, QStringLiteral("提交的内容不完整"));
+    return true;
+  }
+  if (!Api(nullptr, m_shared).IsOfIngest(call.request) &&
+      !m_shared->requests.Allow(call.request.network, m_shared->clock.Milliseconds())) {
+    *reply = Api::Refuse(429, kTooManyRequests, QStringLiteral("请求过于频繁，请稍后再试"));
+    return true;
+  }
+  return false;
+}
+
+MHD_Result HttpServer::Implementation::Reply(MHD_Connection* connection, const Response& reply) {
+  m_watch.Replying(connection);
+  return Send(connection, reply);
+}
+
 MHD_Result HttpServer::Implementation::Answer(MHD_Connection* connection, Call* call) {
   if (call->answered) {
-    return Send(connection, call->response);
+    return Reply(connection, call->response);
   }
+  m_watch.Answering(connection);
   call->form.Finish();
-  if (call->form.TooLarge()) {
-    return Send(connection, Api::Refuse(413, kBadRequest, QStringLiteral("提交的内容过长")));
+  Response refusal;
+  if (RefuseAtOnce(*call, &refusal)) {
+    return Reply(connection, refusal);
   }
   if (Api::TakesForm(call->request.path)) {
     call->request.form = call->form.TakeFields();
   }
-  if (!m_shared->requests.Allow(call->request.peer, m_shared->clock.Milliseconds())) {
-    return Send(connection,
-                Api::Refuse(429, kTooManyRequests, QStringLiteral("请求过于频繁，请稍后再试")));
-  }
   if (!Api::IsSlow(call->request)) {
-    return Send(connection, Handle(call->request));
+    return Reply(connection, Handle(call->request));
   }
   if (!QueueLogin(connection, call)) {
-    return Send(connection,
-                Api::Refuse(200, kTooManyRequests, QStringLiteral("登录人数过多，请稍后再试")));
+    return Reply(connection,
+                 Api::Refuse(200, kTooManyRequests, QStringLiteral("登录人数过多，请稍后再试")));
   }
   return MHD_YES;
 }
@@ -237,7 +299,12 @@ Response HttpServer::Implementation::Handle(const Request& request) {
 
 bool HttpServer::Implementation::QueueLogin(MHD_Connection* connection, Call* call) {
   const std::lock_guard<std::mutex> lock(m_loginMutex);
-  if (m_stopping || m_logins.size() >= kMostWaitingLogins) {
+  const auto ofNetwork =
+      std::count_if(m_logins.begin(), m_logins.end(), [call](const auto& waiting) {
+        return waiting.second->request.network == call->request.network;
+      });
+  if (m_stopping || m_logins.size() >= kMostWaitingLogins ||
+      ofNetwork >= kMostWaitingLoginsOfNetwork) {
     return false;
   }
   // Under the lock: the login thread must not resume the connection before it is suspended.
@@ -266,10 +333,25 @@ void HttpServer::Implementation::RunLogins() {
   }
 }
 
-void HttpServer::Implementation::OnCompleted(void*, MHD_Connection*, void** context,
+void HttpServer::Implementation::OnCompleted(void* self, MHD_Connection* connection, void** context,
                                              MHD_RequestTerminationCode) {
   delete static_cast<Call*>(*context);
   *context = nullptr;
+  static_cast<Implementation*>(self)->m_watch.Finished(connection);
+}
+
+void HttpServer::Implementation::OnConnection(void* self, MHD_Connection* connection, void**,
+                                              MHD_ConnectionNotificationCode code) {
+  ConnectionWatch& watch = static_cast<Implementation*>(self)->m_watch;
+  if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+    watch.Gone(connection);
+    return;
+  }
+  const MHD_ConnectionInfo* info =
+      MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+  if (info != nullptr) {
+    watch.Came(connection, info->connect_fd);
+  }
 }
 
 HttpServer::HttpServer(const QString& databasePath, Shared* shared)

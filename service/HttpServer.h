@@ -6,8 +6,8 @@
 // suspended, so no other call waits behind it; at most kMostWaitingLogins wait, and more are told
 // to come back. Start and Stop belong to the thread that made the server.
 //
-// Bounds: connections in all and per address, time of an idle connection, size of headers and body,
-// requests a second per address.
+// Bounds: connections in all and per address, time of an idle connection and of a request as a
+// whole, size of headers and body, requests a second per network.
 #ifndef ORVANE_SERVICE_HTTPSERVER_H
 #define ORVANE_SERVICE_HTTPSERVER_H
 
@@ -21,6 +21,7 @@ namespace service {
 class HttpServer {
  public:
   static constexpr int kMostWaitingLogins = 32;
+  static constexpr int kMostWaitingLoginsOfNetwork = 16;
 
   HttpServer(const QString& databasePath, Shared* shared);
   ~HttpServer();

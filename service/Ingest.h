@@ -22,7 +22,7 @@ struct IngestSettings {
   std::string listenAddress = "127.0.0.1";
   int rtmpPort = 1935;
   int hlsPort = 18081;
-  std::string serviceAddress = "127.0.0.1";
+  std::string serviceAddress = "127.0.0.1";  // as in a URL
   int servicePort = 18080;
   std::string secret;
   QString directory;        // of its own: configuration, logs, HLS pieces
@@ -51,8 +51,16 @@ class Ingest {
   void Stop();
   // Whether the engine is still there.
   bool Running();
+  // Removes the pieces of streams that no player asks for any more, and cuts the engine's log when
+  // it has grown large. To be called now and then.
+  void Tidy() const;
 
  private:
+  bool CheckSettings(QString* error) const;
+  bool WriteFiles(QString* error) const;
+  QString ConfigurationPath() const;
+  QString LogPath() const;
+
   IngestSettings m_settings;
   ChildProcess m_engine;
 };

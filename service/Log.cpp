@@ -10,6 +10,17 @@ namespace service {
 
 namespace {
 
+// Some fields hold what a stranger sent.
+constexpr int kLongestField = 256;
+
+QJsonValue Bounded(const QVariant& value) {
+  if (value.type() != QVariant::String && value.type() != QVariant::ByteArray) {
+    return QJsonValue::fromVariant(value);
+  }
+  const QString text = value.toString();
+  return text.size() <= kLongestField ? text : text.left(kLongestField) + QStringLiteral("...");
+}
+
 void Write(const char* level, const char* event, LogFields fields) {
   static std::mutex mutex;  // lines of two threads must not mix
   QJsonObject line{
@@ -18,7 +29,7 @@ void Write(const char* level, const char* event, LogFields fields) {
       {QStringLiteral("event"), QLatin1String(event)},
   };
   for (const auto& field : fields) {
-    line.insert(QLatin1String(field.first), QJsonValue::fromVariant(field.second));
+    line.insert(QLatin1String(field.first), Bounded(field.second));
   }
   const QByteArray text = QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
   const std::lock_guard<std::mutex> lock(mutex);

@@ -28,7 +28,7 @@ bool LoginLimit::Allow(const std::string& caller, std::int64_t nowMs) {
   if (nowMs - failures.first >= kWindowMs) {
     failures = {};
   }
-  return failures.count < kMostFailures;
+  return failures.count < m_mostFailures;
 }
 
 void LoginLimit::Failed(const std::string& caller, std::int64_t nowMs) {

@@ -59,12 +59,14 @@ class RequestLimit {
   RecentCallers<Bucket> m_callers;  // guarded by m_mutex
 };
 
-// After kMostFailures failures within kWindowMs a caller is refused until the window has passed.
+// After so many failures within kWindowMs a caller is refused until the window has passed.
 class LoginLimit {
  public:
   static constexpr int kMostFailures = 5;
+  static constexpr int kMostFailuresOfNetwork = 50;
   static constexpr std::int64_t kWindowMs = 5 * 60 * 1000;
 
+  explicit LoginLimit(int mostFailures) : m_mostFailures(mostFailures) {}
   bool Allow(const std::string& caller, std::int64_t nowMs);
   void Failed(const std::string& caller, std::int64_t nowMs);
   void Succeeded(const std::string& caller);
@@ -74,6 +76,7 @@ class LoginLimit {
     int count = 0;
     std::int64_t first = 0;
   };
+  const int m_mostFailures;
   std::mutex m_mutex;
   RecentCallers<Failures> m_callers;  // guarded by m_mutex
 };

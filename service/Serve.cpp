@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "service/Commands.h"
+#include "service/CommandLine.h"
 #include "service/HttpServer.h"
 #include "service/Ingest.h"
 #include "service/Log.h"
@@ -21,18 +21,12 @@ constexpr std::int64_t kSweepSeconds = 600;
 constexpr std::int64_t kEngineRetrySeconds = 3;
 
 void PrintLine(const QString& line) {
-  const QByteArray text = line.toUtf8();
-  std::printf("%s\n", text.constData());
+  Print(line + QLatin1Char('\n'));
   std::fflush(stdout);
 }
 
-Outcome AddResourcePicture(Store* store, const char* name, QString* id) {
-  Picture picture;
-  picture.id = QString::fromStdString(NewId());
-  picture.type = QStringLiteral("image/png");
-  picture.bytes = ReadResource(name);
-  *id = picture.id;
-  return store->AddPicture(picture);
+Picture ResourcePicture(const char* name) {
+  return {QString::fromStdString(NewId()), QStringLiteral("image/png"), ReadResource(name)};
 }
 
 // Part of every address that the ingest calls; made once for a database.
@@ -57,17 +51,16 @@ sigset_t EndingSignals() {
 }
 
 int NoDatabase(const QString& error) {
-  std::fprintf(stderr, "orvane-service: %s\n", qPrintable(error));
-  return kNoDatabase;
+  return Complain(error, kNoDatabase);
 }
 
 void Greet(const ServeOptions& options, const QString& password) {
   const Settings& settings = options.settings;
   PrintLine(QStringLiteral("Service  http://%1:%2")
-                .arg(QString::fromStdString(settings.listenAddress))
+                .arg(QString::fromStdString(Bracketed(settings.listenAddress)))
                 .arg(settings.port));
   if (options.ingest) {
-    const QString host = QString::fromStdString(settings.ingestHost);
+    const QString host = QString::fromStdString(Bracketed(settings.ingestHost));
     PrintLine(QStringLiteral("Ingest   rtmp://%1:%2/live").arg(host).arg(settings.rtmpPort));
     PrintLine(
         QStringLiteral("Watch    rtmp://%1:%2/watch/ACTIVITY or http://%1:%3/hls/ACTIVITY.m3u8")
@@ -97,23 +90,9 @@ void KeepEngine(Ingest* ingest, std::int64_t now, std::int64_t* nextTry) {
 
 }  // namespace
 
-Outcome MakeNewcomersAccount(Store* store, std::int64_t now, QString* password) {
-  QList<Account> accounts;
-  Outcome outcome = store->ListAccounts(&accounts);
-  if (outcome != Outcome::Done || !accounts.isEmpty()) {
-    return outcome;
-  }
-  Account account;
-  account.id = QString::fromStdString(NewId());
-  account.login = QLatin1String(kNewcomersLogin);
-  const std::string secret = NewReadablePassword();
-  account.passwordHash = QString::fromStdString(HashPassword(secret));
-  account.name = QStringLiteral("新手");
-  account.loopbackOnly = true;
-  account.created = now;
-  if ((outcome = store->AddAccount(account)) != Outcome::Done) {
-    return outcome;
-  }
+namespace {
+
+Outcome AddSamples(Store* store, const QString& accountId, std::int64_t now) {
   const struct {
     const char* title;
     const char* cover;
@@ -122,24 +101,54 @@ Outcome MakeNewcomersAccount(Store* store, std::int64_t now, QString* password) 
                  {"周末音乐会", "cover-3.png"}};
   int number = 0;
   for (const auto& sample : samples) {
+    const Picture cover = ResourcePicture(sample.cover);
     Activity activity;
-    if ((outcome = AddResourcePicture(store, sample.cover, &activity.coverId)) != Outcome::Done) {
-      return outcome;
-    }
     activity.id = QString::fromStdString(NewId());
-    activity.accountId = account.id;
+    activity.accountId = accountId;
     activity.title = QString::fromUtf8(sample.title);
     activity.startTime = now + ++number * 3600;
     activity.streamKey = QString::fromStdString(NewId(16));
-    if ((outcome = store->AddActivity(activity)) != Outcome::Done) {
-      return outcome;
+    if (store->AddActivity(activity, &cover) != Outcome::Done) {
+      return Outcome::Failed;
     }
   }
-  QString ad;
-  if ((outcome = AddResourcePicture(store, "welcome.png", &ad)) == Outcome::Done) {
-    outcome = store->SetSetting(QStringLiteral("ad_picture"), ad);
+  const Picture ad = ResourcePicture("welcome.png");
+  return store->SetAdPicture(&ad);
+}
+
+}  // namespace
+
+Outcome MakeNewcomersAccount(Store* store, std::int64_t now, QString* password) {
+  const QString made = QStringLiteral("newcomer_made");
+  const std::string secret = NewReadablePassword();
+  Account account;
+  account.id = QString::fromStdString(NewId());
+  account.login = QLatin1String(kNewcomersLogin);
+  account.name = QStringLiteral("新手");
+  account.loopbackOnly = true;
+  account.created = now;
+  bool isNew = false;
+  const Outcome outcome = store->Together([&] {
+    QList<Account> accounts;
+    QString when;
+    const Outcome before = store->Setting(made, &when);
+    if (before != Outcome::NotFound || store->ListAccounts(&accounts) != Outcome::Done) {
+      return before == Outcome::Done ? Outcome::Done : Outcome::Failed;
+    }
+    if (accounts.isEmpty()) {
+      account.passwordHash = QString::fromStdString(HashPassword(secret));
+      if (account.passwordHash.isEmpty() || store->AddAccount(account) != Outcome::Done ||
+          AddSamples(store, account.id, now) != Outcome::Done) {
+        return Outcome::Failed;
+      }
+      isNew = true;
+    }
+    // So that an account which was removed does not come back.
+    return store->SetSetting(made, QString::number(now));
+  });
+  if (outcome == Outcome::Done && isNew) {
+    *password = QString::fromStdString(secret);
   }
-  *password = QString::fromStdString(secret);
   return outcome;
 }
 
@@ -163,22 +172,20 @@ int Serve(const ServeOptions& options) {
   Shared shared(settings, clock);
   HttpServer server(options.database, &shared);
   if (!server.Start(&error)) {
-    std::fprintf(stderr, "orvane-service: %s\n", qPrintable(error));
-    return kNoAddress;
+    return Complain(error, kNoAddress);
   }
   IngestSettings ingestSettings;
   ingestSettings.listenAddress = settings.ingestHost;
   ingestSettings.rtmpPort = settings.rtmpPort;
   ingestSettings.hlsPort = options.hlsPort;
-  ingestSettings.serviceAddress = settings.listenAddress;
+  ingestSettings.serviceAddress = Reachable(settings.listenAddress);
   ingestSettings.servicePort = settings.port;
   ingestSettings.secret = settings.ingestSecret;
   ingestSettings.directory = options.ingestDirectory;
   ingestSettings.recordDirectory = options.recordDirectory;
   Ingest ingest(ingestSettings);
   if (options.ingest && !ingest.Start(&error)) {
-    std::fprintf(stderr, "orvane-service: ingest: %s\n", qPrintable(error));
-    return kNoAddress;
+    return Complain(QStringLiteral("ingest: %1").arg(error), kNoAddress);
   }
   // Last, so that nothing keeps the password from being shown.
   QString password;
@@ -198,6 +205,7 @@ int Serve(const ServeOptions& options) {
       nextSweep = now + kSweepSeconds;
     }
     if (options.ingest) {
+      ingest.Tidy();
       KeepEngine(&ingest, now, &nextEngineTry);
     }
   }

@@ -1,51 +1,33 @@
 #include "service/Store.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QAtomicInt>
-#include <QFileInfo>
+#include <QFile>
 #include <QSqlError>
 #include <QVariant>
-#include <vector>
 
 #include "service/Log.h"
+#include "service/Rows.h"
+#include "service/Schema.h"
 
 namespace service {
 
 namespace {
 
-// Each entry brings the schema from the version before it to its own: the first makes version 1.
-// Entries are never changed, only added.
-const std::vector<std::vector<const char*>>& Migrations() {
-  static const std::vector<std::vector<const char*>> migrations = {
-      {
-          "CREATE TABLE accounts (id VARCHAR(32) PRIMARY KEY, login VARCHAR(255) NOT NULL UNIQUE, "
-          "password_hash VARCHAR(255) NOT NULL, name VARCHAR(255) NOT NULL, "
-          "email VARCHAR(255) NOT NULL, loopback_only INTEGER NOT NULL, created BIGINT NOT NULL)",
-          "CREATE TABLE sessions (token_hash VARCHAR(64) PRIMARY KEY, "
-          "account_id VARCHAR(32) NOT NULL, expires BIGINT NOT NULL)",
-          "CREATE INDEX sessions_by_account ON sessions (account_id)",
-          "CREATE TABLE pictures (id VARCHAR(32) PRIMARY KEY, type VARCHAR(64) NOT NULL, "
-          "bytes BLOB NOT NULL)",
-          "CREATE TABLE activities (id VARCHAR(32) PRIMARY KEY, account_id VARCHAR(32) NOT NULL, "
-          "title VARCHAR(255) NOT NULL, cover_id VARCHAR(32) NOT NULL, start_time BIGINT NOT NULL, "
-          "publish_url VARCHAR(1024) NOT NULL, view_url VARCHAR(1024) NOT NULL, "
-          "stream_key VARCHAR(64) NOT NULL UNIQUE, is_open INTEGER NOT NULL)",
-          "CREATE INDEX activities_by_account ON activities (account_id, start_time, id)",
-          "CREATE TABLE settings (name VARCHAR(64) PRIMARY KEY, value VARCHAR(1024) NOT NULL)",
-      },
-      {
-          // running_of is the activity while the broadcast runs and its own id afterwards, so that
-          // the database itself holds "one at a time" on any engine.
-          "CREATE TABLE broadcasts (id VARCHAR(32) PRIMARY KEY, activity_id VARCHAR(32) NOT NULL, "
-          "account_id VARCHAR(32) NOT NULL, token_hash VARCHAR(64) NOT NULL, "
-          "started BIGINT NOT NULL, ended BIGINT NOT NULL, running_of VARCHAR(32) NOT NULL UNIQUE)",
-          "CREATE INDEX broadcasts_by_activity ON broadcasts (activity_id, started)",
-          "CREATE TABLE publishing (activity_id VARCHAR(32) PRIMARY KEY, since BIGINT NOT NULL)",
-      },
-  };
-  return migrations;
-}
+// How long a write waits for another program's, the commands beside the service for example.
+constexpr int kBusyMs = 2000;
+// Of one account; the login beyond it ends the oldest one.
+constexpr int kMostSessions = 64;
 
-constexpr int kBusyMs = 5000;
+// SQLite would make the file for everybody to read.
+void MakePrivateFile(const QString& path) {
+  const int file = open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (file >= 0) {
+    close(file);
+  }
+}
 
 Account ReadAccount(const QSqlQuery& row) {
   Account account;
@@ -57,60 +39,6 @@ Account ReadAccount(const QSqlQuery& row) {
   account.loopbackOnly = row.value(5).toInt() != 0;
   account.created = row.value(6).toLongLong();
   return account;
-}
-
-Activity ReadActivity(const QSqlQuery& row) {
-  Activity activity;
-  activity.id = row.value(0).toString();
-  activity.accountId = row.value(1).toString();
-  activity.title = row.value(2).toString();
-  activity.coverId = row.value(3).toString();
-  activity.startTime = row.value(4).toLongLong();
-  activity.publishUrl = row.value(5).toString();
-  activity.viewUrl = row.value(6).toString();
-  activity.streamKey = row.value(7).toString();
-  activity.open = row.value(8).toInt() != 0;
-  return activity;
-}
-
-Broadcast ReadBroadcast(const QSqlQuery& row) {
-  Broadcast broadcast;
-  broadcast.id = row.value(0).toString();
-  broadcast.activityId = row.value(1).toString();
-  broadcast.accountId = row.value(2).toString();
-  broadcast.tokenHash = row.value(3).toString();
-  broadcast.started = row.value(4).toLongLong();
-  broadcast.ended = row.value(5).toLongLong();
-  return broadcast;
-}
-
-template <typename Record, typename Read>
-Outcome ReadAll(QSqlQuery* rows, Read read, QList<Record>* records) {
-  if (rows == nullptr) {
-    return Outcome::Failed;
-  }
-  while (rows->next()) {
-    records->append(read(*rows));
-  }
-  rows->finish();
-  return Outcome::Done;
-}
-
-template <typename Record, typename Read>
-Outcome ReadOne(QSqlQuery* rows, Read read, Record* record) {
-  if (rows == nullptr) {
-    return Outcome::Failed;
-  }
-  const bool found = rows->next();
-  if (found) {
-    *record = read(*rows);
-  }
-  rows->finish();
-  return found ? Outcome::Done : Outcome::NotFound;
-}
-
-QString NotNull(const QString& text) {
-  return text.isNull() ? QStringLiteral("") : text;
 }
 
 }  // namespace
@@ -134,15 +62,16 @@ std::unique_ptr<Store> Store::Open(const QString& path, QString* error) {
   static QAtomicInt count;
   std::unique_ptr<Store> store(
       new Store(QStringLiteral("store-%1").arg(count.fetchAndAddRelaxed(1))));
+  MakePrivateFile(path);
   store->m_database.setDatabaseName(path);
   store->m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(kBusyMs));
   if (!store->m_database.open()) {
     *error = QStringLiteral("%1: %2").arg(path, store->m_database.lastError().text());
     return nullptr;
   }
-  // Readers don't wait for a writer, and a commit survives the end of the process.
+  // Readers don't wait for a writer, and what was committed survives a loss of power.
   for (const char* pragma :
-       {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=NORMAL", "PRAGMA cache_size=-2048"}) {
+       {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA cache_size=-2048"}) {
     QSqlQuery query(store->m_database);
     if (!query.exec(QLatin1String(pragma))) {
       *error = QStringLiteral("%1: %2").arg(path, query.lastError().text());
@@ -156,48 +85,75 @@ std::unique_ptr<Store> Store::Open(const QString& path, QString* error) {
   return store;
 }
 
-bool Store::Migrate(QString* error) {
+bool Store::Begin() {
+  // SQLite's own transactions begin as readers and can't always become writers later; this one
+  // waits for its turn and then can't fail for another's sake.
   QSqlQuery query(m_database);
-  if (!query.exec(
-          QStringLiteral("CREATE TABLE IF NOT EXISTS schema_version (version INTEGER NOT NULL)")) ||
-      !query.exec(QStringLiteral("SELECT MAX(version) FROM schema_version"))) {
-    *error = query.lastError().text();
-    return false;
-  }
-  const int current = query.next() ? query.value(0).toInt() : 0;
-  query.finish();
-  if (current > SchemaVersion()) {
-    *error = QStringLiteral("made by a newer version of this program (schema %1, known is %2)")
-                 .arg(current)
-                 .arg(SchemaVersion());
-    return false;
-  }
-  for (int version = current + 1; version <= SchemaVersion(); ++version) {
-    if (!ApplyMigration(version, error)) {
+  return m_database.driverName() == QLatin1String("QSQLITE")
+             ? query.exec(QStringLiteral("BEGIN IMMEDIATE"))
+             : m_database.transaction();
+}
+
+bool Store::SchemaOnDisk(int* version, QString* error) {
+  QSqlQuery query(m_database);
+  *version = 0;
+  if (m_database.tables().contains(QStringLiteral("schema_version"))) {
+    if (!query.exec(QStringLiteral("SELECT MAX(version) FROM schema_version")) || !query.next()) {
+      *error = query.lastError().text();
       return false;
     }
+    *version = query.value(0).toInt();
+  }
+  if (*version > SchemaVersion()) {
+    *error = QStringLiteral("made by a newer version of this program (schema %1, known is %2)")
+                 .arg(*version)
+                 .arg(SchemaVersion());
+    return false;
   }
   return true;
 }
 
-bool Store::ApplyMigration(int version, QString* error) {
-  m_database.transaction();
-  QSqlQuery query(m_database);
-  for (const char* statement : Migrations()[static_cast<std::size_t>(version - 1)]) {
-    if (!query.exec(QLatin1String(statement))) {
-      *error = query.lastError().text();
-      m_database.rollback();
-      return false;
-    }
+bool Store::Migrate(QString* error) {
+  error->clear();
+  int current = 0;
+  if (!SchemaOnDisk(&current, error) || current == SchemaVersion()) {
+    return error->isEmpty();
   }
-  query.prepare(QStringLiteral("INSERT INTO schema_version (version) VALUES (?)"));
-  query.addBindValue(version);
-  if (!query.exec() || !m_database.commit()) {
-    *error = query.lastError().text();
-    m_database.rollback();
+  if (!Begin()) {
+    *error = QStringLiteral("it can't be written or is locked by another program");
     return false;
   }
-  return true;
+  // Read again: another program may have brought it up to date while this one waited.
+  bool done = SchemaOnDisk(&current, error);
+  for (int version = current + 1; done && version <= SchemaVersion(); ++version) {
+    done = ApplyMigration(version, error);
+  }
+  if (done && !m_database.commit()) {
+    *error = m_database.lastError().text();
+    done = false;
+  }
+  if (!done) {
+    m_database.rollback();
+  }
+  return done;
+}
+
+bool Store::ApplyMigration(int version, QString* error) {
+  QSqlQuery query(m_database);
+  bool done = version > 1 ||
+              query.exec(QStringLiteral("CREATE TABLE schema_version (version INTEGER NOT NULL)"));
+  for (const char* statement : Migrations()[static_cast<std::size_t>(version - 1)]) {
+    done = done && query.exec(QLatin1String(statement));
+  }
+  if (done) {
+    query.prepare(QStringLiteral("INSERT INTO schema_version (version) VALUES (?)"));
+    query.addBindValue(version);
+    done = query.exec();
+  }
+  if (!done) {
+    *error = query.lastError().text();
+  }
+  return done;
 }
 
 QSqlQuery* Store::Execute(const char* sql, Values values) {
@@ -234,18 +190,25 @@ Outcome Store::Change(const char* sql, Values values) {
   return changed ? Outcome::Done : Outcome::NotFound;
 }
 
-template <typename Work>
-Outcome Store::InTransaction(Work work) {
-  if (!m_database.transaction()) {
-    LogError("database", {{"doing", "transaction"}, {"cause", m_database.lastError().text()}});
+Outcome Store::Together(const std::function<Outcome()>& work) {
+  if (m_inTransaction) {
+    return work();
+  }
+  if (!Begin()) {
+    LogError("database", {{"doing", "transaction"}, {"cause", "can't be written or is locked"}});
     return Outcome::Failed;
   }
-  const Outcome outcome = work();
-  if (outcome == Outcome::Done && m_database.commit()) {
-    return outcome;
+  m_inTransaction = true;
+  Outcome outcome = work();
+  m_inTransaction = false;
+  if (outcome == Outcome::Done && !m_database.commit()) {
+    LogError("database", {{"doing", "commit"}, {"cause", m_database.lastError().text()}});
+    outcome = Outcome::Failed;
   }
-  m_database.rollback();
-  return outcome == Outcome::Done ? Outcome::Failed : outcome;
+  if (outcome != Outcome::Done) {
+    m_database.rollback();
+  }
+  return outcome;
 }
 
 bool Store::Healthy() {
@@ -258,20 +221,22 @@ bool Store::Healthy() {
 }
 
 Outcome Store::AddAccount(const Account& account) {
-  Account present;
-  const Outcome found = FindAccount(account.login, &present);
-  if (found != Outcome::NotFound) {
-    return found == Outcome::Done ? Outcome::Exists : found;
-  }
-  return Change(
-      "INSERT INTO accounts (id, login, password_hash, name, email, loopback_only, created) "
-      "VALUES (?, ?, ?, ?, ?, ?, ?)",
-      {account.id, account.login, account.passwordHash, NotNull(account.name),
-       NotNull(account.email), account.loopbackOnly ? 1 : 0, qint64{account.created}});
+  return Together([&] {
+    Account present;
+    const Outcome found = FindAccount(account.login, &present);
+    if (found != Outcome::NotFound) {
+      return found == Outcome::Done ? Outcome::Exists : found;
+    }
+    return Change(
+        "INSERT INTO accounts (id, login, password_hash, name, email, loopback_only, created) "
+        "VALUES (?, ?, ?, ?, ?, ?, ?)",
+        {account.id, account.login, account.passwordHash, NotNull(account.name),
+         NotNull(account.email), account.loopbackOnly ? 1 : 0, qint64{account.created}});
+  });
 }
 
 Outcome Store::SetPassword(const QString& login, const QString& passwordHash) {
-  return InTransaction([&] {
+  return Together([&] {
     Account account;
     const Outcome found = FindAccount(login, &account);
     if (found != Outcome::Done) {
@@ -286,7 +251,7 @@ Outcome Store::SetPassword(const QString& login, const QString& passwordHash) {
 }
 
 Outcome Store::RemoveAccount(const QString& login) {
-  return InTransaction([&] {
+  return Together([&] {
     Account account;
     const Outcome found = FindAccount(login, &account);
     if (found != Outcome::Done) {
@@ -321,16 +286,45 @@ Outcome Store::ListAccounts(QList<Account>* accounts) {
                  ReadAccount, accounts);
 }
 
-Outcome Store::AddSession(const QString& tokenHash, const QString& accountId,
-                          std::int64_t expires) {
-  return Change("INSERT INTO sessions (token_hash, account_id, expires) VALUES (?, ?, ?)",
-                {tokenHash, accountId, qint64{expires}});
+Outcome Store::AddSession(const QString& tokenHash, const Account& account, std::int64_t expires) {
+  return Together([&] {
+    // Between the check of the password and now it may have been changed, or the account removed.
+    Account present;
+    const Outcome found = FindAccount(account.login, &present);
+    if (found != Outcome::Done || present.passwordHash != account.passwordHash) {
+      return found == Outcome::Failed ? found : Outcome::NotFound;
+    }
+    if (DropOldSessions(account.id) == Outcome::Failed) {
+      return Outcome::Failed;
+    }
+    return Change("INSERT INTO sessions (token_hash, account_id, expires) VALUES (?, ?, ?)",
+                  {tokenHash, account.id, qint64{expires}});
+  });
 }
 
-Outcome Store::FindSession(const QString& tokenHash, std::int64_t now, QString* accountId) {
+Outcome Store::DropOldSessions(const QString& accountId) {
+  QStringList hashes;
+  const Outcome listed = ReadAll(
+      Execute("SELECT token_hash FROM sessions WHERE account_id = ? ORDER BY expires DESC",
+              {accountId}),
+      [](const QSqlQuery& row) { return row.value(0).toString(); }, &hashes);
+  if (listed != Outcome::Done) {
+    return listed;
+  }
+  for (const QString& hash : hashes.mid(kMostSessions - 1)) {
+    if (RemoveSession(hash) == Outcome::Failed) {
+      return Outcome::Failed;
+    }
+  }
+  return Outcome::Done;
+}
+
+Outcome Store::FindSession(const QString& tokenHash, std::int64_t now, std::int64_t latest,
+                           QString* accountId) {
   return ReadOne(
-      Execute("SELECT account_id FROM sessions WHERE token_hash = ? AND expires > ?",
-              {tokenHash, qint64{now}}),
+      Execute("SELECT account_id FROM sessions WHERE token_hash = ? AND expires > ? "
+              "AND expires <= ?",
+              {tokenHash, qint64{now}, qint64{latest}}),
       [](const QSqlQuery& row) { return row.value(0).toString(); }, accountId);
 }
 
@@ -342,149 +336,6 @@ Outcome Store::RemoveExpiredSessions(std::int64_t now) {
   return Change("DELETE FROM sessions WHERE expires <= ?", {qint64{now}});
 }
 
-Outcome Store::AddActivity(const Activity& activity) {
-  return Change(
-      "INSERT INTO activities (id, account_id, title, cover_id, start_time, publish_url, view_url, "
-      "stream_key, is_open) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
-      {activity.id, activity.accountId, activity.title, NotNull(activity.coverId),
-       qint64{activity.startTime}, NotNull(activity.publishUrl), NotNull(activity.viewUrl),
-       activity.streamKey, activity.open ? 1 : 0});
-}
-
-Outcome Store::ChangeActivity(const Activity& activity) {
-  return Change(
-      "UPDATE activities SET title = ?, cover_id = ?, start_time = ?, publish_url = ?, view_url = "
-      "?, "
-      "stream_key = ?, is_open = ? WHERE id = ?",
-      {activity.title, NotNull(activity.coverId), qint64{activity.startTime},
-       NotNull(activity.publishUrl), NotNull(activity.viewUrl), activity.streamKey,
-       activity.open ? 1 : 0, activity.id});
-}
-
-Outcome Store::RemoveActivity(const QString& id) {
-  return InTransaction([&] {
-    for (const char* sql :
-         {"DELETE FROM broadcasts WHERE activity_id = ?",
-          "DELETE FROM publishing WHERE activity_id = ?",
-          "DELETE FROM pictures WHERE id IN (SELECT cover_id FROM activities WHERE id = ?)"}) {
-      if (Change(sql, {id}) == Outcome::Failed) {
-        return Outcome::Failed;
-      }
-    }
-    return Change("DELETE FROM activities WHERE id = ?", {id});
-  });
-}
-
-Outcome Store::FindActivity(const QString& id, Activity* activity) {
-  return ReadOne(
-      Execute("SELECT id, account_id, title, cover_id, start_time, publish_url, view_url, "
-              "stream_key, is_open FROM activities WHERE id = ?",
-              {id}),
-      ReadActivity, activity);
-}
-
-Outcome Store::FindActivityByKey(const QString& streamKey, Activity* activity) {
-  return ReadOne(
-      Execute("SELECT id, account_id, title, cover_id, start_time, publish_url, view_url, "
-              "stream_key, is_open FROM activities WHERE stream_key = ?",
-              {streamKey}),
-      ReadActivity, activity);
-}
-
-Outcome Store::PageOfActivities(const QString& accountId, int page, QList<Activity>* activities) {
-  const qint64 offset = (qint64{page} - 1) * kPageSize;
-  return ReadAll(
-      Execute("SELECT id, account_id, title, cover_id, start_time, publish_url, view_url, "
-              "stream_key, is_open FROM activities WHERE account_id = ? "
-              "ORDER BY start_time, id LIMIT ? OFFSET ?",
-              {accountId, kPageSize, offset}),
-      ReadActivity, activities);
-}
-
-Outcome Store::ListActivities(QList<Activity>* activities) {
-  return ReadAll(
-      Execute("SELECT id, account_id, title, cover_id, start_time, publish_url, view_url, "
-              "stream_key, is_open FROM activities ORDER BY account_id, start_time, id",
-              {}),
-      ReadActivity, activities);
-}
-
-Outcome Store::AddPicture(const Picture& picture) {
-  return Change("INSERT INTO pictures (id, type, bytes) VALUES (?, ?, ?)",
-                {picture.id, picture.type, picture.bytes});
-}
-
-Outcome Store::FindPicture(const QString& id, Picture* picture) {
-  return ReadOne(
-      Execute("SELECT id, type, bytes FROM pictures WHERE id = ?", {id}),
-      [](const QSqlQuery& row) {
-        return Picture{row.value(0).toString(), row.value(1).toString(),
-                       row.value(2).toByteArray()};
-      },
-      picture);
-}
-
-Outcome Store::RemovePicture(const QString& id) {
-  return Change("DELETE FROM pictures WHERE id = ?", {id});
-}
-
-Outcome Store::StartBroadcast(const Broadcast& broadcast) {
-  return InTransaction([&] {
-    Broadcast running;
-    const Outcome found = FindRunningBroadcast(broadcast.activityId, &running);
-    if (found != Outcome::NotFound) {
-      return found == Outcome::Done ? Outcome::Busy : found;
-    }
-    return Change(
-        "INSERT INTO broadcasts (id, activity_id, account_id, token_hash, started, ended, "
-        "running_of) "
-        "VALUES (?, ?, ?, ?, ?, 0, ?)",
-        {broadcast.id, broadcast.activityId, broadcast.accountId, broadcast.tokenHash,
-         qint64{broadcast.started}, broadcast.activityId});
-  });
-}
-
-Outcome Store::FindRunningBroadcast(const QString& activityId, Broadcast* broadcast) {
-  return ReadOne(Execute("SELECT id, activity_id, account_id, token_hash, started, ended "
-                         "FROM broadcasts WHERE running_of = ?",
-                         {activityId}),
-                 ReadBroadcast, broadcast);
-}
-
-Outcome Store::EndBroadcast(const QString& activityId, std::int64_t now) {
-  return Change("UPDATE broadcasts SET ended = ?, running_of = id WHERE running_of = ?",
-                {qint64{now}, activityId});
-}
-
-Outcome Store::ListBroadcasts(const QString& activityId, QList<Broadcast>* broadcasts) {
-  return ReadAll(Execute("SELECT id, activity_id, account_id, token_hash, started, ended "
-                         "FROM broadcasts WHERE activity_id = ? ORDER BY started, id",
-                         {activityId}),
-                 ReadBroadcast, broadcasts);
-}
-
-Outcome Store::SetPublishing(const QString& activityId, bool publishing, std::int64_t now) {
-  return InTransaction([&] {
-    if (Change("DELETE FROM publishing WHERE activity_id = ?", {activityId}) == Outcome::Failed) {
-      return Outcome::Failed;
-    }
-    if (!publishing) {
-      return Outcome::Done;
-    }
-    return Change("INSERT INTO publishing (activity_id, since) VALUES (?, ?)",
-                  {activityId, qint64{now}});
-  });
-}
-
-Outcome Store::IsPublishing(const QString& activityId, bool* publishing) {
-  std::int64_t since = 0;
-  const Outcome found = ReadOne(
-      Execute("SELECT since FROM publishing WHERE activity_id = ?", {activityId}),
-      [](const QSqlQuery& row) { return std::int64_t{row.value(0).toLongLong()}; }, &since);
-  *publishing = found == Outcome::Done;
-  return found == Outcome::Failed ? found : Outcome::Done;
-}
-
 Outcome Store::Setting(const QString& name, QString* value) {
   return ReadOne(
       Execute("SELECT value FROM settings WHERE name = ?", {name}),
@@ -492,7 +343,7 @@ Outcome Store::Setting(const QString& name, QString* value) {
 }
 
 Outcome Store::SetSetting(const QString& name, const QString& value) {
-  return InTransaction([&] {
+  return Together([&] {
     if (Change("DELETE FROM settings WHERE name = ?", {name}) == Outcome::Failed) {
       return Outcome::Failed;
     }
