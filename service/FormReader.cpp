@@ -37,7 +37,8 @@ void FormReader::Feed(const char* data, std::size_t size) {
 void FormReader::Finish() {
   if (m_processor != nullptr) {
     // The last value of a form without multipart stands in the processor until its end.
-    if (MHD_destroy_post_processor(m_processor) != MHD_YES && m_read > 0 && !m_tooLarge) {
+    const bool whole = MHD_destroy_post_processor(m_processor) == MHD_YES && !m_fields.empty();
+    if (!whole && m_read > 0 && !m_tooLarge) {
       m_malformed = true;
     }
     m_processor = nullptr;

@@ -1,7 +1,6 @@
 #include "service/Store.h"
 
-#include <fcntl.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <QAtomicInt>
 #include <QFile>
@@ -21,12 +20,10 @@ constexpr int kBusyMs = 2000;
 // Of one account; the login beyond it ends the oldest one.
 constexpr int kMostSessions = 64;
 
-// SQLite would make the file for everybody to read.
+// SQLite would make the file for everybody to read. Never opened here: closing it would drop the
+// locks that other connections of this process hold on it.
 void MakePrivateFile(const QString& path) {
-  const int file = open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (file >= 0) {
-    close(file);
-  }
+  mknod(QFile::encodeName(path).constData(), S_IFREG | 0600, 0);
 }
 
 Account ReadAccount(const QSqlQuery& row) {
