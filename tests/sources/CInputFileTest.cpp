@@ -239,6 +239,20 @@ TEST_F(CInputFileTest, AFileStartedBehindTheWrapOfThe32BitClockIsStampedOn) {
   EXPECT_NEAR(static_cast<double>(player.pictures[0].pts - kStart), 0, 45);
 }
 
+TEST_F(CInputFileTest, EachSoundFrameNotesHowFarTheCountIsFromTheFilesStamps) {
+  support::LogRecord log;
+  ClipOptions options;
+  options.further = {"-output_ts_offset", "30"};
+  Player player(m_samples.Clip("a.mkv", options));
+  ASSERT_EQ(player.Opened(), 0);
+  player.Run(500);
+  const std::vector<std::string> notes = log.Debug();
+  ASSERT_FALSE(notes.empty());
+  ASSERT_EQ(notes.size(), player.soundPts.size());
+  // The end of the first frame against its own beginning: the length of it.
+  EXPECT_EQ(notes[0], "t1-t2 = " + std::to_string(player.soundSamples[0] * 1000 / 48000));
+}
+
 TEST_F(CInputFileTest, AFileWhoseStampsBeginLateStartsAtOnce) {
   ClipOptions options;
   options.further = {"-output_ts_offset", "30"};
