@@ -18,6 +18,7 @@ class Connection {
   Connection& operator=(const Connection&) = delete;
 
   bool Open() const { return m_socket >= 0; }
+  int Socket() const { return m_socket; }
   bool Send(const std::string& bytes);
   void EndSending();
   // All until the peer closes, or timeoutMs passed.
