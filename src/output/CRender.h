@@ -7,8 +7,7 @@
 //   compose  25 times a second, every layer in the order list is copied onto a fresh black canvas
 //            of 1920 x 1080, the first entry at the bottom; the canvas waits in the composed queue;
 //   present  25 times a second, the canvas becomes YUV 4:2:0, goes to all video outputs and,
-//   through
-//            SDL, into the native window, with the outline of the selected layer on top.
+//            through SDL, into the native window, with the outline of the selected layer on top.
 // Nothing blocks a source: what is too much is dropped (see output/RenderRules.h for the numbers).
 // The bottom layer gates the output: until it has a picture nothing is composed. The last picture
 // of a source that sends nothing new stays. A text layer has no source; its text is drawn onto the
