@@ -26,7 +26,8 @@ class Subscriber {
     ffmpeg::ScopedDictionary options;
     // Nothing of the player's own may add to the delay.
     av_dict_set(options.Address(), "fflags", "nobuffer", 0);
-    av_dict_set(options.Address(), "analyzeduration", "500000", 0);
+    // A server may begin with sound alone, until the next key frame.
+    av_dict_set(options.Address(), "analyzeduration", "4000000", 0);
     av_dict_set(options.Address(), "rtmp_live", "live", 0);
     if (avformat_open_input(m_input.Address(), address, nullptr, options.Address()) < 0 ||
         avformat_find_stream_info(m_input.Get(), nullptr) < 0) {
