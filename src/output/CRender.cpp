@@ -50,14 +50,11 @@ CRender::CRender(int layerCapacity)
       m_passes{},
       m_retiredLock(QMutex::NonRecursive),
       m_anyRetired(false),
-      m_deviceOpen(false),
       m_audioFailed(false),
       m_counters(static_cast<std::size_t>(layerCapacity)) {}
 
 CRender::~CRender() {
-  if (m_deviceOpen) {
-    SDL_CloseAudio();
-  }
+  m_device.Close();
   DropSlots();
   for (LayerSlot* slot : m_formerLayers) {
     delete slot;

@@ -49,6 +49,7 @@
 #include "media/CSrcInterface.h"
 #include "output/AtomicSize.h"
 #include "output/LayerSlot.h"
+#include "output/MonitorDevice.h"
 #include "output/RenderRules.h"
 #include "output/RenderStatistics.h"
 #include "platform/WindowSystem.h"
@@ -200,7 +201,7 @@ class CRender : public CSrcInterface {
   std::vector<Retired> m_retired;  // guarded by m_retiredLock
   std::atomic<bool> m_anyRetired;
   std::vector<LayerSlot*> m_formerLayers;  // of earlier runs, freed with the node
-  std::atomic<bool> m_deviceOpen;          // SDL calls FillAudio
+  output::MonitorDevice m_device;          // scale thread, and the destructor after it
   std::atomic<bool> m_audioFailed;         // there is no device: nobody reads the sound
   output::RenderCounters m_counters;
 };

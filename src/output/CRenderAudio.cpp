@@ -87,18 +87,12 @@ int CRender::OpenAudioOutput(AVFrame* frame) {
   wanted.silence = 0;
   wanted.samples = static_cast<Uint16>(
       std::max(512, 2 << av_log2(static_cast<unsigned>(std::max(wanted.freq, 0)) / 15)));
-  wanted.callback = AudioCallback;
-  wanted.userdata = this;
-  // Nothing is asked for in return, so SDL converts to what the device takes; a device that
-  // answered with its own format would be fed with ours.
-  if (SDL_OpenAudio(&wanted, nullptr) < 0) {
+  if (!m_device.Open(&wanted, AudioCallback, this)) {
     av_log(nullptr, AV_LOG_ERROR, "Monitor sound: no device for %d Hz, %d channels: %s\n",
            wanted.freq, wanted.channels, SDL_GetError());
     std::printf("can't open audio.\n");
     return -1;
   }
-  m_deviceOpen = true;
-  SDL_PauseAudio(0);
   return 0;
 }
 

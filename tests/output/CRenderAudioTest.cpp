@@ -6,6 +6,7 @@
 #include <QtGlobal>
 #include <vector>
 
+#include "output/LibraryFailures.h"
 #include "output/RenderHarness.h"
 #include "support/FakeClock.h"
 
@@ -176,6 +177,32 @@ TEST_F(CRenderAudio, ABacklogAfterARestartIsStillCorrected) {
   restart();
   restart();
   EXPECT_GT(g_notNormal, 6);
+}
+
+TEST_F(CRenderAudio, AResamplerThatCanNotBeMadeLeavesTheFirstBufferSilentAndLaterOnesPlayOn) {
+  const support::LibraryFailures failure({"swr_init"});
+  render.FeedSound(NewSound(4, 100));
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(std::vector<std::int16_t>(8, 0), Fill(&render, 4));
+  EXPECT_EQ("swr_init failed", testing::internal::GetCapturedStdout());
+  EXPECT_EQ(1, render.SoundSize());
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(std::vector<std::int16_t>(8, 100), Fill(&render, 4));
+  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(CRenderAudio, ABacklogThatCanNotBeShortenedEndsTheCallbackInSilence) {
+  render.FeedSound(NewSound(4, 100));
+  Fill(&render, 4);
+  const support::LibraryFailures failure({"swr_convert"});
+  for (int i = 0; i < 6; ++i) {
+    render.FeedSound(NewSound(1000, 100));
+  }
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(std::vector<std::int16_t>(1800, 0), Fill(&render, 900));
+  EXPECT_EQ("swr_convert error", testing::internal::GetCapturedStdout());
+  EXPECT_EQ(5, render.SoundSize());
+  EXPECT_EQ(0, g_notNormal);
 }
 
 TEST_F(CRenderAudio, AQueueThatNeverExceedsTwoFramesNeverOpensTheDevice) {

@@ -64,6 +64,16 @@ int __wrap_av_audio_fifo_read(AVAudioFifo* fifo, void** data, int samples) {
   return Fails("av_audio_fifo_read") ? read - 1 : read;
 }
 
+int __real_swr_convert(SwrContext* context, std::uint8_t** output, int room,
+                       const std::uint8_t** input, int samples);
+int __wrap_swr_convert(SwrContext* context, std::uint8_t** output, int room,
+                       const std::uint8_t** input, int samples);
+int __wrap_swr_convert(SwrContext* context, std::uint8_t** output, int room,
+                       const std::uint8_t** input, int samples) {
+  return Fails("swr_convert") ? AVERROR(EINVAL)
+                              : __real_swr_convert(context, output, room, input, samples);
+}
+
 int __real_swr_init(SwrContext* context);
 int __wrap_swr_init(SwrContext* context);
 int __wrap_swr_init(SwrContext* context) {
