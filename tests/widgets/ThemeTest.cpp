@@ -212,6 +212,12 @@ TEST(DeleteItemConfimDlg, OnlyTheDeleteButtonAccepts) {
   EXPECT_EQ(enter.exec(), QDialog::Rejected);
 }
 
+// Closing one while the window is away must not count as the end of the last window.
+TEST(Dialogs, TheEndOfOneIsNotTheEndOfTheProgram) {
+  EXPECT_FALSE(InformationDlg(0, QString()).testAttribute(Qt::WA_QuitOnClose));
+  EXPECT_FALSE(DeleteItemConfimDlg(1).testAttribute(Qt::WA_QuitOnClose));
+}
+
 TEST(DeleteItemConfimDlg, StandsAtItsGeometryInItsStyle) {
   const DeleteItemConfimDlg dialog(1);
   EXPECT_EQ(dialog.size(), QSize(183, 114));

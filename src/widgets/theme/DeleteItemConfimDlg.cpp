@@ -23,6 +23,8 @@ DeleteItemConfimDlg::DeleteItemConfimDlg(int kind, QWidget* parent)
   setObjectName(QStringLiteral("DeleteItemConfimDlg"));
   resize(183, 114);
   setAttribute(Qt::WA_TranslucentBackground);
+  // Its end is not the program's, also while no other window is shown.
+  setAttribute(Qt::WA_QuitOnClose, false);
   setWindowFlags(windowFlags() | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
 
   frame->setObjectName(QStringLiteral("frame"));
