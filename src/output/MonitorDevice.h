@@ -9,7 +9,8 @@
 // Threads: Open and Close on any thread, one after the other. fill runs on SDL's sound thread.
 //
 // Failure: Open gives false and SDL_GetError says why. A device that doesn't close in time is named
-// in the log and closes when its server answers again.
+// in the log and closes when its server answers again; until then nobody may end SDL's sound, which
+// would join the same thread a second time.
 #ifndef ORVANE_OUTPUT_MONITORDEVICE_H
 #define ORVANE_OUTPUT_MONITORDEVICE_H
 
