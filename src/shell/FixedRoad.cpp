@@ -2,23 +2,11 @@
 
 #include "media/CMixFrame.h"
 #include "output/CRender.h"
+#include "shell/EndNode.h"
 #include "shell/LayerRoad.h"
 #include "sources/CInputSlience.h"
 
 namespace shell {
-
-namespace {
-
-template <typename Node>
-void End(Node** node) {
-  if (*node != nullptr) {
-    (*node)->Stop();
-    delete *node;
-    *node = nullptr;
-  }
-}
-
-}  // namespace
 
 void StartMonitorMix(const FixedNodes& nodes) {
   if (nodes.mixFrame == nullptr) {
@@ -47,12 +35,12 @@ void EndFixed(const FixedNodes& nodes) {
   if (nodes.silence != nullptr) {
     nodes.silence->RemoveAudioOutput(nodes.mixFrame);
   }
-  End(&nodes.silence);
+  EndNode(&nodes.silence);
   if (nodes.mixFrame != nullptr) {
     nodes.mixFrame->RemoveAudioOutput(nodes.render);
   }
-  End(&nodes.mixFrame);
-  End(&nodes.render);
+  EndNode(&nodes.mixFrame);
+  EndNode(&nodes.render);
 }
 
 }  // namespace shell

@@ -3,6 +3,7 @@
 #include "media/CMixOut.h"
 #include "output/CEncoder.h"
 #include "output/CRender.h"
+#include "shell/EndNode.h"
 #include "sources/CInputDev.h"
 
 namespace shell {
@@ -40,15 +41,6 @@ void LinkBothSounds(const LiveNodes& nodes) {
   nodes.mic->AddAudioOutput(nodes.mixOut);
 }
 
-template <typename Node>
-void End(Node** node) {
-  if (*node != nullptr) {
-    (*node)->Stop();
-    delete *node;
-    *node = nullptr;
-  }
-}
-
 }  // namespace
 
 void StartLive(const LiveNodes& nodes, const LiveSettings& settings, CRender* render) {
@@ -75,10 +67,10 @@ void StopLive(const LiveNodes& nodes, CRender* render) {
     nodes.loopback->RemoveAudioOutput(nodes.encoder);
   }
   render->RemoveVideoOutput(nodes.encoder);
-  End(&nodes.loopback);
-  End(&nodes.mic);
-  End(&nodes.mixOut);
-  End(&nodes.encoder);
+  EndNode(&nodes.loopback);
+  EndNode(&nodes.mic);
+  EndNode(&nodes.mixOut);
+  EndNode(&nodes.encoder);
 }
 
 }  // namespace shell

@@ -12,34 +12,16 @@
 #include <QTimer>
 
 #include "backend/TestAddress.h"
+#include "support/Notices.h"
 #include "support/ScriptedHttp.h"
 #include "widgets/theme/InformationDlg.h"
 
 namespace {
 
 using support::JsonReply;
+using support::Notices;
 using support::ScriptedHttp;
 using support::ScriptedReply;
-
-// Answers every notice that opens while it lives, and counts them.
-class Notices : public QObject {
- public:
-  Notices() {
-    connect(&m_timer, &QTimer::timeout, this, [this] {
-      auto* notice = qobject_cast<InformationDlg*>(QApplication::activeModalWidget());
-      if (notice == nullptr) {
-        return;
-      }
-      texts.append(notice->findChild<QLabel*>(QStringLiteral("textLabel"))->text());
-      notice->findChild<QPushButton*>(QStringLiteral("okButton"))->click();
-    });
-    m_timer.start(5);
-  }
-  QStringList texts;
-
- private:
-  QTimer m_timer;
-};
 
 const QString kNoNetwork = QStringLiteral("网络不通畅，请检查网络连接");
 

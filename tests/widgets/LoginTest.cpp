@@ -18,6 +18,7 @@
 #include "backend/TestAddress.h"
 #include "shell/CEvent.h"
 #include "sources/DeviceCatalogue.h"
+#include "support/Notices.h"
 #include "support/ScriptedHttp.h"
 #include "support/WorkingDirectory.h"
 #include "widgets/CLoginDlg.h"
@@ -28,28 +29,11 @@
 namespace {
 
 using support::JsonReply;
+using support::Notices;
 using support::ScriptedHttp;
 using support::ScriptedReply;
 
 const ScriptedReply kNoAd = JsonReply(R"({"code":-1})");
-
-// Answers every notice that opens while it lives.
-class Notices : public QObject {
- public:
-  Notices() {
-    connect(&m_timer, &QTimer::timeout, this, [this] {
-      if (auto* notice = qobject_cast<InformationDlg*>(QApplication::activeModalWidget())) {
-        texts.append(notice->findChild<QLabel*>(QStringLiteral("textLabel"))->text());
-        notice->findChild<QPushButton*>(QStringLiteral("okButton"))->click();
-      }
-    });
-    m_timer.start(5);
-  }
-  QStringList texts;
-
- private:
-  QTimer m_timer;
-};
 
 class LoginTest : public ::testing::Test {
  protected:
