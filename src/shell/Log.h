@@ -4,7 +4,7 @@
 // is written to the file and flushed at once, so that nothing is lost with the process. The
 // callback looks at neither level nor context: av_log hands a callback of its own every message,
 // also those below the level that is set, and these details are what a report from an operator
-// needs. docs/threads.md tells how fast the file grows.
+// needs. docs/architecture.md tells how fast the file grows.
 //
 // Failure: when the file can't be opened the callback stays silent, and nothing else changes.
 //
