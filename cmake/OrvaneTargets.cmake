@@ -62,8 +62,9 @@ function(orvane_add_ctest name)
   set(environment "QT_LOGGING_RULES=*.debug=false")
   set(launcher)
   if(ORVANE_SANITIZER STREQUAL "address")
-    list(APPEND environment
-         "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1:abort_on_error=0"
+    # No strict_string_checks: libxkbcommon rightly copies names that end with their length, not with a
+    # zero, and every program on an X screen would be reported for it.
+    list(APPEND environment "ASAN_OPTIONS=detect_stack_use_after_return=1:abort_on_error=0"
          "UBSAN_OPTIONS=print_stacktrace=1"
          "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0")
   elseif(ORVANE_SANITIZER STREQUAL "thread")

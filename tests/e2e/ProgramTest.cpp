@@ -1,6 +1,9 @@
 // The program as its user starts it, on a screen of its own.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -246,6 +249,60 @@ TEST_F(Program, WithoutAServiceItSaysSoAndOffersTheLogin) {
   ASSERT_TRUE(m_studio.Activate(kLoginTitle)) << Printed();
   ASSERT_TRUE(m_studio.PressKeys({"Escape"}));
   EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
+// Listens on a port of the loopback and never answers, as another program may.
+class Occupant {
+ public:
+  explicit Occupant(int port) : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    const int on = 1;
+    setsockopt(m_socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    m_listens = bind(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+                listen(m_socket, 5) == 0;
+  }
+  ~Occupant() { close(m_socket); }
+  Occupant(const Occupant&) = delete;
+  Occupant& operator=(const Occupant&) = delete;
+  bool Listens() const { return m_listens; }
+
+ private:
+  int m_socket;
+  bool m_listens = false;
+};
+
+support::RunResult Launch(const std::string& home) {
+  return support::Run({"env", "-u", "DISPLAY", "-u", "XDG_DATA_HOME", "-u", "XDG_STATE_HOME",
+                       "HOME=" + home, "ORVANE_RUN_SECONDS=3", ORVANE_SOURCE_DIR "/run"},
+                      120000);
+}
+
+TEST(Launcher, SaysThatTheServicesPortIsInUseAndLeaves) {
+  const Occupant occupant(18080);
+  ASSERT_TRUE(occupant.Listens());
+  const support::TempDir home;
+  const support::RunResult result = Launch(home.Path());
+  EXPECT_EQ(result.status, 1) << result.output;
+  EXPECT_NE(result.output.find("port 18080 is in use by another program"), std::string::npos)
+      << result.output;
+}
+
+TEST(Launcher, TakesAnotherPortForTheIngestAndSaysSo) {
+  const Occupant occupant(1935);
+  ASSERT_TRUE(occupant.Listens());
+  const support::TempDir home;
+  const support::RunResult result = Launch(home.Path());
+  EXPECT_EQ(result.status, 0) << result.output;
+  EXPECT_NE(result.output.find("port 1935 is in use, taking 1936 for RTMP"), std::string::npos)
+      << result.output;
+  EXPECT_NE(result.output.find("rtmp://127.0.0.1:1936/live"), std::string::npos) << result.output;
+  // What it started has ended with it.
+  for (const int port : {18080, 1936}) {
+    EXPECT_TRUE(Occupant(port).Listens()) << port;
+  }
 }
 
 // On a machine without a display the launcher brings its own, and leaves a picture of what it ran.
