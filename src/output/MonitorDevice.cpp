@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 extern "C" {
 #include <libavutil/log.h>
@@ -26,6 +27,8 @@ struct Closing {
   std::mutex mutex;
   std::condition_variable finished;
   bool done = false;  // guarded by mutex
+  // What SDL's thread may call until the device is closed; goes with the last who looks at this.
+  std::shared_ptr<void> link;
 };
 
 }  // namespace
@@ -58,9 +61,10 @@ void* CloseDevice(void* closing) {
   return nullptr;
 }
 
-// False when the device is still closing.
-bool CloseInTime() {
+// False when the device is still closing; link is then kept until it has closed.
+bool CloseInTime(std::shared_ptr<void> link) {
   const auto closing = std::make_shared<Closing>();
+  closing->link = std::move(link);
   auto share = std::make_unique<std::shared_ptr<Closing>>(closing);
   pthread_t thread;
   if (!media::StartWorker(&thread, "close-sound", CloseDevice, share.get())) {
@@ -100,10 +104,7 @@ void MonitorDevice::Close() {
     std::lock_guard<std::mutex> lock(m_link->mutex);
     m_link->fill = nullptr;
   }
-  if (CloseInTime()) {
-    delete m_link;
-  } else {
-    // SDL's thread may still call it.
+  if (!CloseInTime(std::shared_ptr<Link>(m_link))) {
     av_log(nullptr, AV_LOG_ERROR,
            "Monitor sound: the sound server does not let go of its device\n");
   }
