@@ -33,7 +33,8 @@ TEST_F(Preview, ShowsTheCanvasInTheWindow) {
   EXPECT_TRUE(Shows(1, 1, 0x0000ff));
   EXPECT_TRUE(Shows(958, 538, 0x0000ff));
   EXPECT_TRUE(IsNear(At(-2, 100), kBlack));
-  EXPECT_GT(render->Statistics().shown, 0U);
+  // It is counted right after it has come to the screen.
+  EXPECT_TRUE(WaitFor([this] { return render->Statistics().shown > 0; }, 5000));
 }
 
 TEST_F(Preview, DrawsTheOutlineOfTheSelectedLayerInRed) {
