@@ -6,10 +6,10 @@ namespace {
 
 constexpr int kEnoughFrames = 50;
 constexpr int kMostFrames = 250;
-// Half a second of 720p at 25 frames is 33 MiB; larger pictures keep a dozen frames all the same.
-// More would only take memory: what waits compressed decodes faster than it plays.
-constexpr std::int64_t kMostPictureBytes = 32LL * 1024 * 1024;
-constexpr int kFewestPictures = 12;
+// A third of a second of 720p at 25 frames; larger pictures keep eight frames all the same. More
+// would only take memory: what waits compressed decodes faster than it plays.
+constexpr std::int64_t kMostPictureBytes = 24LL * 1024 * 1024;
+constexpr int kFewestPictures = 8;
 // Hours of compressed sound, or minutes of compressed pictures.
 constexpr std::int64_t kMostKeptSound = 16LL * 1024 * 1024;
 constexpr std::int64_t kMostKeptPictures = 64LL * 1024 * 1024;

@@ -48,11 +48,11 @@ TEST(ReadAhead, AStreamThatIsFullKeepsItsPackets) {
   EXPECT_EQ(sources::UseOfPicture(Decoded(250)), PacketUse::Keep);
 }
 
-TEST(ReadAhead, LargePicturesAreKeptSoonerButADozenIsAlwaysDecoded) {
-  EXPECT_EQ(sources::UseOfPicture(Decoded(24, 32 * kMiB - 1)), PacketUse::Decode);
-  EXPECT_EQ(sources::UseOfPicture(Decoded(24, 32 * kMiB)), PacketUse::Keep);
-  EXPECT_EQ(sources::UseOfPicture(Decoded(11, 900 * kMiB)), PacketUse::Decode);
-  EXPECT_EQ(sources::UseOfPicture(Decoded(12, 900 * kMiB)), PacketUse::Keep);
+TEST(ReadAhead, LargePicturesAreKeptSoonerButEightAreAlwaysDecoded) {
+  EXPECT_EQ(sources::UseOfPicture(Decoded(24, 24 * kMiB - 1)), PacketUse::Decode);
+  EXPECT_EQ(sources::UseOfPicture(Decoded(24, 24 * kMiB)), PacketUse::Keep);
+  EXPECT_EQ(sources::UseOfPicture(Decoded(7, 900 * kMiB)), PacketUse::Decode);
+  EXPECT_EQ(sources::UseOfPicture(Decoded(8, 900 * kMiB)), PacketUse::Keep);
 }
 
 TEST(ReadAhead, NoPacketPassesOneThatIsKept) {
