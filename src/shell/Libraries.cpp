@@ -6,6 +6,8 @@
 #include <QCoreApplication>
 #include <cstdint>
 
+#include "widgets/ItemData.h"
+
 extern "C" {
 #include <libavdevice/avdevice.h>
 #include <libavformat/avformat.h>
@@ -15,6 +17,7 @@ extern "C" {
 namespace shell {
 
 void PrepareQt() {
+  widgets::RegisterItemData();
   // The handle of the preview would otherwise make its translucent siblings native too, with a
   // visual of another depth.
   QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);

@@ -1,0 +1,41 @@
+// The record of one row of the layer list: what the list knows of a layer.
+//
+// Flow: it stands as a QVariant under kItemDataRole in the row's item. The list writes it, the
+// delegate reads it, and a drag of the row streams it. A variant that holds something else reads as
+// an empty record.
+//
+// Threads: user interface thread only; RegisterItemData before the application object exists.
+#ifndef ORVANE_WIDGETS_ITEMDATA_H
+#define ORVANE_WIDGETS_ITEMDATA_H
+
+#include <QMetaType>
+#include <QString>
+#include <cstdint>
+
+class QDataStream;
+
+struct ItemData {
+  QString text;           // the layer's name, as the row shows it
+  bool visible = false;   // the layer is drawn in the scene
+  std::int32_t kind = 0;  // kTextLayer or kOtherLayer
+};
+Q_DECLARE_METATYPE(ItemData)
+
+// In the order of the fields, with no header.
+QDataStream& operator<<(QDataStream& stream, const ItemData& record);
+QDataStream& operator>>(QDataStream& stream, ItemData& record);
+
+namespace widgets {
+
+constexpr int kItemDataRole = Qt::UserRole + 1;
+
+constexpr std::int32_t kTextLayer = 0;
+constexpr std::int32_t kOtherLayer = 1;  // desktop, camera, window, picture, media file
+
+// Makes "ItemData" known by name and able to be streamed: without, no row can be dragged, since the
+// model streams all that the item holds. A second call changes nothing.
+void RegisterItemData();
+
+}  // namespace widgets
+
+#endif

@@ -1,0 +1,147 @@
+#include "widgets/ItemDelegate.h"
+
+#include <QDebug>
+#include <QFontMetrics>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPixmap>
+#include <QTextOption>
+
+#include "widgets/LayerRowRules.h"
+
+namespace {
+
+using widgets::PressAction;
+
+const QColor kBackground(0x28, 0x2A, 0x30);
+const QColor kVisibleText(0x87, 0x8E, 0x99);
+const QColor kHiddenText(0x5A, 0x5F, 0x66);
+
+ItemData RecordOf(const QModelIndex& index) {
+  return index.data(widgets::kItemDataRole).value<ItemData>();
+}
+
+QPixmap Picture(const char* name) {
+  return QPixmap(QStringLiteral(":/orvane/qietu/%1.png").arg(QLatin1String(name)));
+}
+
+QFont RowFont() {
+  QFont font;
+  font.setPointSize(10);
+  font.setWeight(QFont::Bold);
+  return font;
+}
+
+QPen TextPen(const QColor& colour) {
+  return QPen(colour, 1, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
+}
+
+void PaintText(QPainter* painter, const QRect& row, const QString& text) {
+  painter->drawText(QRectF(widgets::TextPaintRect(row)), text, QTextOption());
+}
+
+void PaintResting(QPainter* painter, const QRect& row, const ItemData& record) {
+  painter->setFont(RowFont());
+  painter->setPen(TextPen(record.visible ? kVisibleText : kHiddenText));
+  if (record.kind == widgets::kTextLayer) {
+    painter->drawPixmap(widgets::TextMarkPaintRect(row), Picture("layer-texticon"));
+  }
+  if (record.visible) {
+    painter->drawPixmap(widgets::EyeRect(row), Picture("layer-visible"));
+  } else {
+    painter->drawPixmap(widgets::HiddenEyePaintRect(row), Picture("layer-invisible"));
+  }
+  PaintText(painter, row, record.text);
+}
+
+// Covers all that the row showed before.
+void PaintHovered(QPainter* painter, const QRect& row, const ItemData& record) {
+  painter->eraseRect(row);
+  painter->setFont(RowFont());
+  painter->setPen(TextPen(kVisibleText));
+  painter->fillRect(row, kBackground);
+  painter->drawPixmap(row, Picture("layer-hover"));
+  painter->drawPixmap(widgets::EyeRect(row), Picture("layer-visible"));
+  PaintText(painter, row, record.text);
+  painter->drawPixmap(widgets::DeleteRect(row), Picture("layer-delete"));
+  if (record.kind == widgets::kTextLayer) {
+    painter->drawPixmap(widgets::EditRect(row), Picture("layer-edit"));
+  }
+}
+
+}  // namespace
+
+ItemDelegate::ItemDelegate(QObject* parent) : QStyledItemDelegate(parent) {}
+
+ItemDelegate::~ItemDelegate() {
+  qDebug() << "delegate is not existed";
+}
+
+void ItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                         const QModelIndex& index) const {
+  QStyleOptionViewItem background(option);
+  background.state &= ~QStyle::State_HasFocus;
+  QStyledItemDelegate::paint(painter, background, index);
+
+  const ItemData record = RecordOf(index);
+  painter->save();
+  PaintResting(painter, option.rect, record);
+  if (record.visible && (option.state & (QStyle::State_Selected | QStyle::State_MouseOver))) {
+    PaintHovered(painter, option.rect, record);
+  }
+  painter->restore();
+}
+
+bool ItemDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
+                               const QStyleOptionViewItem& option, const QModelIndex& index) {
+  const ItemData record = RecordOf(index);
+  if (event->type() == QEvent::MouseButtonPress) {
+    Press(*static_cast<const QMouseEvent*>(event), record, option.rect, index);
+  } else if (event->type() == QEvent::MouseMove) {
+    Move(*static_cast<const QMouseEvent*>(event), record, option.rect, index);
+  }
+  return QStyledItemDelegate::editorEvent(event, model, option, index);
+}
+
+void ItemDelegate::Press(const QMouseEvent& event, const ItemData& record, const QRect& row,
+                         const QModelIndex& index) {
+  switch (widgets::ActionOfPress(record, row, event.pos(), event.button())) {
+    case PressAction::Delete:
+      qDebug() << "delete";
+      emit deleteItem(index, event.globalPos());
+      break;
+    case PressAction::Edit:
+      qDebug() << "edit";
+      emit editItem(index);
+      break;
+    case PressAction::Hide:
+      qDebug() << "invisible";
+      emit invisibleItem(index);
+      break;
+    case PressAction::Show:
+      qDebug() << "invisible";
+      emit visibleItem(index);
+      break;
+    case PressAction::RecordLeft:
+      emit buttonKindItem(LeftKind);
+      break;
+    case PressAction::RecordRight:
+      emit buttonKindItem(RightKind);
+      break;
+    case PressAction::Nothing:
+      break;
+  }
+}
+
+void ItemDelegate::Move(const QMouseEvent& event, const ItemData& record, const QRect& row,
+                        const QModelIndex& index) {
+  if (row.contains(event.pos())) {
+    emit checkItem(index);
+  }
+  const bool inText = widgets::TextHitRect(row).contains(event.pos());
+  if (inText && widgets::NeedsTip(QFontMetrics(RowFont()).horizontalAdvance(record.text))) {
+    emit showStatusTip(record.text, event.globalPos());
+  } else {
+    emit hideStatusTip();
+  }
+}

@@ -1,0 +1,56 @@
+// What the layer list decides: where the parts of a row lie, what a press or a move of the mouse in
+// a row asks for, and how a drop changes the rows.
+//
+// Rectangles are relative to the row's own, in the coordinates of that. Where the text and the eye
+// of a hidden layer can be hit is not quite where they are painted; operators' hands know it so.
+//
+// Threads: any; nothing is kept.
+#ifndef ORVANE_WIDGETS_LAYERROWRULES_H
+#define ORVANE_WIDGETS_LAYERROWRULES_H
+
+#include <QPoint>
+#include <QRect>
+#include <Qt>
+#include <vector>
+
+#include "widgets/ItemData.h"
+
+namespace widgets {
+
+// Hit and painted, unless the name says otherwise.
+QRect EyeRect(const QRect& row);
+QRect HiddenEyePaintRect(const QRect& row);
+QRect TextHitRect(const QRect& row);
+QRect TextPaintRect(const QRect& row);
+QRect EditRect(const QRect& row);
+QRect DeleteRect(const QRect& row);
+QRect TextMarkPaintRect(const QRect& row);
+
+enum class PressAction { Nothing, Delete, Edit, Hide, Show, RecordLeft, RecordRight };
+
+// A press at that position; the first part of the row that contains it decides. A hidden row has no
+// delete and no edit button, and the edit button of a row that is no text takes the press without
+// doing anything.
+PressAction ActionOfPress(const ItemData& record, const QRect& row, const QPoint& at,
+                          Qt::MouseButton button);
+
+// Whether a text of that many pixels is too long for its row.
+bool NeedsTip(int textWidth);
+
+// One change of the list's rows in the course of a drop.
+struct RowStep {
+  enum class Kind { Insert, Append, Remove };
+  enum class Record { Dragged, Target, None };
+  Kind kind;
+  int row;  // -1 for Append
+  Record record;
+};
+
+// What a drop of row drag on row target (-1: below the last row) does to the list, in this order:
+// two rows change places, or the dragged one goes to the bottom. Nothing when both are the same or
+// no row is dragged.
+std::vector<RowStep> StepsOfDrop(int drag, int target);
+
+}  // namespace widgets
+
+#endif

@@ -1,0 +1,37 @@
+#include "widgets/ListTextTip.h"
+
+#include <QFontMetrics>
+
+#include "widgets/TipText.h"
+
+namespace {
+
+// The size at which a Chinese character takes the 12 pixels by which such a name is known.
+constexpr int kFontPixels = 12;
+
+}  // namespace
+
+ListTextTip::ListTextTip(QWidget* parent) : QDialog(parent) {
+  setWindowFlags(windowFlags() | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+  setAttribute(Qt::WA_TranslucentBackground);
+  // Its end is not the program's, also while no other window is shown.
+  setAttribute(Qt::WA_QuitOnClose, false);
+  // It comes and goes with the mouse; the keyboard stays where it is.
+  setAttribute(Qt::WA_ShowWithoutActivating);
+  QFont tipFont = font();
+  tipFont.setPixelSize(kFontPixels);
+  setFont(tipFont);
+  ui.setupUi(this);
+  ui.label->setAttribute(Qt::WA_TranslucentBackground);
+}
+
+ListTextTip::~ListTextTip() {
+  // Has no effect, whoever owns the tip: the event that this posts goes with the object.
+  deleteLater();
+}
+
+void ListTextTip::SetTipText(QString text) {
+  const QFontMetrics metrics(font());
+  ui.label->setText(
+      widgets::TipText(text, [&](const QString& part) { return metrics.horizontalAdvance(part); }));
+}

@@ -1,0 +1,205 @@
+#include "widgets/MyListView.h"
+
+#include <QDragEnterEvent>
+#include <QDragMoveEvent>
+#include <QDropEvent>
+#include <QFont>
+#include <QScrollBar>
+#include <QStandardItemModel>
+
+#include "widgets/ItemData.h"
+#include "widgets/LayerRowRules.h"
+
+namespace {
+
+using widgets::RowStep;
+
+const QSize kRowSize(280, 40);
+const QSize kGridSize(284, 40);
+
+const char kListStyle[] =
+    "QListView{border:none;background:#282A30;}"
+    "QListView::item{border-image:url(:/orvane/qietu/layer-normal.png);}"
+    "QScrollBar:vertical{width:4px;background:transparent;margin:0px;padding-top:5px;"
+    "padding-bottom:5px;}"
+    "QScrollBar::handle:vertical{background:rgba(135,142,153,25%);border-radius:2px;"
+    "min-height:20;}"
+    "QScrollBar::handle:vertical:hover{background:rgba(135,142,153,50%);border-radius:2px;"
+    "min-height:20;}"
+    "QScrollBar::add-line:vertical{width:0px;height:0px;}"
+    "QScrollBar::sub-line:vertical{width:0px;height:0px;}"
+    "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:#282A30;}";
+
+// A row's item. What screen readers ask for comes out of the record, so that the two agree always
+// and a dragged row carries nothing twice.
+class RowItem : public QStandardItem {
+ public:
+  RowItem(const ItemData& record, const QSize& size) {
+    setData(QVariant::fromValue(record), widgets::kItemDataRole);
+    setSizeHint(size);
+  }
+
+  QVariant data(int role) const override {
+    switch (role) {
+      case Qt::AccessibleTextRole:
+        return Record().text;
+      case Qt::AccessibleDescriptionRole:
+        return Record().visible ? QStringLiteral("已显示") : QStringLiteral("已隐藏");
+      default:
+        return QStandardItem::data(role);
+    }
+  }
+
+ private:
+  ItemData Record() const { return QStandardItem::data(widgets::kItemDataRole).value<ItemData>(); }
+};
+
+ItemData RecordOf(const QModelIndex& index) {
+  return index.data(widgets::kItemDataRole).value<ItemData>();
+}
+
+}  // namespace
+
+// The parent is left out on purpose: the layout of the form gives the view its parent.
+MyListView::MyListView(QWidget* /*parent*/)
+    : model(new QStandardItemModel(this)), delegate(new ItemDelegate(this)) {
+  setModel(model);
+  InitView();
+  ConnectDelegate();
+}
+
+void MyListView::InitView() {
+  // Without effect while there is no row: what is shown is column 0.
+  setModelColumn(1);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+  setSelectionMode(QAbstractItemView::SingleSelection);
+  setMouseTracking(true);
+  setDragEnabled(true);
+  setViewMode(QListView::IconMode);
+  setIconSize(kGridSize);
+  setGridSize(kGridSize);
+  setSpacing(5);
+  setMovement(QListView::Snap);
+  setAcceptDrops(true);
+  setDropIndicatorShown(true);
+  setFocusPolicy(Qt::NoFocus);
+  setItemDelegate(delegate);
+  setEditTriggers(QAbstractItemView::NoEditTriggers);
+  setStyleSheet(QString::fromUtf8(kListStyle));
+  setMaximumSize(320, 400);
+  setAccessibleName(QStringLiteral("图层列表"));
+}
+
+void MyListView::ConnectDelegate() {
+  connect(delegate, &ItemDelegate::invisibleItem, this, &MyListView::invisibleSlot);
+  connect(delegate, &ItemDelegate::visibleItem, this, &MyListView::visibleSlot);
+  connect(delegate, &ItemDelegate::deleteItem, this, &MyListView::deleteSlot);
+  connect(delegate, &ItemDelegate::checkItem, this, &MyListView::checkSlot);
+  connect(delegate, &ItemDelegate::buttonKindItem, this, &MyListView::recvButtonKind);
+  connect(delegate, &ItemDelegate::editItem, this, &MyListView::recvEditSlot);
+}
+
+void MyListView::AddRow(bool visible, QString text, QSize size, int kind) {
+  auto* item = new RowItem({text, visible, kind}, size);
+  item->setFont(QFont(QStringLiteral("微软雅黑"), 10, 1, false));
+  model->insertRow(0, item);
+  viewport()->update();
+}
+
+void MyListView::SetRowText(int row, QString text) {
+  const QModelIndex index = model->index(row, 0);
+  ItemData record = RecordOf(index);
+  record.text = text;
+  model->setData(index, QVariant::fromValue(record), widgets::kItemDataRole);
+  viewport()->update();
+}
+
+void MyListView::RemoveRow(int row) {
+  model->removeRow(row);
+}
+
+int MyListView::RowCount() const {
+  return model->rowCount();
+}
+
+void MyListView::SetVisible(const QModelIndex& index, bool visible) {
+  ItemData record = RecordOf(index);
+  record.visible = visible;
+  model->setData(index, QVariant::fromValue(record), widgets::kItemDataRole);
+  viewport()->update();
+  emit visibleSignal(index.row(), visible);
+}
+
+void MyListView::invisibleSlot(QModelIndex index) {
+  SetVisible(index, false);
+}
+
+void MyListView::visibleSlot(QModelIndex index) {
+  SetVisible(index, true);
+}
+
+void MyListView::deleteSlot(QModelIndex index, QPoint point) {
+  emit deleteItem(index.row(), RecordOf(index).kind, point);
+}
+
+void MyListView::checkSlot(QModelIndex index) {
+  hoverIndex = index;
+  setCurrentIndex(index);
+  viewport()->update();
+}
+
+void MyListView::recvButtonKind(buttonKind kind) {
+  lastButtonKind = kind;
+}
+
+void MyListView::recvEditSlot(QModelIndex index) {
+  editIndex = index;
+  emit editItem(index.row());
+}
+
+void MyListView::dragEnterEvent(QDragEnterEvent* event) {
+  if (lastButtonKind == RightKind) {
+    event->ignore();
+    return;
+  }
+  dragStartPos = event->pos();
+  dragIndex = hoverIndex;
+  event->setDropAction(Qt::MoveAction);
+  event->accept();
+}
+
+void MyListView::dragMoveEvent(QDragMoveEvent* event) {
+  event->setDropAction(Qt::MoveAction);
+  event->accept();
+}
+
+void MyListView::dropEvent(QDropEvent* event) {
+  event->ignore();
+  if (lastButtonKind == RightKind) {
+    return;
+  }
+  const QModelIndex targetIndex = indexAt(event->pos());
+  const int drag = dragIndex.row();
+  const int target = targetIndex.row();
+  const std::vector<RowStep> steps = widgets::StepsOfDrop(drag, target);
+  if (steps.empty()) {
+    return;
+  }
+  const ItemData dragged = RecordOf(dragIndex);
+  const ItemData displaced = RecordOf(targetIndex);
+  emit changeItem(drag, target);
+  for (const RowStep& step : steps) {
+    if (step.kind == RowStep::Kind::Remove) {
+      model->removeRow(step.row);
+      continue;
+    }
+    auto* item =
+        new RowItem(step.record == RowStep::Record::Dragged ? dragged : displaced, kRowSize);
+    if (step.kind == RowStep::Kind::Append) {
+      model->appendRow(item);
+    } else {
+      model->insertRow(step.row, item);
+    }
+  }
+}
