@@ -1,0 +1,67 @@
+#include "widgets/ActivitiesWndDlg.h"
+
+#include <iterator>
+
+#include "sources/DeviceCatalogue.h"
+#include "widgets/theme/TitleButtons.h"
+
+namespace {
+
+constexpr QSize kRow(460, 30);
+
+}  // namespace
+
+ActivitiesWndDlg::ActivitiesWndDlg(QWidget* parent) : QDialog(parent) {
+  ui.setupUi(this);
+  setAttribute(Qt::WA_TranslucentBackground);
+  // Its end is not the program's, also while no other window is shown.
+  setAttribute(Qt::WA_QuitOnClose, false);
+  setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+  StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));
+
+  connect(ui.m_okBtn, &QPushButton::clicked, this, &ActivitiesWndDlg::SlotOK);
+  connect(ui.m_canBtn, &QPushButton::clicked, this, &ActivitiesWndDlg::SlotCancel);
+  connect(ui.m_BtnExit, &QPushButton::clicked, this, &ActivitiesWndDlg::SlotCancel);
+  connect(ui.listView, &SelWndList::sendCheck, this, &ActivitiesWndDlg::SlotRecvCheck);
+
+  DeviceCatalogue::Instance()->ListWindows(&windows);
+  for (const auto& window : windows) {
+    ui.listView->AddItem(true, window.second, kRow);
+  }
+}
+
+void ActivitiesWndDlg::SlotOK() {
+  accept();
+}
+
+void ActivitiesWndDlg::SlotCancel() {
+  reject();
+}
+
+void ActivitiesWndDlg::SlotRecvCheck(int row) {
+  selectedWnd = 0;
+  selectedTitle.clear();
+  if (row < 0 || row >= static_cast<int>(windows.size())) {
+    return;
+  }
+  const auto chosen = std::next(windows.cbegin(), row);
+  selectedWnd = chosen->first;
+  selectedTitle = chosen->second;
+}
+
+void ActivitiesWndDlg::mousePressEvent(QMouseEvent* event) {
+  m_drag.Press(this, event);
+}
+
+void ActivitiesWndDlg::mouseReleaseEvent(QMouseEvent* event) {
+  m_drag.Release(event);
+}
+
+void ActivitiesWndDlg::mouseMoveEvent(QMouseEvent* event) {
+  m_drag.Move(this, event);
+}
+
+void ActivitiesWndDlg::paintEvent(QPaintEvent* event) {
+  PaintFramelessBody(this);
+  QDialog::paintEvent(event);
+}
