@@ -38,8 +38,24 @@ bool FontsUsable() {
   return TTF_WasInit() != 0 || TTF_Init() == 0;
 }
 
+// The sum of the widths of the sample's pieces and the greatest of their heights; SDL_ttf's result.
+int MeasurePieces(TTF_Font* font, const media::TextSample& sample, TextSize* size) {
+  long width = 0;
+  for (const std::string& piece : sample.pieces) {
+    TextSize each;
+    const int result = TTF_SizeUTF8(font, piece.c_str(), &each.width, &each.height);
+    if (result != 0) {
+      return result;
+    }
+    width += each.width;
+    size->height = std::max(size->height, each.height);
+  }
+  size->width = media::WholeWidth(sample, width);
+  return 0;
+}
+
 // The size that a rendered surface of the text would have, without rendering it: the surface of a
-// long text would take hundreds of megabytes.
+// long text would take hundreds of megabytes. Of a very long one the width is an estimate.
 TextSize Measure(const std::string& fontPath, int fontSize, const std::string& text) {
   TTF_Font* font = FontsUsable() ? TTF_OpenFont(fontPath.c_str(), fontSize) : nullptr;
   if (font == nullptr) {
@@ -48,7 +64,7 @@ TextSize Measure(const std::string& fontPath, int fontSize, const std::string& t
     return {};
   }
   TextSize size;
-  const int result = TTF_SizeUTF8(font, text.c_str(), &size.width, &size.height);
+  const int result = MeasurePieces(font, media::SampleText(text), &size);
   TTF_CloseFont(font);
   if (result != 0 || size.width <= 0) {
     av_log(nullptr, AV_LOG_ERROR, "Text layer stays empty: %s\n",

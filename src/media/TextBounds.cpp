@@ -15,8 +15,29 @@ constexpr double kGlyphBudget = 64.0 * 1024 * 1024;
 
 constexpr long kKeptCharacters = 4096;
 
+constexpr std::size_t kPieces = 10;
+constexpr std::size_t kPieceCharacters = 100;
+constexpr std::size_t kLongestCharacter = 4;
+
 bool Continues(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+// The end of the character that begins at start. Bytes that are no UTF-8 make characters too.
+std::size_t CharacterEnd(const std::string& text, std::size_t start) {
+  std::size_t end = start + 1;
+  while (end < text.size() && end - start < kLongestCharacter && Continues(text[end])) {
+    ++end;
+  }
+  return end;
+}
+
+std::size_t CountCharacters(const std::string& text) {
+  std::size_t characters = 0;
+  for (std::size_t at = 0; at < text.size(); at = CharacterEnd(text, at)) {
+    ++characters;
+  }
+  return characters;
 }
 
 // Where drawtext begins a new line.
@@ -41,6 +62,42 @@ std::size_t DifferentCharacters(const std::string& text) {
 }
 
 }  // namespace
+
+TextSample SampleText(const std::string& text) {
+  const std::string shown = text.substr(0, text.find('\0'));
+  TextSample sample;
+  sample.characters = CountCharacters(shown);
+  if (sample.characters <= kPieces * kPieceCharacters) {
+    sample.pieces.push_back(shown);
+    sample.sampled = sample.characters;
+    return sample;
+  }
+  sample.pieces.resize(kPieces);
+  sample.sampled = kPieces * kPieceCharacters;
+  const std::size_t last = sample.characters - kPieceCharacters;
+  std::size_t at = 0;
+  std::size_t number = 0;
+  for (std::size_t piece = 0; piece < kPieces; ++piece) {
+    const std::size_t first = last * piece / (kPieces - 1);
+    for (; number < first + kPieceCharacters; ++number) {
+      const std::size_t end = CharacterEnd(shown, at);
+      if (number >= first) {
+        sample.pieces[piece].append(shown, at, end - at);
+      }
+      at = end;
+    }
+  }
+  return sample;
+}
+
+int WholeWidth(const TextSample& sample, long sampledWidth) {
+  if (sample.sampled == 0) {
+    return 0;
+  }
+  const double width = static_cast<double>(sampledWidth) * static_cast<double>(sample.characters) /
+                       static_cast<double>(sample.sampled);
+  return static_cast<int>(std::min<double>(width, INT_MAX));
+}
 
 int FontSizeForWidth(int measuredAt, int wantedWidth, int measuredWidth) {
   if (measuredWidth <= 0 || wantedWidth < 0 || measuredAt < 0) {

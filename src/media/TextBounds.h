@@ -3,9 +3,27 @@
 #ifndef ORVANE_MEDIA_TEXTBOUNDS_H
 #define ORVANE_MEDIA_TEXTBOUNDS_H
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 namespace media {
+
+// What of a text its measurement looks at. Measuring takes up to 30 us a character, on the user
+// interface thread, and an operator may paste a book.
+struct TextSample {
+  std::vector<std::string> pieces;
+  std::size_t sampled = 0;     // characters in the pieces
+  std::size_t characters = 0;  // of the whole text
+};
+
+// The text in one piece when it has at most 1000 characters, which is more than a canvas holds at
+// any size that can be read; else ten pieces of 100 characters, spread evenly over it. It ends at
+// the first zero byte.
+TextSample SampleText(const std::string& text);
+
+// The width of the whole text when the pieces of its sample are sampledWidth wide together.
+int WholeWidth(const TextSample& sample, long sampledWidth);
 
 // The font size at which a text has the wanted width: measuredAt x wantedWidth / measuredWidth,
 // truncated; -1 when there is none, because the measured text has no width or the wanted width is

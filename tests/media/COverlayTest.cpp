@@ -201,6 +201,25 @@ TEST_F(COverlayText, MeasuresWhatARenderedSurfaceWouldMeasure) {
   }
 }
 
+TEST_F(COverlayText, TheWidthOfAVeryLongTextIsThatOfItsSampleExtended) {
+  std::string even;
+  std::string mixed;
+  for (int i = 0; i < 100000; ++i) {
+    even += "世";
+    mixed += i < 50000 ? "i" : "世";
+  }
+  int one = 0;
+  int width = 0;
+  int height = 0;
+  overlay.MeasureText(kFont, 100, "i", &one, &height);
+  overlay.MeasureText(kFont, 100, even, &width, &height);
+  // The side bearings of each piece's ends are all that a sample may miss.
+  EXPECT_NEAR(width, 100000 * 100, 100000);
+  overlay.MeasureText(kFont, 100, mixed, &width, &height);
+  EXPECT_NEAR(width, 50000 * 100 + 50000 * 25, 600000);
+  EXPECT_LT(one, 30);
+}
+
 TEST_F(COverlayText, DrawsWhereAndAsWideAsItWasTold) {
   const int width = SetText(&overlay, "Hello");
   overlay.SetTextPosition(300, 200);

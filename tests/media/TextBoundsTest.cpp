@@ -6,7 +6,10 @@
 
 using media::FontSizeForWidth;
 using media::LargestFontSize;
+using media::SampleText;
+using media::TextSample;
 using media::VisiblePart;
+using media::WholeWidth;
 
 namespace {
 
@@ -99,4 +102,62 @@ TEST(VisiblePart, LinesFarBelowTheCanvasGo) {
 TEST(VisiblePart, ATextBesideTheCanvasAndASizeOfZeroDoNoHarm) {
   EXPECT_EQ(VisiblePart("text", 0, -5000, -5000), "text");
   EXPECT_EQ(VisiblePart("text", 0, 4000000000L, 4000000000L), "text");
+}
+
+TEST(SampleText, ATextOfUpTo1000CharactersIsOnePiece) {
+  for (const std::string& text : {std::string(), std::string("i"), Different(1000)}) {
+    const TextSample sample = SampleText(text);
+    ASSERT_EQ(sample.pieces.size(), 1U);
+    EXPECT_EQ(sample.pieces[0], text);
+    EXPECT_EQ(WholeWidth(sample, 4711), text.empty() ? 0 : 4711);
+  }
+}
+
+TEST(SampleText, OfALongerOneTenPiecesFromBeginToEnd) {
+  const std::string text = Different(10000);
+  const TextSample sample = SampleText(text);
+  ASSERT_EQ(sample.pieces.size(), 10U);
+  EXPECT_EQ(sample.sampled, 1000U);
+  EXPECT_EQ(sample.characters, 10000U);
+  EXPECT_EQ(sample.pieces.front(), text.substr(0, 300));
+  EXPECT_EQ(sample.pieces.back(), text.substr(text.size() - 300));
+  std::size_t behind = 0;
+  for (const std::string& piece : sample.pieces) {
+    EXPECT_EQ(piece.size(), 300U);
+    const std::size_t found = text.find(piece, behind);
+    ASSERT_NE(found, std::string::npos);
+    behind = found + piece.size();
+  }
+  EXPECT_EQ(WholeWidth(sample, 100000), 1000000);
+}
+
+TEST(SampleText, PiecesOfATextJustOverTheLimitDoNotOverlap) {
+  const std::string text = Different(1001);
+  std::size_t characters = 0;
+  std::string joined;
+  for (const std::string& piece : SampleText(text).pieces) {
+    characters += piece.size() / 3;
+    joined += piece;
+  }
+  EXPECT_EQ(characters, 1000U);
+  EXPECT_EQ(joined.substr(0, 300), text.substr(0, 300));
+  EXPECT_EQ(joined.substr(joined.size() - 300), text.substr(text.size() - 300));
+}
+
+TEST(SampleText, EndsAtTheFirstZeroByte) {
+  EXPECT_EQ(SampleText(std::string("ab\0cd", 5)).pieces[0], "ab");
+}
+
+TEST(SampleText, AnyBytesHaveABoundedSample) {
+  const TextSample sample = SampleText(std::string(100000, '\x80'));
+  EXPECT_EQ(sample.characters, 25000U);
+  std::size_t bytes = 0;
+  for (const std::string& piece : sample.pieces) {
+    bytes += piece.size();
+  }
+  EXPECT_LE(bytes, 4000U);
+}
+
+TEST(SampleText, TheWidthOfABookDoesNotOverflow) {
+  EXPECT_EQ(WholeWidth(SampleText(std::string(100000000, 'a')), 100000), INT_MAX);
 }
