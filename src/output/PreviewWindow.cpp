@@ -2,12 +2,10 @@
 
 #include <SDL.h>
 
-#include <cstring>
 #include <mutex>
 
 extern "C" {
 #include <libavutil/frame.h>
-#include <libavutil/log.h>
 }
 
 #include "platform/SdlVideo.h"
@@ -21,76 +19,14 @@ constexpr int kPassesToSettle = 12;
 
 using Lock = std::lock_guard<std::mutex>;
 
-// The GL behind the renderer that was made last draws by the processor.
-bool IsSoftwareGl() {
-  using GetString = const unsigned char* (*)(unsigned);
-  constexpr unsigned kGlRenderer = 0x1F01;
-  const auto getString = reinterpret_cast<GetString>(SDL_GL_GetProcAddress("glGetString"));
-  if (SDL_GL_GetCurrentContext() == nullptr || getString == nullptr) {
-    return false;
-  }
-  const auto* name = reinterpret_cast<const char*>(getString(kGlRenderer));
-  for (const char* software : {"llvmpipe", "softpipe", "swrast", "Software"}) {
-    if (name != nullptr && std::strstr(name, software) != nullptr) {
-      return true;
-    }
-  }
-  return false;
-}
-
 }  // namespace
 
 PreviewWindow::PreviewWindow(platform::WindowHandle handle, const Extent& canvas)
-    : m_handle(handle), m_canvas(canvas), m_softwareOnly(!platform::HasGraphicsHardware()) {
-  if (m_handle == 0) {
-    GiveUp("there is no window");
-  } else if (SDL_WasInit(SDL_INIT_VIDEO) == 0) {
-    GiveUp("SDL has no video");
-  } else if (!platform::IsNativeVideo(SDL_GetCurrentVideoDriver())) {
-    GiveUp("SDL's video is not that of the window's system");
-  } else if (!(m_target = platform::OpenPreviewTarget(m_handle))) {
-    GiveUp("there is no display");
-  }
-}
-
-PreviewWindow::~PreviewWindow() {
-  platform::PreviewPlace place;
-  if (m_target == nullptr || m_window == nullptr) {
-    return;
-  }
-  const platform::PreviewTarget::Answer answer = m_target->Look(&place);
-  if (answer == platform::PreviewTarget::Answer::kThere ||
-      answer == platform::PreviewTarget::Answer::kNoWindow) {
-    Destroy();
-  }
-  // Otherwise a call would wait for a display that is silent or gone.
-}
-
-void PreviewWindow::GiveUp(const char* what) {
-  av_log(nullptr, AV_LOG_ERROR, "Preview: %s; the picture is not shown\n", what);
-  m_givenUp = true;
-}
+    : m_canvas(canvas), m_surface(handle, "Preview") {}
 
 bool PreviewWindow::Ready(const Extent& preview) {
-  if (m_givenUp) {
-    return false;
-  }
   platform::PreviewPlace place;
-  switch (m_target->Look(&place)) {
-    case platform::PreviewTarget::Answer::kSilent:
-      return false;
-    case platform::PreviewTarget::Answer::kNoWindow:
-      Destroy();
-      GiveUp("its window is gone");
-      return false;
-    case platform::PreviewTarget::Answer::kDisconnected:
-      GiveUp("its display is gone");
-      return false;
-    case platform::PreviewTarget::Answer::kThere:
-      break;
-  }
-  if (m_renderer == nullptr && !Make()) {
-    GiveUp(SDL_GetError());
+  if (!m_surface.Look(&place) || (!m_surface.IsOpen() && !Make())) {
     return false;
   }
   return Follow(preview, {place.size.width, place.size.height});
@@ -100,11 +36,8 @@ bool PreviewWindow::Ready(const Extent& preview) {
 // at that time when it is asked to size it. So a new size that the window has already is taken up
 // by giving SDL the window again; only a window that nobody else sizes is sized by SDL.
 bool PreviewWindow::Follow(const Extent& preview, const Extent& actual) {
-  Extent known;
-  {
-    Lock lock(platform::SdlVideoMutex());
-    SDL_GetWindowSize(m_window, &known.width, &known.height);
-  }
+  const platform::Size size = m_surface.KnownSize();
+  const Extent known{size.width, size.height};
   const bool wanted = preview.width > 0 && preview.height > 0 && preview != m_accepted;
   if (known == (wanted ? preview : actual)) {
     m_unlike = 0;
@@ -114,80 +47,41 @@ bool PreviewWindow::Follow(const Extent& preview, const Extent& actual) {
     if (++m_unlike <= kPassesToSettle) {
       return true;
     }
-    platform::PreviewPlace before;
-    m_target->Look(&before);
-    {
-      Lock lock(platform::SdlVideoMutex());
-      SDL_SetWindowSize(m_window, preview.width, preview.height);
-    }
-    platform::PreviewPlace after;
-    m_target->Look(&after);
-    if (after.x != before.x || after.y != before.y) {
-      m_target->MoveTo(before.x, before.y);
-    }
-    m_accepted = after.size == platform::Size{preview.width, preview.height} ? Extent{} : preview;
+    SizeNativeWindow(preview);
   }
   m_unlike = 0;
-  Destroy();
-  if (!Make()) {
-    GiveUp(SDL_GetError());
-    return false;
+  return Make();
+}
+
+void PreviewWindow::SizeNativeWindow(const Extent& preview) {
+  platform::PreviewTarget* target = m_surface.Target();
+  platform::PreviewPlace before;
+  target->Look(&before);
+  {
+    Lock lock(platform::SdlVideoMutex());
+    SDL_SetWindowSize(m_surface.Window(), preview.width, preview.height);
   }
-  return true;
+  platform::PreviewPlace after;
+  target->Look(&after);
+  if (after.x != before.x || after.y != before.y) {
+    target->MoveTo(before.x, before.y);
+  }
+  m_accepted = after.size == platform::Size{preview.width, preview.height} ? Extent{} : preview;
 }
 
 bool PreviewWindow::Make() {
-  Lock lock(platform::SdlVideoMutex());
-  m_window = SDL_CreateWindowFrom(reinterpret_cast<const void*>(m_handle));
-  if (m_window == nullptr) {
-    return false;
-  }
-  platform::OutliveWindowSystem(m_window);
-  if (!MakeRenderer()) {
-    return false;
-  }
-  m_texture = SDL_CreateTexture(m_renderer, SDL_PIXELFORMAT_YV12, SDL_TEXTUREACCESS_TARGET,
-                                m_canvas.width, m_canvas.height);
-  m_stale = true;
-  SDL_SetRenderDrawColor(m_renderer, 0, 0, 0, SDL_ALPHA_OPAQUE);
-  SDL_RenderClear(m_renderer);
-  return m_texture != nullptr;
-}
-
-bool PreviewWindow::MakeRenderer() {
-  if (!m_softwareOnly) {
-    m_renderer =
-        SDL_CreateRenderer(m_window, -1, SDL_RENDERER_ACCELERATED | SDL_RENDERER_TARGETTEXTURE);
-    if (m_renderer != nullptr && !IsSoftwareGl()) {
-      return true;
-    }
-    // A GL without hardware takes twice the time of SDL's own drawing for the same picture.
-    m_softwareOnly = true;
-    if (m_renderer != nullptr) {
-      SDL_DestroyRenderer(m_renderer);
-      SDL_DestroyWindow(m_window);
-      m_window = SDL_CreateWindowFrom(reinterpret_cast<const void*>(m_handle));
-    }
-  }
-  SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
-  m_renderer = SDL_CreateRenderer(m_window, -1, SDL_RENDERER_SOFTWARE | SDL_RENDERER_TARGETTEXTURE);
-  return m_renderer != nullptr;
-}
-
-void PreviewWindow::Destroy() {
-  Lock lock(platform::SdlVideoMutex());
-  if (m_texture != nullptr) {
-    SDL_DestroyTexture(m_texture);
-  }
-  if (m_renderer != nullptr) {
-    SDL_DestroyRenderer(m_renderer);
-  }
-  if (m_window != nullptr) {
-    SDL_DestroyWindow(m_window);
-  }
   m_texture = nullptr;
-  m_renderer = nullptr;
-  m_window = nullptr;
+  if (!m_surface.Open()) {
+    return false;
+  }
+  Lock lock(platform::SdlVideoMutex());
+  m_texture = SDL_CreateTexture(m_surface.Renderer(), SDL_PIXELFORMAT_YV12,
+                                SDL_TEXTUREACCESS_TARGET, m_canvas.width, m_canvas.height);
+  m_stale = true;
+  if (m_texture == nullptr) {
+    m_surface.GiveUp(SDL_GetError());
+  }
+  return m_texture != nullptr;
 }
 
 void PreviewWindow::Update(const AVFrame* picture) {
@@ -196,6 +90,7 @@ void PreviewWindow::Update(const AVFrame* picture) {
 }
 
 bool PreviewWindow::Draw(const Rect& area, const std::vector<Line>& lines) {
+  SDL_Renderer* renderer = m_surface.Renderer();
   Lock lock(platform::SdlVideoMutex());
   if (m_stale && m_picture != nullptr) {
     SDL_UpdateYUVTexture(m_texture, nullptr, m_picture->data[0], m_picture->linesize[0],
@@ -205,16 +100,16 @@ bool PreviewWindow::Draw(const Rect& area, const std::vector<Line>& lines) {
   }
   if (area.x > 0 || area.y > 0) {
     // The outline of a layer may have been drawn in the bars beside the picture.
-    SDL_SetRenderDrawColor(m_renderer, 0, 0, 0, SDL_ALPHA_OPAQUE);
-    SDL_RenderClear(m_renderer);
+    SDL_SetRenderDrawColor(renderer, 0, 0, 0, SDL_ALPHA_OPAQUE);
+    SDL_RenderClear(renderer);
   }
   const SDL_Rect target{area.x, area.y, area.width, area.height};
-  SDL_RenderCopy(m_renderer, m_texture, nullptr, &target);
-  SDL_SetRenderDrawColor(m_renderer, 255, 0, 0, SDL_ALPHA_OPAQUE);
+  SDL_RenderCopy(renderer, m_texture, nullptr, &target);
+  SDL_SetRenderDrawColor(renderer, 255, 0, 0, SDL_ALPHA_OPAQUE);
   for (const Line& line : lines) {
-    SDL_RenderDrawLine(m_renderer, line.x1, line.y1, line.x2, line.y2);
+    SDL_RenderDrawLine(renderer, line.x1, line.y1, line.x2, line.y2);
   }
-  SDL_RenderPresent(m_renderer);
+  SDL_RenderPresent(renderer);
   return true;
 }
 

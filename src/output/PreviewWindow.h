@@ -9,30 +9,24 @@
 // SDL is called under platform::SdlVideoMutex. The destructor is the last that touches the window.
 //
 // Failure: where nothing can be drawn (no handle, no SDL video, the window or its server gone or
-// silent) Ready and Draw give false, and the log says why once. A window system that falls silent
-// in the middle of a drawing holds the thread until it answers or ends. One that ends leaves SDL
-// with connections that nobody may close: SDL_Quit would end the process.
+// silent) Ready gives false, and the log says why once; platform/SdlSurface.h says the rest.
 #ifndef ORVANE_OUTPUT_PREVIEWWINDOW_H
 #define ORVANE_OUTPUT_PREVIEWWINDOW_H
 
-#include <memory>
 #include <vector>
 
 #include "output/RenderRules.h"
-#include "platform/PreviewTarget.h"
+#include "platform/SdlSurface.h"
 #include "platform/WindowSystem.h"
 
 struct AVFrame;
-struct SDL_Renderer;
 struct SDL_Texture;
-struct SDL_Window;
 
 namespace output {
 
 class PreviewWindow {
  public:
   PreviewWindow(platform::WindowHandle handle, const Extent& canvas);
-  ~PreviewWindow();
 
   PreviewWindow(const PreviewWindow&) = delete;
   PreviewWindow& operator=(const PreviewWindow&) = delete;
@@ -46,23 +40,16 @@ class PreviewWindow {
 
  private:
   bool Make();
-  bool MakeRenderer();
-  void Destroy();
   bool Follow(const Extent& preview, const Extent& actual);
-  void GiveUp(const char* what);
+  void SizeNativeWindow(const Extent& preview);
 
-  platform::WindowHandle m_handle;
   Extent m_canvas;
-  std::unique_ptr<platform::PreviewTarget> m_target;
-  SDL_Window* m_window = nullptr;
-  SDL_Renderer* m_renderer = nullptr;
-  SDL_Texture* m_texture = nullptr;
+  platform::SdlSurface m_surface;
+  SDL_Texture* m_texture = nullptr;  // goes with the surface's renderer
   const AVFrame* m_picture = nullptr;
   bool m_stale = true;  // the texture does not hold m_picture
-  bool m_softwareOnly;  // drawing by SDL itself is cheapest here
-  bool m_givenUp = false;
-  int m_unlike = 0;   // passes in a row in which SDL, X and previewSize disagreed
-  Extent m_accepted;  // a preview size that the window never took
+  int m_unlike = 0;     // passes in a row in which SDL, X and previewSize disagreed
+  Extent m_accepted;    // a preview size that the window never took
 };
 
 }  // namespace output

@@ -1,0 +1,165 @@
+#include "platform/SdlSurface.h"
+
+#include <SDL.h>
+
+#include <cstring>
+#include <mutex>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include "platform/SdlVideo.h"
+
+namespace platform {
+
+namespace {
+
+using Lock = std::lock_guard<std::mutex>;
+
+// Drawing by SDL itself is cheapest on this machine. Guarded by SdlVideoMutex.
+bool& SoftwareOnly() {
+  static bool softwareOnly = !HasGraphicsHardware();
+  return softwareOnly;
+}
+
+// The GL behind the renderer that was made last draws by the processor.
+bool IsSoftwareGl() {
+  using GetString = const unsigned char* (*)(unsigned);
+  constexpr unsigned kGlRenderer = 0x1F01;
+  const auto getString = reinterpret_cast<GetString>(SDL_GL_GetProcAddress("glGetString"));
+  if (SDL_GL_GetCurrentContext() == nullptr || getString == nullptr) {
+    return false;
+  }
+  const auto* name = reinterpret_cast<const char*>(getString(kGlRenderer));
+  for (const char* software : {"llvmpipe", "softpipe", "swrast", "Software"}) {
+    if (name != nullptr && std::strstr(name, software) != nullptr) {
+      return true;
+    }
+  }
+  return false;
+}
+
+SDL_Window* NewWindow(WindowHandle handle) {
+  return SDL_CreateWindowFrom(reinterpret_cast<const void*>(handle));
+}
+
+}  // namespace
+
+bool CanDrawInNativeWindows() {
+  return SDL_WasInit(SDL_INIT_VIDEO) != 0 && IsNativeVideo(SDL_GetCurrentVideoDriver());
+}
+
+SdlSurface::SdlSurface(WindowHandle handle, const char* name) : m_handle(handle), m_name(name) {
+  if (m_handle == 0) {
+    GiveUp("there is no window");
+  } else if (SDL_WasInit(SDL_INIT_VIDEO) == 0) {
+    GiveUp("SDL has no video");
+  } else if (!CanDrawInNativeWindows()) {
+    GiveUp("SDL's video is not that of the window's system");
+  } else if (!(m_target = OpenPreviewTarget(m_handle))) {
+    GiveUp("there is no display");
+  }
+}
+
+SdlSurface::~SdlSurface() {
+  PreviewPlace place;
+  if (m_target == nullptr || m_window == nullptr) {
+    return;
+  }
+  const PreviewTarget::Answer answer = m_target->Look(&place);
+  if (answer == PreviewTarget::Answer::kThere || answer == PreviewTarget::Answer::kNoWindow) {
+    Close();
+  }
+  // Otherwise a call would wait for a display that is silent or gone.
+}
+
+void SdlSurface::GiveUp(const char* why) {
+  av_log(nullptr, AV_LOG_ERROR, "%s: %s; the picture is not shown\n", m_name, why);
+  m_givenUp = true;
+}
+
+bool SdlSurface::Look(PreviewPlace* place) {
+  if (m_givenUp) {
+    return false;
+  }
+  switch (m_target->Look(place)) {
+    case PreviewTarget::Answer::kThere:
+      return true;
+    case PreviewTarget::Answer::kSilent:
+      return false;
+    case PreviewTarget::Answer::kNoWindow:
+      Close();
+      GiveUp("its window is gone");
+      return false;
+    case PreviewTarget::Answer::kDisconnected:
+      GiveUp("its display is gone");
+      return false;
+  }
+  return false;
+}
+
+bool SdlSurface::Open() {
+  const Lock lock(SdlVideoMutex());
+  Destroy();
+  if (m_givenUp) {
+    return false;
+  }
+  if (!Make()) {
+    GiveUp(SDL_GetError());
+    return false;
+  }
+  SDL_SetRenderDrawColor(m_renderer, 0, 0, 0, SDL_ALPHA_OPAQUE);
+  SDL_RenderClear(m_renderer);
+  return true;
+}
+
+bool SdlSurface::Make() {
+  m_window = NewWindow(m_handle);
+  if (m_window == nullptr) {
+    return false;
+  }
+  OutliveWindowSystem(m_window);
+  if (!SoftwareOnly()) {
+    m_renderer =
+        SDL_CreateRenderer(m_window, -1, SDL_RENDERER_ACCELERATED | SDL_RENDERER_TARGETTEXTURE);
+    if (m_renderer != nullptr && !IsSoftwareGl()) {
+      return true;
+    }
+    SoftwareOnly() = true;
+    if (m_renderer != nullptr) {
+      Destroy();
+      m_window = NewWindow(m_handle);
+    }
+  }
+  SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+  m_renderer = SDL_CreateRenderer(m_window, -1, SDL_RENDERER_SOFTWARE | SDL_RENDERER_TARGETTEXTURE);
+  return m_renderer != nullptr;
+}
+
+void SdlSurface::Close() {
+  const Lock lock(SdlVideoMutex());
+  Destroy();
+}
+
+void SdlSurface::Destroy() {
+  if (m_renderer != nullptr) {
+    SDL_DestroyRenderer(m_renderer);
+  }
+  if (m_window != nullptr) {
+    SDL_DestroyWindow(m_window);
+  }
+  m_renderer = nullptr;
+  m_window = nullptr;
+}
+
+Size SdlSurface::KnownSize() const {
+  const Lock lock(SdlVideoMutex());
+  Size size;
+  if (m_window != nullptr) {
+    SDL_GetWindowSize(m_window, &size.width, &size.height);
+  }
+  return size;
+}
+
+}  // namespace platform

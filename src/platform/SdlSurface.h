@@ -1,0 +1,81 @@
+// SDL's window and renderer on a native window that belongs to another library: how both previews
+// reach the screen.
+//
+// Flow: Look comes first in each pass and says whether anything can be drawn in it; Open makes
+// window and renderer, on black. SDL learns the size of a foreign window only while it is given the
+// window, so whoever finds the two unlike opens anew.
+//
+// The renderer is the cheapest that shows the same picture: the graphics hardware where there is
+// some, else SDL's own drawing, which takes half the time of an OpenGL without hardware. What the
+// first surface found out holds for the whole process.
+//
+// Ownership: the native window stays its owner's. Textures go with the renderer that they were made
+// from, in Close.
+//
+// Threads: all of it on the thread that draws; SDL's video was set up before on the user interface
+// thread. Open and Close take SdlVideoMutex themselves; what the caller draws with the renderer it
+// draws under that mutex. The destructor is the last that touches the window.
+//
+// Failure: where nothing can be drawn any more (no handle, no SDL video, the window or its server
+// gone) the surface gives up: Look is false for good and the log has said why, once. A server that
+// is silent at the moment makes Look false for one pass. One that falls silent in the middle of a
+// drawing holds the thread until it answers or ends. One that ends leaves SDL with connections that
+// nobody may close: SDL_Quit would end the process.
+#ifndef ORVANE_PLATFORM_SDLSURFACE_H
+#define ORVANE_PLATFORM_SDLSURFACE_H
+
+#include <memory>
+
+#include "platform/PreviewTarget.h"
+#include "platform/WindowSystem.h"
+
+struct SDL_Renderer;
+struct SDL_Window;
+
+namespace platform {
+
+// SDL runs on this system's own video and can draw into native windows.
+bool CanDrawInNativeWindows();
+
+class SdlSurface {
+ public:
+  // name: what the log calls it; lives as long as the surface.
+  SdlSurface(WindowHandle handle, const char* name);
+  ~SdlSurface();
+
+  SdlSurface(const SdlSurface&) = delete;
+  SdlSurface& operator=(const SdlSurface&) = delete;
+
+  // False: draw nothing in this pass. Otherwise *place is where the native window stands now.
+  bool Look(PreviewPlace* place);
+  // Window and renderer, made anew at the native window's size. False after giving up.
+  bool Open();
+  void Close();
+  bool IsOpen() const { return m_renderer != nullptr; }
+
+  // The size that SDL took the window for; 0 x 0 while closed.
+  Size KnownSize() const;
+  // Null while closed.
+  SDL_Window* Window() const { return m_window; }
+  SDL_Renderer* Renderer() const { return m_renderer; }
+  // Null when there is no window system.
+  PreviewTarget* Target() const { return m_target.get(); }
+
+  // Draws no more, and tells the log why.
+  void GiveUp(const char* why);
+
+ private:
+  bool Make();
+  void Destroy();
+
+  WindowHandle m_handle;
+  const char* m_name;
+  std::unique_ptr<PreviewTarget> m_target;
+  SDL_Window* m_window = nullptr;
+  SDL_Renderer* m_renderer = nullptr;
+  bool m_givenUp = false;
+};
+
+}  // namespace platform
+
+#endif
