@@ -1,0 +1,172 @@
+#include "widgets/CCamDlg.h"
+
+#include <SDL.h>
+
+#include <QAbstractItemView>
+#include <QMouseEvent>
+#include <QSignalBlocker>
+#include <vector>
+
+extern "C" {
+#include <libavutil/pixfmt.h>
+}
+
+#include "media/Worker.h"
+#include "platform/SdlSurface.h"
+#include "platform/SdlVideo.h"
+#include "sources/CInputDev.h"
+#include "sources/DeviceCatalogue.h"
+#include "widgets/CameraPreview.h"
+#include "widgets/CameraRules.h"
+#include "widgets/theme/TitleButtons.h"
+
+namespace {
+
+constexpr int kNoSource = 0;
+constexpr int kSurfaceEventsMs = 50;
+
+}  // namespace
+
+CCamDlg::CCamDlg(QWidget* parent)
+    : QDialog(parent), CSrcInterface(kNoSource, 1), catalogue(DeviceCatalogue::Instance()) {
+  InitUi();
+  connect(ui.m_btnOk, &QPushButton::clicked, this, &CCamDlg::SlotOK);
+  connect(ui.m_btnCancel, &QPushButton::clicked, this, &CCamDlg::SlotCancel);
+  connect(ui.m_BtnExit, &QPushButton::clicked, this, &CCamDlg::SlotCancel);
+  connect(ui.m_ComDev, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+          &CCamDlg::SlotComboDevChanged);
+  FillDevices();
+  if (ui.m_ComDev->count() > 0) {
+    StartPreview();
+  }
+}
+
+CCamDlg::~CCamDlg() {
+  StopPreview();
+}
+
+void CCamDlg::InitUi() {
+  setAttribute(Qt::WA_TranslucentBackground);
+  // Its end is not the program's, also while no other window is shown.
+  setAttribute(Qt::WA_QuitOnClose, false);
+  // Before any handle is taken: a change of flags makes the native windows anew.
+  setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+  ui.setupUi(this);
+  StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));
+  ui.m_btnOk->setDefault(true);
+  ui.m_ComDev->setFocus();
+}
+
+void CCamDlg::FillDevices() {
+  renderHandle = ui.m_labRender->winId();
+  catalogue->RefreshDevices();
+  ui.m_ComDev->setStyleSheet(QStringLiteral("color: blue; "));
+  std::vector<QString> devices;
+  catalogue->CopyVideoDevices(&devices);
+  {
+    // The first entry would make itself the current one while the list is still being filled.
+    const QSignalBlocker blocker(ui.m_ComDev);
+    for (const QString& name : widgets::FreeCameras(devices, catalogue->usedVideoDevices)) {
+      ui.m_ComDev->addItem(name);
+      ui.m_ComDev->setItemData(ui.m_ComDev->count() - 1, name, Qt::ToolTipRole);
+    }
+    ui.m_ComDev->setCurrentIndex(-1);
+  }
+  // Cameras of one make differ at the end of their names, which the box may be too narrow for.
+  ui.m_ComDev->view()->setMinimumWidth(ui.m_ComDev->view()->sizeHintForColumn(0));
+  if (ui.m_ComDev->count() > 0) {
+    ui.m_ComDev->setCurrentIndex(0);
+  }
+}
+
+void CCamDlg::SlotOK() {
+  accept();
+}
+
+void CCamDlg::SlotCancel() {
+  reject();
+}
+
+void CCamDlg::SlotComboDevChanged() {
+  const std::string name = ui.m_ComDev->currentText().toStdString();
+  if (ui.m_ComDev->count() == 0 || name == deviceName) {
+    return;
+  }
+  deviceName = name;
+  ui.m_ComDev->setToolTip(ui.m_ComDev->currentText());
+  StopCamera();
+  // Nothing of the former camera comes any more, and what came before is not this one's picture.
+  cameraChanged = true;
+  inputDev = new CInputDev(false, deviceName, 0, 0, AV_PIX_FMT_RGB24);
+  inputDev->AddVideoOutput(this);
+  inputDev->Start();
+}
+
+void CCamDlg::StartPreview() {
+  if (platform::CanDrawInNativeWindows()) {
+    ui.m_labRender->LeaveToOthers();
+  }
+  stopPreview = false;
+  if (!media::StartWorker(&previewThread, "preview", PreviewEntry, this)) {
+    previewThread = 0;
+    return;
+  }
+  connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });
+  m_surfaceEvents.start(kSurfaceEventsMs);
+}
+
+void CCamDlg::StopCamera() {
+  if (inputDev != nullptr) {
+    inputDev->Stop();
+    delete inputDev;
+    inputDev = nullptr;
+  }
+}
+
+void CCamDlg::StopPreview() {
+  StopCamera();
+  m_surfaceEvents.stop();
+  if (previewThread != 0) {
+    stopPreview = true;
+    pthread_join(previewThread, nullptr);
+    previewThread = 0;
+  }
+}
+
+void CCamDlg::done(int result) {
+  StopPreview();
+  QDialog::done(result);
+}
+
+void* CCamDlg::PreviewEntry(void* dialog) {
+  static_cast<CCamDlg*>(dialog)->Preview();
+  SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
+  return nullptr;
+}
+
+void CCamDlg::Preview() {
+  widgets::CameraPreview preview(renderHandle);
+  while (!stopPreview) {
+    if (cameraChanged.exchange(false)) {
+      preview.Forget(m_firstVideoQueue);
+    }
+    preview.Turn(m_firstVideoQueue);
+  }
+}
+
+void CCamDlg::mousePressEvent(QMouseEvent* event) {
+  drag.Press(this, event);
+}
+
+void CCamDlg::mouseReleaseEvent(QMouseEvent* event) {
+  drag.Release(event);
+}
+
+void CCamDlg::mouseMoveEvent(QMouseEvent* event) {
+  drag.Move(this, event);
+}
+
+void CCamDlg::paintEvent(QPaintEvent* event) {
+  PaintFramelessBody(this);
+  QDialog::paintEvent(event);
+}

@@ -1,0 +1,23 @@
+#include "widgets/CameraLabel.h"
+
+#include <QPainter>
+
+CameraLabel::CameraLabel(QWidget* parent) : QLabel(parent) {
+  setAttribute(Qt::WA_NativeWindow);
+  setAttribute(Qt::WA_OpaquePaintEvent);
+  setAttribute(Qt::WA_NoSystemBackground);
+}
+
+void CameraLabel::LeaveToOthers() {
+  setAttribute(Qt::WA_PaintOnScreen);
+}
+
+QPaintEngine* CameraLabel::paintEngine() const {
+  return testAttribute(Qt::WA_PaintOnScreen) ? nullptr : QLabel::paintEngine();
+}
+
+void CameraLabel::paintEvent(QPaintEvent* /*event*/) {
+  if (!testAttribute(Qt::WA_PaintOnScreen)) {
+    QPainter(this).fillRect(rect(), Qt::black);
+  }
+}

@@ -1,0 +1,25 @@
+// The label that the camera chooser's preview is drawn into: black, until another library draws in
+// its native window. From then on Qt paints nothing there, whatever effect its dialog wears: each
+// repaint of the dialog would otherwise flash over the picture.
+//
+// Threads: user interface thread.
+#ifndef ORVANE_WIDGETS_CAMERALABEL_H
+#define ORVANE_WIDGETS_CAMERALABEL_H
+
+#include <QLabel>
+
+class CameraLabel : public QLabel {
+ public:
+  explicit CameraLabel(QWidget* parent = nullptr);
+
+  // From now on its native window is somebody else's to draw in.
+  void LeaveToOthers();
+
+  // Null once it is left to others, as Qt asks of a widget that it does not paint.
+  QPaintEngine* paintEngine() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+#endif

@@ -1,0 +1,139 @@
+#include "widgets/CameraPreview.h"
+
+#include <SDL.h>
+
+#include <mutex>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include "media/CMyQueue.h"
+#include "media/ffmpeg/ErrorText.h"
+#include "platform/SdlVideo.h"
+#include "widgets/CameraRules.h"
+
+namespace widgets {
+
+namespace {
+
+constexpr std::uint32_t kWaitMs = 10;
+
+void FreeHead(CMyQueue* pictures) {
+  auto* head = static_cast<AVFrame*>(pictures->Pop());
+  av_frame_free(&head);
+}
+
+}  // namespace
+
+CameraPreview::CameraPreview(platform::WindowHandle window)
+    : m_ticker(SDL_GetTicks()), m_surface(window, "Preview of the camera") {}
+
+void CameraPreview::Turn(CMyQueue* pictures) {
+  if (!m_ticker.Due(SDL_GetTicks())) {
+    SDL_Delay(kWaitMs);
+    return;
+  }
+  m_ticker.Advance();
+  if (!Take(pictures)) {
+    SDL_Delay(kWaitMs);
+  }
+  // Also what was shown before: the window system may have forgotten it.
+  Show();
+}
+
+void CameraPreview::Forget(CMyQueue* pictures) {
+  while (pictures->Size() > 0) {
+    FreeHead(pictures);
+  }
+  m_headConverted = false;
+  m_picture.Reset();
+}
+
+bool CameraPreview::Take(CMyQueue* pictures) {
+  const CameraTake take = TakeOf(pictures->Size());
+  if (!take.show) {
+    return false;
+  }
+  if (!m_headConverted) {
+    Convert(static_cast<const AVFrame*>(pictures->Peek()));
+  }
+  m_headConverted = !take.pop;
+  if (take.pop) {
+    FreeHead(pictures);
+  }
+  for (int i = 0; i < take.drop; ++i) {
+    FreeHead(pictures);
+  }
+  return true;
+}
+
+void CameraPreview::Convert(const AVFrame* picture) {
+  ffmpeg::ScopedFrame converted(m_buffers.Get(picture->width, picture->height, AV_PIX_FMT_YUV420P));
+  const int result = converted ? m_convert.Convert(picture, converted.Get()) : AVERROR(ENOMEM);
+  if (result >= 0) {
+    m_picture.Reset(converted.Release());
+    m_stale = true;
+  } else if (!m_conversionLogged) {
+    m_conversionLogged = true;
+    av_log(nullptr, AV_LOG_ERROR, "Preview of the camera: its picture can't be converted: %s\n",
+           ffmpeg::ErrorText(result).c_str());
+  }
+}
+
+void CameraPreview::Show() {
+  if (Ready()) {
+    Draw();
+  }
+}
+
+// A dialog that is carried to a screen of another scale gets a window of another size.
+bool CameraPreview::Ready() {
+  platform::PreviewPlace place;
+  if (!m_surface.Look(&place)) {
+    return false;
+  }
+  if (m_surface.IsOpen() && m_surface.KnownSize() == place.size) {
+    return true;
+  }
+  m_texture = nullptr;
+  return m_surface.Open();
+}
+
+void CameraPreview::Draw() {
+  const std::lock_guard<std::mutex> lock(platform::SdlVideoMutex());
+  SDL_Renderer* renderer = m_surface.Renderer();
+  if (m_picture && FitTexture()) {
+    if (m_stale) {
+      SDL_UpdateYUVTexture(m_texture, nullptr, m_picture->data[0], m_picture->linesize[0],
+                           m_picture->data[1], m_picture->linesize[1], m_picture->data[2],
+                           m_picture->linesize[2]);
+      m_stale = false;
+    }
+    SDL_RenderCopy(renderer, m_texture, nullptr, nullptr);
+  } else {
+    SDL_SetRenderDrawColor(renderer, 0, 0, 0, SDL_ALPHA_OPAQUE);
+    SDL_RenderClear(renderer);
+  }
+  SDL_RenderPresent(renderer);
+}
+
+bool CameraPreview::FitTexture() {
+  const platform::Size size{m_picture->width, m_picture->height};
+  if (m_texture != nullptr && m_textureSize == size) {
+    return true;
+  }
+  if (m_texture != nullptr) {
+    SDL_DestroyTexture(m_texture);
+  }
+  m_texture = SDL_CreateTexture(m_surface.Renderer(), SDL_PIXELFORMAT_YV12,
+                                SDL_TEXTUREACCESS_TARGET, size.width, size.height);
+  m_textureSize = size;
+  m_stale = true;
+  if (m_texture == nullptr) {
+    m_surface.GiveUp(SDL_GetError());
+  }
+  return m_texture != nullptr;
+}
+
+}  // namespace widgets
