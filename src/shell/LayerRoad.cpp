@@ -1,5 +1,8 @@
 #include "shell/LayerRoad.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "media/CMixFrame.h"
 #include "media/CSrcInterface.h"
 #include "output/CRender.h"
@@ -15,10 +18,25 @@ void End(CSrcInterface* node) {
   }
 }
 
+// Slots that stand nowhere in the order. An empty text does nothing but free its slot.
+void FreeUnlistedSlots(CRender* render) {
+  std::vector<int> order;
+  render->CopyLayerOrder(&order);
+  for (int slot = 0; slot < kLayerLimit; ++slot) {
+    if (std::find(order.begin(), order.end(), slot) == order.end()) {
+      render->SetLayerText(slot, 0, std::string());
+    }
+  }
+}
+
 }  // namespace
 
 int TakeSlot(CRender* render) {
-  const int slot = render->AddVideoInput();
+  int slot = render->AddVideoInput();
+  if (slot < 0 && render->LayerCount() < kLayerLimit) {
+    FreeUnlistedSlots(render);
+    slot = render->AddVideoInput();
+  }
   if (slot >= 0) {
     render->InsertLayer(slot, -1);
   }

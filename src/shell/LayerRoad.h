@@ -26,12 +26,16 @@ using LayerNodes = std::map<int, CSrcInterface*>;
 // Layers of one scene; the renderer and the monitor mixer are made with as many inputs.
 inline constexpr int kLayerLimit = 10;
 
-// Takes a slot on top of the order for a layer without pictures of its own (a text); -1 when all
-// are taken.
+// Takes a slot on top of the order for a layer without pictures of its own (a text); -1 when the
+// order is full.
+//
+// The renderer marks as taken the slot whose number the order's length gives, which need not be the
+// one that was appended, so a slot can be marked that no layer has. With none left, those are freed
+// first: or layers that failed to open would use up the scene, though nothing is in it.
 int TakeSlot(CRender* render);
 
 // Links node to the renderer at a slot of its own, on top of the order. Gives the slot, or -1 when
-// all are taken, with node unlinked and still the caller's.
+// the order is full, with node unlinked and still the caller's.
 int LinkLayer(CSrcInterface* node, CRender* render);
 
 // Links node's sound to the monitor mixer. With all of its inputs in use the sound goes nowhere.

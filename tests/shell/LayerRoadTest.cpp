@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <set>
 
 #include "media/CMixFrame.h"
 #include "media/CSrcInterface.h"
@@ -96,6 +97,29 @@ TEST_F(LayerRoad, TheNodeThatStillStandsAtASlotIsEndedBeforeTheNewOne) {
   EXPECT_EQ(m_deletions, 1);
   ASSERT_EQ(m_layers.size(), 1U);
   EXPECT_EQ(m_layers[3], second);
+}
+
+TEST_F(LayerRoad, SlotsThatNoLayerHasAreFreedBeforeALayerIsRefused) {
+  // Sources that never give a picture: each takes slot 0 again and marks one slot further on.
+  for (int layer = 0; layer < 3; ++layer) {
+    ASSERT_EQ(m_render.AddVideoInput(), 0);
+    m_render.InsertLayer(0, -1);
+    m_render.SetLayerText(0, 0, "");
+  }
+  for (int layer = 0; layer < 3; ++layer) {
+    m_render.RemoveLayer(0);
+  }
+  // Slots 1 and 2 are marked and nobody's. Layers that do show take what is left.
+  std::set<int> taken;
+  for (int layer = 0; layer < shell::kLayerLimit; ++layer) {
+    const int slot = shell::TakeSlot(&m_render);
+    m_render.SetLayerText(slot, 0xFF, "shown");
+    taken.insert(slot);
+  }
+  EXPECT_EQ(taken.size(), 10U);
+  EXPECT_EQ(*taken.begin(), 0);
+  EXPECT_EQ(shell::TakeSlot(&m_render), -1);
+  EXPECT_EQ(m_render.LayerCount(), 10);
 }
 
 TEST_F(LayerRoad, DroppingStopsAndDeletesEach) {
