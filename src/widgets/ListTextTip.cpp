@@ -18,10 +18,12 @@ ListTextTip::ListTextTip(QWidget* parent) : QDialog(parent) {
   setAttribute(Qt::WA_QuitOnClose, false);
   // It comes and goes with the mouse; the keyboard stays where it is.
   setAttribute(Qt::WA_ShowWithoutActivating);
+  ui.setupUi(this);
   QFont tipFont = font();
   tipFont.setPixelSize(kFontPixels);
   setFont(tipFont);
-  ui.setupUi(this);
+  // By itself: under a style sheet a label does not take its parent's font.
+  ui.label->setFont(tipFont);
   ui.label->setAttribute(Qt::WA_TranslucentBackground);
 }
 

@@ -1,5 +1,7 @@
 #include "widgets/TipText.h"
 
+#include <algorithm>
+
 namespace widgets {
 
 namespace {
@@ -7,6 +9,9 @@ namespace {
 constexpr int kChineseWidth = 12;
 constexpr int kStep = 160;
 constexpr int kLastLimit = 800;
+// Behind so many characters nobody reads on; one of no width at all could otherwise be measured for
+// minutes.
+constexpr int kMostCharacters = 600;
 
 // One character at that place; two units of UTF-16 where it takes them.
 QString CharacterAt(const QString& text, int at) {
@@ -24,7 +29,8 @@ QString TipText(const QString& text, const TextWidth& width) {
   }
   QString shown;
   int limit = kStep;
-  for (int at = first.size(); at < text.size() && limit <= kLastLimit;) {
+  const int end = std::min(text.size(), kMostCharacters);
+  for (int at = first.size(); at < end && limit <= kLastLimit;) {
     const QString character = CharacterAt(text, at);
     at += character.size();
     shown += character;

@@ -14,7 +14,8 @@ using TextWidth = std::function<int(const QString& text)>;
 
 // A name whose first character is 12 pixels wide is Chinese, and the label can break it anywhere:
 // it stays as it is. Any other name loses its first character and gets a blank at each step of 160
-// pixels, where the label can break it; it ends behind the fifth blank.
+// pixels, where the label can break it; it ends behind the fifth blank (a text of hardly any width
+// long after any that can be seen).
 QString TipText(const QString& text, const TextWidth& width);
 
 }  // namespace widgets
