@@ -1,5 +1,6 @@
 #include "widgets/ActivitiesWndDlg.h"
 
+#include <QShortcut>
 #include <iterator>
 
 #include "sources/DeviceCatalogue.h"
@@ -23,6 +24,12 @@ ActivitiesWndDlg::ActivitiesWndDlg(QWidget* parent) : QDialog(parent) {
   connect(ui.m_canBtn, &QPushButton::clicked, this, &ActivitiesWndDlg::SlotCancel);
   connect(ui.m_BtnExit, &QPushButton::clicked, this, &ActivitiesWndDlg::SlotCancel);
   connect(ui.listView, &SelWndList::sendCheck, this, &ActivitiesWndDlg::SlotRecvCheck);
+  // The list takes no focus, and the button that has it would move it on.
+  const auto* up = new QShortcut(Qt::Key_Up, this);
+  const auto* down = new QShortcut(Qt::Key_Down, this);
+  connect(up, &QShortcut::activated, this, [this] { ui.listView->StepTo(-1); });
+  connect(down, &QShortcut::activated, this, [this] { ui.listView->StepTo(1); });
+  ui.m_okBtn->setFocus(Qt::OtherFocusReason);
 
   DeviceCatalogue::Instance()->ListWindows(&windows);
   for (const auto& window : windows) {

@@ -1,8 +1,9 @@
 // Asks which of the open windows a new window layer is to capture.
 //
 // Flow: the constructor reads the windows that there are; later changes on the screen don't show in
-// the list. After exec gave Accepted the caller reads selectedWnd and selectedTitle; they are 0 and
-// empty when nothing was chosen. The window may have vanished meanwhile: whoever captures it copes.
+// the list. A press or the arrow keys choose a row. After exec gave Accepted the caller reads
+// selectedWnd and selectedTitle; they are 0 and empty when nothing was chosen. The window may have
+// vanished meanwhile: whoever captures it copes.
 //
 // Ownership: made by the shell for one use. Threads: user interface thread only.
 #ifndef ORVANE_WIDGETS_ACTIVITIESWNDDLG_H

@@ -2,11 +2,20 @@
 
 #include <QColorDialog>
 #include <QPointer>
+#include <QScrollBar>
 #include <QShowEvent>
 
 #include "widgets/theme/TitleButtons.h"
 
 namespace {
+
+const char kScrollBarStyle[] =
+    "QScrollBar:vertical{width:4px;background:#3d3f45;margin:0px;}"
+    "QScrollBar::handle:vertical{background:rgba(135,142,153,50%);border-radius:2px;"
+    "min-height:20px;}"
+    "QScrollBar::handle:vertical:hover{background:rgba(135,142,153,75%);}"
+    "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{width:0px;height:0px;}"
+    "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:#3d3f45;}";
 
 QString SwatchStyle(int red, int green, int blue) {
   return QStringLiteral("background-color: rgb(%1, %2, %3)").arg(red).arg(green).arg(blue);
@@ -21,8 +30,12 @@ CAddTextDlg::CAddTextDlg(QWidget* parent) : QDialog(parent) {
   setAttribute(Qt::WA_QuitOnClose, false);
   setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
   StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));
+  // An edge of its own, or the style would draw its button there in a pale shade of the colour.
+  setStyleSheet(QStringLiteral("QPushButton#m_chooseColorBtn{border:1px solid #5A5F66;}"));
   ui.m_chooseColorBtn->setStyleSheet(QStringLiteral("background-color:#ffffff"));
   ui.textEdit->setPlainText(text);
+  // On the bar itself: its window's style sheet would give it a background and no shape.
+  ui.textEdit->verticalScrollBar()->setStyleSheet(QLatin1String(kScrollBarStyle));
   colorStyle = SwatchStyle(0, 0, 0);
 
   connect(ui.m_ok, &QPushButton::clicked, this, &CAddTextDlg::SlotOK);

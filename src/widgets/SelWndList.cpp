@@ -1,6 +1,7 @@
 #include "widgets/SelWndList.h"
 
 #include <QStandardItemModel>
+#include <algorithm>
 
 #include "widgets/SelWndItemDelegate.h"
 #include "widgets/WndItemData.h"
@@ -12,11 +13,14 @@ constexpr QSize kRow(460, 30);
 
 const char kStyle[] =
     "QListView{background-color:#282A30;border:0px solid #282A30;margin:0px;padding:0px;}"
-    "QScrollBar:vertical{width:4px;background:transparent;margin:0px;padding:0px;}"
-    "QScrollBar::handle:vertical{width:4px;background:rgba(135,142,153,25%);border-radius:2px;"
-    "min-height:20px;}"
-    "QScrollBar::handle:vertical:hover{background:rgba(135,142,153,50%);}"
-    "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{width:0px;height:0px;}"
+    "QScrollBar:vertical{width:4px;background:transparent;margin:0px;padding-top:5px;"
+    "padding-bottom:5px;}"
+    "QScrollBar::handle:vertical{background:rgba(135,142,153,25%);border-radius:2px;"
+    "min-height:20;}"
+    "QScrollBar::handle:vertical:hover{background:rgba(135,142,153,50%);border-radius:2px;"
+    "min-height:20;}"
+    "QScrollBar::add-line:vertical{width:0px;height:0px;}"
+    "QScrollBar::sub-line:vertical{width:0px;height:0px;}"
     "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:#282A30;}";
 
 }  // namespace
@@ -47,10 +51,20 @@ SelWndList::SelWndList(QWidget* parent)
 void SelWndList::AddItem(bool check, QString title, QSize size) {
   auto* item = new QStandardItem;
   item->setFont(QFont(QStringLiteral("微软雅黑"), 10, 1));
+  item->setAccessibleText(title);
   item->setData(QVariant::fromValue(WndItemData{std::move(title), check}), kDataRole);
   item->setSizeHint(size);
   model->appendRow(item);
   update();
+}
+
+void SelWndList::StepTo(int rows) {
+  if (model->rowCount() == 0) {
+    return;
+  }
+  const int row = std::clamp(currentIndex().row() + rows, 0, model->rowCount() - 1);
+  setCurrentIndex(model->index(row, 0));
+  checkSlot(currentIndex());
 }
 
 void SelWndList::checkSlot(QModelIndex index) {

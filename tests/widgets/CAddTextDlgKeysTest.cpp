@@ -1,0 +1,177 @@
+// The text dialog under the keyboard, a screen reader and an impatient hand.
+#include <gtest/gtest.h>
+
+#include <QAccessible>
+#include <QApplication>
+#include <QColorDialog>
+#include <QPushButton>
+#include <QSet>
+#include <QTest>
+#include <QTextEdit>
+#include <QTimer>
+#include <functional>
+#include <string>
+
+#include "widgets/CAddTextDlg.h"
+#include "widgets/DialogHand.h"
+
+namespace {
+
+using support::Button;
+using support::Click;
+using support::Exec;
+
+QTextEdit* Field(const QWidget& dialog) {
+  return dialog.findChild<QTextEdit*>(QStringLiteral("textEdit"));
+}
+
+// Presses the button of the colour while a hand answers each colour dialog that opens. The number
+// of those.
+int ChooseColour(CAddTextDlg* dialog, const std::function<void(QColorDialog*)>& answer) {
+  int opened = 0;
+  QTimer hand;
+  QObject::connect(&hand, &QTimer::timeout, [&] {
+    if (auto* colours = qobject_cast<QColorDialog*>(QApplication::activeModalWidget())) {
+      ++opened;
+      answer(colours);
+    }
+  });
+  hand.start(0);
+  Click(*dialog, "m_chooseColorBtn");
+  return opened;
+}
+
+void SendKey(QWidget* widget, QEvent::Type type, int key, const QString& text, bool repeated) {
+  QKeyEvent event(type, key, Qt::NoModifier, text, repeated);
+  QApplication::sendEvent(widget, &event);
+}
+
+}  // namespace
+TEST(CAddTextDlg, TabWalksFromTheFieldThroughEveryControlAndBackAgain) {
+  CAddTextDlg dialog;
+  Exec(&dialog, [&] {
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    QStringList walked;
+    for (int step = 0; step < 6; ++step) {
+      walked.append(QApplication::focusWidget()->objectName());
+      QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    EXPECT_EQ(walked, (QStringList{"textEdit", "m_chooseColorBtn", "m_cancelBtn", "m_ok",
+                                   "m_BtnExit", "textEdit"}));
+    EXPECT_TRUE(Field(dialog)->toPlainText().isEmpty());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_EQ(QApplication::focusWidget()->objectName(), QStringLiteral("textEdit"));
+    dialog.reject();
+  });
+}
+
+TEST(CAddTextDlg, EachOpeningStartsInTheField) {
+  CAddTextDlg dialog;
+  for (int opening = 0; opening < 2; ++opening) {
+    Exec(&dialog, [&] {
+      EXPECT_EQ(dialog.focusWidget(), Field(dialog));
+      Button(dialog, "m_cancelBtn")->setFocus();
+      Click(dialog, "m_ok");
+    });
+  }
+}
+
+TEST(CAddTextDlg, EnterMeansTheOneButtonWhateverElseHasTheFocus) {
+  for (const char* name : {"m_chooseColorBtn", "m_cancelBtn", "m_ok", "m_BtnExit"}) {
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+      CAddTextDlg dialog;
+      Field(dialog)->setPlainText(QStringLiteral("text"));
+      const int result = Exec(&dialog, [&] {
+        Button(dialog, name)->setFocus();
+        QTest::keyClick(Button(dialog, name), key);
+        if (dialog.isVisible()) {
+          dialog.reject();
+        }
+      });
+      EXPECT_EQ(result, QDialog::Accepted) << name;
+      EXPECT_EQ(dialog.text, QStringLiteral("text")) << name;
+      EXPECT_EQ(dialog.color, 255u) << name;
+    }
+  }
+}
+
+TEST(CAddTextDlg, AFocusedButtonIsPressedByTheSpaceBar) {
+  CAddTextDlg dialog;
+  EXPECT_EQ(Exec(&dialog, [&] { QTest::keyClick(Button(dialog, "m_ok"), Qt::Key_Space); }),
+            QDialog::Accepted);
+  EXPECT_EQ(Exec(&dialog, [&] { QTest::keyClick(Button(dialog, "m_cancelBtn"), Qt::Key_Space); }),
+            QDialog::Rejected);
+}
+
+TEST(CAddTextDlg, EveryControlHasAnAccessibleName) {
+  CAddTextDlg dialog;
+  const QList<QWidget*> children = dialog.findChildren<QWidget*>();
+  QSet<QString> named;
+  for (QWidget* child : children) {
+    if ((child->focusPolicy() & Qt::TabFocus) != 0 && !child->objectName().startsWith("qt_")) {
+      const QAccessibleInterface* spoken = QAccessible::queryAccessibleInterface(child);
+      ASSERT_NE(spoken, nullptr);
+      EXPECT_FALSE(spoken->text(QAccessible::Name).isEmpty()) << qPrintable(child->objectName());
+      named.insert(child->objectName());
+    }
+  }
+  EXPECT_EQ(named.size(), 5);
+}
+
+TEST(CAddTextDlg, ADoubleClickEndsItOnce) {
+  for (const char* name : {"m_ok", "m_cancelBtn", "m_BtnExit"}) {
+    CAddTextDlg dialog;
+    EXPECT_EQ(support::EndsOfADoubleClick(&dialog, name), 1) << name;
+    EXPECT_EQ(dialog.result() == QDialog::Accepted, name == std::string("m_ok")) << name;
+  }
+}
+
+TEST(CAddTextDlg, ADoubleClickOnTheSwatchOpensOneColourDialog) {
+  CAddTextDlg dialog;
+  dialog.show();
+  QPushButton* swatch = Button(dialog, "m_chooseColorBtn");
+  const int opened = ChooseColour(&dialog, [&](QColorDialog* colours) {
+    QTest::mouseDClick(dialog.windowHandle(), Qt::LeftButton, Qt::NoModifier,
+                       swatch->mapTo(&dialog, swatch->rect().center()));
+    EXPECT_EQ(QApplication::activeModalWidget(), colours);
+    colours->reject();
+  });
+  EXPECT_EQ(opened, 1);
+  EXPECT_EQ(dialog.color, 255u);
+}
+
+TEST(CAddTextDlg, AHeldKeyPressesAButtonOnce) {
+  CAddTextDlg dialog;
+  dialog.show();
+  QPushButton* swatch = Button(dialog, "m_chooseColorBtn");
+  int clicks = 0;
+  QObject::connect(swatch, &QPushButton::pressed, [&clicks] { ++clicks; });
+  SendKey(swatch, QEvent::KeyPress, Qt::Key_Space, QStringLiteral(" "), false);
+  for (int repeat = 0; repeat < 10; ++repeat) {
+    SendKey(swatch, QEvent::KeyRelease, Qt::Key_Space, QStringLiteral(" "), true);
+    SendKey(swatch, QEvent::KeyPress, Qt::Key_Space, QStringLiteral(" "), true);
+  }
+  EXPECT_EQ(clicks, 1);
+  EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
+TEST(CAddTextDlg, AHeldEnterEndsItOnce) {
+  CAddTextDlg dialog;
+  int ends = 0;
+  QObject::connect(&dialog, &QDialog::finished, [&ends] { ++ends; });
+  const int result = Exec(&dialog, [&] {
+    QPushButton* ok = Button(dialog, "m_ok");
+    ok->setFocus();
+    SendKey(ok, QEvent::KeyPress, Qt::Key_Return, QStringLiteral("\r"), false);
+    for (int repeat = 0; repeat < 10 && dialog.isVisible(); ++repeat) {
+      SendKey(ok, QEvent::KeyPress, Qt::Key_Return, QStringLiteral("\r"), true);
+    }
+  });
+  EXPECT_EQ(result, QDialog::Accepted);
+  EXPECT_EQ(ends, 1);
+}
+
+TEST(CAddTextDlg, IsMovedByItsTitleArea) {
+  CAddTextDlg dialog;
+  support::ExpectMovedByItsTitleArea(&dialog);
+}
