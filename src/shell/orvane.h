@@ -1,7 +1,7 @@
 // The main window, and the owner of every node of the media graph.
 //
-// What it does is split by concern over files of their own: orvane_window.cpp (the window and the
-// preview surface), orvane_login.cpp (the login and the change of account), orvane_graph.cpp (the
+// What it does is split by concern over files of their own: orvane_window.cpp (the window, its look
+// and its closing), orvane_login.cpp (the login and the change of account), orvane_graph.cpp (the
 // fixed part of the graph, from its assembly to its end), orvane_layers.cpp (the layers of the
 // scene).
 //
@@ -10,6 +10,10 @@
 // outlives CloseGraph. A change of account that ends without a login closes the graph and leaves
 // the process with status 0.
 //
+// Ownership: every node and every dialog here is the window's; an effect belongs to the dialog that
+// it was given to, so that a dialog made anew leaves its effect's pointer dangling. Nobody
+// dereferences it: it only tells that the one shadow has been given.
+//
 // Threads: everything here runs on the user interface thread; the nodes bring their own workers.
 //
 // Failure: the machine may lack anything. A source that does not open leaves its layer without a
@@ -17,23 +21,39 @@
 #ifndef ORVANE_SHELL_ORVANE_H
 #define ORVANE_SHELL_ORVANE_H
 
+#include <QMenu>
+#include <QPixmap>
+#include <QPoint>
+#include <QRect>
 #include <QSize>
+#include <QTime>
 #include <QTimer>
 #include <QWidget>
+#include <cstdint>
 #include <string>
 
 #include "shell/FixedRoad.h"
 #include "shell/LayerRoad.h"
+#include "shell/PreviewRules.h"
+#include "ui_orvane.h"
+#include "widgets/ListTextTip.h"
 
+class ActivitiesWndDlg;
 class BackendClient;
+class CAddTextDlg;
+class CCamDlg;
+class CEncoder;
+class CInputDev;
 class CInputSlience;
 class CLoginDlg;
 class CMixFrame;
+class CMixOut;
 class CRender;
 class CustomShadowEffect;
 class DeviceCatalogue;
-class LoginInfoControl;
-class QLabel;
+class QAction;
+class QNetworkReply;
+class SelectActivities;
 
 class orvane : public QWidget {
   Q_OBJECT
@@ -52,34 +72,88 @@ class orvane : public QWidget {
   void CloseGraph();
 
  public slots:
-  // Fixes the preview to that size and tells the renderer.
+  // Fixes the preview to that size, the list to its height, and tells the renderer.
   void SlotSetRenderSize(QSize& newSize);
+  void SlotIndexChanged(QString str);
   // A layer of the full desktop on top of the scene.
   void SlotAddDesk();
+  // Closes the window, but not while a broadcast runs.
+  void SlotClose();
+  void RecvChangeSignal(int frist, int second);
+  // Keeps a picture that was fetched. The reply stays the caller's.
+  void replyFinished(QNetworkReply* reply);
   // Another account: logs out, forgets the saved account, and asks for a login again. A broadcast
   // goes on meanwhile, on purpose: the notice that tells so is no guard here.
   void SlotLoginChange();
 
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
  private:
   void InitUi();
+  void FillMenus();
+  void InitStyle();
+  void ConnectUi();
   void CenterOnScreen();
   void ConnectSurfaceToRender();
   shell::FixedNodes FixedNodes() { return {m_mixFrame, m_silence, m_render}; }
   void AddDefaultLayers();
   void AddCameraLayer(const std::string& device, bool autoFit);
 
-  QLabel* m_renderWgt = nullptr;       // the preview surface; a child of the window
-  LoginInfoControl* widget = nullptr;  // the account, in the title row; a child of the window
-  bool m_isLiving = false;             // a broadcast is running
-  CustomShadowEffect* m_loginShadow = nullptr;  // owned by the login dialog once it has it
+  Ui::orvaneClass ui;
+
+  // The mouse on the window and the preview.
+  QPoint m_dragFrom;
+  QPoint m_dragTo;
+  bool m_wndDrag = false;    // the window is being dragged
+  bool m_leftDown = false;   // the left button is held
+  bool m_maximised = false;  // by this program, not by the window manager
+  QRect m_normalRect;        // the geometry to come back to
+
+  QMenu m_WndMenu;  // of whole screens, cameras and windows
+  QAction* m_actAddDesk = nullptr;
+  QAction* m_actAddCamera = nullptr;
+  QAction* m_actAddWindow = nullptr;
+  QMenu m_TuCMenu;  // of texts, pictures and files
+  QAction* m_actAddText = nullptr;
+  QAction* m_actAddPic = nullptr;
+  QAction* m_actAddFile = nullptr;
+
+  bool m_layerMoved = false;     // the mouse moved with the button held
+  std::int32_t m_dragMode = -1;  // -1 nothing, 0 move, 1 top left corner, 2 bottom right corner
+  bool m_isLiving = false;       // a broadcast is running
+  QTime m_liveTime{0, 0, 0, 0};  // since its start
+  QTimer m_liveTimer;            // a second each, while it runs
+
+  CAddTextDlg* m_textDlg = nullptr;  // these four made at their first use
+  CCamDlg* m_camDlg = nullptr;
+  SelectActivities* m_actDlg = nullptr;  // kept: it holds the chosen activity
+  ActivitiesWndDlg* m_wndDlg = nullptr;
+  CustomShadowEffect* m_actShadow = nullptr;
+  CustomShadowEffect* m_camShadow = nullptr;
+  CustomShadowEffect* m_wndShadow = nullptr;
+  CustomShadowEffect* m_textShadow = nullptr;
+  CustomShadowEffect* m_loginShadow = nullptr;
+
   DeviceCatalogue* m_catalogue = nullptr;
   CMixFrame* m_mixFrame = nullptr;     // built in InitGraph
   CInputSlience* m_silence = nullptr;  // built in InitGraph
   CRender* m_render = nullptr;         // built in InitGraph
-  CLoginDlg* m_loginDlg = nullptr;     // made at the first login and kept
-  BackendClient* m_backend = nullptr;  // the one static object
+  CEncoder* m_encoder = nullptr;       // exists while live
   shell::LayerNodes m_layers;          // every layer that has a node
-  QTimer m_surfaceEvents;              // empties what SDL queues for the preview's native window
+  CLoginDlg* m_loginDlg = nullptr;     // made at the first login and kept
+  QPoint m_pressPos;                   // the last press at or below the preview's top
+  shell::Rect m_pressRect;             // the selected layer at that press
+  BackendClient* m_backend = nullptr;  // the one static object
+  QPixmap m_adPixmap;
+  CMixOut* m_mixOut = nullptr;      // exists while live with a microphone
+  CInputDev* m_mic = nullptr;       // the same
+  CInputDev* m_loopback = nullptr;  // exists while live
+
+  ListTextTip m_tip;
+  bool m_tipShown = false;
+
+  QTimer m_surfaceEvents;  // empties what SDL queues for the preview's native window
 };
 
 #endif

@@ -26,7 +26,7 @@ void orvane::InitGraph() {
   connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });
   m_surfaceEvents.start(kSurfaceEventsMs);
   AddDefaultLayers();
-  widget->SetLoginInfo(m_catalogue->userName, QPixmap());
+  ui.widget->SetLoginInfo(m_catalogue->userName, QPixmap());
 }
 
 void orvane::CloseGraph() {

@@ -44,5 +44,5 @@ void orvane::SlotLoginChange() {
     std::exit(0);
   }
   show();
-  widget->SetLoginInfo(m_catalogue->userName, QPixmap());
+  ui.widget->SetLoginInfo(m_catalogue->userName, QPixmap());
 }

@@ -1,27 +1,50 @@
-// The window and its preview surface.
+// The window: its form and look, its place and shape, its closing, and the preview surface.
+#include <QBitmap>
 #include <QGuiApplication>
-#include <QHBoxLayout>
-#include <QLabel>
+#include <QNetworkReply>
+#include <QPainter>
 #include <QScreen>
-#include <QVBoxLayout>
 #include <cstdio>
 
 #include "backend/BackendClient.h"
 #include "output/CRender.h"
 #include "shell/CEvent.h"
 #include "shell/Libraries.h"
+#include "shell/WindowStyle.h"
 #include "shell/orvane.h"
 #include "sources/DeviceCatalogue.h"
 #include "widgets/CLoginDlg.h"
-#include "widgets/LoginInfoControl.h"
+#include "widgets/theme/InformationDlg.h"
 
 namespace {
 
-constexpr QSize kPreviewSize(960, 540);
+constexpr int kListWidth = 290;
+constexpr int kListHeight = 540;
+constexpr int kTitleWidth = 200;
+constexpr int kCornerRadius = 10;
+const QSize kWindowSize(1280, 720);
+const QColor kBackground(40, 42, 48, 255);
+
+constexpr std::uint32_t kLivingNotice = 3;
+
+void Fix(QWidget* widget, const QSize& size) {
+  widget->setMinimumSize(size);
+  widget->setMaximumSize(size);
+  widget->resize(size);
+}
+
+QAction* AddEntry(QMenu* menu, const QString& text) {
+  QAction* entry = menu->addAction(text);
+  menu->addSeparator();
+  return entry;
+}
 
 }  // namespace
 
 orvane::orvane(QWidget* parent) : QWidget(parent) {
+  ui.setupUi(this);
+  setAttribute(Qt::WA_StyledBackground);
+  setAttribute(Qt::WA_MouseTracking);
   InitUi();
   m_catalogue = DeviceCatalogue::Instance();
   m_backend = BackendClient::Instance();
@@ -38,30 +61,43 @@ orvane::~orvane() {
 }
 
 void orvane::InitUi() {
-  setAttribute(Qt::WA_StyledBackground);
-  setWindowTitle("orvane");
-  setStyleSheet("QWidget{background-color:#282A30;}");
-
-  m_renderWgt = new QLabel;
-  m_renderWgt->setObjectName("m_renderWgt");
-  m_renderWgt->setMinimumSize(kPreviewSize);
-  m_renderWgt->setStyleSheet("QLabel{color:#B4BECC;background-color:#000000;}");
-  // The renderer draws into the label's own native window: nothing of Qt's may paint over it.
-  m_renderWgt->setAttribute(Qt::WA_NativeWindow);
-  m_renderWgt->setAttribute(Qt::WA_OpaquePaintEvent);
-
-  widget = new LoginInfoControl;
-  widget->setObjectName("widget");
-  auto* headLayout = new QHBoxLayout;
-  headLayout->addStretch();
-  headLayout->addWidget(widget);
-
-  auto* layout = new QVBoxLayout(this);
-  layout->setContentsMargins(11, 11, 11, 11);
-  layout->addLayout(headLayout);
-  layout->addWidget(m_renderWgt);
-  adjustSize();
+  resize(kWindowSize);
   CenterOnScreen();
+  ui.m_titleLogo->setText(QStringLiteral("柯维直播助手"));
+  ui.m_titleLogo->setMinimumWidth(kTitleWidth);
+  ui.m_tabLayer->setFixedSize(kListWidth, kListHeight);
+  // The renderer draws into the label's own native window: nothing of Qt's may paint over it.
+  ui.m_renderWgt->setAttribute(Qt::WA_OpaquePaintEvent);
+  FillMenus();
+  InitStyle();
+  ui.activitiesTitleLabel->hide();
+  ui.m_reselectBtn->hide();
+  ui.startTime->setText(m_liveTime.toString(QStringLiteral("hh:mm:ss")));
+  ui.startTime->hide();
+  ui.m_LiveBtn->hide();
+  ConnectUi();
+}
+
+void orvane::FillMenus() {
+  m_actAddDesk = AddEntry(&m_WndMenu, QStringLiteral("全屏桌面"));
+  m_actAddCamera = AddEntry(&m_WndMenu, QStringLiteral("摄像头"));
+  m_actAddWindow = AddEntry(&m_WndMenu, QStringLiteral("窗口捕获"));
+  m_actAddText = AddEntry(&m_TuCMenu, QStringLiteral("文本"));
+  m_actAddPic = AddEntry(&m_TuCMenu, QStringLiteral("图片"));
+  m_actAddFile = AddEntry(&m_TuCMenu, QStringLiteral("视频"));
+}
+
+void orvane::InitStyle() {
+  shell::StyleWindow(this, ui);
+  shell::StyleMenu(&m_WndMenu, shell::kWndMenuItemPadding);
+  shell::StyleMenu(&m_TuCMenu, shell::kTuCMenuItemPadding);
+}
+
+// In the order in which the slots of one signal are to run.
+void orvane::ConnectUi() {
+  connect(ui.m_BtnExit, &QPushButton::clicked, this, &orvane::SlotClose);
+  connect(ui.m_BtnMin, &QPushButton::clicked, this, &orvane::showMinimized);
+  connect(m_actAddDesk, &QAction::triggered, this, &orvane::SlotAddDesk);
 }
 
 void orvane::CenterOnScreen() {
@@ -70,16 +106,46 @@ void orvane::CenterOnScreen() {
 }
 
 void orvane::SlotSetRenderSize(QSize& newSize) {
-  m_renderWgt->setMinimumSize(newSize);
-  m_renderWgt->setMaximumSize(newSize);
-  m_renderWgt->resize(newSize);
+  Fix(ui.m_renderWgt, newSize);
+  Fix(ui.m_tabLayer, QSize(kListWidth, newSize.height()));
   ConnectSurfaceToRender();
 }
 
 void orvane::ConnectSurfaceToRender() {
   // The renderer counts device pixels, the widgets logical ones.
-  const qreal scale = m_renderWgt->devicePixelRatioF();
-  m_render->windowHandle = m_renderWgt->winId();
+  const qreal scale = ui.m_renderWgt->devicePixelRatioF();
+  m_render->windowHandle = ui.m_renderWgt->winId();
   m_render->previewSize =
-      QSize(qRound(m_renderWgt->width() * scale), qRound(m_renderWgt->height() * scale));
+      QSize(qRound(ui.m_renderWgt->width() * scale), qRound(ui.m_renderWgt->height() * scale));
+}
+
+void orvane::SlotClose() {
+  if (m_isLiving) {
+    InformationDlg(kLivingNotice, QString()).exec();
+    return;
+  }
+  close();
+}
+
+void orvane::SlotIndexChanged(QString /*str*/) {}
+
+void orvane::RecvChangeSignal(int /*frist*/, int /*second*/) {}
+
+void orvane::replyFinished(QNetworkReply* reply) {
+  if (reply->error() == QNetworkReply::NoError) {
+    m_adPixmap.loadFromData(reply->readAll());
+  }
+}
+
+// The window has round corners wherever it stands, with a compositor or without.
+void orvane::paintEvent(QPaintEvent* event) {
+  QBitmap shape(size());
+  shape.fill(Qt::white);
+  QPainter painter(&shape);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(kBackground);
+  painter.drawRoundedRect(rect(), kCornerRadius, kCornerRadius);
+  painter.end();
+  setMask(shape);
+  QWidget::paintEvent(event);
 }
