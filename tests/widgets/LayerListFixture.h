@@ -28,6 +28,11 @@ class LayerList : public MyListView {
     setFixedSize(290, 540);
     show();
   }
+  // Qt keeps the widget that let a drag in until the drag has left it.
+  ~LayerList() override {
+    QDragLeaveEvent event;
+    QApplication::sendEvent(viewport(), &event);
+  }
 
   QAbstractItemModel* Rows() const { return QListView::model(); }
   QModelIndex At(int row) const { return Rows()->index(row, 0); }
