@@ -30,6 +30,7 @@
 #include <QTimer>
 #include <QWidget>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "shell/FixedRoad.h"
@@ -49,11 +50,16 @@ class CLoginDlg;
 class CMixFrame;
 class CMixOut;
 class CRender;
+class CSrcInterface;
 class CustomShadowEffect;
 class DeviceCatalogue;
 class QAction;
 class QNetworkReply;
 class SelectActivities;
+
+namespace shell {
+struct FileQuestion;
+}
 
 class orvane : public QWidget {
   Q_OBJECT
@@ -77,14 +83,35 @@ class orvane : public QWidget {
   void SlotIndexChanged(QString str);
   // A layer of the full desktop on top of the scene.
   void SlotAddDesk();
+  // The other kinds, each chosen in a dialog. A cancelled one adds nothing; at ten layers a notice
+  // comes in its place.
+  void SlotAddCamera();
+  void SlotAddWindow();
+  void SlotAddText();
+  void SlotAddPic();
+  void SlotAddFile();
+  // Run the menu above its button.
+  void OpenWndMenu();
+  void OpenTuCMenu();
   // Closes the window, but not while a broadcast runs.
   void SlotClose();
   void RecvChangeSignal(int frist, int second);
+  // Asks at that place of the screen whether the row's layer is to go.
+  void RecvDeleteSignal(int row, int kind, QPoint point);
+  void SlotDeleteItem(int row);
+  // Two rows change places; a row of -1 is no layer, and the scene stays as it is.
+  void SlotChangeItem(int fristRow, int secondRow);
+  // Another text and colour for a text layer.
+  void SlotEditItem(int row);
+  void SlotvisibleSignal(int row, bool vis);
   // Keeps a picture that was fetched. The reply stays the caller's.
   void replyFinished(QNetworkReply* reply);
   // Another account: logs out, forgets the saved account, and asks for a login again. A broadcast
   // goes on meanwhile, on purpose: the notice that tells so is no guard here.
   void SlotLoginChange();
+  // A row's whole name beside the mouse. While one shows, a further call changes nothing.
+  void RecvStatusTip(QString str, QPoint point);
+  void RecvHideStatusTip();
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -98,8 +125,18 @@ class orvane : public QWidget {
   void ConnectSurfaceToRender();
   shell::FixedNodes FixedNodes() { return {m_mixFrame, m_silence, m_render}; }
   void AddDefaultLayers();
-  void AddCameraLayer(const std::string& device, bool autoFit);
+  void OpenMenu(QMenu* menu, const QWidget* button);
+  bool MayAddLayer();
+  void MakeTextDialog();
+  std::string AskForFile(const shell::FileQuestion& question);
+  void AddSource(CSrcInterface* node, const QString& name,
+                 const std::function<void(int)>& beforeStart = {});
+  void AddTextLayer(const QString& text, std::uint32_t color);
+  void ListLayer(int slot, CSrcInterface* node, const QString& text, int kind);
+  int PositionOf(int row) const;
 
+ protected:
+  // What is kept in step, for tests to look at.
   Ui::orvaneClass ui;
 
   // The mouse on the window and the preview.

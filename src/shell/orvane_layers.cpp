@@ -1,45 +1,246 @@
-// The layers of the scene.
+// The layers of the scene: a row of the list, a slot of the renderer and a node in m_layers, kept
+// in step. Rows count from the top, the drawing order from the bottom.
+#include <QFileDialog>
+
+#include "media/CSrcInterface.h"
 #include "output/CRender.h"
+#include "shell/LayerRules.h"
 #include "shell/orvane.h"
 #include "sources/CInputDev.h"
+#include "sources/CInputFile.h"
+#include "sources/CInputPic.h"
+#include "sources/CWndCapture.h"
 #include "sources/DeviceCatalogue.h"
+#include "widgets/ActivitiesWndDlg.h"
+#include "widgets/CAddTextDlg.h"
+#include "widgets/CCamDlg.h"
+#include "widgets/theme/CustomShadowEffect.h"
+#include "widgets/theme/DeleteItemConfimDlg.h"
+#include "widgets/theme/InformationDlg.h"
 
 namespace {
 
 constexpr int kRgb24 = 2;  // AV_PIX_FMT_RGB24, what the renderer stacks
+constexpr std::uint32_t kTextNotice = 0;
+
+// Shadows the first dialog that comes here with that pointer. The effect goes with its dialog and
+// the pointer stays set, so that no later dialog has one.
+void ShadowFirst(QWidget* dialog, CustomShadowEffect** effect, QWidget* window) {
+  if (*effect == nullptr) {
+    *effect = new CustomShadowEffect(window);
+    ApplyDialogShadow(dialog, *effect);
+  }
+}
+
+CInputDev* NewCamera(const std::string& device) {
+  return new CInputDev(false, device, 0, 0, kRgb24);
+}
 
 }  // namespace
+
+// Menus.
+
+void orvane::OpenWndMenu() {
+  OpenMenu(&m_WndMenu, ui.m_AddWinBtn);
+}
+
+void orvane::OpenTuCMenu() {
+  OpenMenu(&m_TuCMenu, ui.m_AddTuC);
+}
+
+void orvane::OpenMenu(QMenu* menu, const QWidget* button) {
+  m_WndMenu.close();
+  m_TuCMenu.close();
+  menu->exec(shell::MenuPlace(mapToGlobal(button->pos())));
+}
+
+// New layers.
+
+bool orvane::MayAddLayer() {
+  if (!shell::SceneIsFull(ui.m_tabLayer->RowCount())) {
+    return true;
+  }
+  InformationDlg(kTextNotice, shell::SceneIsFullText(), this).exec();
+  return false;
+}
+
+void orvane::ListLayer(int slot, CSrcInterface* node, const QString& text, int kind) {
+  ui.m_tabLayer->AddRow(true, text, shell::kRowSize, kind);
+  shell::KeepLayer(&m_layers, slot, node);
+}
+
+// beforeStart is given the slot.
+void orvane::AddSource(CSrcInterface* node, const QString& name,
+                       const std::function<void(int)>& beforeStart) {
+  const int slot = shell::LinkLayer(node, m_render);
+  if (slot < 0) {
+    delete node;
+    return;
+  }
+  if (beforeStart) {
+    beforeStart(slot);
+  }
+  // A source that does not open tells the log; its layer is listed and stays empty.
+  node->Start();
+  ListLayer(slot, node, name, shell::kPictureRow);
+}
+
+void orvane::SlotAddDesk() {
+  if (MayAddLayer()) {
+    AddSource(new CInputDev(false, m_catalogue->VideoDevice(0).toStdString(),
+                            m_catalogue->renderWidth, m_catalogue->renderHeight, kRgb24),
+              shell::DeskName());
+  }
+  m_WndMenu.close();
+}
+
+void orvane::SlotAddCamera() {
+  if (MayAddLayer()) {
+    delete m_camDlg;
+    m_camDlg = new CCamDlg(this);
+    ShadowFirst(m_camDlg, &m_camShadow, this);
+    if (m_camDlg->exec() == QDialog::Accepted && !m_camDlg->DeviceName().empty()) {
+      AddSource(NewCamera(m_camDlg->DeviceName()), shell::CameraName());
+    }
+  }
+  m_WndMenu.close();
+}
+
+void orvane::SlotAddWindow() {
+  if (MayAddLayer()) {
+    delete m_wndDlg;
+    m_wndDlg = new ActivitiesWndDlg(this);
+    ShadowFirst(m_wndDlg, &m_wndShadow, this);
+    if (m_wndDlg->exec() == QDialog::Accepted) {
+      AddSource(new CWndCapture(m_wndDlg->selectedWnd), m_wndDlg->selectedTitle);
+    }
+  }
+  m_WndMenu.close();
+}
+
+void orvane::SlotAddText() {
+  if (MayAddLayer()) {
+    MakeTextDialog();
+    ShadowFirst(m_textDlg, &m_textShadow, this);
+    if (m_textDlg->exec() == QDialog::Accepted) {
+      AddTextLayer(m_textDlg->text, m_textDlg->color);
+    }
+  }
+  m_TuCMenu.close();
+}
+
+// The overlay in the renderer draws the text: the node has no thread, it only stands for the layer.
+void orvane::AddTextLayer(const QString& text, std::uint32_t color) {
+  const int slot = shell::TakeSlot(m_render);
+  if (slot < 0) {
+    return;
+  }
+  m_render->SetLayerText(slot, color, text.toStdString());
+  ListLayer(slot, new CSrcInterface(0, 1), text, shell::kTextRow);
+}
+
+void orvane::SlotAddPic() {
+  if (MayAddLayer()) {
+    const std::string path = AskForFile(shell::PictureQuestion());
+    if (!path.empty()) {
+      AddSource(new CInputPic(path), shell::PictureName());
+    }
+  }
+  m_TuCMenu.close();
+}
+
+void orvane::SlotAddFile() {
+  if (MayAddLayer()) {
+    const std::string path = AskForFile(shell::MediaQuestion());
+    if (!path.empty()) {
+      auto* node = new CInputFile(path);
+      AddSource(node, shell::FileName(), [&](int) { shell::LinkLayerSound(node, m_mixFrame); });
+    }
+  }
+  m_TuCMenu.close();
+}
+
+std::string orvane::AskForFile(const shell::FileQuestion& question) {
+  QFileDialog dialog(this, question.caption, QString(), question.filter);
+  return dialog.exec() == QDialog::Accepted ? shell::FirstPath(dialog.selectedFiles())
+                                            : std::string();
+}
+
+void orvane::MakeTextDialog() {
+  if (m_textDlg == nullptr) {
+    m_textDlg = new CAddTextDlg(this);
+  }
+}
 
 void orvane::AddDefaultLayers() {
   SlotAddDesk();
   const QString camera = m_catalogue->VideoDevice(1);
   if (!camera.isEmpty()) {
-    AddCameraLayer(camera.toStdString(), true);
+    // It takes the corner with its first picture.
+    AddSource(NewCamera(camera.toStdString()), shell::CameraName(),
+              [this](int slot) { m_render->SetLayerAutoFit(slot, 1); });
+  }
+  connect(ui.m_tabLayer, &MyListView::changeItem, this, &orvane::SlotChangeItem);
+  connect(ui.m_tabLayer, &MyListView::editItem, this, &orvane::SlotEditItem);
+  connect(ui.m_tabLayer, &MyListView::visibleSignal, this, &orvane::SlotvisibleSignal);
+}
+
+// What the list asks for.
+
+int orvane::PositionOf(int row) const {
+  return shell::PositionOfRow(ui.m_tabLayer->RowCount(), row);
+}
+
+void orvane::RecvDeleteSignal(int row, int kind, QPoint point) {
+  DeleteItemConfimDlg question(kind);
+  question.move(shell::PanelPlace(point));
+  if (question.exec() == QDialog::Accepted) {
+    SlotDeleteItem(row);
   }
 }
 
-void orvane::SlotAddDesk() {
-  auto* node = new CInputDev(false, m_catalogue->VideoDevice(0).toStdString(),
-                             m_catalogue->renderWidth, m_catalogue->renderHeight, kRgb24);
-  const int slot = shell::LinkLayer(node, m_render);
-  if (slot < 0) {
-    delete node;
-    return;
-  }
-  node->Start();
-  shell::KeepLayer(&m_layers, slot, node);
+void orvane::SlotDeleteItem(int row) {
+  const int position = PositionOf(row);
+  ui.m_tabLayer->RemoveRow(row);
+  shell::DropLayer(&m_layers, m_render->LayerAt(position));
+  m_render->RemoveLayer(position);
 }
 
-void orvane::AddCameraLayer(const std::string& device, bool autoFit) {
-  auto* node = new CInputDev(false, device, 0, 0, kRgb24);
-  const int slot = shell::LinkLayer(node, m_render);
-  if (slot < 0) {
-    delete node;
+void orvane::SlotChangeItem(int fristRow, int secondRow) {
+  m_render->SwapLayers(PositionOf(fristRow), PositionOf(secondRow));
+}
+
+void orvane::SlotEditItem(int row) {
+  MakeTextDialog();
+  if (m_textDlg->exec() != QDialog::Accepted) {
     return;
   }
-  if (autoFit) {
-    m_render->SetLayerAutoFit(slot, 1);
+  const int slot = m_render->LayerAt(PositionOf(row));
+  const auto layer = m_layers.find(slot);
+  if (layer != m_layers.end() && layer->second != nullptr) {
+    m_render->SetLayerText(slot, m_textDlg->color, m_textDlg->text.toStdString());
   }
-  node->Start();
-  shell::KeepLayer(&m_layers, slot, node);
+  ui.m_tabLayer->SetRowText(row, m_textDlg->text);
+}
+
+void orvane::SlotvisibleSignal(int row, bool vis) {
+  m_render->SetLayerHidden(m_render->LayerAt(PositionOf(row)), !vis);
+}
+
+// The tip with a row's whole name.
+
+void orvane::RecvStatusTip(QString str, QPoint point) {
+  if (m_tipShown) {
+    return;
+  }
+  m_tip.setModal(false);
+  m_tip.SetTipText(str);
+  m_tip.move(shell::PanelPlace(point));
+  m_tip.show();
+  m_tipShown = true;
+}
+
+void orvane::RecvHideStatusTip() {
+  m_tip.close();
+  m_tipShown = false;
 }

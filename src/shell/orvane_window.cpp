@@ -95,9 +95,20 @@ void orvane::InitStyle() {
 
 // In the order in which the slots of one signal are to run.
 void orvane::ConnectUi() {
+  connect(ui.m_AddWinBtn, &QPushButton::clicked, this, &orvane::OpenWndMenu);
+  connect(ui.m_AddTuC, &QPushButton::clicked, this, &orvane::OpenTuCMenu);
   connect(ui.m_BtnExit, &QPushButton::clicked, this, &orvane::SlotClose);
   connect(ui.m_BtnMin, &QPushButton::clicked, this, &orvane::showMinimized);
+  connect(ui.m_tabLayer->Delegate(), &ItemDelegate::showStatusTip, this, &orvane::RecvStatusTip);
+  connect(ui.m_tabLayer->Delegate(), &ItemDelegate::hideStatusTip, this,
+          &orvane::RecvHideStatusTip);
   connect(m_actAddDesk, &QAction::triggered, this, &orvane::SlotAddDesk);
+  connect(m_actAddCamera, &QAction::triggered, this, &orvane::SlotAddCamera);
+  connect(m_actAddWindow, &QAction::triggered, this, &orvane::SlotAddWindow);
+  connect(m_actAddText, &QAction::triggered, this, &orvane::SlotAddText);
+  connect(m_actAddPic, &QAction::triggered, this, &orvane::SlotAddPic);
+  connect(m_actAddFile, &QAction::triggered, this, &orvane::SlotAddFile);
+  connect(ui.m_tabLayer, &MyListView::deleteItem, this, &orvane::RecvDeleteSignal);
 }
 
 void orvane::CenterOnScreen() {

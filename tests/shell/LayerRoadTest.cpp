@@ -7,6 +7,8 @@
 
 #include "media/CMixFrame.h"
 #include "media/CSrcInterface.h"
+#include "media/MixerRig.h"
+#include "media/ffmpeg/Scoped.h"
 #include "output/CRender.h"
 
 namespace {
@@ -139,6 +141,22 @@ TEST_F(LayerRoad, ASlotWithoutANodeIsDroppedToo) {
   m_layers[2] = nullptr;
   shell::DropLayer(&m_layers, 2);
   EXPECT_TRUE(m_layers.empty());
+}
+
+TEST(LayerRoadSound, WithTheMixFullALayerGetsAnIndexPastTheLastInputAndItsSoundIsLost) {
+  MixerRig rig(shell::kLayerLimit);
+  for (int input = 0; input < shell::kLayerLimit; ++input) {
+    rig.Join(input);
+  }
+  int stops = 0;
+  int deletions = 0;
+  Source source(&stops, &deletions);
+  shell::LinkLayerSound(&source, &rig.mixer);
+  EXPECT_EQ(source.AudioIndex(), shell::kLayerLimit);
+  EXPECT_EQ(source.AudioOutputs(), 1U);
+  ffmpeg::ScopedFrame frame(support::NewSound(1000));
+  source.PushAudio(frame.Get(), 0);
+  EXPECT_EQ(av_frame_is_writable(frame.Get()), 1);
 }
 
 }  // namespace

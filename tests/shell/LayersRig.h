@@ -1,0 +1,77 @@
+// The main window with its graph running, on devices and windows that exist in memory only, and
+// somebody who answers its dialogs.
+#ifndef ORVANE_TESTS_SHELL_LAYERSRIG_H
+#define ORVANE_TESTS_SHELL_LAYERSRIG_H
+
+#include <gtest/gtest.h>
+
+#include <QMenu>
+#include <QStringList>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "shell/orvane.h"
+#include "support/FakeCaptureLayer.h"
+#include "support/FakeWindowSystem.h"
+#include "support/Operator.h"
+#include "support/WorkingDirectory.h"
+
+namespace support {
+
+inline constexpr char kDesk[] = "screen-capture-recorder";
+
+// What the window keeps in step, open to the test.
+class OpenOrvane : public orvane {
+ public:
+  using orvane::m_camDlg;
+  using orvane::m_layers;
+  using orvane::m_mixFrame;
+  using orvane::m_render;
+  using orvane::m_textDlg;
+  using orvane::m_tip;
+  using orvane::m_tipShown;
+  using orvane::m_TuCMenu;
+  using orvane::m_WndMenu;
+  using orvane::ui;
+
+  ~OpenOrvane() override { CloseGraph(); }
+
+  std::vector<int> Order() const;
+  // Texts from the top.
+  QStringList Rows() const;
+  int Kind(int row) const;
+  bool Visible(int row) const;
+  CSrcInterface* NodeAt(int slot) const;
+};
+
+// The index that the node uses on its sound's consumers.
+int AudioIndexOf(CSrcInterface* node);
+
+// Runs the event loop until condition holds; false after a long time.
+bool SpinUntil(const std::function<bool()>& condition);
+
+class LayersRig : public testing::Test {
+ protected:
+  LayersRig();
+  ~LayersRig() override;
+
+  // The graph and its default layers.
+  void Open();
+  // Without the default layers, which are deleted.
+  void OpenEmpty();
+  std::string Log() const { return ReadFile(directory.File("MyLog.txt")); }
+
+  WorkingDirectory directory;
+  FakeCaptureLayer devices;
+  InstalledCaptureLayer installedDevices{&devices};
+  FakeWindowSystem windows;
+  FakeDevice* desk;
+  Operator answers;
+  std::unique_ptr<OpenOrvane> window;
+};
+
+}  // namespace support
+
+#endif
