@@ -1,0 +1,50 @@
+// The main window with real nodes, worked without a plan, and for long.
+#include <gtest/gtest.h>
+
+#include "output/CRender.h"
+#include "shell/Monkey.h"
+
+namespace {
+
+using support::Held;
+using support::LiveWindow;
+using support::Monkey;
+
+class LayersMonkey : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(LiveWindow::StartScreen()); }
+  static void TearDownTestSuite() { LiveWindow::EndScreen(); }
+
+  // A session of that many operations; what it leaves behind.
+  Held Session(unsigned seed, int operations) {
+    stage.Open();
+    Monkey monkey(&stage, seed);
+    for (int step = 0; step < operations; ++step) {
+      const std::string done = monkey.Step();
+      const std::string complaint = monkey.Complaint();
+      EXPECT_EQ(complaint, "") << "after operation " << step << ", " << done;
+      if (!complaint.empty()) {
+        break;
+      }
+    }
+    monkey.DeleteAll();
+    EXPECT_EQ(monkey.Complaint(), "");
+    EXPECT_TRUE(stage.window->m_layers.empty());
+    EXPECT_EQ(stage.window->m_render->LayerCount(), 0);
+    stage.Close();
+    return support::LookAtProcess();
+  }
+
+  LiveWindow stage;
+};
+
+// The first session loads what libraries keep for the life of the process.
+TEST_F(LayersMonkey, After500OperationsAllIsInStepAndNothingIsLeftOver) {
+  const Held before = Session(1, 60);
+  const Held after = Session(20261121, 500);
+  EXPECT_EQ(after.threads, before.threads);
+  EXPECT_EQ(after.files, before.files);
+  EXPECT_LT(after.bytes, before.bytes + 8L * 1024 * 1024);
+}
+
+}  // namespace
