@@ -29,7 +29,6 @@ ActivitiesWndDlg::ActivitiesWndDlg(QWidget* parent) : QDialog(parent) {
   const auto* down = new QShortcut(Qt::Key_Down, this);
   connect(up, &QShortcut::activated, this, [this] { ui.listView->StepTo(-1); });
   connect(down, &QShortcut::activated, this, [this] { ui.listView->StepTo(1); });
-  ui.m_okBtn->setFocus(Qt::OtherFocusReason);
 
   DeviceCatalogue::Instance()->ListWindows(&windows);
   for (const auto& window : windows) {

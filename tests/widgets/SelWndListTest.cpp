@@ -178,6 +178,11 @@ TEST(SelWndItemDelegate, ATitleWiderThanItsRectangleIsCutAtItsEdge) {
   EXPECT_GE(painted.right(), kTitleArea.right() - 2);
 }
 
+TEST(SelWndItemDelegate, ATitleOfSeveralLinesIsCutAtTheLowerEdge) {
+  const QImage row = PaintRow(QStringLiteral("窗口\n").repeated(4), true, kPlain);
+  EXPECT_TRUE(kTitleArea.contains(Painted(row)));
+}
+
 TEST(SelWndItemDelegate, ATitleOfAnyLengthIsPaintedAsItsBeginning) {
   const QString beginning(2000, QLatin1Char('W'));
   EXPECT_EQ(PaintRow(beginning + QString(1000000, QChar(0x7A97)), true, kSelected),
