@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QtGlobal>
 
+#include "widgets/theme/FocusRing.h"
+
 // At file scope, as the macro demands: it names a function of the generated resource code, which
 // the linker would otherwise leave out of a static library.
 static void LoadPictures() {
@@ -13,6 +15,7 @@ static void LoadPictures() {
 
 void PrepareTheme() {
   LoadPictures();
+  theme::FocusRing::Install();
   const QString standIn = QStringLiteral("WenQuanYi Micro Hei");
   const QStringList families = QFontDatabase().families();
   for (const char* family :
