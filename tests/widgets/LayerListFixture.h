@@ -71,20 +71,27 @@ class LayerList : public MyListView {
     return viewport()->mapToGlobal(Rect(row).topLeft() + at);
   }
 
-  // The steps of a drag as Qt reports them; each tells whether the list accepted it.
+  // The steps of a drag as Qt hands them to the list, without the manager that keeps track of a
+  // real one; each tells whether the list accepted it.
   bool DragEnter(const QPoint& at) {
     QDragEnterEvent event(at, Qt::MoveAction | Qt::CopyAction, &m_mime, Qt::LeftButton,
                           Qt::NoModifier);
-    return Accepts(&event) && event.dropAction() == Qt::MoveAction;
+    event.ignore();
+    dragEnterEvent(&event);
+    return event.isAccepted() && event.dropAction() == Qt::MoveAction;
   }
   bool DragMove(const QPoint& at) {
     QDragMoveEvent event(at, Qt::MoveAction | Qt::CopyAction, &m_mime, Qt::LeftButton,
                          Qt::NoModifier);
-    return Accepts(&event) && event.dropAction() == Qt::MoveAction;
+    event.ignore();
+    dragMoveEvent(&event);
+    return event.isAccepted() && event.dropAction() == Qt::MoveAction;
   }
   bool Drop(const QPoint& at) {
     QDropEvent event(at, Qt::MoveAction | Qt::CopyAction, &m_mime, Qt::NoButton, Qt::NoModifier);
-    return Accepts(&event);
+    event.accept();
+    dropEvent(&event);
+    return event.isAccepted();
   }
   // A whole drag with the left button, from one row onto a place in the list.
   void DragTo(int row, const QPoint& place) {
@@ -111,11 +118,6 @@ class LayerList : public MyListView {
     QMouseEvent event(type, Rect(row).topLeft() + at, Global(row, at), button, held,
                       Qt::NoModifier);
     QApplication::sendEvent(viewport(), &event);
-  }
-  bool Accepts(QEvent* event) {
-    event->ignore();
-    QApplication::sendEvent(viewport(), event);
-    return event->isAccepted();
   }
 
   QMimeData m_mime;
