@@ -1,10 +1,9 @@
 #include "backend/BackendClient.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
+#include <QDialog>
 #include <QEventLoop>
 #include <QHttpMultiPart>
-#include <QImageReader>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QPixmap>
@@ -13,6 +12,7 @@
 #include <memory>
 #include <utility>
 
+#include "backend/PictureDecoder.h"
 #include "backend/ReplyParser.h"
 #include "widgets/theme/CustomShadowEffect.h"
 #include "widgets/theme/InformationDlg.h"
@@ -22,7 +22,6 @@ namespace {
 // More than any list or cover needs; a reply beyond it is a fault or an attack and counts as
 // failed.
 constexpr qint64 kLargestReply = 64LL * 1024 * 1024;
-constexpr qint64 kLargestPicture = 64LL * 1000 * 1000;  // pixels
 
 constexpr std::uint32_t kNoNetworkNotice = 1;
 
@@ -41,9 +40,14 @@ std::unique_ptr<QHttpMultiPart> NewForm(std::initializer_list<Field> fields) {
   return form;
 }
 
-// Waits for the end of the reply; false when it failed, grew too large or the application quits.
-bool WaitForReply(QNetworkReply* reply) {
+// Waits for the end of the reply; false when it failed, grew too large, its asker is gone or the
+// application quits.
+bool WaitForReply(QNetworkReply* reply, const QDialog* asker = nullptr) {
   QEventLoop loop;
+  if (asker != nullptr) {
+    QObject::connect(asker, &QDialog::finished, &loop, &QEventLoop::quit);
+    QObject::connect(asker, &QObject::destroyed, &loop, &QEventLoop::quit);
+  }
   QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
   QObject::connect(reply, &QNetworkReply::readyRead, &loop, [reply] {
     if (reply->bytesAvailable() > kLargestReply) {
@@ -65,19 +69,6 @@ void ShowNoNetwork() {
   // On the heap: the dialog owns it.
   ApplyDialogShadow(&notice, new CustomShadowEffect);
   notice.exec();
-}
-
-QPixmap Decode(QByteArray bytes) {
-  QBuffer buffer(&bytes);
-  buffer.open(QIODevice::ReadOnly);
-  QImageReader reader(&buffer);
-  const QSize size = reader.size();
-  if (size.isValid() && qint64{size.width()} * size.height() > kLargestPicture) {
-    return QPixmap();
-  }
-  QPixmap pixmap;
-  pixmap.loadFromData(bytes);
-  return pixmap;
 }
 
 }  // namespace
@@ -133,7 +124,7 @@ int BackendClient::GetHomepageAds(AdResult* out) {
   return 0;
 }
 
-int BackendClient::GetHostList(QString token, int page, ActivityList* out) {
+int BackendClient::GetHostList(QString token, int page, ActivityList* out, const QDialog* asker) {
   QUrlQuery query;
   query.addQueryItem(QStringLiteral("page"), QString::number(page));
   query.addQueryItem(QStringLiteral("token"), token);
@@ -142,7 +133,7 @@ int BackendClient::GetHostList(QString token, int page, ActivityList* out) {
 
   QNetworkAccessManager manager;
   const std::unique_ptr<QNetworkReply> reply(manager.get(QNetworkRequest(url)));
-  if (!WaitForReply(reply.get())) {
+  if (!WaitForReply(reply.get(), asker)) {
     return -1;
   }
   backend::ParseActivities(reply->readAll(), out);
@@ -169,10 +160,15 @@ int BackendClient::HostEnd(QString id, QString token, int* code) {
   return 0;
 }
 
-int BackendClient::FetchPixmap(QString url, QPixmap* out) {
+int BackendClient::FetchPixmap(QString url, QPixmap* out, QSize atMost, const QDialog* asker) {
+  *out = QPixmap();
   QNetworkAccessManager manager;
   const std::unique_ptr<QNetworkReply> reply(manager.get(QNetworkRequest(QUrl(url))));
-  WaitForReply(reply.get());
-  *out = Decode(reply->readAll());
+  // Also what a failed request brought: some services send a picture with their error.
+  WaitForReply(reply.get(), asker);
+  const QByteArray bytes = reply->readAll();
+  if (reply->isFinished() && !bytes.isEmpty()) {
+    *out = QPixmap::fromImage(backend::DecodePicture(bytes, atMost, asker));
+  }
   return 0;
 }
