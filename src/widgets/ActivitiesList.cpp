@@ -1,0 +1,81 @@
+#include "widgets/ActivitiesList.h"
+
+#include <QScrollBar>
+#include <QStandardItemModel>
+
+#include "widgets/ActItemData.h"
+#include "widgets/ActivitiesItemDelegate.h"
+
+namespace {
+
+constexpr QSize kCard(215, 167);
+
+const char kStyle[] =
+    "QListView{border:none;background:#282A30;}"
+    "QScrollBar:vertical{width:4px;background:transparent;margin:0px;padding-top:5px;"
+    "padding-bottom:5px;}"
+    "QScrollBar::handle:vertical{background:rgba(135,142,153,25%);border-radius:2px;"
+    "min-height:20;}"
+    "QScrollBar::handle:vertical:hover{background:rgba(135,142,153,50%);border-radius:2px;"
+    "min-height:20;}"
+    "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{width:0px;height:0px;}"
+    "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:#282A30;}";
+
+}  // namespace
+
+ActivitiesList::ActivitiesList(QWidget* parent)
+    : QListView(parent),
+      model(new QStandardItemModel(this)),
+      delegate(new ActivitiesItemDelegate(this)),
+      scrollBar(verticalScrollBar()) {
+  qRegisterMetaType<ActItemData>("ActItemData");
+  setModel(model);
+  setItemDelegate(delegate);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+  setSelectionMode(QAbstractItemView::ExtendedSelection);
+  setMouseTracking(true);
+  setViewMode(QListView::IconMode);
+  setIconSize(kCard);
+  setSpacing(10);
+  setFocusPolicy(Qt::NoFocus);
+  setEditTriggers(QAbstractItemView::NoEditTriggers);
+  // Behind the view mode, which turns it on.
+  setDragEnabled(false);
+  setStyleSheet(QLatin1String(kStyle));
+
+  connect(scrollBar, &QScrollBar::valueChanged, this, &ActivitiesList::recvSliderChanged);
+  connect(delegate, &ActivitiesItemDelegate::selectAct, this, &ActivitiesList::recvSelectedAct);
+}
+
+void ActivitiesList::AddCard(bool available, QString title, QSize size, QPixmap cover,
+                             QDateTime startTime) {
+  auto* item = new QStandardItem;
+  QFont font(QStringLiteral("微软雅黑"), 10, 1);
+  font.setItalic(false);
+  item->setFont(font);
+  // Screen readers have nothing else to go by: the card is painted.
+  item->setData(title, Qt::AccessibleTextRole);
+  ActItemData record;
+  record.title = std::move(title);
+  record.available = available;
+  record.cover = std::move(cover);
+  record.startTime = std::move(startTime);
+  item->setData(QVariant::fromValue(record), widgets::kActItemDataRole);
+  item->setSizeHint(size);
+  model->appendRow(item);
+  repaint();
+}
+
+void ActivitiesList::recvSliderChanged(int value) {
+  if (value == scrollBar->maximum()) {
+    emit reachedBottom();
+  }
+}
+
+void ActivitiesList::recvSelectedAct(QModelIndex index) {
+  emit sendSelectedAct(index.row());
+  if (selectionModel()->hasSelection()) {
+    selectionModel()->clearSelection();
+  }
+}

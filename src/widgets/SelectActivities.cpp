@@ -1,0 +1,129 @@
+#include "widgets/SelectActivities.h"
+
+#include <QDebug>
+#include <QPointer>
+#include <QStyledItemDelegate>
+
+#include "backend/BackendClient.h"
+#include "sources/DeviceCatalogue.h"
+#include "widgets/ActivitiesItemDelegate.h"
+#include "widgets/theme/TitleButtons.h"
+
+namespace {
+
+constexpr QSize kCard(215, 167);
+
+}  // namespace
+
+SelectActivities::SelectActivities(QWidget* parent)
+    : QDialog(parent), token(DeviceCatalogue::Instance()->userToken) {
+  setAttribute(Qt::WA_TranslucentBackground);
+  // Its end is not the program's, also while no other window is shown.
+  setAttribute(Qt::WA_QuitOnClose, false);
+  setWindowFlags(windowFlags() | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+  ui.setupUi(this);
+  ui.selectCombo->setItemDelegate(new QStyledItemDelegate(ui.selectCombo));
+  ui.selectCombo->setAttribute(Qt::WA_TranslucentBackground);
+  StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));
+
+  connect(ui.m_BtnExit, &QPushButton::clicked, this, &SelectActivities::cannelBtnClicked);
+  connect(ui.cancelBtn, &QPushButton::clicked, this, &SelectActivities::cannelBtnClicked);
+  connect(ui.okBtn, &QPushButton::clicked, this, &SelectActivities::accept);
+  connect(this, &SelectActivities::InitPage, this, &SelectActivities::recvReachedBottom,
+          Qt::QueuedConnection);
+  connect(ui.listView, &ActivitiesList::reachedBottom, this, &SelectActivities::recvReachedBottom);
+  connect(ui.listView, &ActivitiesList::sendSelectedAct, this, &SelectActivities::recvSelectedAct);
+  connect(ui.selectCombo, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+          &SelectActivities::SlotIndexChanged);
+  connect(this, &SelectActivities::sendSelectedActInfo, this,
+          &SelectActivities::SlotSendSelectedActInfo);
+  emit InitPage();
+}
+
+SelectActivities::~SelectActivities() {
+  qDeleteAll(activities);
+}
+
+ActivityInfo* SelectActivities::SelectedActivity() const {
+  return selectedRow < 0 ? nullptr : activities.at(selectedRow);
+}
+
+int SelectActivities::Quality() const {
+  return quality;
+}
+
+void SelectActivities::recvReachedBottom() {
+  if (loading || m_closed) {
+    return;
+  }
+  loading = true;
+  qDebug("reach bottom");
+  ++page;
+  const QPointer<SelectActivities> self(this);
+  ActivityList list;
+  BackendClient::Instance()->GetHostList(token, page, &list, this);
+  if (!self.isNull() && !m_closed && list.code >= 0) {
+    AddPage(&list.activities);
+  }
+  // What could not be shown any more.
+  qDeleteAll(list.activities);
+  if (!self.isNull()) {
+    loading = false;
+  }
+}
+
+// Moves the records that became cards out of the list. On return the dialog may be gone.
+void SelectActivities::AddPage(QList<ActivityInfo*>* records) {
+  const QPointer<SelectActivities> self(this);
+  const QSize atMost = ActivitiesItemDelegate::CoverSize() * devicePixelRatioF();
+  while (!records->isEmpty()) {
+    QPixmap cover;
+    BackendClient::Instance()->FetchPixmap(records->first()->coverUrl, &cover, atMost, this);
+    if (self.isNull() || m_closed) {
+      return;
+    }
+    ActivityInfo* info = records->takeFirst();
+    const bool available = info->publishUrl.contains(QLatin1String("rtmp"), Qt::CaseSensitive);
+    ui.listView->AddCard(available, info->title, kCard, cover, info->startTime);
+    activities.append(info);
+  }
+}
+
+void SelectActivities::recvSelectedAct(int row) {
+  emit sendSelectedActInfo(row);
+}
+
+void SelectActivities::cannelBtnClicked() {
+  reject();
+}
+
+void SelectActivities::SlotIndexChanged(int index) {
+  quality = index;
+}
+
+void SelectActivities::SlotSendSelectedActInfo(int row) {
+  const bool known = row >= 0 && row < activities.size();
+  selectedRow = known && activities.at(row)->playStatus != 0 ? row : -1;
+}
+
+void SelectActivities::done(int result) {
+  m_closed = true;
+  QDialog::done(result);
+}
+
+void SelectActivities::mousePressEvent(QMouseEvent* event) {
+  m_drag.Press(this, event);
+}
+
+void SelectActivities::mouseReleaseEvent(QMouseEvent* event) {
+  m_drag.Release(event);
+}
+
+void SelectActivities::mouseMoveEvent(QMouseEvent* event) {
+  m_drag.Move(this, event);
+}
+
+void SelectActivities::paintEvent(QPaintEvent* event) {
+  PaintFramelessBody(this);
+  QDialog::paintEvent(event);
+}
