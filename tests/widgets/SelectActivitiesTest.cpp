@@ -1,0 +1,509 @@
+// The dialog of activities against a service that answers what the test says.
+#include "widgets/SelectActivities.h"
+
+#include <gtest/gtest.h>
+
+#include <QAbstractItemModel>
+#include <QApplication>
+#include <QBuffer>
+#include <QComboBox>
+#include <QImage>
+#include <QLabel>
+#include <QPointer>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QStyledItemDelegate>
+#include <QTest>
+#include <QTimer>
+#include <memory>
+
+#include "backend/TestAddress.h"
+#include "sources/DeviceCatalogue.h"
+#include "support/ScriptedHttp.h"
+#include "widgets/ActItemData.h"
+
+namespace {
+
+using support::JsonReply;
+using support::ScriptedHttp;
+using support::ScriptedReply;
+
+constexpr int kPatienceMs = 20000;
+
+struct Entry {
+  QByteArray title = "t";
+  int playStatus = 1;
+  QByteArray publishUrl = "rtmp://127.0.0.1/live/k";
+};
+
+QByteArray Png(const QSize& size, const QColor& color = Qt::red) {
+  QImage image(size, QImage::Format_RGB32);
+  image.fill(color);
+  QBuffer buffer;
+  image.save(&buffer, "PNG");
+  return buffer.data();
+}
+
+class SelectActivitiesTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    SetTestAddress(server.Address());
+    catalogue->userToken = QStringLiteral("tok");
+    server.SetReplies({kNone});
+  }
+  void TearDown() override { catalogue->userToken.clear(); }
+
+  // Covers point at a port where nobody listens, so each is one quick failure.
+  QByteArray Body(const QList<Entry>& entries, const QByteArray& cover = "http://127.0.0.1:1/c") {
+    QByteArrayList parts;
+    for (const Entry& entry : entries) {
+      parts << "{\"coverUrl\":\"" + cover +
+                   "\",\"lsId\":\"id\",\"playStatus\":" + QByteArray::number(entry.playStatus) +
+                   ",\"publishUrl\":\"" + entry.publishUrl +
+                   "\",\"rtmpLiveUrl\":\"v\",\"startTime\":1700000000,\"title\":\"" + entry.title +
+                   "\"}";
+    }
+    return "{\"code\":0,\"activities\":[" + parts.join(',') + "]}";
+  }
+  QByteArray ServerCover() const { return (server.Address() + "/cover").toLatin1(); }
+
+  void Open() {
+    dialog = std::make_unique<SelectActivities>();
+    dialog->show();
+  }
+  // Opens it and waits for that many requests and the end of what they bring.
+  void OpenWith(const QList<ScriptedReply>& replies, int cards) {
+    server.SetReplies(replies);
+    Open();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return Cards() == cards && !server.Requests().isEmpty(); },
+                                kPatienceMs));
+    QCoreApplication::processEvents();
+  }
+  ActivitiesList* List() { return dialog->findChild<ActivitiesList*>(QStringLiteral("listView")); }
+  QPushButton* Button(const char* name) {
+    return dialog->findChild<QPushButton*>(QLatin1String(name));
+  }
+  QComboBox* Combo() { return dialog->findChild<QComboBox*>(QStringLiteral("selectCombo")); }
+  int Cards() { return List()->QListView::model()->rowCount(); }
+  ActItemData Card(int row) {
+    return List()
+        ->QListView::model()
+        ->index(row, 0)
+        .data(widgets::kActItemDataRole)
+        .value<ActItemData>();
+  }
+  void Press(int row) {
+    const QModelIndex index = List()->QListView::model()->index(row, 0);
+    QTest::mouseClick(List()->viewport(), Qt::LeftButton, Qt::NoModifier,
+                      List()->visualRect(index).center());
+  }
+  void ScrollToEnd() {
+    QScrollBar* bar = List()->verticalScrollBar();
+    bar->setValue(0);
+    bar->setValue(bar->maximum());
+  }
+  // The page that the request asked for.
+  QByteArray Page(int request) {
+    const QByteArray line = server.Requests().value(request).split('\r').first();
+    const int at = line.indexOf("page=") + 5;
+    return line.mid(at, line.indexOf('&', at) - at);
+  }
+
+  const ScriptedReply kNone = JsonReply(R"({"code":0,"activities":[]})");
+  ScriptedHttp server;
+  DeviceCatalogue* catalogue = DeviceCatalogue::Instance();
+  std::unique_ptr<SelectActivities> dialog;
+};
+
+}  // namespace
+
+TEST_F(SelectActivitiesTest, StandsAtItsPlacesInItsStyle) {
+  Open();
+  EXPECT_EQ(dialog->objectName(), QStringLiteral("SelectActivities"));
+  EXPECT_EQ(dialog->size(), QSize(960, 540));
+  EXPECT_EQ(dialog->windowModality(), Qt::NonModal);
+  EXPECT_TRUE(dialog->testAttribute(Qt::WA_TranslucentBackground));
+  EXPECT_FALSE(dialog->testAttribute(Qt::WA_QuitOnClose));
+  EXPECT_TRUE(dialog->windowFlags().testFlag(Qt::FramelessWindowHint));
+  EXPECT_TRUE(dialog->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+  const QString family = QStringLiteral("Microsoft YaHei UI");
+  const struct {
+    const char* name;
+    QRect place;
+    const char* text;
+    QString family;
+    int points;
+    const char* style;
+  } rows[] = {{"titleLabel", {20, 18, 101, 25}, "选择活动", family + " Light", 13, "color:#B4BECC"},
+              {"setQualityLabel", {20, 439, 98, 20}, "设置视频质量：", family, 10, "color:#B4BECC"},
+              {"cancelBtn",
+               {350, 482, 120, 40},
+               "取消",
+               family,
+               10,
+               "color:#878E99;border-image:url(:/orvane/qietu/comfirm_btn.png)"},
+              {"okBtn",
+               {490, 482, 120, 40},
+               "确定",
+               family,
+               10,
+               "color:#20A0FF;border-image:url(:/orvane/qietu/comfirm_btn.png)"},
+              {"selectCombo", {128, 439, 91, 20}, nullptr, {}, 0, nullptr},
+              {"listView", {10, 70, 940, 354}, nullptr, {}, 0, nullptr},
+              {"m_BtnExit", {925, 23, 16, 16}, nullptr, {}, 0, nullptr}};
+  for (const auto& row : rows) {
+    const auto* widget = dialog->findChild<QWidget*>(QLatin1String(row.name));
+    ASSERT_NE(widget, nullptr) << row.name;
+    EXPECT_EQ(widget->geometry(), row.place) << row.name;
+    if (row.text != nullptr) {
+      EXPECT_EQ(widget->property("text").toString(), QString::fromUtf8(row.text));
+      EXPECT_EQ(widget->font().family(), row.family) << row.name;
+      EXPECT_EQ(widget->font().pointSize(), row.points) << row.name;
+      EXPECT_EQ(widget->font().weight(), 75) << row.name;
+      EXPECT_EQ(widget->styleSheet(), QLatin1String(row.style)) << row.name;
+    }
+  }
+  EXPECT_EQ(Button("m_BtnExit")->minimumSize(), QSize(16, 16));
+  EXPECT_EQ(Button("m_BtnExit")->maximumSize(), QSize(16, 16));
+}
+
+TEST_F(SelectActivitiesTest, TheComboBoxOffersThreeQualities) {
+  Open();
+  ASSERT_EQ(Combo()->count(), 3);
+  EXPECT_EQ(Combo()->itemText(0), QStringLiteral("540P"));
+  EXPECT_EQ(Combo()->itemText(1), QStringLiteral("720P"));
+  EXPECT_EQ(Combo()->itemText(2), QStringLiteral("1080P"));
+  EXPECT_TRUE(Combo()->testAttribute(Qt::WA_TranslucentBackground));
+  EXPECT_STREQ(Combo()->itemDelegate()->metaObject()->className(), "QStyledItemDelegate");
+  EXPECT_EQ(Combo()->styleSheet(),
+            QStringLiteral(
+                "QComboBox{border: 0px solid gray;background:transparent;font:bold 12px Microsoft "
+                "YaHei UI;color:#20A0FF;}QComboBox::drop-down{border:none;}QComboBox::down-arrow{"
+                "image:url(:/orvane/qietu/select-unfold.png);}QComboBox "
+                "QAbstractItemView{border:none;background:rgba(40, 42, "
+                "48,200);min-height:55px;}QComboBox "
+                "QAbstractItemView::item{border:none;background:rgba(40, 42, "
+                "48,200);color:#20A0FF;padding:2px 0px 2px 0px;}QScrollBar:vertical{width:0px;}"));
+  for (const int row : {2, 1, 0}) {
+    Combo()->setCurrentIndex(row);
+    EXPECT_EQ(dialog->Quality(), row);
+  }
+}
+
+TEST_F(SelectActivitiesTest, NothingIsAskedForBeforeTheDialogRuns) {
+  dialog = std::make_unique<SelectActivities>();
+  EXPECT_TRUE(server.Requests().isEmpty());
+  EXPECT_EQ(Cards(), 0);
+  bool emptyAtFirst = false;
+  QTimer::singleShot(0, dialog.get(), [&] { emptyAtFirst = dialog->isVisible() && Cards() == 0; });
+  QTimer::singleShot(200, dialog.get(), &QDialog::reject);
+  dialog->exec();
+  EXPECT_TRUE(emptyAtFirst);
+  ASSERT_EQ(server.Requests().size(), 1);
+  EXPECT_TRUE(
+      server.Requests().first().startsWith("GET /assistant/activity/host-list?page=1&token=tok "));
+}
+
+TEST_F(SelectActivitiesTest, AnAccountWithoutActivitiesShowsAnEmptyGridAndYieldsNoChoice) {
+  OpenWith({kNone}, 0);
+  QTest::mouseClick(List()->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 100));
+  Button("okBtn")->click();
+  EXPECT_EQ(dialog->result(), QDialog::Accepted);
+  EXPECT_EQ(dialog->SelectedActivity(), nullptr);
+}
+
+TEST_F(SelectActivitiesTest, OkWithoutAPressOnACardYieldsNoChoice) {
+  OpenWith({JsonReply(Body({{}, {}}))}, 2);
+  Button("okBtn")->click();
+  EXPECT_EQ(dialog->result(), QDialog::Accepted);
+  EXPECT_EQ(dialog->SelectedActivity(), nullptr);
+}
+
+TEST_F(SelectActivitiesTest, TheChosenCardIsTheChosenActivity) {
+  OpenWith({JsonReply(Body({{"a"}, {"b"}, {"c"}}))}, 3);
+  QSignalSpy told(dialog.get(), &SelectActivities::sendSelectedActInfo);
+  Press(1);
+  ASSERT_EQ(told.size(), 1);
+  EXPECT_EQ(told[0][0].toInt(), 1);
+  ASSERT_NE(dialog->SelectedActivity(), nullptr);
+  EXPECT_EQ(dialog->SelectedActivity()->title, QStringLiteral("b"));
+  EXPECT_EQ(dialog->SelectedActivity()->rtmpLiveUrl, QStringLiteral("v"));
+  Button("okBtn")->click();
+  EXPECT_EQ(dialog->SelectedActivity()->title, QStringLiteral("b")) << "kept after the end";
+}
+
+TEST_F(SelectActivitiesTest, ACardThatCannotBePlayedClearsTheChoice) {
+  OpenWith({JsonReply(Body({{"a"}, {"b", 0}, {"c", -2}}))}, 3);
+  Press(0);
+  Press(1);
+  EXPECT_EQ(dialog->SelectedActivity(), nullptr);
+  Press(2);
+  ASSERT_NE(dialog->SelectedActivity(), nullptr) << "anything but 0 can be chosen";
+}
+
+TEST_F(SelectActivitiesTest, OnlyAnAddressWithRtmpInItMakesACardAvailable) {
+  OpenWith({JsonReply(Body({{"a", 1, "rtmp://x"},
+                            {"b", 1, ""},
+                            {"c", 1, "RTMP://x"},
+                            {"d", 1, "http://x/rtmp"},
+                            {"e", 1, "rtm p"}}))},
+           5);
+  const bool expected[] = {true, false, false, true, false};
+  for (int row = 0; row < 5; ++row) {
+    EXPECT_EQ(Card(row).available, expected[row]) << row;
+  }
+  Press(1);
+  ASSERT_NE(dialog->SelectedActivity(), nullptr) << "a dimmed card can be chosen";
+}
+
+TEST_F(SelectActivitiesTest, OpenedAgainItStartsAtPageOneWithoutAChoice) {
+  OpenWith({JsonReply(Body({{"a"}}))}, 1);
+  Press(0);
+  Button("okBtn")->click();
+  OpenWith({JsonReply(Body({{"a"}}))}, 1);
+  EXPECT_EQ(Page(0), "1");
+  EXPECT_EQ(dialog->SelectedActivity(), nullptr);
+  EXPECT_EQ(dialog->Quality(), 0);
+}
+
+TEST_F(SelectActivitiesTest, TheQualityIsKeptWhenTheCardChanges) {
+  OpenWith({JsonReply(Body({{"a"}, {"b"}}))}, 2);
+  Combo()->setCurrentIndex(1);
+  Press(0);
+  Press(1);
+  EXPECT_EQ(dialog->Quality(), 1);
+  EXPECT_EQ(Combo()->currentText(), QStringLiteral("720P"));
+}
+
+TEST_F(SelectActivitiesTest, EachEndOfTheListAsksForOneMorePageWhateverTheReply) {
+  QList<Entry> twelve;
+  for (int i = 0; i < 12; ++i) {
+    twelve.append(Entry());
+  }
+  OpenWith({JsonReply(Body(twelve)), JsonReply(R"({"code":-7})"), JsonReply("{}", 500), kNone,
+            JsonReply(Body({{"last"}}))},
+           12);
+  for (int requests = 2; requests <= 5; ++requests) {
+    ScrollToEnd();
+    EXPECT_EQ(server.Requests().size(), requests);
+    EXPECT_EQ(Page(requests - 1), QByteArray::number(requests));
+    EXPECT_EQ(Cards(), requests < 5 ? 12 : 13);
+  }
+  EXPECT_EQ(Card(12).title, QStringLiteral("last"));
+}
+
+TEST_F(SelectActivitiesTest, ReachingTheEndWhileAPageLoadsAsksForNothing) {
+  ScriptedReply slow = JsonReply(Body({{"a"}}));
+  slow.delayMs = 100;
+  server.SetReplies({slow, kNone});
+  Open();
+  int reached = 0;
+  QTimer poll;
+  QObject::connect(&poll, &QTimer::timeout, dialog.get(), [&] {
+    if (server.Requests().size() == 1 && Cards() == 0) {
+      ++reached;
+      dialog->recvReachedBottom();
+    }
+  });
+  poll.start(5);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return Cards() == 1; }, kPatienceMs));
+  EXPECT_GT(reached, 0);
+  EXPECT_EQ(server.Requests().size(), 1);
+}
+
+TEST_F(SelectActivitiesTest, CoversAreFetchedInOrderAndAFailedOneLeavesItsCardWithout) {
+  OpenWith({JsonReply(Body({{"a"}, {"b"}, {"c"}}, ServerCover())), JsonReply(Png({20, 10})),
+            JsonReply("no picture", 404), JsonReply(Png({30, 10}))},
+           3);
+  EXPECT_EQ(Card(0).cover.size(), QSize(20, 10));
+  EXPECT_TRUE(Card(1).cover.isNull());
+  EXPECT_EQ(Card(1).title, QStringLiteral("b"));
+  EXPECT_EQ(Card(2).cover.size(), QSize(30, 10));
+}
+
+TEST_F(SelectActivitiesTest, ALargeCoverIsKeptAtTheSizeAtWhichItIsPainted) {
+  OpenWith({JsonReply(Body({{"a"}}, ServerCover())), JsonReply(Png({4000, 100}, Qt::green))}, 1);
+  EXPECT_EQ(Card(0).cover.size(), QSize(215, 100));
+  EXPECT_EQ(Card(0).cover.toImage().pixelColor(100, 50), QColor(Qt::green));
+}
+
+TEST_F(SelectActivitiesTest, RepliesOfAnyShapeLeaveAGridThatWorks) {
+  const QByteArray replies[] = {
+      "",
+      "not json",
+      "[]",
+      "null",
+      "{\"code\":0,\"activities\":7}",
+      "{\"code\":0,\"activities\":{}}",
+      "{\"code\":\"-1\",\"activities\":[{}]}",
+      "{\"code\":0,\"activities\":[",
+      "\xff\xfe\x00{",
+  };
+  for (const QByteArray& reply : replies) {
+    OpenWith({JsonReply(reply)}, 0);
+    ASSERT_TRUE(dialog->isVisible());
+  }
+  OpenWith({JsonReply(R"({"code":0,"activities":[{},7,null,[],
+      {"title":{},"playStatus":"x","startTime":"soon","publishUrl":5,"coverUrl":"file:///etc/passwd"},
+      {"title":"\u0000\u202e<b>","playStatus":99999999999999,"startTime":-5,"coverUrl":"::::"}]})")},
+           6);
+  for (int row = 0; row < 6; ++row) {
+    EXPECT_FALSE(Card(row).available) << row;
+    EXPECT_TRUE(Card(row).cover.isNull()) << row;
+  }
+  dialog->grab();
+  ScriptedReply cut = JsonReply(Body({{}}));
+  cut.bytes.chop(20);
+  cut.cutOff = true;
+  OpenWith({cut}, 0);
+}
+
+TEST_F(SelectActivitiesTest, CancelCloseAndEscapeReject) {
+  for (const char* name : {"cancelBtn", "m_BtnExit"}) {
+    OpenWith({JsonReply(Body({{"a"}}))}, 1);
+    Press(0);
+    dialog->setResult(QDialog::Accepted);
+    QTest::mouseClick(Button(name), Qt::LeftButton);
+    EXPECT_FALSE(dialog->isVisible());
+    EXPECT_EQ(dialog->result(), QDialog::Rejected) << name;
+  }
+  OpenWith({kNone}, 0);
+  dialog->setResult(QDialog::Accepted);
+  QTest::keyClick(dialog.get(), Qt::Key_Escape);
+  EXPECT_FALSE(dialog->isVisible());
+  EXPECT_EQ(dialog->result(), QDialog::Rejected);
+}
+
+TEST_F(SelectActivitiesTest, EnterAcceptsAndNoOtherButtonIsADefaultOne) {
+  OpenWith({JsonReply(Body({{"a"}}))}, 1);
+  EXPECT_TRUE(Button("okBtn")->isDefault());
+  for (const QPushButton* button : dialog->findChildren<QPushButton*>()) {
+    if (button != Button("okBtn")) {
+      EXPECT_FALSE(button->isDefault() || button->autoDefault())
+          << button->objectName().toStdString();
+    }
+  }
+  Press(0);
+  Combo()->setFocus();
+  QTest::keyClick(Combo(), Qt::Key_Return);
+  EXPECT_FALSE(dialog->isVisible());
+  EXPECT_EQ(dialog->result(), QDialog::Accepted);
+}
+
+TEST_F(SelectActivitiesTest, EveryControlHasANameAndTabReachesAllButTheGrid) {
+  Open();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(dialog.get()));
+  QSet<QString> reached;
+  for (int i = 0; i < 8; ++i) {
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    reached.insert(QApplication::focusWidget()->objectName());
+  }
+  EXPECT_EQ(reached, (QSet<QString>{"selectCombo", "okBtn", "cancelBtn", "m_BtnExit"}));
+  for (const QString& name : reached) {
+    const auto* widget = dialog->findChild<QWidget*>(name);
+    EXPECT_FALSE(widget->accessibleName().isEmpty() &&
+                 widget->property("text").toString().isEmpty());
+  }
+  EXPECT_FALSE(List()->accessibleName().isEmpty());
+}
+
+TEST_F(SelectActivitiesTest, ClickingEverythingTwiceDoesNoHarm) {
+  OpenWith({JsonReply(Body({{"a"}}))}, 1);
+  Press(0);
+  QTest::mouseDClick(List()->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(50, 50));
+  EXPECT_TRUE(dialog->isVisible());
+  ASSERT_NE(dialog->SelectedActivity(), nullptr);
+  QTest::mouseClick(Button("okBtn"), Qt::LeftButton);
+  QTest::mouseClick(Button("okBtn"), Qt::LeftButton);
+  EXPECT_EQ(dialog->result(), QDialog::Accepted);
+  Open();
+  QTest::mouseClick(Button("cancelBtn"), Qt::LeftButton);
+  QTest::mouseClick(Button("cancelBtn"), Qt::LeftButton);
+  EXPECT_FALSE(dialog->isVisible());
+}
+
+TEST_F(SelectActivitiesTest, ClosingWhileAPageLoadsReturnsAtOnce) {
+  ScriptedReply silent;
+  silent.never = true;
+  server.SetReplies({silent});
+  dialog = std::make_unique<SelectActivities>();
+  QTimer poll;
+  QObject::connect(&poll, &QTimer::timeout, dialog.get(), [&] {
+    if (server.Requests().size() == 1) {
+      QTest::keyClick(dialog.get(), Qt::Key_Escape);
+    }
+  });
+  poll.start(5);
+  EXPECT_EQ(dialog->exec(), QDialog::Rejected) << "or never returns";
+  EXPECT_EQ(Cards(), 0);
+}
+
+TEST_F(SelectActivitiesTest, ClosingWhileACoverLoadsKeepsTheCardsThatThereAre) {
+  ScriptedReply silent;
+  silent.never = true;
+  server.SetReplies(
+      {JsonReply(Body({{"a"}, {"b"}, {"c"}}, ServerCover())), JsonReply(Png({20, 10})), silent});
+  dialog = std::make_unique<SelectActivities>();
+  QTimer poll;
+  QObject::connect(&poll, &QTimer::timeout, dialog.get(), [&] {
+    if (server.Requests().size() == 3) {
+      Press(0);
+      Button("okBtn")->click();
+    }
+  });
+  poll.start(5);
+  EXPECT_EQ(dialog->exec(), QDialog::Accepted) << "or never returns";
+  EXPECT_EQ(Cards(), 1);
+  ASSERT_NE(dialog->SelectedActivity(), nullptr);
+  EXPECT_EQ(dialog->SelectedActivity()->title, QStringLiteral("a"));
+}
+
+TEST_F(SelectActivitiesTest, DeletingItWhileAPageOrACoverLoadsIsSafe) {
+  ScriptedReply silent;
+  silent.never = true;
+  const ScriptedReply page = JsonReply(Body({{"a"}, {"b"}}, ServerCover()));
+  const QList<ScriptedReply> scripts[] = {{silent}, {page, silent}};
+  for (const auto& script : scripts) {
+    server.SetReplies(script);
+    QPointer<SelectActivities> gone(new SelectActivities);
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
+      if (server.Requests().size() == script.size()) {
+        delete gone.data();
+      }
+    });
+    poll.start(5);
+    gone->exec();
+    EXPECT_TRUE(gone.isNull());
+  }
+}
+
+TEST_F(SelectActivitiesTest, AClosedDialogAsksForNothing) {
+  dialog = std::make_unique<SelectActivities>();
+  dialog->show();
+  dialog->reject();
+  QCoreApplication::processEvents();
+  dialog->recvReachedBottom();
+  EXPECT_TRUE(server.Requests().isEmpty());
+}
+
+TEST_F(SelectActivitiesTest, ItMovesByItsTitleAreaOnly) {
+  Open();
+  dialog->move(100, 100);
+  const auto drag = [&](const QPoint& from) {
+    const QPoint global = dialog->mapToGlobal(from);
+    const auto send = [&](QEvent::Type type, const QPoint& at) {
+      QMouseEvent event(type, dialog->mapFromGlobal(at), at, Qt::LeftButton, Qt::LeftButton,
+                        Qt::NoModifier);
+      QApplication::sendEvent(dialog.get(), &event);
+    };
+    send(QEvent::MouseButtonPress, global);
+    send(QEvent::MouseMove, global + QPoint(7, 9));
+    send(QEvent::MouseButtonRelease, global + QPoint(7, 9));
+    return dialog->pos();
+  };
+  EXPECT_EQ(drag({300, 39}), QPoint(107, 109));
+  EXPECT_EQ(drag({300, 40}), QPoint(107, 109)) << "below the title area";
+  EXPECT_EQ(drag({4, 20}), QPoint(107, 109)) << "in the margin";
+}
