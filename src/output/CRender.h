@@ -167,6 +167,7 @@ class CRender : public CSrcInterface {
 
   // CRenderPresent.cpp
   void PresentPass(output::PresentState* state);
+  void DropCanvases(int most);
   void SendHead(output::PresentState* state, AVFrame* head);
   void Show(output::PresentState* state);
   std::vector<output::Line> SelectionOutline(const output::Extent& drawn);

@@ -13,6 +13,8 @@ extern "C" {
 namespace {
 
 constexpr std::uint32_t kWaitMs = 10;
+// For a canvas that is due already.
+constexpr std::uint32_t kShortWaitMs = 2;
 // Canvases that must have waited at once before the first is shown.
 constexpr int kCanvasesToStart = 2;
 
@@ -40,6 +42,11 @@ void CRender::PresentPass(output::PresentState* state) {
     SDL_Delay(kWaitMs);
     return;
   }
+  if (!state->started) {
+    // More have waited while the window was made: nobody has seen them, and they would wait for
+    // good.
+    DropCanvases(kCanvasesToStart);
+  }
   state->started = true;
   auto* head = static_cast<AVFrame*>(m_composed.Peek());
   if (head == nullptr) {
@@ -55,9 +62,21 @@ void CRender::PresentPass(output::PresentState* state) {
     SDL_Delay(kWaitMs);
     return;
   }
+  if (state->patience.Wait(now, m_composed.Size() == 1)) {
+    SDL_Delay(kShortWaitMs);
+    return;
+  }
   state->ticker->Advance();
   SendHead(state, head);
   Show(state);
+}
+
+void CRender::DropCanvases(int most) {
+  while (m_composed.Size() > most) {
+    auto* canvas = static_cast<AVFrame*>(m_composed.Pop());
+    av_frame_free(&canvas);
+    ++m_counters.droppedComposed;
+  }
 }
 
 void CRender::SendHead(output::PresentState* state, AVFrame* head) {

@@ -8,6 +8,7 @@
 #include "media/PacedTicker.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "output/OutputPictures.h"
+#include "output/Patience.h"
 #include "output/PreviewWindow.h"
 
 namespace output {
@@ -21,6 +22,7 @@ struct PresentState {
   AVFrame* picture = nullptr;                // the last one sent; owned by pictures
   bool started = false;                      // two canvases have waited at once
   std::optional<media::PacedTicker> ticker;  // from the first canvas on
+  Patience patience;                         // with a canvas that is alone
   bool headSent = false;                     // the head of the composed queue is in picture already
   PreviewWindow window;
 };

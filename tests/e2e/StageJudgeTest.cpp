@@ -101,6 +101,18 @@ TEST(StageJudge, MeasuresHowFarSoundIsBehindThePicture) {
   EXPECT_NEAR(support::DriftMs(points, 40000), 10.0 / 4010 * 40000, 0.5);
 }
 
+TEST(StageJudge, ADisturbedBeepIsNoDriftButAStepIs) {
+  std::vector<support::SyncPoint> points;
+  for (int i = 0; i < 100; ++i) {
+    points.push_back({2000.0 * i, i == 99 ? 180.0 : -30.0});
+  }
+  EXPECT_NEAR(support::DriftMs(points, 300000), 0, 0.01);
+  for (int i = 50; i < 100; ++i) {
+    points[static_cast<std::size_t>(i)].soundLateMs -= 40;
+  }
+  EXPECT_NEAR(support::DriftMs(points, 300000), -40.0 / 160000 * 300000, 0.01);
+}
+
 TEST(StageJudge, FindsWhereBeepsBegin) {
   support::Recording::Sound sound;
   sound.startMs = 500;

@@ -176,20 +176,15 @@ double MedianDistance(const std::vector<SyncPoint>& points) {
 }
 
 double DriftMs(const std::vector<SyncPoint>& points, double spanMs) {
-  const auto count = static_cast<double>(points.size());
-  double meanX = 0;
-  double meanY = 0;
-  for (const SyncPoint& point : points) {
-    meanX += point.ms / count;
-    meanY += point.soundLateMs / count;
+  if (points.size() < 2) {
+    return 0;
   }
-  double covariance = 0;
-  double variance = 0;
-  for (const SyncPoint& point : points) {
-    covariance += (point.ms - meanX) * (point.soundLateMs - meanY);
-    variance += (point.ms - meanX) * (point.ms - meanX);
-  }
-  return variance > 0 ? covariance / variance * spanMs : 0;
+  const std::size_t fifth = std::max<std::size_t>(points.size() / 5, 1);
+  const auto end = static_cast<std::ptrdiff_t>(fifth);
+  const std::vector<SyncPoint> first(points.begin(), points.begin() + end);
+  const std::vector<SyncPoint> last(points.end() - end, points.end());
+  const double ms = last[fifth / 2].ms - first[fifth / 2].ms;
+  return ms > 0 ? (MedianDistance(last) - MedianDistance(first)) / ms * spanMs : 0;
 }
 
 double Median(std::vector<double> values) {

@@ -64,7 +64,8 @@ std::vector<SyncPoint> JudgeSync(const std::vector<ClockedPicture>& pictures,
 
 double MedianDistance(const std::vector<SyncPoint>& points);
 
-// What the distance changes by within spanMs, by the line of least squares.
+// What the distance changes by within spanMs: from the median of the first fifth to that of the
+// last. A single beep that something else disturbed counts for nothing, a step stays seen.
 double DriftMs(const std::vector<SyncPoint>& points, double spanMs);
 
 double Median(std::vector<double> values);

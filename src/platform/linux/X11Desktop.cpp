@@ -11,6 +11,11 @@
 #include <utility>
 
 #include "platform/linux/AvInputStream.h"
+#include "platform/linux/GrabPace.h"
+
+extern "C" {
+#include <libavutil/time.h>
+}
 
 namespace platform {
 
@@ -81,12 +86,17 @@ bool HandOver(Desktop* desktop, Packet picture, int error) {
 }
 
 void ReadPictures(Desktop* desktop, AVFormatContext* input) {
+  GrabPace pace;
   for (;;) {
     Packet picture(av_packet_alloc());
     const int result = picture ? av_read_frame(input, picture.get()) : AVERROR(ENOMEM);
+    if (result >= 0 && !pace.Take(av_gettime_relative())) {
+      continue;
+    }
     if (!HandOver(desktop, std::move(picture), result < 0 ? result : 0)) {
       return;
     }
+    pace.TakenAt(av_gettime_relative());
   }
 }
 
