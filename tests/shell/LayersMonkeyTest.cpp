@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "output/CRender.h"
+#include "shell/Churn.h"
 #include "shell/Monkey.h"
 
 namespace {
@@ -45,6 +46,18 @@ TEST_F(LayersMonkey, After500OperationsAllIsInStepAndNothingIsLeftOver) {
   EXPECT_EQ(after.threads, before.threads);
   EXPECT_EQ(after.files, before.files);
   EXPECT_LT(after.bytes, before.bytes + 8L * 1024 * 1024);
+}
+
+// A thousand, with the time that it takes, are for bench/operator churn.
+TEST_F(LayersMonkey, AddingAndDeletingKeepsMemoryFlatAndLosesNoComposedPicture) {
+  stage.Open();
+  support::AddAndDelete(&stage, 20);
+  const support::ChurnResult result = support::AddAndDelete(&stage, 80);
+  EXPECT_TRUE(result.ok);
+  EXPECT_GT(result.pictures, 0);
+  EXPECT_EQ(result.missing, 0);
+  EXPECT_LT(result.heapAtEnd, result.heapAtHalf + 8L * 1024 * 1024);
+  stage.Close();
 }
 
 }  // namespace
