@@ -75,6 +75,8 @@ void orvane::InitUi() {
   ui.startTime->setText(m_liveTime.toString(QStringLiteral("hh:mm:ss")));
   ui.startTime->hide();
   ui.m_LiveBtn->hide();
+  // With the keyboard on no control, a key that was meant for the login presses nothing here.
+  setFocus();
   ConnectUi();
 }
 

@@ -1,0 +1,568 @@
+// The main window with its graph running: its form, its look, its shape, its place, its closing,
+// the change of account, and what a keyboard and a screen reader find.
+#include <gtest/gtest.h>
+
+#include <QBuffer>
+#include <QDir>
+#include <QGuiApplication>
+#include <QImage>
+#include <QNetworkReply>
+#include <QScreen>
+#include <QSettings>
+
+#include "backend/BackendClient.h"
+#include "backend/TestAddress.h"
+#include "output/CRender.h"
+#include "shell/CEvent.h"
+#include "shell/LayersRig.h"
+#include "sources/DeviceCatalogue.h"
+#include "support/Accessibility.h"
+#include "support/ScriptedHttp.h"
+#include "widgets/CLoginDlg.h"
+#include "widgets/LoginInfoControl.h"
+
+namespace {
+
+using support::JsonReply;
+using support::ScriptedHttp;
+
+const char kBlue[] =
+    "QPushButton{color:#20A0FF;font-family:黑体;font-size:15px;font-type:bold;border-image:url(:/"
+    "orvane/qietu/action-btn.png)}";
+const char kLabelUnderButton[] = "QLabel{color:#B4BECC;font:12px bold 宋体}";
+
+QString TitleButtonSheet(const QString& name, const QString& picture) {
+  return QStringLiteral(
+             "QPushButton#%1\n{\n\tborder: none;\n\tmin-height: 16px;\n\tmin-width:  16px;\n\t"
+             "max-height: 16px;\n\tmax-width:  16px;\n\tmargin: 5px;\n\tbackground:url(:/orvane/"
+             "qietu/%2);\n\tbackground-repeat: no-repeat;\n\tbackground-position: center;\n}")
+      .arg(name, picture);
+}
+
+class OpenWindow : public support::OpenOrvane {
+ public:
+  using orvane::m_actDlg;
+  using orvane::m_adPixmap;
+  using orvane::m_backend;
+  using orvane::m_catalogue;
+  using orvane::m_dragFrom;
+  using orvane::m_dragMode;
+  using orvane::m_dragTo;
+  using orvane::m_encoder;
+  using orvane::m_isLiving;
+  using orvane::m_layerMoved;
+  using orvane::m_leftDown;
+  using orvane::m_liveTime;
+  using orvane::m_liveTimer;
+  using orvane::m_loginDlg;
+  using orvane::m_loginShadow;
+  using orvane::m_loopback;
+  using orvane::m_maximised;
+  using orvane::m_mic;
+  using orvane::m_mixOut;
+  using orvane::m_normalRect;
+  using orvane::m_pressPos;
+  using orvane::m_pressRect;
+  using orvane::m_silence;
+  using orvane::m_wndDlg;
+  using orvane::m_wndDrag;
+};
+
+class MainWindow : public support::LayersRig {
+ protected:
+  MainWindow() {
+    main = new OpenWindow;
+    window.reset(main);
+  }
+
+  void Run() {
+    main->InitGraph();
+    main->show();
+    QApplication::setActiveWindow(main);
+    QApplication::processEvents();
+  }
+  QWidget* Find(const char* name) const {
+    return main->findChild<QWidget*>(QLatin1String(name), Qt::FindChildrenRecursively);
+  }
+  template <typename T>
+  T* Get(const char* name) const {
+    return qobject_cast<T*>(Find(name));
+  }
+
+  OpenWindow* main;
+};
+
+TEST_F(MainWindow, StartsWithItsMembersAtTheirStartingValues) {
+  EXPECT_EQ(main->m_dragFrom, QPoint(0, 0));
+  EXPECT_EQ(main->m_dragTo, QPoint(0, 0));
+  EXPECT_EQ(main->m_pressPos, QPoint(0, 0));
+  EXPECT_FALSE(main->m_wndDrag || main->m_leftDown || main->m_maximised || main->m_layerMoved);
+  EXPECT_FALSE(main->m_isLiving || main->m_tipShown || main->m_tip.isVisible());
+  EXPECT_FALSE(main->m_normalRect.isValid());
+  EXPECT_EQ(main->m_dragMode, -1);
+  EXPECT_EQ(main->m_liveTime, QTime(0, 0, 0, 0));
+  EXPECT_FALSE(main->m_liveTimer.isActive());
+  EXPECT_TRUE(main->m_adPixmap.isNull());
+  EXPECT_TRUE(main->m_layers.empty());
+  EXPECT_EQ(main->m_catalogue, DeviceCatalogue::Instance());
+  EXPECT_EQ(main->m_backend, BackendClient::Instance());
+  const void* const absent[] = {
+      main->m_textDlg,  main->m_camDlg,  main->m_actDlg,  main->m_wndDlg,  main->m_loginDlg,
+      main->m_mixFrame, main->m_silence, main->m_render,  main->m_encoder, main->m_loginShadow,
+      main->m_mixOut,   main->m_mic,     main->m_loopback};
+  for (const void* pointer : absent) {
+    EXPECT_EQ(pointer, nullptr);
+  }
+  const shell::Rect& rect = main->m_pressRect;
+  EXPECT_TRUE(rect.x == 0 && rect.y == 0 && rect.width == 0 && rect.height == 0);
+}
+
+struct WidgetRow {
+  const char* name;
+  const char* className;
+  QSize least;
+  QSize most;
+  const char* text;  // null where it has none
+};
+
+constexpr int kAny = QWIDGETSIZE_MAX;
+const WidgetRow kWidgets[] = {
+    {"m_labLogo", "QLabel", {45, 30}, {45, 30}, ""},
+    {"m_titleLogo", "QLabel", {200, 30}, {45, 30}, "柯维直播助手"},
+    {"widget", "LoginInfoControl", {0, 0}, {kAny, kAny}, nullptr},
+    {"m_BtnMin", "QPushButton", {26, 26}, {26, 26}, ""},
+    {"m_BtnMax", "QPushButton", {26, 26}, {26, 26}, ""},
+    {"m_BtnExit", "QPushButton", {26, 26}, {26, 26}, ""},
+    {"m_renderWgt", "QLabel", {960, 540}, {960, 540}, ""},
+    {"m_tabLayer", "MyListView", {290, 540}, {290, 540}, nullptr},
+    {"m_chooseBtn", "QPushButton", {120, 40}, {120, 40}, "选择活动"},
+    {"activitiesTitleLabel", "QLabel", {0, 28}, {kAny, 28}, ""},
+    {"m_reselectBtn", "QPushButton", {64, 22}, {64, 22}, "重新选择"},
+    {"startTime", "QLabel", {0, 0}, {kAny, kAny}, "00:00:00"},
+    {"m_LiveBtn", "QPushButton", {120, 40}, {120, 40}, "开始直播"},
+    {"m_AddWinBtn", "QPushButton", {40, 40}, {40, 40}, ""},
+    {"m_AddWinLable", "QLabel", {0, 0}, {kAny, kAny}, "添加窗口"},
+    {"m_AddTuC", "QPushButton", {40, 40}, {40, 40}, ""},
+    {"m_AddTuCLabel", "QLabel", {0, 0}, {kAny, kAny}, "添加图层"},
+};
+
+TEST_F(MainWindow, HasEveryWidgetWithItsClassSizeAndText) {
+  Run();
+  for (const WidgetRow& row : kWidgets) {
+    SCOPED_TRACE(row.name);
+    const QWidget* widget = Find(row.name);
+    ASSERT_NE(widget, nullptr);
+    EXPECT_STREQ(widget->metaObject()->className(), row.className);
+    EXPECT_EQ(widget->minimumSize(), row.least);
+    EXPECT_EQ(widget->maximumSize(), row.most);
+    if (row.text != nullptr) {
+      EXPECT_EQ(widget->property("text").toString(), QString::fromUtf8(row.text));
+    }
+    // What is shown has the size that is asked for, and lies in the window.
+    if (widget->isVisible()) {
+      EXPECT_EQ(widget->size().expandedTo(row.least), widget->size());
+      const QRect place(widget->mapTo(main, QPoint(0, 0)), widget->size());
+      EXPECT_TRUE(main->rect().contains(place));
+    }
+  }
+  EXPECT_TRUE(Get<QPushButton>("m_chooseBtn")->font().bold());
+  const QLabel* logo = Get<QLabel>("m_labLogo");
+  EXPECT_EQ(logo->pixmap(Qt::ReturnByValue).toImage(),
+            QPixmap(QStringLiteral(":/orvane/qietu/topbar-logo.png")).toImage());
+}
+
+TEST_F(MainWindow, IsNamedAndSizedAndHasNoFlagsOfItsOwn) {
+  Run();
+  EXPECT_EQ(main->objectName(), QStringLiteral("orvaneClass"));
+  EXPECT_EQ(main->minimumSize(), QSize(1280, 720));
+  EXPECT_EQ(main->size(), QSize(1280, 720));
+  EXPECT_EQ(main->windowTitle(), QStringLiteral("orvane"));
+  EXPECT_FALSE(main->windowIcon().pixmap(192).isNull());
+  EXPECT_EQ(main->windowFlags(), QWidget().windowFlags());
+  EXPECT_TRUE(main->testAttribute(Qt::WA_StyledBackground));
+  EXPECT_TRUE(main->testAttribute(Qt::WA_MouseTracking));
+}
+
+struct LayoutRow {
+  const char* name;
+  int spacing;
+  QMargins margins;
+  const char* items;  // names in order; "-" for a spacer
+};
+
+const LayoutRow kLayouts[] = {
+    {"verticalLayout_6", 6, {11, 11, 11, 11}, "mainLayout"},
+    {"mainLayout", 0, {0, 0, 0, 0}, "headLayout middleLayout buttomLayout"},
+    {"headLayout", 6, {0, 5, 0, 5}, "m_labLogo m_titleLogo widget - m_BtnMin m_BtnMax m_BtnExit"},
+    {"middleLayout", 0, {0, 0, 0, 0}, "viewLayout - verticalLayout_2"},
+    {"viewLayout", 0, {0, 0, 0, 0}, "- m_renderWgt -"},
+    {"verticalLayout_2", 0, {0, 0, 0, 0}, "- m_tabLayer -"},
+    {"addWindowLayout", 0, {0, 0, 0, 0}, "m_AddWinBtn m_AddWinLable"},
+    {"addLayerLayout", 0, {0, 0, 0, 0}, "m_AddTuC m_AddTuCLabel"},
+};
+
+QString ItemsOf(const QLayout& layout) {
+  QStringList items;
+  for (int i = 0; i < layout.count(); ++i) {
+    QLayoutItem* item = layout.itemAt(i);
+    if (item->layout() != nullptr) {
+      items << item->layout()->objectName();
+    } else {
+      items << (item->widget() != nullptr ? item->widget()->objectName() : QStringLiteral("-"));
+    }
+  }
+  return items.join(QLatin1Char(' '));
+}
+
+TEST_F(MainWindow, IsLaidOutInItsNamedLayouts) {
+  Run();
+  for (const LayoutRow& row : kLayouts) {
+    SCOPED_TRACE(row.name);
+    const auto* layout = main->findChild<QBoxLayout*>(QLatin1String(row.name));
+    ASSERT_NE(layout, nullptr);
+    EXPECT_EQ(layout->spacing(), row.spacing);
+    EXPECT_EQ(layout->contentsMargins(), row.margins);
+    EXPECT_EQ(ItemsOf(*layout), QLatin1String(row.items));
+  }
+  const auto* bottom = main->findChild<QBoxLayout*>(QStringLiteral("buttomLayout"));
+  EXPECT_EQ(bottom->spacing(), 0);
+  EXPECT_EQ(bottom->contentsMargins(), QMargins(0, 10, 0, 10));
+  // The activity on the left, behind the spacer that gives it its place.
+  EXPECT_TRUE(ItemsOf(*bottom).startsWith("- m_chooseBtn activitiesTitleLabel m_reselectBtn "))
+      << ItemsOf(*bottom).toStdString();
+  EXPECT_EQ(bottom->itemAt(0)->spacerItem()->sizeHint(), QSize(80, 20));
+}
+
+TEST_F(MainWindow, PutsPreviewAndListBesideEachOther) {
+  Run();
+  const QRect preview = Find("m_renderWgt")->geometry();
+  const QRect list = Find("m_tabLayer")->geometry();
+  EXPECT_EQ(preview.size(), QSize(960, 540));
+  EXPECT_EQ(list.size(), QSize(290, 540));
+  EXPECT_EQ(preview.left(), 11);
+  EXPECT_EQ(list.right(), 1280 - 11 - 1);
+  EXPECT_EQ(preview.top(), list.top());
+  EXPECT_GT(list.left(), preview.right());
+  // The spacer above them keeps its height.
+  EXPECT_EQ(preview.top(), main->ui.middleLayout->geometry().top() + 19);
+}
+
+struct SheetRow {
+  const char* name;
+  QString sheet;
+};
+
+TEST_F(MainWindow, WearsTheStyleSheetsOfTheTheme) {
+  const SheetRow rows[] = {
+      {"m_renderWgt", "QLabel{color:#B4BECC;background-color:#000000;}"},
+      {"m_titleLogo", "QLabel{color:#B4BECC;border-width:0px;font-size:13px;font-family:宋体}"},
+      {"m_BtnMin", TitleButtonSheet("m_BtnMin", "topbar-min.png")},
+      {"m_BtnMax", TitleButtonSheet("m_BtnMax", "topbar-max.png")},
+      {"m_BtnExit", TitleButtonSheet("m_BtnExit", "topbar-close.png")},
+      {"m_AddWinBtn", "QPushButton{border-image:url(:/orvane/qietu/bottombar-addwindow.png)}"},
+      {"m_AddTuC", "QPushButton{border-image:url(:/orvane/qietu/bottombar-addlayer.png)}"},
+      {"m_AddWinLable", kLabelUnderButton},
+      {"m_AddTuCLabel", kLabelUnderButton},
+      {"m_chooseBtn", kBlue},
+      {"m_LiveBtn", kBlue},
+      {"activitiesTitleLabel", "color:#B4BECC;font:bold 15px 黑体;"},
+      {"m_reselectBtn",
+       "QPushButton{color:#5A5F66;font-family:黑体;font-size:13px;font-type:bold;border:0px;}"},
+      {"startTime", "color:#5A5F66;"},
+  };
+  Run();
+  EXPECT_EQ(main->styleSheet(), QStringLiteral("QWidget{background-color:#282A30;}"));
+  for (const SheetRow& row : rows) {
+    EXPECT_EQ(Find(row.name)->styleSheet(), row.sheet) << row.name;
+  }
+}
+
+TEST_F(MainWindow, ShowsNoActivityAtTheStart) {
+  Run();
+  EXPECT_TRUE(Find("m_chooseBtn")->isVisible());
+  for (const char* hidden : {"activitiesTitleLabel", "m_reselectBtn", "startTime", "m_LiveBtn"}) {
+    EXPECT_FALSE(Find(hidden)->isVisible()) << hidden;
+  }
+}
+
+TEST_F(MainWindow, HasTwoMenusWithASeparatorBehindEveryEntry) {
+  struct Wanted {
+    QMenu* menu;
+    QStringList texts;
+    int padding;
+  };
+  const Wanted menus[] = {{&main->m_WndMenu, {"全屏桌面", "摄像头", "窗口捕获"}, 20},
+                          {&main->m_TuCMenu, {"文本", "图片", "视频"}, 30}};
+  for (const Wanted& wanted : menus) {
+    const QList<QAction*> actions = wanted.menu->actions();
+    ASSERT_EQ(actions.size(), 6);
+    for (int i = 0; i < actions.size(); ++i) {
+      EXPECT_EQ(actions[i]->isSeparator(), i % 2 == 1);
+      if (i % 2 == 0) {
+        EXPECT_EQ(actions[i]->text(), wanted.texts[i / 2]);
+      }
+    }
+    EXPECT_EQ(wanted.menu->parent(), nullptr);
+    EXPECT_TRUE(wanted.menu->windowFlags().testFlag(Qt::FramelessWindowHint));
+    EXPECT_TRUE(wanted.menu->testAttribute(Qt::WA_TranslucentBackground));
+    EXPECT_EQ(
+        wanted.menu->styleSheet(),
+        QStringLiteral(
+            "QMenu{padding:15px 20px 15px 20px;border-image:url(:/orvane/qietu/menu_add.png);}"
+            "QMenu::item{margin:5px;padding:2px %1px 2px %1px;border:1px solid transparent;"
+            "color:#B4BECC;}QMenu::separator{height:0px;}")
+            .arg(wanted.padding));
+  }
+}
+
+TEST_F(MainWindow, StandsInTheMiddleOfTheAvailableScreen) {
+  const QSize screen = QGuiApplication::primaryScreen()->availableGeometry().size();
+  EXPECT_EQ(main->pos(), QPoint(screen.width() / 2 - 1280 / 2, screen.height() / 2 - 720 / 2));
+}
+
+void ExpectRoundMask(const QWidget& window) {
+  const QRegion mask = window.mask();
+  const int right = window.width() - 1;
+  const int bottom = window.height() - 1;
+  EXPECT_EQ(mask.boundingRect(), window.rect());
+  for (const bool far : {false, true}) {
+    for (const bool low : {false, true}) {
+      const auto at = [&](int x, int y) {
+        return mask.contains(QPoint(far ? right - x : x, low ? bottom - y : y));
+      };
+      // A circle of 10 pixels, and no more of the corner than that.
+      EXPECT_FALSE(at(0, 0));
+      EXPECT_FALSE(at(2, 2));
+      EXPECT_TRUE(at(3, 3));
+      EXPECT_TRUE(at(10, 0));
+      EXPECT_TRUE(at(0, 10));
+    }
+  }
+}
+
+TEST_F(MainWindow, HasRoundCornersAtEverySize) {
+  Run();
+  main->grab();
+  ExpectRoundMask(*main);
+  main->resize(1600, 900);
+  main->grab();
+  ExpectRoundMask(*main);
+}
+
+TEST_F(MainWindow, TakesTheSizeOfThePreviewFromTheBus) {
+  Run();
+  QSize size(1600, 900);
+  emit CEvent::instance()->renderSize(size);
+  EXPECT_EQ(Find("m_renderWgt")->size(), size);
+  EXPECT_EQ(Find("m_renderWgt")->minimumSize(), size);
+  EXPECT_EQ(Find("m_renderWgt")->maximumSize(), size);
+  EXPECT_EQ(Find("m_tabLayer")->size(), QSize(290, 900));
+  EXPECT_EQ(Find("m_tabLayer")->minimumSize(), QSize(290, 900));
+  EXPECT_EQ(static_cast<QSize>(main->m_render->previewSize), size);
+  EXPECT_EQ(main->m_render->windowHandle, Find("m_renderWgt")->winId());
+}
+
+TEST_F(MainWindow, StaysOpenWhileABroadcastRunsAndSaysWhy) {
+  Run();
+  main->m_isLiving = true;
+  Get<QPushButton>("m_BtnExit")->click();
+  ASSERT_EQ(answers.All().size(), 1U);
+  EXPECT_EQ(answers.All()[0].text, QStringLiteral("正在直播过程中，请先停止直播"));
+  EXPECT_TRUE(main->isVisible());
+  main->m_isLiving = false;
+  Get<QPushButton>("m_BtnExit")->click();
+  EXPECT_EQ(answers.All().size(), 1U);
+  EXPECT_FALSE(main->isVisible());
+}
+
+TEST_F(MainWindow, IsMinimisedByItsButton) {
+  Run();
+  Get<QPushButton>("m_BtnMin")->click();
+  EXPECT_TRUE(main->isMinimized());
+}
+
+// Logs in at the dialog when it opens; without a name it is left by Escape.
+class AtTheLogin : public QObject {
+ public:
+  AtTheLogin(const QWidget* window, QString name) {
+    connect(&m_timer, &QTimer::timeout, this, [this, window, name] {
+      auto* dialog = qobject_cast<CLoginDlg*>(QApplication::activeModalWidget());
+      if (dialog == nullptr || !dialog->isVisible()) {
+        return;
+      }
+      opened = true;
+      windowWasHidden = !window->isVisible();
+      saved = QSettings(QStringLiteral("./login.ini"), QSettings::IniFormat)
+                  .value(QStringLiteral("psw"))
+                  .toString();
+      dialog->findChild<QLineEdit*>(QStringLiteral("m_EditUser"))->setText(name);
+      dialog->findChild<QPushButton*>(QStringLiteral("m_BtnLogin"))->click();
+    });
+    m_timer.start(5);
+  }
+
+  bool opened = false;
+  bool windowWasHidden = false;
+  QString saved;  // the password in "./login.ini" while the dialog stood open
+
+ private:
+  QTimer m_timer;
+};
+
+class ChangeOfAccount : public MainWindow {
+ protected:
+  ChangeOfAccount() {
+    SetTestAddress(server.Address());
+    // In the order in which they are asked for: logout, picture of the login, login.
+    server.SetReplies({JsonReply(R"({"code":0})"), JsonReply(R"({"code":-1})"),
+                       JsonReply(R"({"code":0,"data":{"token":"t2"},"token":"t2"})")});
+    QSettings settings(QStringLiteral("./login.ini"), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("usr"), QStringLiteral("first"));
+    settings.setValue(QStringLiteral("psw"), QStringLiteral("secret"));
+    DeviceCatalogue::Instance()->loggedIn = 1;
+    DeviceCatalogue::Instance()->userToken = QStringLiteral("t1");
+    DeviceCatalogue::Instance()->userName = QStringLiteral("first");
+  }
+  ~ChangeOfAccount() override { DeviceCatalogue::Instance()->loggedIn = 0; }
+  QString ShownName() const { return Get<QLabel>("nameLabel")->text(); }
+
+  ScriptedHttp server;
+};
+
+TEST_F(ChangeOfAccount, LogsOutForgetsHidesAsksAndComesBack) {
+  Run();
+  EXPECT_EQ(ShownName(), QStringLiteral("first"));
+  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+  emit CEvent::instance()->loginChange();
+  ASSERT_EQ(server.Requests().size(), 3);
+  EXPECT_TRUE(server.Requests()[0].contains("logout")) << server.Requests()[0].toStdString();
+  EXPECT_TRUE(server.Requests()[0].contains("t1"));
+  EXPECT_TRUE(operatorAtLogin.opened);
+  EXPECT_TRUE(operatorAtLogin.windowWasHidden);
+  EXPECT_EQ(operatorAtLogin.saved, QString());
+  EXPECT_EQ(answers.TakeKinds(), QStringList("CLoginDlg"));
+  EXPECT_TRUE(main->isVisible());
+  EXPECT_EQ(ShownName(), QStringLiteral("second"));
+  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2"));
+}
+
+TEST_F(ChangeOfAccount, WhileABroadcastRunsShowsTheNoticeAndGoesOn) {
+  Run();
+  main->m_isLiving = true;
+  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+  emit CEvent::instance()->loginChange();
+  ASSERT_FALSE(answers.All().empty());
+  EXPECT_EQ(answers.All()[0].text, QStringLiteral("正在直播过程中，请先停止直播"));
+  EXPECT_EQ(answers.TakeKinds(), QStringList({"InformationDlg", "CLoginDlg"}));
+  EXPECT_TRUE(operatorAtLogin.opened);
+  EXPECT_TRUE(main->m_isLiving);
+  EXPECT_EQ(ShownName(), QStringLiteral("second"));
+  main->m_isLiving = false;
+}
+
+// One dialog serves all logins, and the layers stay through them.
+TEST_F(ChangeOfAccount, KeepsTheDialogAndTheLayers) {
+  server.SetReplies({JsonReply(R"({"code":0})"), JsonReply(R"({"code":-1})"),
+                     JsonReply(R"({"code":0,"token":"t2"})"), JsonReply(R"({"code":0})"),
+                     JsonReply(R"({"code":0,"token":"t3"})")});
+  Run();
+  const QStringList rows = main->Rows();
+  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+  emit CEvent::instance()->loginChange();
+  const CLoginDlg* dialog = main->m_loginDlg;
+  const CustomShadowEffect* shadow = main->m_loginShadow;
+  emit CEvent::instance()->loginChange();
+  EXPECT_EQ(main->m_loginDlg, dialog);
+  EXPECT_EQ(main->m_loginShadow, shadow);
+  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t3"));
+  EXPECT_EQ(main->Rows(), rows);
+}
+
+// Names of this process's threads.
+QStringList Threads() {
+  QStringList names;
+  for (const QString& id :
+       QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+    QFile name(QStringLiteral("/proc/self/task/%1/comm").arg(id));
+    if (name.open(QIODevice::ReadOnly)) {
+      names << QString::fromUtf8(name.readAll()).trimmed();
+    }
+  }
+  return names;
+}
+
+TEST_F(MainWindow, LeavesNoWorkerBehindWhenTheGraphIsClosed) {
+  Run();
+  const QStringList running = Threads();
+  for (const char* worker : {"mix", "silence", "capture", "scale", "compose", "present"}) {
+    EXPECT_TRUE(running.contains(QLatin1String(worker))) << worker;
+  }
+  main->CloseGraph();
+  const QStringList left = Threads();
+  for (const char* worker : {"mix", "silence", "capture", "scale", "compose", "present"}) {
+    EXPECT_FALSE(left.contains(QLatin1String(worker))) << worker;
+  }
+  EXPECT_TRUE(main->m_layers.empty());
+  EXPECT_EQ(main->m_render, nullptr);
+  main->CloseGraph();
+}
+
+// A reply that has come, or failed.
+class Reply : public QNetworkReply {
+ public:
+  Reply(const QByteArray& bytes, NetworkError error) {
+    m_bytes.setData(bytes);
+    m_bytes.open(QIODevice::ReadOnly);
+    open(QIODevice::ReadOnly);
+    setError(error, QString());
+  }
+  void abort() override {}
+  qint64 bytesAvailable() const override { return m_bytes.bytesAvailable(); }
+
+ protected:
+  qint64 readData(char* data, qint64 most) override { return m_bytes.read(data, most); }
+
+ private:
+  QBuffer m_bytes;
+};
+
+TEST_F(MainWindow, KeepsAFetchedPictureAndNothingOfAFailedReply) {
+  QByteArray png;
+  QBuffer buffer(&png);
+  buffer.open(QIODevice::WriteOnly);
+  QImage picture(7, 5, QImage::Format_RGB32);
+  picture.fill(Qt::red);
+  picture.save(&buffer, "PNG");
+  Reply failed(png, QNetworkReply::HostNotFoundError);
+  main->replyFinished(&failed);
+  EXPECT_TRUE(main->m_adPixmap.isNull());
+  Reply fetched(png, QNetworkReply::NoError);
+  main->replyFinished(&fetched);
+  EXPECT_EQ(main->m_adPixmap.size(), QSize(7, 5));
+}
+
+TEST_F(MainWindow, HasANameForEveryControl) {
+  Run();
+  for (const char* shown : {"m_reselectBtn", "m_LiveBtn"}) {
+    Find(shown)->show();
+  }
+  EXPECT_EQ(support::NamelessControls(*main), QStringList());
+  // These take no focus, and a screen reader comes to them all the same.
+  for (const char* place : {"m_renderWgt", "m_tabLayer"}) {
+    EXPECT_FALSE(Find(place)->accessibleName().isEmpty()) << place;
+  }
+}
+
+TEST_F(MainWindow, LetsTabReachEveryControlAndNoList) {
+  Run();
+  EXPECT_EQ(
+      support::TabRound(main).join(' '),
+      QStringLiteral("menuButton m_chooseBtn m_AddWinBtn m_AddTuC m_BtnMin m_BtnMax m_BtnExit"));
+  EXPECT_EQ(Find("m_tabLayer")->focusPolicy(), Qt::NoFocus);
+  for (const char* shown : {"m_reselectBtn", "m_LiveBtn"}) {
+    Find(shown)->show();
+  }
+  EXPECT_EQ(support::TabRound(main).size(), 9);
+}
+
+}  // namespace
