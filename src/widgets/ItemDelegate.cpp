@@ -37,7 +37,8 @@ QPen TextPen(const QColor& colour) {
 }
 
 void PaintText(QPainter* painter, const QRect& row, const QString& text) {
-  painter->drawText(QRectF(widgets::TextPaintRect(row)), text, QTextOption());
+  painter->drawText(QRectF(widgets::TextPaintRect(row)), widgets::ReadablePart(text),
+                    QTextOption());
 }
 
 void PaintResting(QPainter* painter, const QRect& row, const ItemData& record) {
@@ -138,8 +139,9 @@ void ItemDelegate::Move(const QMouseEvent& event, const ItemData& record, const 
   if (row.contains(event.pos())) {
     emit checkItem(index);
   }
-  const bool inText = widgets::TextHitRect(row).contains(event.pos());
-  if (inText && widgets::NeedsTip(QFontMetrics(RowFont()).horizontalAdvance(record.text))) {
+  const QFontMetrics metrics(RowFont());
+  if (widgets::TextHitRect(row).contains(event.pos()) &&
+      widgets::NeedsTip(metrics.horizontalAdvance(widgets::ReadablePart(record.text)))) {
     emit showStatusTip(record.text, event.globalPos());
   } else {
     emit hideStatusTip();

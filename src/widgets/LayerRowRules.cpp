@@ -5,6 +5,7 @@ namespace widgets {
 namespace {
 
 constexpr int kLeastWidthWithTip = 191;
+constexpr int kMostCharacters = 600;
 constexpr double kHiddenEyeLeft = 10.2;
 constexpr double kHiddenEyeTop = 12.2;
 
@@ -77,6 +78,10 @@ PressAction ActionOfPress(const ItemData& record, const QRect& row, const QPoint
     return record.visible ? PressAction::Hide : PressAction::Show;
   }
   return row.contains(at) ? ActionOfRow(button) : PressAction::Nothing;
+}
+
+QString ReadablePart(const QString& text) {
+  return text.left(kMostCharacters);
 }
 
 bool NeedsTip(int textWidth) {

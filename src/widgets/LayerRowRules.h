@@ -34,6 +34,10 @@ enum class PressAction { Nothing, Delete, Edit, Hide, Show, RecordLeft, RecordRi
 PressAction ActionOfPress(const ItemData& record, const QRect& row, const QPoint& at,
                           Qt::MouseButton button);
 
+// As much of a layer's name as a row could ever show or need for its width: a pasted book must not
+// hold up each move of the mouse.
+QString ReadablePart(const QString& text);
+
 // Whether a text of that many pixels is too long for its row.
 bool NeedsTip(int textWidth);
 

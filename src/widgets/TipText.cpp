@@ -9,9 +9,10 @@ namespace {
 constexpr int kChineseWidth = 12;
 constexpr int kStep = 160;
 constexpr int kLastLimit = 800;
-// Behind so many characters nobody reads on; one of no width at all could otherwise be measured for
-// minutes.
-constexpr int kMostCharacters = 600;
+// Nobody reads on behind so many characters, but laying them out, or measuring step by step what
+// has no width at all, would hold up the window.
+constexpr int kMostLaidOut = 10000;
+constexpr int kMostMeasured = 600;
 
 // One character at that place; two units of UTF-16 where it takes them.
 QString CharacterAt(const QString& text, int at) {
@@ -25,11 +26,11 @@ QString CharacterAt(const QString& text, int at) {
 QString TipText(const QString& text, const TextWidth& width) {
   const QString first = CharacterAt(text, 0);
   if (width(first) == kChineseWidth) {
-    return text;
+    return text.left(kMostLaidOut);
   }
   QString shown;
   int limit = kStep;
-  const int end = std::min(text.size(), kMostCharacters);
+  const int end = std::min(text.size(), kMostMeasured);
   for (int at = first.size(); at < end && limit <= kLastLimit;) {
     const QString character = CharacterAt(text, at);
     at += character.size();

@@ -14,8 +14,8 @@ using TextWidth = std::function<int(const QString& text)>;
 
 // A name whose first character is 12 pixels wide is Chinese, and the label can break it anywhere:
 // it stays as it is. Any other name loses its first character and gets a blank at each step of 160
-// pixels, where the label can break it; it ends behind the fifth blank (a text of hardly any width
-// long after any that can be seen).
+// pixels, where the label can break it; it ends behind the fifth blank. Of a text that is longer
+// than any name, both end where it can't be seen any more.
 QString TipText(const QString& text, const TextWidth& width);
 
 }  // namespace widgets

@@ -363,6 +363,17 @@ TEST(LayerList, MovingFromTheTextToTheEyeOrTheMarginHidesTheTip) {
   }
 }
 
+TEST(LayerList, TipGetsTheWholeNameHoweverLong) {
+  LayerList list;
+  const QString book(100000, QLatin1Char('m'));
+  list.AddLayers({book});
+  const TipSpies tip(list);
+  list.MoveTo(0, LayerList::kText);
+  ASSERT_EQ(tip.show.count(), 1);
+  EXPECT_EQ(tip.show.at(0).at(0).toString(), book);
+  EXPECT_EQ(list.Record(0).text, book);
+}
+
 TEST(LayerList, TipOfAHiddenRowShowsToo) {
   LayerList list;
   list.AddLayer(QString(100, QLatin1Char('m')), kTextLayer, false);

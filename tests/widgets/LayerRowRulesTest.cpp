@@ -169,6 +169,12 @@ TEST(LayerRowRules, Text190WideNeedsNoTipAnd191DoesOne) {
   EXPECT_TRUE(widgets::NeedsTip(100000));
 }
 
+TEST(LayerRowRules, NameIsReadWholeAndABookIsNot) {
+  const QString name(600, QLatin1Char('i'));
+  EXPECT_EQ(widgets::ReadablePart(name), name);
+  EXPECT_EQ(widgets::ReadablePart(QString(100000, QLatin1Char('i'))), name);
+}
+
 TEST(LayerRowRules, DropExchangesTwoRowsAndLeavesThoseBetween) {
   const struct {
     int drag;

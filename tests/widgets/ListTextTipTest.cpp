@@ -94,6 +94,12 @@ TEST(TipText, CharacterOfTwoUnitsCountsAsOne) {
             clef + QLatin1Char(' ') + clef + QLatin1Char(' '));
 }
 
+TEST(TipText, ChineseBookIsCutWhereItCannotBeSeen) {
+  const auto width = [](const QString& text) { return 12 * text.size(); };
+  EXPECT_EQ(TipText(QString(10000, QChar(0x56FE)), width).size(), 10000);
+  EXPECT_EQ(TipText(QString(100000, QChar(0x56FE)), width).size(), 10000);
+}
+
 TEST(TipText, TextOfNoWidthIsCutWhereNobodyReadsIt) {
   int measured = 0;
   const auto noWidth = [&](const QString&) { return ++measured, 0; };
