@@ -3,7 +3,7 @@
 // What it does is split by concern over files of their own: orvane_window.cpp (the window, its look
 // and its closing), orvane_login.cpp (the login and the change of account), orvane_graph.cpp (the
 // fixed part of the graph, from its assembly to its end), orvane_layers.cpp (the layers of the
-// scene).
+// scene), orvane_preview.cpp (the mouse on the preview and the title, and the maximised state).
 //
 // Order of life: constructed; ShowLogin; only when the account is logged in InitGraph once; shown;
 // CloseGraph once, after the event loop has ended and before the window is destroyed. No node
@@ -93,6 +93,8 @@ class orvane : public QWidget {
   // Run the menu above its button.
   void OpenWndMenu();
   void OpenTuCMenu();
+  // The whole available screen, or back to the geometry before, with the preview at 960 x 540.
+  void ChangeMaxNomal();
   // Closes the window, but not while a broadcast runs.
   void SlotClose();
   void RecvChangeSignal(int frist, int second);
@@ -114,6 +116,10 @@ class orvane : public QWidget {
   void RecvHideStatusTip();
 
  protected:
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 
  private:
@@ -123,6 +129,13 @@ class orvane : public QWidget {
   void ConnectUi();
   void CenterOnScreen();
   void ConnectSurfaceToRender();
+  bool PressLeft(QMouseEvent* event);
+  void GrabLayer(const QPoint& position);
+  void DragLayer(const QPoint& position);
+  void HitTestLayer(int x, int y);
+  void FitPreview();
+  shell::Scales PreviewScales() const;
+  shell::Drag DragAt(const QPoint& position) const;
   shell::FixedNodes FixedNodes() { return {m_mixFrame, m_silence, m_render}; }
   void AddDefaultLayers();
   void OpenMenu(QMenu* menu, const QWidget* button);

@@ -101,6 +101,7 @@ void orvane::ConnectUi() {
   connect(ui.m_AddTuC, &QPushButton::clicked, this, &orvane::OpenTuCMenu);
   connect(ui.m_BtnExit, &QPushButton::clicked, this, &orvane::SlotClose);
   connect(ui.m_BtnMin, &QPushButton::clicked, this, &orvane::showMinimized);
+  connect(ui.m_BtnMax, &QPushButton::clicked, this, &orvane::ChangeMaxNomal);
   connect(ui.m_tabLayer->Delegate(), &ItemDelegate::showStatusTip, this, &orvane::RecvStatusTip);
   connect(ui.m_tabLayer->Delegate(), &ItemDelegate::hideStatusTip, this,
           &orvane::RecvHideStatusTip);

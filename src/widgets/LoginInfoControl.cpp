@@ -6,6 +6,12 @@
 
 #include "shell/CEvent.h"
 
+namespace {
+
+constexpr int kMargin = 5;  // above and below
+
+}  // namespace
+
 LoginInfoControl::LoginInfoControl(QWidget* parent)
     : QWidget(parent),
       avatarLabel(new QLabel(this)),
@@ -31,6 +37,10 @@ LoginInfoControl::LoginInfoControl(QWidget* parent)
   menuButton->setAccessibleName(changeAction->text());
 
   layout->setSpacing(10);
+  // A lower title row: below it the normal window then has room for its preview of 960 x 540 and
+  // what is kept free under it, so that the window comes back from the whole screen to that size.
+  const QMargins margins = layout->contentsMargins();
+  layout->setContentsMargins(margins.left(), kMargin, margins.right(), kMargin);
   layout->addWidget(avatarLabel);
   layout->addWidget(nameLabel);
   layout->addWidget(menuButton);
