@@ -57,9 +57,12 @@ struct State {
   std::vector<Rect> layers;
 };
 
-class PreviewOnScreen : public testing::TestWithParam<const char*> {
+// One screen for all of it.
+support::VirtualDesktop* desktop = nullptr;
+
+class Screen : public testing::Environment {
  protected:
-  static void SetUpTestSuite() {
+  void SetUp() override {
     desktop = new support::VirtualDesktop;
     support::DesktopOptions options;
     options.width = 2880;
@@ -67,11 +70,16 @@ class PreviewOnScreen : public testing::TestWithParam<const char*> {
     options.windowManager = true;
     ASSERT_TRUE(desktop->Start(options)) << desktop->Output();
   }
-  static void TearDownTestSuite() {
+  void TearDown() override {
     delete desktop;
     desktop = nullptr;
   }
+};
 
+const testing::Environment* const screen = testing::AddGlobalTestEnvironment(new Screen);
+
+class PreviewOnScreen : public testing::TestWithParam<const char*> {
+ protected:
   // A blue layer of the whole scene, and a green one on it.
   void SetUp() override {
     factor = std::stod(GetParam());
@@ -160,6 +168,10 @@ class PreviewOnScreen : public testing::TestWithParam<const char*> {
   bool SeesGreenAt(const Rect& rect) {
     return Settles([&] { return IsGreen(rect); });
   }
+  // It is seen where the scene has it.
+  bool SeesGreen() {
+    return Settles([&] { return IsGreen(Green()); });
+  }
   // A red line within 4 pixels of where the layer's edges are seen.
   bool SeesOutlineAround(const Rect& rect) {
     return Settles([&] {
@@ -236,7 +248,8 @@ class PreviewOnScreen : public testing::TestWithParam<const char*> {
     }
   }
 
-  // The hit test by the two corners that are seen, 3 pixels to either side of each.
+  // The hit test by the two corners that are seen, 3 pixels to either side: the mouse can't be off
+  // by more in any direction without missing one of them.
   void ExpectHitsWhatIsSeen() {
     const Rect rect = Green();
     const Point topLeft = OnScreen(rect.x, rect.y);
@@ -245,23 +258,44 @@ class PreviewOnScreen : public testing::TestWithParam<const char*> {
       Point outside;
       Point inside;
     } corners[] = {
-        {{topLeft.x - 3, topLeft.y + 3}, {topLeft.x + 3, topLeft.y + 3}},
-        {{topLeft.x + 3, topLeft.y - 3}, {topLeft.x + 3, topLeft.y + 3}},
-        {{bottomRight.x - 3, bottomRight.y + 3}, {bottomRight.x - 3, bottomRight.y - 3}},
-        {{bottomRight.x + 3, bottomRight.y - 3}, {bottomRight.x - 3, bottomRight.y - 3}}};
+        {{topLeft.x - 3, topLeft.y - 3}, {topLeft.x + 3, topLeft.y + 3}},
+        {{bottomRight.x + 3, bottomRight.y + 3}, {bottomRight.x - 3, bottomRight.y - 3}}};
     for (const auto& corner : corners) {
       Click(corner.outside);
       EXPECT_TRUE(Selects(0)) << corner.outside.x << " " << corner.outside.y;
       Click(corner.inside);
       EXPECT_TRUE(Selects(1)) << corner.inside.x << " " << corner.inside.y;
     }
-    Keep("outline");
     EXPECT_TRUE(SeesOutlineAround(rect))
         << rect.x << " " << rect.y << " " << rect.width << " " << rect.height << " in " << preview.x
         << " " << preview.y << " " << preview.width << " " << preview.height;
   }
 
-  static support::VirtualDesktop* desktop;
+  // A drag from inside the layer and one from each of its corners, pressed 15 pixels beside them.
+  void ExpectItFollowsTheMouse() {
+    Point from = OnScreen(700, 400);
+    Drag(from, {from.x + Pixels(100), from.y + Pixels(60)});
+    EXPECT_TRUE(HasGreen({600, 320, 640, 360}, 2));
+    EXPECT_TRUE(SeesGreen());
+    from = OnScreen(1240, 680);
+    from = {from.x + Pixels(15), from.y + Pixels(15)};
+    Drag(from, {from.x + Pixels(160), from.y});
+    EXPECT_TRUE(HasGreen({600, 320, 960, 540}, 3));
+    from = OnScreen(600, 320);
+    from = {from.x - Pixels(15), from.y - Pixels(15)};
+    Drag(from, {from.x + Pixels(80), from.y + Pixels(40)});
+    EXPECT_TRUE(HasGreen({760, 410, 800, 450}, 3));
+    EXPECT_TRUE(SeesGreen());
+    EXPECT_TRUE(SeesOutlineAround(Green()));
+    Keep("dragged");
+    // Near the left edge it snaps.
+    from = OnScreen(1100, 600);
+    Drag(from, {from.x - Pixels(374), from.y});
+    EXPECT_TRUE(HasGreen({0, Green().y, 800, 450}, 3));
+    EXPECT_EQ(Green().x, 0);
+    EXPECT_TRUE(SeesGreen());
+  }
+
   support::WorkingDirectory directory;
   support::Process program;
   double factor = 1;
@@ -269,72 +303,42 @@ class PreviewOnScreen : public testing::TestWithParam<const char*> {
   Rect preview;  // on the screen, in its pixels
 };
 
-support::VirtualDesktop* PreviewOnScreen::desktop = nullptr;
-
 TEST_P(PreviewOnScreen, WhatIsSeenIsWhatIsClickedDraggedAndResized) {
   EXPECT_EQ(preview.width, Pixels(960));
   EXPECT_EQ(preview.height, Pixels(540));
+  const Rect normal = state.window;
   Click(OnScreen(700, 400));
   EXPECT_TRUE(Selects(1));
   Click(OnScreen(700, 400));
   EXPECT_TRUE(Selects(0));
   ExpectHitsWhatIsSeen();
+  ExpectItFollowsTheMouse();
 
-  // The layer stays under the mouse: by 100 and 60 pixels of the window.
-  Point from = OnScreen(700, 400);
-  Drag(from, {from.x + Pixels(100), from.y + Pixels(60)});
-  EXPECT_TRUE(HasGreen({600, 320, 640, 360}, 2));
-  EXPECT_TRUE(SeesGreenAt(Green()));
-  EXPECT_TRUE(SeesOutlineAround(Green()));
-
-  // The corners follow the mouse, pressed 15 pixels beside them.
-  from = OnScreen(1240, 680);
-  from = {from.x + Pixels(15), from.y + Pixels(15)};
-  Drag(from, {from.x + Pixels(160), from.y});
-  EXPECT_TRUE(HasGreen({600, 320, 960, 540}, 3));
-  EXPECT_TRUE(SeesGreenAt(Green()));
-  from = OnScreen(600, 320);
-  from = {from.x - Pixels(15), from.y - Pixels(15)};
-  Drag(from, {from.x + Pixels(80), from.y + Pixels(40)});
-  EXPECT_TRUE(HasGreen({760, 410, 800, 450}, 3));
-  EXPECT_TRUE(SeesGreenAt(Green()));
-  EXPECT_TRUE(SeesOutlineAround(Green()));
-  Keep("dragged");
-
-  // Near the left edge it snaps.
-  from = OnScreen(1100, 600);
-  Drag(from, {from.x - Pixels(374), from.y});
-  EXPECT_TRUE(HasGreen({0, 410, 800, 450}, 3));
-  EXPECT_EQ(Green().x, 0);
-  EXPECT_TRUE(SeesGreenAt(Green()));
-}
-
-TEST_P(PreviewOnScreen, MaximisedAndRestoredTheMouseStillAgreesWithThePicture) {
-  const Rect normal = state.window;
-  const Rect small = preview;
+  // On the whole screen too.
+  const Rect layer = Green();
   DoubleClick(Title());
-  ASSERT_TRUE(Settles([&] { return state.maximised && preview.width > small.width; }));
-  // Back in the normal window the preview is fitted anew, to not much more than it was.
-  const int large = small.width + Pixels(32);
-  ASSERT_GT(preview.width, large);
-  EXPECT_TRUE(SeesGreenAt({400, 200, 640, 360}));
+  ASSERT_TRUE(Settles([&] { return state.maximised && preview.width > Pixels(1000); }));
   EXPECT_NEAR(preview.width * 9, preview.height * 16, 16 * factor);
+  EXPECT_TRUE(SeesGreenAt(layer));
   Keep("maximised");
-  Click(OnScreen(700, 400));
+  Click(OnScreen(300, 600));
   EXPECT_TRUE(Selects(1));
+  const Point from = OnScreen(300, 600);
+  const Point way = {Pixels(200), -Pixels(60)};
+  Drag({from.x + 40, from.y}, {from.x + 40 + way.x, from.y + way.y});
+  EXPECT_TRUE(HasGreen({layer.x + way.x * 1920 / preview.width,
+                        layer.y + way.y * 1080 / preview.height, layer.width, layer.height},
+                       3));
+  EXPECT_TRUE(SeesGreen());
   ExpectHitsWhatIsSeen();
-  const Point from = OnScreen(700, 400);
-  const Point to = OnScreen(900, 520);
-  Drag(from, to);
-  EXPECT_TRUE(HasGreen({600, 320, 640, 360}, 3));
-  EXPECT_TRUE(SeesGreenAt(Green()));
 
+  // And back.
   DoubleClick(Title());
-  ASSERT_TRUE(Settles([&] {
-    return !state.maximised && state.window.width == normal.width && preview.width <= large;
+  EXPECT_TRUE(Settles([&] {
+    return !state.maximised && state.window.width == normal.width && preview.width == Pixels(960);
   })) << state.window.width
       << " " << preview.width;
-  EXPECT_TRUE(SeesGreenAt(Green()));
+  EXPECT_TRUE(SeesGreen());
   Keep("restored");
   ExpectHitsWhatIsSeen();
 }
@@ -352,13 +356,11 @@ INSTANTIATE_TEST_SUITE_P(ScaleFactor, PreviewOnScreen, testing::Values("1", "1.2
 class PreviewByMouse : public PreviewOnScreen {};
 
 TEST_P(PreviewByMouse, TheTitleDragsTheWindowUnderTheMouse) {
-  const Rect before = state.window;
+  const Rect before = preview;
   const Point from = Title();
   Drag(from, {from.x + 163, from.y + 97});
-  EXPECT_TRUE(Settles([&] {
-    return state.window.x == before.x + 163 && state.window.y == before.y + 97;
-  })) << state.window.x - before.x
-      << " " << state.window.y - before.y;
+  EXPECT_TRUE(Settles([&] { return preview.x == before.x + 163 && preview.y == before.y + 97; }))
+      << preview.x - before.x << " " << preview.y - before.y;
   EXPECT_TRUE(SeesGreenAt({400, 200, 640, 360}));
 }
 
@@ -391,7 +393,7 @@ TEST_P(PreviewByMouse, AResizeToNothingComesBackAtTheSizeOfItsSource) {
   // Through the opposite corner the last step stays, whatever it was, and the layer lives on.
   Drag(corner, {corner.x - 400, corner.y});
   EXPECT_TRUE(Settles([&] { return Green().width >= 0 && Green().width <= 640; }));
-  EXPECT_TRUE(SeesGreenAt(Green()));
+  EXPECT_TRUE(SeesGreen());
 }
 
 TEST_P(PreviewByMouse, TheButtonMaximisesAndRestoresTo960x540) {
