@@ -239,6 +239,19 @@ TEST_F(Program, SigtermEndsItAtTheLoginToo) {
   EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
 }
 
+// A menu, and a dialog that was opened from it, each wait in a loop of their own.
+TEST_F(Program, SigtermEndsItUnderAMenuAndADialog) {
+  ASSERT_TRUE(StartAndLogIn());
+  EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, 20000));
+  ASSERT_TRUE(m_studio.Activate("^orvane$"));
+  const int before = m_studio.VisibleWindows();
+  // The fourth control adds layers; the first entry of its menu is the text.
+  ASSERT_TRUE(m_studio.PressKeys({"Tab", "Tab", "Tab", "Tab", "space", "Down", "Return"}));
+  ASSERT_TRUE(Shows(before + 1)) << "the dialog of the text";
+  m_program.Signal(SIGTERM);
+  EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+}
+
 TEST_F(Program, WithoutAServiceItSaysSoAndOffersTheLogin) {
   m_studio.Service().Stop();
   ASSERT_TRUE(Start());

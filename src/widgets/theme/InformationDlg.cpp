@@ -102,6 +102,7 @@ void InformationDlg::AddUpdateNews() {
   textEdit->setObjectName(QStringLiteral("textEdit"));
   textEdit->setGeometry(40, 70, 400, 170);
   textEdit->setReadOnly(true);
+  textEdit->setAccessibleName(titleLabel->text());
   textEdit->setStyleSheet(
       QStringLiteral("border:none;background-color:#282A30;color:#B4BECC;font:bold 12px 黑体;"));
   textEdit->append(QStringLiteral("1.2.0版更新内容："));
