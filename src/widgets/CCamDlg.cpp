@@ -53,11 +53,17 @@ void CCamDlg::InitUi() {
   setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
   ui.setupUi(this);
   StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));
+  // Cameras of one make differ at the end of their names, which the box may be too narrow for.
+  ui.m_ComDev->view()->setTextElideMode(Qt::ElideMiddle);
   ui.m_btnOk->setDefault(true);
   ui.m_ComDev->setFocus();
 }
 
 void CCamDlg::FillDevices() {
+  // The handle makes the dialog's window too. It is made in its place: one that is moved before it
+  // is shown hears of the move while the window manager frames it, and Qt then takes it to be in
+  // the corner of the screen, for its list that drops down and for every drag.
+  adjustPosition(parentWidget());
   renderHandle = ui.m_labRender->winId();
   catalogue->RefreshDevices();
   ui.m_ComDev->setStyleSheet(QStringLiteral("color: blue; "));
@@ -72,8 +78,6 @@ void CCamDlg::FillDevices() {
     }
     ui.m_ComDev->setCurrentIndex(-1);
   }
-  // Cameras of one make differ at the end of their names, which the box may be too narrow for.
-  ui.m_ComDev->view()->setMinimumWidth(ui.m_ComDev->view()->sizeHintForColumn(0));
   if (ui.m_ComDev->count() > 0) {
     ui.m_ComDev->setCurrentIndex(0);
   }
@@ -94,9 +98,11 @@ void CCamDlg::SlotComboDevChanged() {
   }
   deviceName = name;
   ui.m_ComDev->setToolTip(ui.m_ComDev->currentText());
-  StopCamera();
-  // Nothing of the former camera comes any more, and what came before is not this one's picture.
-  cameraChanged = true;
+  if (inputDev != nullptr) {
+    StopCamera();
+    // Nothing of that camera comes any more, and what it has sent is not the next one's picture.
+    cameraChanged = true;
+  }
   inputDev = new CInputDev(false, deviceName, 0, 0, AV_PIX_FMT_RGB24);
   inputDev->AddVideoOutput(this);
   inputDev->Start();

@@ -1,0 +1,304 @@
+// The camera chooser as the operator sees it: real pictures on a real screen, from cameras in every
+// state in which they may be.
+#include <SDL.h>
+#include <malloc.h>
+#include <xcb/xcb.h>
+
+#include <QComboBox>
+#include <QLabel>
+#include <QPixmapCache>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "sources/DeviceCatalogue.h"
+#include "widgets/CCamDlg.h"
+#include "widgets/CamDlgRig.h"
+#include "widgets/CameraLabel.h"
+
+namespace {
+
+using support::CamDlgRig;
+using support::CameraColour;
+using support::FakeCamera;
+using support::kPatienceMs;
+
+constexpr CameraColour kBlue{20, 60, 180};
+constexpr CameraColour kGreen{20, 160, 60};
+constexpr char kFirst[] = "First Camera";
+constexpr char kSecond[] = "Second Camera";
+
+class CamDlgOnScreen : public CamDlgRig {
+ protected:
+  void PlugFirst() { ASSERT_TRUE(first.Plug(ModeOf(kFirst, kBlue))) << first.Failure(); }
+  void PlugSecond() { ASSERT_TRUE(second.Plug(ModeOf(kSecond, kGreen))) << second.Failure(); }
+  static QComboBox* List(const CCamDlg& dialog) {
+    return dialog.findChild<QComboBox*>(QStringLiteral("m_ComDev"));
+  }
+  static QPushButton* Button(const CCamDlg& dialog, const char* name) {
+    return dialog.findChild<QPushButton*>(QLatin1String(name));
+  }
+  static std::vector<std::string> Used() {
+    std::vector<std::string> names;
+    for (const QString& name : DeviceCatalogue::Instance()->usedVideoDevices) {
+      names.push_back(name.toStdString());
+    }
+    return names;
+  }
+
+  // Without the pictures of widgets that Qt keeps, up to a limit.
+  static std::size_t BytesInUse() {
+    QPixmapCache::clear();
+    return mallinfo2().uordblks;
+  }
+
+  FakeCamera first;
+  FakeCamera second;
+};
+
+TEST_F(CamDlgOnScreen, ListsTheCamerasAndShowsTheFirstOverTheWholeLabel) {
+  PlugFirst();
+  PlugSecond();
+  CCamDlg dialog;
+  Show(&dialog);
+  ASSERT_EQ(2, List(dialog)->count());
+  EXPECT_EQ(kFirst, List(dialog)->itemText(0).toStdString());
+  EXPECT_EQ(kSecond, List(dialog)->itemText(1).toStdString());
+  EXPECT_EQ(kFirst, dialog.DeviceName());
+  EXPECT_TRUE(Shows(dialog, kBlue));
+  EXPECT_TRUE(GoesOn(dialog));
+}
+
+TEST_F(CamDlgOnScreen, ADownKeySwitchesToTheOtherCamera) {
+  PlugFirst();
+  PlugSecond();
+  CCamDlg dialog;
+  Show(&dialog);
+  ASSERT_TRUE(Shows(dialog, kBlue));
+  QTest::keyClick(List(dialog), Qt::Key_Down);
+  EXPECT_TRUE(Shows(dialog, kGreen));
+  EXPECT_TRUE(GoesOn(dialog));
+  EXPECT_EQ(std::vector<std::string>{kSecond}, Used());
+  EXPECT_TRUE(IsFree(kFirst));
+  EXPECT_EQ(2, Workers());
+}
+
+TEST_F(CamDlgOnScreen, ACameraInUseIsAbsentUntilItIsFree) {
+  PlugFirst();
+  PlugSecond();
+  DeviceCatalogue::Instance()->usedVideoDevices = {QString::fromLatin1(kFirst)};
+  {
+    CCamDlg dialog;
+    ASSERT_EQ(1, List(dialog)->count());
+    EXPECT_EQ(kSecond, dialog.DeviceName());
+  }
+  DeviceCatalogue::Instance()->usedVideoDevices.clear();
+  CCamDlg dialog;
+  EXPECT_EQ(2, List(dialog)->count());
+}
+
+TEST_F(CamDlgOnScreen, WithoutACameraThePreviewIsBlack) {
+  CCamDlg dialog;
+  Show(&dialog);
+  EXPECT_EQ(0, List(dialog)->count());
+  EXPECT_TRUE(ShowsBlack(dialog));
+  EXPECT_EQ(0, Workers());
+}
+
+TEST_F(CamDlgOnScreen, ABusyCameraLeavesThePreviewBlackAndCanBeConfirmed) {
+  PlugFirst();
+  PlugSecond();
+  ASSERT_TRUE(second.SetBusy(true));
+  CCamDlg dialog;
+  Show(&dialog);
+  ASSERT_TRUE(Shows(dialog, kBlue));
+  List(dialog)->setCurrentIndex(1);
+  EXPECT_TRUE(ShowsBlack(dialog));
+  EXPECT_TRUE(Used().empty());
+  QTest::mouseClick(Button(dialog, "m_btnOk"), Qt::LeftButton);
+  EXPECT_EQ(QDialog::Accepted, dialog.result());
+  EXPECT_EQ(kSecond, dialog.DeviceName());
+}
+
+TEST_F(CamDlgOnScreen, ACameraThatIsUnpluggedLeavesItsLastPicture) {
+  PlugFirst();
+  CCamDlg dialog;
+  Show(&dialog);
+  ASSERT_TRUE(Shows(dialog, kBlue));
+  first.Unplug();
+  EXPECT_TRUE(StandsStill(dialog));
+  EXPECT_TRUE(Shows(dialog, kBlue));
+  QTest::keyClick(&dialog, Qt::Key_Escape);
+  EXPECT_FALSE(dialog.isVisible());
+  EXPECT_EQ(0, Workers());
+}
+
+TEST_F(CamDlgOnScreen, AFrozenCameraLeavesItsLastPictureAndGoesOnWhenItThaws) {
+  PlugFirst();
+  CCamDlg dialog;
+  Show(&dialog);
+  ASSERT_TRUE(Shows(dialog, kBlue));
+  ASSERT_TRUE(first.Freeze());
+  EXPECT_TRUE(StandsStill(dialog));
+  ASSERT_TRUE(first.Thaw());
+  EXPECT_TRUE(GoesOn(dialog));
+  ASSERT_TRUE(first.Freeze());
+  EXPECT_TRUE(StandsStill(dialog));
+  QTest::keyClick(&dialog, Qt::Key_Escape);
+  EXPECT_FALSE(dialog.isVisible());
+  EXPECT_EQ(0, Workers());
+}
+
+TEST_F(CamDlgOnScreen, AFrozenCameraCanBeSwitchedAwayFrom) {
+  PlugFirst();
+  PlugSecond();
+  ASSERT_TRUE(first.Freeze());
+  CCamDlg dialog;
+  Show(&dialog);
+  EXPECT_TRUE(ShowsBlack(dialog));
+  List(dialog)->setCurrentIndex(1);
+  EXPECT_TRUE(Shows(dialog, kGreen));
+}
+
+// The layer that is made next opens the same device.
+TEST_F(CamDlgOnScreen, EveryWayOfClosingLeavesTheCameraFree) {
+  PlugFirst();
+  const std::vector<std::pair<std::function<void(CCamDlg&)>, int>> ways = {
+      {[](CCamDlg& d) { QTest::mouseClick(Button(d, "m_btnOk"), Qt::LeftButton); }, 1},
+      {[](CCamDlg& d) { QTest::mouseClick(Button(d, "m_btnCancel"), Qt::LeftButton); }, 0},
+      {[](CCamDlg& d) { QTest::mouseClick(Button(d, "m_BtnExit"), Qt::LeftButton); }, 0},
+      {[](CCamDlg& d) { QTest::keyClick(&d, Qt::Key_Escape); }, 0},
+      {[](CCamDlg& d) { QTest::keyClick(&d, Qt::Key_Return); }, 1},
+      {[](CCamDlg& d) { d.close(); }, 0}};
+  for (const auto& [close, result] : ways) {
+    CCamDlg dialog;
+    QTimer::singleShot(0, &dialog, [&dialog, closing = close] {
+      EXPECT_TRUE(Shows(dialog, kBlue));
+      EXPECT_EQ(2, Workers());
+      closing(dialog);
+    });
+    EXPECT_EQ(result, dialog.exec());
+    EXPECT_EQ(0, Workers());
+    EXPECT_TRUE(Used().empty());
+    EXPECT_TRUE(IsFree(kFirst));
+    EXPECT_EQ(kFirst, dialog.DeviceName());
+  }
+}
+
+// Deleted while it is open, as by a main window that ends.
+TEST_F(CamDlgOnScreen, DeletionEndsThePreviewToo) {
+  PlugFirst();
+  auto dialog = std::make_unique<CCamDlg>();
+  Show(dialog.get());
+  ASSERT_TRUE(Shows(*dialog, kBlue));
+  dialog.reset();
+  EXPECT_EQ(0, Workers());
+  EXPECT_TRUE(IsFree(kFirst));
+}
+
+TEST_F(CamDlgOnScreen, FiftyOpeningsLeaveNothingBehind) {
+  PlugFirst();
+  int descriptors = 0;
+  std::size_t bytes = 0;
+  for (int i = 0; i < 60; ++i) {
+    if (i == 10) {
+      // Behind what is taken once: fonts, the compositor's views, the shared memory of SDL.
+      descriptors = Descriptors();
+      bytes = BytesInUse();
+    }
+    CCamDlg dialog;
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+          const QPoint middle = PreviewArea(dialog).center();
+          const support::Colour blue = s_desktop->ReadPixel(middle.x(), middle.y() - 60) & 0xff;
+          return blue > 150 && blue < 200;
+        },
+        kPatienceMs));
+    dialog.SlotCancel();
+    ASSERT_EQ(0, Workers());
+  }
+  EXPECT_EQ(descriptors, Descriptors());
+  // The sanitizers' allocators tell nothing here and have a leak check of their own.
+  EXPECT_LT(BytesInUse(), bytes + 256 * 1024);
+}
+
+TEST_F(CamDlgOnScreen, TheDialogCanBeMovedAndItsPictureMovesAlong) {
+  PlugFirst();
+  CCamDlg dialog;
+  Show(&dialog);
+  ASSERT_TRUE(Shows(dialog, kBlue));
+  dialog.move(300, 150);
+  EXPECT_TRUE(Shows(dialog, kBlue));
+  EXPECT_TRUE(GoesOn(dialog));
+}
+
+// A drag moves it from where Qt believes it to be.
+TEST_F(CamDlgOnScreen, QtKnowsWhereTheDialogStands) {
+  QWidget window;
+  window.setGeometry(100, 80, 900, 600);
+  window.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&window, kPatienceMs));
+  for (int i = 0; i < 10; ++i) {
+    CCamDlg dialog(&window);
+    QTimer::singleShot(0, &dialog, [&dialog] {
+      const QPoint place(10, 110);  // of the preview in the dialog
+      EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog, kPatienceMs));
+      EXPECT_TRUE(QTest::qWaitFor(
+          [&] {
+            return dialog.pos() != QPoint() &&
+                   dialog.pos() + place == PreviewArea(dialog).topLeft();
+          },
+          3000))
+          << dialog.x() << "," << dialog.y();
+      dialog.SlotCancel();
+    });
+    dialog.exec();
+  }
+}
+
+TEST_F(CamDlgOnScreen, WhatSdlHearsOfItsWindowIsThrownAway) {
+  PlugFirst();
+  CCamDlg dialog;
+  Show(&dialog);
+  ASSERT_TRUE(Shows(dialog, kBlue));
+  for (int i = 0; i < 50; ++i) {
+    SDL_Event event{};
+    event.type = SDL_MOUSEMOTION;
+    SDL_PushEvent(&event);
+  }
+  EXPECT_TRUE(QTest::qWaitFor(
+      [] { return SDL_HasEvents(SDL_FIRSTEVENT, SDL_LASTEVENT) == SDL_FALSE; }, kPatienceMs));
+}
+
+// What another library has drawn must outlast the repaints of the dialog and of its effect.
+TEST_F(CamDlgOnScreen, QtPaintsNothingWhereAnotherLibraryDraws) {
+  CCamDlg dialog;
+  auto* label = static_cast<CameraLabel*>(dialog.findChild<QLabel*>(QStringLiteral("m_labRender")));
+  label->LeaveToOthers();
+  Show(&dialog);
+  const auto window = static_cast<xcb_window_t>(label->winId());
+  const std::uint32_t red = 0xffff0000;
+  xcb_change_window_attributes(s_link, window, XCB_CW_BACK_PIXEL, &red);
+  xcb_clear_area(s_link, 0, window, 0, 0, 0, 0);
+  xcb_flush(s_link);
+  const auto showsRed = [&] {
+    const QPoint middle = PreviewArea(dialog).center();
+    return s_desktop->ReadPixel(middle.x(), middle.y()) == 0xff0000;
+  };
+  EXPECT_TRUE(QTest::qWaitFor(showsRed, kPatienceMs));
+  for (int i = 0; i < 10; ++i) {
+    dialog.repaint();
+    label->repaint();
+    label->update();
+    QTest::qWait(10);
+  }
+  EXPECT_TRUE(showsRed());
+}
+
+}  // namespace
