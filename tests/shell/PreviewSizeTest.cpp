@@ -103,10 +103,10 @@ TEST_F(PreviewSize, AMiddleAreaTooSmallForTheFitChangesNothing) {
 TEST_F(PreviewSize, TheButtonRestoresThePreviewTo960x540EvenIfItHadBeenFitted) {
   const QRect normal(0, 0, 1900, 1000);
   window.setGeometry(normal);
-  SetPreview(QSize(1424, 801));
   window.ui.m_BtnMax->click();
   EXPECT_TRUE(window.m_maximised);
   EXPECT_EQ(window.m_normalRect, normal);
+  SetPreview(QSize(1424, 801));
   const Emissions emissions;
   window.ui.m_BtnMax->click();
   EXPECT_FALSE(window.m_maximised);
