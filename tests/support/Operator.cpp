@@ -104,7 +104,10 @@ void Operator::Answer(QDialog* dialog) {
     windows->SlotOK();
   } else if (auto* texts = qobject_cast<CAddTextDlg*>(dialog)) {
     m_open = nullptr;
-    texts->findChild<QTextEdit*>(QStringLiteral("textEdit"))->setPlainText(text);
+    auto* field = texts->findChild<QTextEdit*>(QStringLiteral("textEdit"));
+    if (field->toPlainText() != text) {
+      field->setPlainText(text);
+    }
     texts->color = color;
     texts->SlotOK();
   } else if (qobject_cast<QFileDialog*>(dialog) != nullptr) {
