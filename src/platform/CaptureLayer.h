@@ -58,6 +58,10 @@ class CaptureStream {
   // Fills packet, which the caller unrefs. 0 on success; AVERROR(EAGAIN) when nothing has arrived
   // yet; any other negative AVERROR when the device is gone, after which no Read succeeds again.
   virtual int Read(AVPacket* packet) = 0;
+
+  // True when the packet that was read last holds nothing of the device's: silence in the place of
+  // sound that it left out. The reader's thread.
+  virtual bool IsFiller() const { return false; }
 };
 
 enum class OpenFailure {

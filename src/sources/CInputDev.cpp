@@ -188,13 +188,27 @@ bool CInputDev::ReadFailed(int error) {
 void CInputDev::HandlePacket(AVPacket* packet) {
   avcodec_send_packet(m_codec, packet);
   while (avcodec_receive_frame(m_codec, m_decoded) >= 0) {
-    if (m_isAudio) {
-      HandleAudio();
-    } else {
-      HandleVideo();
-    }
+    HandleFrame();
     av_frame_unref(m_decoded);
   }
+}
+
+void CInputDev::HandleFrame() {
+  if (!m_device->IsFiller()) {
+    ++m_delivered;
+  }
+  if (m_isAudio) {
+    HandleAudio();
+  } else {
+    HandleVideo();
+  }
+}
+
+void CInputDev::PushSound(AVFrame* sound) {
+  m_level.Add(reinterpret_cast<const std::int16_t*>(sound->data[0]),
+              sound->nb_samples * sources::kSoundChannels);
+  sound->pts = SDL_GetTicks();
+  PushAudio(sound, 0);
 }
 
 void CInputDev::HandleAudio() {
@@ -202,8 +216,7 @@ void CInputDev::HandleAudio() {
   if (sources::IsGraphSound(m_decoded)) {
     // Demuxers pad; downstream linesize[0] is the payload.
     m_decoded->linesize[0] = m_decoded->nb_samples * sources::kSoundFrameBytes;
-    m_decoded->pts = SDL_GetTicks();
-    PushAudio(m_decoded, 0);
+    PushSound(m_decoded);
     return;
   }
   const int room = m_stereo.Expected(m_decoded);
@@ -217,8 +230,7 @@ void CInputDev::HandleAudio() {
   }
   sound->nb_samples = samples;
   sound->linesize[0] = samples * sources::kSoundFrameBytes;
-  sound->pts = SDL_GetTicks();
-  PushAudio(sound.Get(), 0);
+  PushSound(sound.Get());
 }
 
 bool CInputDev::IsWanted(const AVFrame* picture) const {

@@ -12,9 +12,16 @@
 // Life: constructed, running, stopped; a stopped node is deleted, not started again. A node whose
 // Start failed may be started again or deleted.
 //
+// How it does can be looked at meanwhile: Delivered counts what the device itself has given, so one
+// that stands still is a device that froze, fell silent or ended. Pictures count as they come,
+// whatever they show: a camera that hangs gives none. The desktop gives one 25 times a second,
+// changed or not, so what stops its count is an X server that doesn't answer or has ended, and a
+// desktop on which nothing moves goes on counting. Sound counts by blocks in which something came
+// from the device, digital silence included; the capture layer's own filling doesn't count.
+//
 // Threads: Start, Stop and deletion on the user interface thread, which is also the only one to
 // touch the catalogue's list of used cameras. The worker touches the decoder, the converters and
-// the frames from Start to Stop.
+// the frames from Start to Stop. Delivered and TakeLevel may be called on any one thread.
 //
 // Failure: a device that can't be opened makes Start negative. An error while reading ends the
 // worker; consumers keep the last picture. Both are in the log, with the device and the cause.
@@ -33,6 +40,7 @@
 #include "media/ffmpeg/PixelConvert.h"
 #include "platform/CaptureLayer.h"
 #include "platform/WindowSystem.h"
+#include "sources/SoundLevel.h"
 #include "sources/StereoConvert.h"
 
 class CInputDev : public CSrcInterface {
@@ -47,6 +55,13 @@ class CInputDev : public CSrcInterface {
   // Returns 0 with the worker joined and the device closed; no effect when it is not running.
   int Stop() override;
 
+  bool IsAudio() const { return m_isAudio; }
+  const std::string& DeviceName() const { return m_deviceName; }
+  // Pictures or blocks of sound that have come from the device since Start.
+  std::uint64_t Delivered() const { return m_delivered; }
+  // How loud what was pushed since the last call is; of sound only.
+  sources::SoundMeasure TakeLevel() { return m_level.Take(); }
+
  protected:
   // Opens device and decoder; 0 or -1.
   int Open();
@@ -58,11 +73,13 @@ class CInputDev : public CSrcInterface {
   void Capture();
   bool ReadFailed(int error);
   void HandlePacket(AVPacket* packet);
+  void HandleFrame();
   void HandleAudio();
   void HandleVideo();
   bool IsWanted(const AVFrame* picture) const;
   platform::Size OutputSize(const AVFrame* picture);
   void PushConvertedPicture();
+  void PushSound(AVFrame* sound);
   void LogOnce(const char* what, int error);
   bool IsCamera() const;
   void CloseDevice();
@@ -83,8 +100,10 @@ class CInputDev : public CSrcInterface {
   int m_width;  // wanted; 0 for that of the device
   int m_height;
 
-  AVPacket* m_packet;               // worker only, used again for every read
-  ffmpeg::FramePool m_pictures;     // worker only
+  std::atomic<std::uint64_t> m_delivered{0};  // written by the worker
+  sources::SoundLevel m_level;                // the worker adds
+  AVPacket* m_packet;                         // worker only, used again for every read
+  ffmpeg::FramePool m_pictures;               // worker only
   platform::Size m_outputSize;      // worker only; 0 x 0 until a picture has needed converting
   bool m_conversionLogged = false;  // worker only
 };

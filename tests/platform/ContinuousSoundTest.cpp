@@ -25,6 +25,28 @@ TEST(ContinuousSound, GivesExactly48000FramesASecondWithoutAnyDevice) {
   EXPECT_TRUE(silent);
 }
 
+TEST(ContinuousSound, TellsWhatItFilledInFromWhatTheDeviceGave) {
+  SimulatedSound simulated;  // of a device that hears nothing, which is sound all the same
+  int fillers = 0;
+  simulated.listener = [&](std::int64_t, const std::int16_t*) {
+    fillers += simulated.Sound().IsFiller() ? 1 : 0;
+  };
+  simulated.Run(2);
+  fillers = 0;
+  simulated.Run(2);
+  EXPECT_EQ(fillers, 0);
+  simulated.deviceRuns = false;
+  simulated.Run(1);
+  fillers = 0;
+  simulated.Run(2);
+  EXPECT_EQ(fillers, 200);
+  simulated.deviceRuns = true;
+  simulated.Run(2);
+  fillers = 0;
+  simulated.Run(2);
+  EXPECT_EQ(fillers, 0);
+}
+
 TEST(ContinuousSound, GivesABlockNoEarlierThanItsEnd) {
   ContinuousSound sound(1000);
   std::int16_t block[kBlock * 2];

@@ -321,6 +321,51 @@ TEST_F(CInputDevTest, PacketsOfOtherStreamsArePassedOver) {
   EXPECT_EQ(m_consumer.VideoCount(), 0);
 }
 
+TEST_F(CInputDevTest, CountsThePicturesThatTheDeviceGives) {
+  FakeDevice* camera = Camera({});
+  camera->Give(3);
+  camera->GiveNothing(2);
+  Device node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);
+  ASSERT_EQ(node.Open(), 0);
+  EXPECT_EQ(node.Delivered(), 0U);
+  for (int turn = 0; turn < 5; ++turn) {
+    EXPECT_TRUE(node.CaptureTurn());
+  }
+  EXPECT_EQ(node.Delivered(), 3U);
+}
+
+TEST_F(CInputDevTest, SilenceInThePlaceOfMissingSoundGoesOutAndDoesNotCount) {
+  FakeDevice* microphone = m_layer.AddMicrophone("microphone");
+  microphone->RunFree();
+  microphone->Give(2);
+  Device node(true, "microphone", 0, 0, AV_PIX_FMT_RGB24);
+  node.AddAudioOutput(&m_consumer);
+  ASSERT_EQ(node.Open(), 0);
+  EXPECT_TRUE(node.CaptureTurn());
+  EXPECT_TRUE(node.CaptureTurn());
+  EXPECT_EQ(node.Delivered(), 2U);
+  microphone->Freeze();
+  microphone->Give(2);
+  EXPECT_TRUE(node.CaptureTurn());
+  EXPECT_TRUE(node.CaptureTurn());
+  EXPECT_EQ(node.Delivered(), 2U);
+  EXPECT_EQ(TakeSound(&m_consumer).size(), 4U * 480 * 2);
+}
+
+TEST_F(CInputDevTest, MeasuresTheSoundThatItPushes) {
+  FakeDevice* microphone = m_layer.AddMicrophone("microphone");
+  microphone->Give(2);
+  Device node(true, "microphone", 0, 0, AV_PIX_FMT_RGB24);
+  ASSERT_EQ(node.Open(), 0);
+  EXPECT_TRUE(node.CaptureTurn());
+  EXPECT_TRUE(node.CaptureTurn());
+  const sources::SoundMeasure tone = node.TakeLevel();
+  EXPECT_EQ(tone.blocks, 2);
+  EXPECT_NEAR(tone.peak, 16384, 20);
+  EXPECT_NEAR(tone.meanSquare, 16384.0 * 16384 / 2, 16384.0 * 16384 / 200);
+  EXPECT_EQ(node.TakeLevel().blocks, 0);
+}
+
 TEST_F(CInputDevTest, ADamagedPacketIsPassedOver) {
   FakeDevice* camera = Camera(PicturesOf(64, 48, AV_PIX_FMT_RGB24));
   Device node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);

@@ -38,6 +38,7 @@ class FakeStream : public platform::CaptureStream {
     return true;
   }
   int Read(AVPacket* packet) override { return m_device->Read(packet); }
+  bool IsFiller() const override { return m_device->IsFiller(); }
 
   AVCodecParameters* Parameters() { return m_parameters; }
 
@@ -203,7 +204,13 @@ int FakeDevice::Read(AVPacket* packet) {
   if (m_frozen && !NeverRunsDry()) {
     return AVERROR(EAGAIN);
   }
+  m_filler = NeverRunsDry() && (m_frozen || m_unplugged);
   return m_script.empty() ? ReadByClock(packet) : ReadScript(packet);
+}
+
+bool FakeDevice::IsFiller() const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return m_filler;
 }
 
 int FakeDevice::ReadScript(AVPacket* packet) {

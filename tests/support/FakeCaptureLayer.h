@@ -97,6 +97,7 @@ class FakeDevice {
   platform::OpenResult Open();
   void Close();
   int Read(AVPacket* packet);
+  bool IsFiller() const;
   int ReadScript(AVPacket* packet);
   int ReadByClock(AVPacket* packet);
   AVPacket* Generate();
@@ -116,6 +117,7 @@ class FakeDevice {
   std::deque<Step> m_script;
   bool m_free = false;
   bool m_frozen = false;
+  bool m_filler = false;  // what was read last
   bool m_unplugged = false;
   bool m_busy = false;
   bool m_formatUnknown = false;

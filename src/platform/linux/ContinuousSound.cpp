@@ -74,6 +74,7 @@ double ContinuousSound::SlotUs(std::int64_t frame) const {
 }
 
 void ContinuousSound::Fill(std::int64_t nowUs, std::int16_t* block) {
+  m_filler = true;
   int filled = 0;
   while (filled < kBlockFrames) {
     std::int16_t* out = block + static_cast<std::ptrdiff_t>(filled) * kChannels;
@@ -135,6 +136,7 @@ int ContinuousSound::Sound(std::int64_t frame, std::int16_t* out, int room) {
   const int before = m_queue.Frames();
   const int given = m_resampler.Convert(&m_queue, out, frames);
   m_frontFrame += before - m_queue.Frames();
+  m_filler = m_filler && given == 0;
   std::fill_n(out + static_cast<std::ptrdiff_t>(given) * kChannels, (frames - given) * kChannels,
               std::int16_t{0});
   Ramp(out, frames);

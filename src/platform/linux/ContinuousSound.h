@@ -50,6 +50,9 @@ class ContinuousSound {
   // Fills block (kBlockFrames frames) if it is due. To be called again at once after true.
   bool Take(std::int64_t nowUs, std::int16_t* block);
 
+  // True when nothing in the block taken last came from the device.
+  bool IsFiller() const { return m_filler; }
+
   std::int64_t FramesTaken() const { return m_taken; }
   std::int64_t HoldUs() const { return m_holdUs; }
 
@@ -82,6 +85,7 @@ class ContinuousSound {
 
   Phase m_phase = Phase::Silent;
   bool m_realign = false;  // the sound is to move to another place
+  bool m_filler = true;
   bool m_starved = false;  // the sound ended because no more came
   int m_gain = 0;          // of kRampFrames
   // After a cut: what is left of the way from the last frame given down to silence.

@@ -26,6 +26,7 @@ class PulseStream : public CaptureStream {
 
   bool FindStream(CaptureKind kind, StreamInfo* info) const override;
   int Read(AVPacket* packet) override;
+  bool IsFiller() const override { return m_sound->IsFiller(); }
 
  private:
   AVCodecParameters* m_parameters;
