@@ -1,0 +1,290 @@
+#include "shell/StreamHealth.h"
+
+#include <QStringList>
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <utility>
+
+extern "C" {
+#include <libavutil/error.h>
+}
+
+namespace shell {
+
+namespace {
+
+constexpr int kMostNamed = 2;  // captures in the one line; the details name all
+
+// The newest sight that is at least that old, or null when the history is shorter.
+const StreamSight* SightBefore(const StreamHistory& history, std::int64_t ageMs) {
+  const std::int64_t latest = history.back().timeMs - ageMs;
+  const StreamSight* found = nullptr;
+  for (const StreamSight& sight : history) {
+    if (sight.timeMs <= latest) {
+      found = &sight;
+    }
+  }
+  return found;
+}
+
+QString ConnectWords(int error) {
+  switch (AVUNERROR(error)) {
+    case ECONNREFUSED:
+      return QStringLiteral("连接被拒绝");
+    case ETIMEDOUT:
+      return QStringLiteral("连接超时");
+    case ENETUNREACH:
+    case EHOSTUNREACH:
+      return QStringLiteral("网络不可达");
+    default:
+      return QStringLiteral("连接失败");
+  }
+}
+
+QString CauseWords(const PublishStatus& status) {
+  switch (status.fault) {
+    case PublishFault::kNone:
+      break;
+    case PublishFault::kContext:
+      return QStringLiteral("推流地址无效");
+    case PublishFault::kLookup:
+      return QStringLiteral("找不到服务器");
+    case PublishFault::kConnect:
+      return ConnectWords(status.error);
+    case PublishFault::kHeader:
+      return QStringLiteral("推流头写入失败");
+    case PublishFault::kWrite:
+      return AVUNERROR(status.error) == ETIMEDOUT ? QStringLiteral("发送超时")
+                                                  : QStringLiteral("连接中断");
+  }
+  return QStringLiteral("原因不明");
+}
+
+QString StateWords(PublishState state) {
+  switch (state) {
+    case PublishState::kStopped:
+      return QStringLiteral("未启动");
+    case PublishState::kWaiting:
+      return QStringLiteral("等待声音和画面");
+    case PublishState::kConnecting:
+      return QStringLiteral("正在连接");
+    case PublishState::kPublishing:
+      return QStringLiteral("正在推流");
+    case PublishState::kRetrying:
+      return QStringLiteral("等待重试");
+    case PublishState::kEnded:
+      return QStringLiteral("已终止");
+  }
+  return QString();
+}
+
+QString CaptureWords(const CaptureSight& capture) {
+  switch (capture.sort) {
+    case CaptureSort::kDesktop:
+      return QStringLiteral("桌面画面停止");
+    case CaptureSort::kCamera:
+      return QStringLiteral("摄像头“%1”画面停止").arg(QString::fromStdString(capture.device));
+    case CaptureSort::kSystemSound:
+      return QStringLiteral("系统声音中断");
+    case CaptureSort::kMicrophone:
+      return QStringLiteral("麦克风中断");
+  }
+  return QString();
+}
+
+bool SameCapture(const CaptureSight& one, const CaptureSight& other) {
+  return one.place == other.place && one.sort == other.sort && one.device == other.device;
+}
+
+// Whether the capture was there in that sight, with the same count.
+bool StoodThere(const StreamSight& sight, const CaptureSight& capture) {
+  return std::any_of(sight.captures.begin(), sight.captures.end(), [&](const CaptureSight& then) {
+    return SameCapture(then, capture) && then.delivered == capture.delivered;
+  });
+}
+
+QStringList StoppedCaptures(const StreamHistory& history) {
+  QStringList words;
+  const StreamSight* then = SightBefore(history, kStillMs);
+  if (then == nullptr) {
+    return words;
+  }
+  for (const CaptureSight& capture : history.back().captures) {
+    if (StoodThere(*then, capture)) {
+      words.append(CaptureWords(capture));
+    }
+  }
+  return words;
+}
+
+std::uint64_t Dropped(const EncoderStatistics& encoder) {
+  return encoder.videoFramesDropped + encoder.videoPacketsDropped;
+}
+
+// True when the state was the same at every sight of the last kStillMs, and that long is known.
+bool HasLasted(const StreamHistory& history, PublishState state) {
+  const StreamSight* then = SightBefore(history, kStillMs);
+  return then != nullptr &&
+         std::all_of(history.begin(), history.end(), [&](const StreamSight& sight) {
+           return sight.timeMs < then->timeMs || sight.encoder.status.state == state;
+         });
+}
+
+bool SendsNothing(const StreamHistory& history) {
+  return HasLasted(history, PublishState::kPublishing) &&
+         SightBefore(history, kStillMs)->encoder.bytesSent == history.back().encoder.bytesSent;
+}
+
+// Why nothing reaches the server; empty when something does, or may be about to.
+QString DownWords(const StreamHistory& history) {
+  const EncoderStatistics& encoder = history.back().encoder;
+  const PublishStatus& status = encoder.status;
+  switch (status.state) {
+    case PublishState::kStopped:
+      return QStringLiteral("编码器未能启动");
+    case PublishState::kEnded:
+      return QStringLiteral("推流已终止：%1").arg(CauseWords(status));
+    case PublishState::kWaiting:
+      return HasLasted(history, PublishState::kWaiting) ? QStringLiteral("未推流：没有声音或画面")
+                                                        : QString();
+    case PublishState::kRetrying:
+    case PublishState::kConnecting:
+      return status.tries > 0 ? QStringLiteral("推流中断：%1，第 %2 次重试")
+                                    .arg(CauseWords(status))
+                                    .arg(status.tries)
+                              : QString();
+    case PublishState::kPublishing:
+      break;
+  }
+  if (!SendsNothing(history)) {
+    return QString();
+  }
+  return encoder.queuedMs > kLongDelayMs ? QStringLiteral("推流停滞：服务器不接收数据")
+                                         : QStringLiteral("推流停滞：没有声音或画面");
+}
+
+QString Seconds(std::int64_t ms) {
+  return QString::number(static_cast<double>(ms) / 1000, 'f', 1);
+}
+
+int Rate(const StreamHistory& history) {
+  return KilobitsPerSecond(history.front(), history.back());
+}
+
+QString RateWords(const StreamHistory& history) {
+  return QStringLiteral("%1 kb/s").arg(Rate(history));
+}
+
+// What deserves attention while it runs.
+QStringList TroubleWords(const StreamHistory& history) {
+  const EncoderStatistics& encoder = history.back().encoder;
+  QStringList words;
+  if (encoder.queuedMs > kLongDelayMs) {
+    words.append(QStringLiteral("延迟 %1 秒").arg(Seconds(encoder.queuedMs)));
+  }
+  const std::uint64_t dropped = Dropped(encoder) - Dropped(history.front().encoder);
+  if (dropped > 0) {
+    words.append(QStringLiteral("丢帧 %1").arg(dropped));
+  }
+  return words;
+}
+
+QString NamedWords(const QStringList& stopped) {
+  QString words = stopped.mid(0, kMostNamed).join(QStringLiteral("，"));
+  if (stopped.size() > kMostNamed) {
+    words += QStringLiteral("，等 %1 项").arg(stopped.size());
+  }
+  return words;
+}
+
+QString Details(const StreamHistory& history, const QStringList& stopped) {
+  const EncoderStatistics& encoder = history.back().encoder;
+  QStringList lines;
+  lines << QStringLiteral("状态：%1").arg(StateWords(encoder.status.state))
+        << QStringLiteral("码率：%1").arg(RateWords(history))
+        << QStringLiteral("延迟：%1 秒").arg(Seconds(encoder.queuedMs))
+        << QStringLiteral("已发送：画面 %1 帧，声音 %2 帧")
+               .arg(encoder.videoPacketsSent)
+               .arg(encoder.audioPacketsSent)
+        << QStringLiteral("编码前丢帧：%1").arg(encoder.videoFramesDropped)
+        << QStringLiteral("发送前丢弃：画面 %1 帧，声音 %2 帧")
+               .arg(encoder.videoPacketsDropped)
+               .arg(encoder.audioPacketsDropped)
+        << QStringLiteral("已连接 %1 次，连续失败 %2 次")
+               .arg(encoder.connections)
+               .arg(encoder.status.tries);
+  if (!encoder.cause.empty()) {
+    lines << QStringLiteral("原因：%1（%2）")
+                 .arg(CauseWords(encoder.status), QString::fromStdString(encoder.cause));
+  }
+  for (const QString& capture : stopped) {
+    lines << QStringLiteral("采集：%1").arg(capture);
+  }
+  return lines.join(QLatin1Char('\n'));
+}
+
+}  // namespace
+
+void AddSight(StreamHistory* history, StreamSight sight) {
+  if (!history->empty() && sight.timeMs - history->back().timeMs > kStillMs) {
+    history->clear();
+  }
+  history->push_back(std::move(sight));
+  // The second oldest alone covers the span.
+  while (history->size() > 2 && history->back().timeMs - (*history)[1].timeMs >= kRecentMs) {
+    history->pop_front();
+  }
+}
+
+StreamHealth JudgeStream(const StreamHistory& history) {
+  const QStringList stopped = StoppedCaptures(history);
+  const QString down = DownWords(history);
+  StreamHealth health;
+  health.details = Details(history, stopped);
+  QStringList words;
+  if (!down.isEmpty()) {
+    health.light = StreamLight::kRed;
+    words << down;
+  } else if (history.back().encoder.status.state == PublishState::kPublishing) {
+    const QStringList trouble = TroubleWords(history);
+    const bool well = trouble.isEmpty() && stopped.isEmpty();
+    health.light = well ? StreamLight::kGreen : StreamLight::kAmber;
+    words << (well ? QStringList(QStringLiteral("直播正常")) : trouble);
+  } else {
+    health.light = StreamLight::kAmber;
+    words << QStringLiteral("正在连接…");
+  }
+  if (!stopped.isEmpty()) {
+    words << NamedWords(stopped);
+  }
+  if (down.isEmpty() && history.back().encoder.status.state == PublishState::kPublishing) {
+    words << RateWords(history);
+  }
+  health.words = words.join(QStringLiteral("  "));
+  return health;
+}
+
+const char* LightColour(StreamLight light) {
+  switch (light) {
+    case StreamLight::kGreen:
+      return "#13CE66";
+    case StreamLight::kAmber:
+      return "#F7BA2A";
+    case StreamLight::kRed:
+      return "#FF4949";
+  }
+  return "";
+}
+
+int KilobitsPerSecond(const StreamSight& from, const StreamSight& to) {
+  const std::int64_t ms = to.timeMs - from.timeMs;
+  if (ms <= 0 || to.encoder.bytesSent < from.encoder.bytesSent) {
+    return 0;
+  }
+  // Bits a millisecond are kilobits a second.
+  return static_cast<int>((to.encoder.bytesSent - from.encoder.bytesSent) * 8 /
+                          static_cast<std::uint64_t>(ms));
+}
+
+}  // namespace shell

@@ -1,0 +1,73 @@
+// What the operator is told of the running broadcast: the colour, the words and the details of the
+// one label beside the clock.
+//
+// Flow: once a second the encoder's figures and the captures' counts are noted as a StreamSight and
+// added to the history; JudgeStream makes of the last seconds what the label shows:
+//   green   all is well, with the rate
+//   amber   it runs, but pictures or packets were dropped in the last kRecentMs, or the delay
+//           grows, or a capture has stopped; or the first connection is still being made
+//   red     nothing reaches the server, with the cause
+// A capture has stopped when its count has not moved for kStillMs. What counts is told at
+// CInputDev: of a desktop this is an answer of the X server, whatever moves on it.
+//
+// Pure: everything comes from the history, time included. A gap of over kStillMs between two sights
+// is a suspended machine or a blocked window, in which nobody looked: the history begins anew.
+#ifndef ORVANE_SHELL_STREAMHEALTH_H
+#define ORVANE_SHELL_STREAMHEALTH_H
+
+#include <QString>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "output/EncoderStatistics.h"
+
+namespace shell {
+
+enum class CaptureSort { kDesktop, kCamera, kSystemSound, kMicrophone };
+
+struct CaptureSight {
+  int place = -1;  // the layer's slot; -1 for the sound of the broadcast
+  CaptureSort sort = CaptureSort::kDesktop;
+  std::string device;           // its name in the catalogue
+  std::uint64_t delivered = 0;  // pictures or blocks of sound so far
+};
+
+struct StreamSight {
+  std::int64_t timeMs = 0;
+  EncoderStatistics encoder;
+  std::vector<CaptureSight> captures;
+};
+
+// Oldest first.
+using StreamHistory = std::deque<StreamSight>;
+
+enum class StreamLight { kGreen, kAmber, kRed };
+
+struct StreamHealth {
+  StreamLight light = StreamLight::kAmber;
+  QString words;    // one line
+  QString details;  // the whole snapshot, several lines; plain text
+};
+
+inline constexpr std::int64_t kRecentMs = 5000;  // what "the last seconds" are
+inline constexpr std::int64_t kStillMs = 3000;   // longer without anything is a standstill
+// Usually 600 ms wait; more than this, and the network takes less than is made.
+inline constexpr std::int64_t kLongDelayMs = 1500;
+
+// Adds the newest sight and forgets what is no longer needed.
+void AddSight(StreamHistory* history, StreamSight sight);
+
+// Of a history with at least one sight.
+StreamHealth JudgeStream(const StreamHistory& history);
+
+// The colour as style sheets write it.
+const char* LightColour(StreamLight light);
+
+// What was sent between two sights, in kilobits a second of payload.
+int KilobitsPerSecond(const StreamSight& from, const StreamSight& to);
+
+}  // namespace shell
+
+#endif

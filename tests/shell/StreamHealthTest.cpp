@@ -1,0 +1,324 @@
+#include "shell/StreamHealth.h"
+
+#include <gtest/gtest.h>
+#include <netdb.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavutil/error.h>
+}
+
+namespace {
+
+using shell::CaptureSight;
+using shell::CaptureSort;
+using shell::JudgeStream;
+using shell::StreamHealth;
+using shell::StreamHistory;
+using shell::StreamLight;
+using shell::StreamSight;
+
+// A sight of a broadcast that runs as it should, at that second.
+StreamSight WellAt(int second) {
+  StreamSight sight;
+  sight.timeMs = second * 1000;
+  sight.encoder.status.state = PublishState::kPublishing;
+  sight.encoder.bytesSent = static_cast<std::uint64_t>(second) * 250'000;  // 2000 kb/s
+  sight.encoder.queuedMs = 600;
+  return sight;
+}
+
+// One sight a second, each changed as the test wants; all of them noted as the window does.
+StreamHistory Seconds(int from, int to,
+                      const std::function<void(int, StreamSight*)>& change = nullptr) {
+  StreamHistory history;
+  for (int second = from; second <= to; ++second) {
+    StreamSight sight = WellAt(second);
+    if (change) {
+      change(second, &sight);
+    }
+    shell::AddSight(&history, sight);
+  }
+  return history;
+}
+
+StreamHealth Always(const PublishStatus& status) {
+  return JudgeStream(Seconds(0, 10, [&](int, StreamSight* sight) {
+    sight->encoder.status = status;
+    sight->encoder.bytesSent = 0;
+  }));
+}
+
+PublishStatus Status(PublishState state, PublishFault fault = PublishFault::kNone,
+                     std::uint16_t tries = 0, int error = 0) {
+  PublishStatus status;
+  status.state = state;
+  status.fault = fault;
+  status.tries = tries;
+  status.error = error;
+  return status;
+}
+
+TEST(StreamHealth, IsGreenWithTheRateWhileAllIsWell) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10));
+  EXPECT_EQ(health.light, StreamLight::kGreen);
+  EXPECT_EQ(health.words, "直播正常  2000 kb/s");
+}
+
+TEST(StreamHealth, TheRateIsThatOfTheLastSecondsAlone) {
+  const StreamHealth health = JudgeStream(Seconds(0, 20, [](int second, StreamSight* sight) {
+    sight->encoder.bytesSent = second <= 10 ? 0 : static_cast<std::uint64_t>(second - 10) * 125'000;
+  }));
+  EXPECT_EQ(health.words, "直播正常  1000 kb/s");
+}
+
+TEST(StreamHealth, IsAmberWhilePicturesWereDroppedInTheLastSeconds) {
+  const auto dropAtSecond10 = [](int second, StreamSight* sight) {
+    sight->encoder.videoFramesDropped = second >= 10 ? 7 : 0;
+  };
+  EXPECT_EQ(JudgeStream(Seconds(0, 9, dropAtSecond10)).light, StreamLight::kGreen);
+  const StreamHealth dropped = JudgeStream(Seconds(0, 10, dropAtSecond10));
+  EXPECT_EQ(dropped.light, StreamLight::kAmber);
+  EXPECT_EQ(dropped.words, "丢帧 7  2000 kb/s");
+  EXPECT_EQ(JudgeStream(Seconds(0, 14, dropAtSecond10)).light, StreamLight::kAmber);
+  EXPECT_EQ(JudgeStream(Seconds(0, 15, dropAtSecond10)).light, StreamLight::kGreen);
+}
+
+TEST(StreamHealth, PacketsThatWereSkippedCountAsDropped) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSight* sight) {
+    sight->encoder.videoPacketsDropped = second >= 8 ? 101 : 0;
+    sight->encoder.videoFramesDropped = second >= 9 ? 2 : 0;
+  }));
+  EXPECT_EQ(health.light, StreamLight::kAmber);
+  EXPECT_EQ(health.words, "丢帧 103  2000 kb/s");
+}
+
+TEST(StreamHealth, IsAmberWithTheDelayWhenTheNetworkIsTooSlow) {
+  const StreamHealth health =
+      JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) { sight->encoder.queuedMs = 3240; }));
+  EXPECT_EQ(health.light, StreamLight::kAmber);
+  EXPECT_EQ(health.words, "延迟 3.2 秒  2000 kb/s");
+}
+
+TEST(StreamHealth, TheFirstConnectionIsAmber) {
+  for (const PublishState state : {PublishState::kWaiting, PublishState::kConnecting}) {
+    const StreamHealth health = JudgeStream(
+        Seconds(0, 2, [&](int, StreamSight* sight) { sight->encoder.status.state = state; }));
+    EXPECT_EQ(health.light, StreamLight::kAmber);
+    EXPECT_EQ(health.words, "正在连接…");
+  }
+}
+
+struct Down {
+  const char* name;
+  PublishStatus status;
+  const char* words;
+};
+
+void PrintTo(const Down& down, std::ostream* out) {
+  *out << down.name;
+}
+
+class StreamDown : public testing::TestWithParam<Down> {};
+
+TEST_P(StreamDown, IsRedWithTheCause) {
+  const StreamHealth health = Always(GetParam().status);
+  EXPECT_EQ(health.light, StreamLight::kRed);
+  EXPECT_EQ(health.words.toStdString(), GetParam().words);
+}
+
+const Down kDown[] = {
+    {"Refused", Status(PublishState::kRetrying, PublishFault::kConnect, 3, AVERROR(ECONNREFUSED)),
+     "推流中断：连接被拒绝，第 3 次重试"},
+    {"TryingAgain",
+     Status(PublishState::kConnecting, PublishFault::kConnect, 3, AVERROR(ECONNREFUSED)),
+     "推流中断：连接被拒绝，第 3 次重试"},
+    {"TimedOut", Status(PublishState::kRetrying, PublishFault::kConnect, 1, AVERROR(ETIMEDOUT)),
+     "推流中断：连接超时，第 1 次重试"},
+    {"Unreachable",
+     Status(PublishState::kRetrying, PublishFault::kConnect, 1, AVERROR(ENETUNREACH)),
+     "推流中断：网络不可达，第 1 次重试"},
+    {"RefusedByTheServer",
+     Status(PublishState::kRetrying, PublishFault::kConnect, 2, AVERROR_UNKNOWN),
+     "推流中断：连接失败，第 2 次重试"},
+    {"NoSuchHost", Status(PublishState::kRetrying, PublishFault::kLookup, 1, EAI_NONAME),
+     "推流中断：找不到服务器，第 1 次重试"},
+    {"Lost", Status(PublishState::kRetrying, PublishFault::kWrite, 1, AVERROR(EPIPE)),
+     "推流中断：连接中断，第 1 次重试"},
+    {"WriteTimedOut", Status(PublishState::kRetrying, PublishFault::kWrite, 1, AVERROR(ETIMEDOUT)),
+     "推流中断：发送超时，第 1 次重试"},
+    {"HeaderRefused", Status(PublishState::kEnded, PublishFault::kHeader, 1, AVERROR(EINVAL)),
+     "推流已终止：推流头写入失败"},
+    {"NoAddress", Status(PublishState::kEnded, PublishFault::kContext, 1, AVERROR(EINVAL)),
+     "推流已终止：推流地址无效"},
+    {"NoEncoder", Status(PublishState::kStopped), "编码器未能启动"},
+    {"NothingToSend", Status(PublishState::kWaiting), "未推流：没有声音或画面"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Causes, StreamDown, testing::ValuesIn(kDown),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(StreamHealth, AServerThatReadsNothingIsRedAfterThreeSeconds) {
+  const auto stall = [](int second, StreamSight* sight) {
+    sight->encoder.bytesSent = 250'000 * static_cast<std::uint64_t>(std::min(second, 10));
+    sight->encoder.queuedMs = 600 + 1000 * std::max(0, second - 10);
+  };
+  EXPECT_EQ(JudgeStream(Seconds(0, 12, stall)).light, StreamLight::kAmber);
+  const StreamHealth health = JudgeStream(Seconds(0, 13, stall));
+  EXPECT_EQ(health.light, StreamLight::kRed);
+  EXPECT_EQ(health.words, "推流停滞：服务器不接收数据");
+}
+
+TEST(StreamHealth, AnEncoderThatGetsNothingIsRedAfterThreeSeconds) {
+  const StreamHealth health = JudgeStream(Seconds(0, 13, [](int second, StreamSight* sight) {
+    sight->encoder.bytesSent = 250'000 * static_cast<std::uint64_t>(std::min(second, 10));
+  }));
+  EXPECT_EQ(health.light, StreamLight::kRed);
+  EXPECT_EQ(health.words, "推流停滞：没有声音或画面");
+}
+
+TEST(StreamHealth, AReconnectedStreamIsNoStandstill) {
+  // Bytes stood still through the retry; the new connection is one second old.
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSight* sight) {
+    sight->encoder.bytesSent = 1'000'000;
+    if (second < 9) {
+      sight->encoder.status = Status(PublishState::kRetrying, PublishFault::kWrite, 1, -EPIPE);
+    }
+  }));
+  EXPECT_NE(health.light, StreamLight::kRed);
+}
+
+CaptureSight Capture(CaptureSort sort, std::uint64_t delivered, const char* device = "cam",
+                     int place = 0) {
+  return {place, sort, device, delivered};
+}
+
+// The count moves until second 10 and not after.
+StreamHistory StopsAtSecond10(CaptureSort sort, int until) {
+  return Seconds(0, until, [&](int second, StreamSight* sight) {
+    sight->captures = {Capture(sort, static_cast<std::uint64_t>(std::min(second, 10)) * 25)};
+  });
+}
+
+TEST(StreamHealth, NamesACaptureWithoutANewFrameForThreeSeconds) {
+  const struct {
+    CaptureSort sort;
+    const char* words;
+  } kSorts[] = {{CaptureSort::kDesktop, "桌面画面停止  2000 kb/s"},
+                {CaptureSort::kCamera, "摄像头“cam”画面停止  2000 kb/s"},
+                {CaptureSort::kSystemSound, "系统声音中断  2000 kb/s"},
+                {CaptureSort::kMicrophone, "麦克风中断  2000 kb/s"}};
+  for (const auto& row : kSorts) {
+    EXPECT_EQ(JudgeStream(StopsAtSecond10(row.sort, 12)).light, StreamLight::kGreen);
+    const StreamHealth health = JudgeStream(StopsAtSecond10(row.sort, 13));
+    EXPECT_EQ(health.light, StreamLight::kAmber);
+    EXPECT_EQ(health.words.toStdString(), row.words);
+    EXPECT_TRUE(health.details.contains("采集："));
+  }
+}
+
+TEST(StreamHealth, ACaptureThatComesBackIsNamedNoMore) {
+  const StreamHealth health = JudgeStream(Seconds(0, 20, [](int second, StreamSight* sight) {
+    sight->captures = {Capture(CaptureSort::kCamera, second == 20 ? 251 : 250)};
+  }));
+  EXPECT_EQ(health.light, StreamLight::kGreen);
+}
+
+TEST(StreamHealth, ACaptureThatGaveNothingFromTheStartIsNamedAfterThreeSeconds) {
+  const auto neverCame = [](int, StreamSight* sight) {
+    sight->captures = {Capture(CaptureSort::kMicrophone, 0)};
+  };
+  EXPECT_EQ(JudgeStream(Seconds(0, 2, neverCame)).light, StreamLight::kGreen);
+  EXPECT_EQ(JudgeStream(Seconds(0, 3, neverCame)).words, "麦克风中断  2000 kb/s");
+}
+
+TEST(StreamHealth, ALayerThatWasJustAddedIsNotNamed) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSight* sight) {
+    if (second >= 8) {
+      sight->captures = {Capture(CaptureSort::kCamera, 0)};
+    }
+  }));
+  EXPECT_EQ(health.light, StreamLight::kGreen);
+}
+
+TEST(StreamHealth, AnotherDeviceInTheSamePlaceIsAnotherCapture) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSight* sight) {
+    sight->captures = {Capture(CaptureSort::kCamera, 0, second < 9 ? "old" : "new")};
+  }));
+  EXPECT_EQ(health.light, StreamLight::kGreen);
+}
+
+TEST(StreamHealth, ManyStoppedCapturesAreCountedInTheLineAndNamedInTheDetails) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
+    sight->captures = {Capture(CaptureSort::kSystemSound, 5, "", -1),
+                       Capture(CaptureSort::kMicrophone, 5, "", -1),
+                       Capture(CaptureSort::kDesktop, 5), Capture(CaptureSort::kCamera, 5, "c", 2)};
+  }));
+  EXPECT_EQ(health.words, "系统声音中断，麦克风中断，等 4 项  2000 kb/s");
+  EXPECT_EQ(health.details.count("采集："), 4);
+}
+
+TEST(StreamHealth, AStoppedCaptureIsNamedBesideAStreamThatIsDown) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
+    sight->encoder.status =
+        Status(PublishState::kRetrying, PublishFault::kConnect, 4, AVERROR(ECONNREFUSED));
+    sight->captures = {Capture(CaptureSort::kSystemSound, 5)};
+  }));
+  EXPECT_EQ(health.light, StreamLight::kRed);
+  EXPECT_EQ(health.words, "推流中断：连接被拒绝，第 4 次重试  系统声音中断");
+}
+
+TEST(StreamHealth, AfterASuspendedMachineNothingIsJudgedByTheTimeBefore) {
+  StreamHistory history = Seconds(0, 10, [](int, StreamSight* sight) {
+    sight->captures = {Capture(CaptureSort::kCamera, 250)};
+  });
+  StreamSight woken = WellAt(71);
+  woken.encoder.bytesSent = WellAt(10).encoder.bytesSent;
+  woken.encoder.videoFramesDropped = 3;
+  woken.captures = {Capture(CaptureSort::kCamera, 250)};
+  shell::AddSight(&history, woken);
+  EXPECT_EQ(JudgeStream(history).light, StreamLight::kGreen);
+}
+
+TEST(StreamHealth, TheFirstSightAloneIsEnough) {
+  EXPECT_EQ(JudgeStream(Seconds(0, 0)).words, "直播正常  0 kb/s");
+}
+
+TEST(StreamHealth, TheHistoryStaysShort) {
+  const StreamHistory history = Seconds(0, 1000);
+  EXPECT_EQ(history.size(), 6U);
+  EXPECT_EQ(history.front().timeMs, 995'000);
+}
+
+TEST(StreamHealth, TheDetailsTellTheWholeSnapshot) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
+    sight->encoder.status =
+        Status(PublishState::kRetrying, PublishFault::kConnect, 4, AVERROR(ECONNREFUSED));
+    sight->encoder.cause = "connect: Connection refused";
+    sight->encoder.videoPacketsSent = 11;
+    sight->encoder.audioPacketsSent = 12;
+    sight->encoder.videoFramesDropped = 13;
+    sight->encoder.videoPacketsDropped = 14;
+    sight->encoder.audioPacketsDropped = 15;
+    sight->encoder.connections = 16;
+  }));
+  EXPECT_EQ(health.details.toStdString(),
+            "状态：等待重试\n码率：2000 kb/s\n延迟：0.6 秒\n已发送：画面 11 帧，声音 12 帧\n"
+            "编码前丢帧：13\n发送前丢弃：画面 14 帧，声音 15 帧\n已连接 16 次，连续失败 4 次\n"
+            "原因：连接被拒绝（connect: Connection refused）");
+}
+
+TEST(StreamHealth, EveryLightHasAColourOfItsOwn) {
+  EXPECT_STREQ(shell::LightColour(StreamLight::kGreen), "#13CE66");
+  EXPECT_STREQ(shell::LightColour(StreamLight::kAmber), "#F7BA2A");
+  EXPECT_STREQ(shell::LightColour(StreamLight::kRed), "#FF4949");
+}
+
+}  // namespace
