@@ -1,0 +1,67 @@
+// How a sound meter moves and what it says: the ballistics, apart from their drawing.
+//
+// Flow: a measure of the sound since the last look goes in with the time that has passed, and the
+// state of the meter comes out. Levels are in dBFS, a sample of full scale being 0; the RMS is the
+// plain one, so that of a sine stands 3 dB below its peak. Nothing is shown below kMeterFloor.
+//
+//   peak  rises at once, falls 20 dB in 1.7 s, as programme meters do
+//   rms   follows the power with a time constant of 300 ms, as the eye takes loudness
+//   hold  the highest peak of the last kHoldSeconds, then falls to the peak
+//
+// Pure.
+#ifndef ORVANE_WIDGETS_METERRULES_H
+#define ORVANE_WIDGETS_METERRULES_H
+
+#include <QString>
+
+namespace widgets {
+
+inline constexpr double kMeterFloor = -60;
+inline constexpr double kFallPerSecond = 20 / 1.7;
+inline constexpr double kRmsSeconds = 0.3;
+inline constexpr double kHoldSeconds = 1.5;
+// With no sound at all for so long the meter says so.
+inline constexpr double kSilenceSeconds = 3;
+// Speech belongs below the first; above the second it is about to be clipped.
+inline constexpr double kWarnFrom = -20;
+inline constexpr double kAlarmFrom = -9;
+
+// The sound since the last look; 1 is full scale.
+struct MeterMeasure {
+  bool any = false;  // false: nothing has come
+  double peak = 0;
+  double meanSquare = 0;
+};
+
+struct MeterState {
+  double peak = kMeterFloor;
+  double rms = kMeterFloor;
+  double hold = kMeterFloor;
+  double power = 0;          // behind rms: the mean square as followed so far
+  double holdSeconds = 0;    // how old hold is
+  double silentSeconds = 0;  // since the peak was last above the floor
+};
+
+enum class MeterZone { kGood, kWarn, kAlarm };
+
+// In dBFS, never below the floor.
+double PeakDb(double peak);
+double PowerDb(double meanSquare);
+
+MeterState AdvanceMeter(const MeterState& state, const MeterMeasure& measure, double seconds);
+
+bool IsSilent(const MeterState& state);
+
+// Where a level stands between the floor (0) and full scale (1).
+double MeterShare(double db);
+
+MeterZone ZoneOf(double db);
+
+// What a screen reader says: name, peak and RMS, or that there is no sound.
+QString MeterText(const QString& name, const MeterState& state);
+// The figure beside the bar: the held peak, or that there is no sound.
+QString MeterFigure(const MeterState& state);
+
+}  // namespace widgets
+
+#endif

@@ -1,0 +1,121 @@
+#include "widgets/SoundMeter.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+#include <QStringList>
+
+namespace {
+
+constexpr QSize kSize(220, 40);
+constexpr int kRowHeight = 16;
+constexpr int kNameWidth = 56;
+constexpr int kFigureWidth = 36;
+constexpr int kBarHeight = 6;
+constexpr int kFontPixels = 12;
+const QColor kBackground(0x28, 0x2A, 0x30);
+const QColor kTrough(0x1B, 0x1D, 0x21);
+const QColor kText(0x87, 0x8E, 0x99);
+const QColor kMissing(0xF7, 0xBA, 0x2A);
+const QColor kHold(0xB4, 0xBE, 0xCC);
+
+QString RowName(int row) {
+  return row == SoundMeter::kSystemSound ? QStringLiteral("系统声音") : QStringLiteral("麦克风");
+}
+
+QColor ZoneColour(widgets::MeterZone zone) {
+  switch (zone) {
+    case widgets::MeterZone::kGood:
+      return {0x13, 0xCE, 0x66};
+    case widgets::MeterZone::kWarn:
+      return {0xF7, 0xBA, 0x2A};
+    case widgets::MeterZone::kAlarm:
+      return {0xFF, 0x49, 0x49};
+  }
+  return {};
+}
+
+int Reach(const QRect& bar, double db) {
+  return qRound(bar.width() * widgets::MeterShare(db));
+}
+
+}  // namespace
+
+SoundMeter::SoundMeter(QWidget* parent) : QWidget(parent) {
+  setObjectName(QStringLiteral("soundMeter"));
+  setFixedSize(kSize);
+  // It changes 20 times a second: what lies behind it is not to be painted each time.
+  setAttribute(Qt::WA_OpaquePaintEvent);
+  setAccessibleName(QStringLiteral("音量"));
+  QFont font(QStringLiteral("黑体"));
+  font.setPixelSize(kFontPixels);
+  setFont(font);
+}
+
+void SoundMeter::SetRow(Row row, const std::optional<widgets::MeterState>& state) {
+  m_rows[row] = state;
+  update(RowRect(row));
+}
+
+void SoundMeter::Announce() {
+  QStringList lines;
+  for (int row = 0; row < kRows; ++row) {
+    const auto& state = m_rows[static_cast<std::size_t>(row)];
+    lines << (state ? widgets::MeterText(RowName(row), *state)
+                    : QStringLiteral("%1：未接入").arg(RowName(row)));
+  }
+  const QString text = lines.join(QLatin1Char('\n'));
+  if (text != accessibleDescription()) {
+    setAccessibleDescription(text);
+    setToolTip(text);
+  }
+}
+
+QSize SoundMeter::sizeHint() const {
+  return kSize;
+}
+
+QRect SoundMeter::RowRect(int row) const {
+  const int top = (height() - kRows * kRowHeight) / 2 + row * kRowHeight;
+  return {0, top, width(), kRowHeight};
+}
+
+void SoundMeter::paintEvent(QPaintEvent* event) {
+  QPainter painter(this);
+  painter.fillRect(event->rect(), kBackground);
+  for (int row = 0; row < kRows; ++row) {
+    if (event->rect().intersects(RowRect(row))) {
+      PaintRow(&painter, row);
+    }
+  }
+}
+
+void SoundMeter::PaintRow(QPainter* painter, int row) const {
+  const QRect rect = RowRect(row);
+  const auto& state = m_rows[static_cast<std::size_t>(row)];
+  painter->setPen(kText);
+  painter->drawText(QRect(rect.left(), rect.top(), kNameWidth, rect.height()),
+                    Qt::AlignLeft | Qt::AlignVCenter, RowName(row));
+  const QRect bar(rect.left() + kNameWidth, rect.center().y() - kBarHeight / 2,
+                  rect.width() - kNameWidth - kFigureWidth, kBarHeight);
+  painter->fillRect(bar, kTrough);
+  const QRect figure(bar.right() + 1, rect.top(), kFigureWidth, rect.height());
+  if (!state) {
+    painter->drawText(figure, Qt::AlignRight | Qt::AlignVCenter, QStringLiteral("—"));
+    return;
+  }
+  PaintBar(painter, bar, *state);
+  painter->setPen(widgets::IsSilent(*state) ? kMissing : kText);
+  painter->drawText(figure, Qt::AlignRight | Qt::AlignVCenter, widgets::MeterFigure(*state));
+}
+
+void SoundMeter::PaintBar(QPainter* painter, const QRect& bar,
+                          const widgets::MeterState& state) const {
+  const QColor colour = ZoneColour(widgets::ZoneOf(state.peak));
+  painter->fillRect(QRect(bar.topLeft(), QSize(Reach(bar, state.peak), bar.height())),
+                    colour.darker(220));
+  painter->fillRect(QRect(bar.topLeft(), QSize(Reach(bar, state.rms), bar.height())), colour);
+  const int hold = Reach(bar, state.hold);
+  if (hold > 0) {
+    painter->fillRect(QRect(bar.left() + hold - 1, bar.top() - 1, 1, bar.height() + 2), kHold);
+  }
+}
