@@ -1,0 +1,144 @@
+#include "shell/LiveMonitor.h"
+
+#include <SDL_timer.h>
+
+#include <QBoxLayout>
+#include <QLabel>
+#include <QTextDocument>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "output/CEncoder.h"
+#include "platform/CaptureLayer.h"
+#include "sources/CInputDev.h"
+#include "widgets/SoundMeter.h"
+
+namespace shell {
+
+namespace {
+
+constexpr int kMeterMs = 50;
+constexpr int kLabelWidth = 300;
+constexpr double kFullScale = 32768;
+
+std::int64_t Now() {
+  return static_cast<std::int64_t>(SDL_GetTicks64());
+}
+
+CaptureSort SortOf(const CInputDev& device) {
+  if (device.IsAudio()) {
+    return device.DeviceName() == platform::kSystemSoundName ? CaptureSort::kSystemSound
+                                                             : CaptureSort::kMicrophone;
+  }
+  return device.DeviceName() == platform::kDesktopName ? CaptureSort::kDesktop
+                                                       : CaptureSort::kCamera;
+}
+
+void NoteCapture(int place, const CInputDev* device, std::vector<CaptureSight>* captures) {
+  if (device != nullptr) {
+    captures->push_back({place, SortOf(*device), device->DeviceName(), device->Delivered()});
+  }
+}
+
+// Null where there is no such device.
+std::optional<widgets::MeterState> Advance(CInputDev* device, double seconds,
+                                           widgets::MeterState* state) {
+  if (device == nullptr) {
+    return std::nullopt;
+  }
+  const sources::SoundMeasure sound = device->TakeLevel();
+  widgets::MeterMeasure measure;
+  measure.any = sound.blocks > 0;
+  measure.peak = sound.peak / kFullScale;
+  measure.meanSquare = sound.meanSquare / (kFullScale * kFullScale);
+  *state = widgets::AdvanceMeter(*state, measure, seconds);
+  return *state;
+}
+
+}  // namespace
+
+LiveMonitor::LiveMonitor(const LiveNodes& nodes, const LayerNodes& layers, QObject* parent)
+    : QObject(parent), m_nodes(nodes), m_layers(layers) {
+  m_meterTimer.setTimerType(Qt::PreciseTimer);
+  connect(&m_meterTimer, &QTimer::timeout, this, &LiveMonitor::MoveMeter);
+}
+
+void LiveMonitor::AddTo(QBoxLayout* bar, QWidget* neighbour) {
+  m_label = new QLabel;
+  m_label->setObjectName(QStringLiteral("streamState"));
+  m_label->setTextFormat(Qt::PlainText);
+  m_label->setFixedWidth(kLabelWidth);
+  m_meter = new SoundMeter;
+  const int place = bar->indexOf(neighbour) + 1;
+  bar->insertWidget(place, m_label);
+  bar->insertWidget(place + 1, m_meter);
+  m_label->hide();
+  m_meter->hide();
+}
+
+void LiveMonitor::Begin() {
+  m_history.clear();
+  m_systemSound = {};
+  m_microphone = {};
+  m_meterTime = Now();
+  Refresh();
+  m_label->show();
+  m_meter->show();
+  m_meterTimer.start(kMeterMs);
+}
+
+void LiveMonitor::Refresh() {
+  if (m_nodes.encoder == nullptr) {
+    return;
+  }
+  AddSight(&m_history, Look());
+  Show(JudgeStream(m_history));
+  MoveMeter();
+  m_meter->Announce();
+}
+
+void LiveMonitor::End() {
+  m_meterTimer.stop();
+  m_label->hide();
+  m_meter->hide();
+  m_history.clear();
+}
+
+StreamSight LiveMonitor::Look() const {
+  StreamSight sight;
+  sight.timeMs = Now();
+  sight.encoder = m_nodes.encoder->Statistics();
+  NoteCapture(-1, m_nodes.loopback, &sight.captures);
+  NoteCapture(-1, m_nodes.mic, &sight.captures);
+  for (const auto& [slot, node] : m_layers) {
+    NoteCapture(slot, dynamic_cast<const CInputDev*>(node), &sight.captures);
+  }
+  return sight;
+}
+
+void LiveMonitor::Show(const StreamHealth& health) {
+  if (m_shownLight != health.light) {
+    m_shownLight = health.light;
+    m_label->setStyleSheet(
+        QStringLiteral("color:%1;font-family:黑体;font-size:13px;padding-left:12px;")
+            .arg(QLatin1String(LightColour(health.light))));
+  }
+  m_label->ensurePolished();
+  const int room = m_label->contentsRect().width();
+  m_label->setText(m_label->fontMetrics().elidedText(health.words, Qt::ElideRight, room));
+  m_label->setAccessibleName(health.words);
+  // Device names and the library's words may look like markup.
+  m_label->setToolTip(Qt::convertFromPlainText(health.words + QLatin1Char('\n') + health.details,
+                                               Qt::WhiteSpaceNormal));
+}
+
+void LiveMonitor::MoveMeter() {
+  const std::int64_t now = Now();
+  const double seconds = static_cast<double>(now - m_meterTime) / 1000;
+  m_meterTime = now;
+  m_meter->SetRow(SoundMeter::kSystemSound, Advance(m_nodes.loopback, seconds, &m_systemSound));
+  m_meter->SetRow(SoundMeter::kMicrophone, Advance(m_nodes.mic, seconds, &m_microphone));
+}
+
+}  // namespace shell

@@ -1,0 +1,70 @@
+// What the bottom bar shows of a running broadcast: the state of the stream in one label, and the
+// sound meter.
+//
+// Flow: Begin shows both and looks once; Refresh, called once a second by the clock's tick, notes
+// the encoder's figures and the counts of every capture and shows what StreamHealth makes of them;
+// a timer of its own moves the meter. End hides both and forgets everything. What is read of the
+// nodes are atomics: no worker is ever held up.
+//
+// Captures are the two sound devices of the broadcast and the cameras and desktops among the
+// layers; files, pictures, texts and windows have no device that could freeze. A hidden layer
+// counts too: it may be shown at any moment.
+//
+// Ownership: label and meter belong to the widget that their layout belongs to. The nodes are the
+// window's; the references that it gave are looked at anew each time, so that a node may go or come
+// at any time between two calls.
+//
+// Threads: user interface thread only.
+#ifndef ORVANE_SHELL_LIVEMONITOR_H
+#define ORVANE_SHELL_LIVEMONITOR_H
+
+#include <QObject>
+#include <QTimer>
+#include <cstdint>
+#include <optional>
+
+#include "shell/LayerRoad.h"
+#include "shell/LiveRoad.h"
+#include "shell/StreamHealth.h"
+#include "widgets/MeterRules.h"
+
+class QBoxLayout;
+class QLabel;
+class QWidget;
+class SoundMeter;
+
+namespace shell {
+
+class LiveMonitor : public QObject {
+  Q_OBJECT
+
+ public:
+  LiveMonitor(const LiveNodes& nodes, const LayerNodes& layers, QObject* parent = nullptr);
+
+  // Puts label and meter behind that widget of the bar, hidden.
+  void AddTo(QBoxLayout* bar, QWidget* neighbour);
+
+  void Begin();
+  void Refresh();
+  void End();
+
+ private:
+  void MoveMeter();
+  StreamSight Look() const;
+  void Show(const StreamHealth& health);
+
+  const LiveNodes m_nodes;
+  const LayerNodes& m_layers;
+  QLabel* m_label = nullptr;
+  SoundMeter* m_meter = nullptr;
+  QTimer m_meterTimer;
+  std::int64_t m_meterTime = 0;  // of the last move
+  StreamHistory m_history;
+  std::optional<StreamLight> m_shownLight;
+  widgets::MeterState m_systemSound;
+  widgets::MeterState m_microphone;
+};
+
+}  // namespace shell
+
+#endif

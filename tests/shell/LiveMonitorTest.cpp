@@ -1,0 +1,173 @@
+#include "shell/LiveMonitor.h"
+
+#include <gtest/gtest.h>
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QWidget>
+
+#include "output/CEncoder.h"
+#include "platform/CaptureLayer.h"
+#include "sources/CInputDev.h"
+#include "sources/CInputPic.h"
+#include "support/FakeCaptureLayer.h"
+#include "support/FakeClock.h"
+#include "widgets/SoundMeter.h"
+
+namespace {
+
+constexpr int kRgb24 = 2;
+
+// A capture whose turns the test runs.
+class Device : public CInputDev {
+ public:
+  Device(bool isAudio, const char* name) : CInputDev(isAudio, name, 0, 0, kRgb24) {}
+  using CInputDev::CaptureTurn;
+  using CInputDev::Open;
+};
+
+class LiveMonitorTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    m_systemSoundDevice = m_capture.AddMicrophone(platform::kSystemSoundName);
+    m_systemSoundDevice->RunFree();
+    m_monitor.AddTo(&m_bar, m_clockLabel);
+    ASSERT_EQ(m_sound.Open(), 0);
+  }
+
+  QLabel* Label() { return m_window.findChild<QLabel*>(QStringLiteral("streamState")); }
+  SoundMeter* Meter() { return m_window.findChild<SoundMeter*>(QStringLiteral("soundMeter")); }
+
+  // A second of the broadcast, with or without sound from its device.
+  void Second(bool sound = true) {
+    if (sound) {
+      m_systemSoundDevice->Give();
+      m_sound.CaptureTurn();
+    }
+    m_clock.Advance(1000);
+    m_monitor.Refresh();
+  }
+
+  support::FakeClock m_clock;
+  support::FakeCaptureLayer m_capture;
+  support::InstalledCaptureLayer m_installed{&m_capture};
+  support::FakeDevice* m_systemSoundDevice = nullptr;
+  Device m_sound{true, platform::kSystemSoundName};
+  CEncoder m_encoderNode{960, 540};
+  CInputDev* m_loopback = &m_sound;
+  CInputDev* m_mic = nullptr;
+  CMixOut* m_mixOut = nullptr;
+  CEncoder* m_encoder = &m_encoderNode;
+  shell::LayerNodes m_layers;
+  QWidget m_window;
+  QHBoxLayout m_bar{&m_window};
+  QLabel* m_clockLabel = new QLabel(&m_window);
+  shell::LiveMonitor m_monitor{{m_loopback, m_mic, m_mixOut, m_encoder}, m_layers};
+};
+
+TEST_F(LiveMonitorTest, LabelAndMeterAreThereOnlyWhileItRuns) {
+  EXPECT_TRUE(Label()->isHidden());
+  EXPECT_TRUE(Meter()->isHidden());
+  m_monitor.Begin();
+  EXPECT_FALSE(Label()->isHidden());
+  EXPECT_FALSE(Meter()->isHidden());
+  m_monitor.End();
+  EXPECT_TRUE(Label()->isHidden());
+  EXPECT_TRUE(Meter()->isHidden());
+}
+
+TEST_F(LiveMonitorTest, TheLabelSaysFromTheFirstMomentWhatIsWrong) {
+  m_monitor.Begin();  // with an encoder that did not start
+  EXPECT_EQ(Label()->text(), "编码器未能启动");
+  EXPECT_TRUE(Label()->styleSheet().contains("#FF4949"));
+  EXPECT_TRUE(Label()->toolTip().contains("状态：未启动"));
+  EXPECT_EQ(Label()->accessibleName(), "编码器未能启动");
+}
+
+TEST_F(LiveMonitorTest, NamesSystemSoundThatFellSilentUntilItComesBack) {
+  m_monitor.Begin();
+  for (int second = 0; second < 5; ++second) {
+    Second();
+  }
+  EXPECT_FALSE(Label()->accessibleName().contains("系统声音中断"));
+  for (int second = 0; second < 3; ++second) {
+    Second(false);
+  }
+  EXPECT_TRUE(Label()->accessibleName().contains("系统声音中断"));
+  Second();
+  EXPECT_FALSE(Label()->accessibleName().contains("系统声音中断"));
+}
+
+TEST_F(LiveMonitorTest, NamesAFrozenCameraAndDesktopAmongTheLayersAndNoPicture) {
+  m_capture.AddCamera("<b>cam</b>");
+  m_capture.AddCamera(platform::kDesktopName);
+  Device camera(false, "<b>cam</b>");
+  Device desktop(false, platform::kDesktopName);
+  CInputPic picture("picture.png");
+  ASSERT_EQ(camera.Open(), 0);
+  ASSERT_EQ(desktop.Open(), 0);
+  m_layers = {{0, &desktop}, {1, &camera}, {2, &picture}};
+  m_monitor.Begin();
+  for (int second = 0; second < 3; ++second) {
+    Second();
+  }
+  EXPECT_TRUE(Label()->accessibleName().endsWith("桌面画面停止，摄像头“<b>cam</b>”画面停止"));
+  // A name is no markup.
+  EXPECT_EQ(Label()->textFormat(), Qt::PlainText);
+  EXPECT_TRUE(Label()->toolTip().contains("&lt;b&gt;cam&lt;/b&gt;"));
+}
+
+TEST_F(LiveMonitorTest, ALineThatIsTooLongIsCutAndWholeInTheTooltip) {
+  const QString name(200, QLatin1Char('x'));
+  m_capture.AddCamera(name.toStdString());
+  Device camera(false, name.toUtf8().constData());
+  m_layers = {{0, &camera}};
+  m_monitor.Begin();
+  for (int second = 0; second < 3; ++second) {
+    Second();
+  }
+  EXPECT_TRUE(Label()->text().endsWith(QStringLiteral("…")));
+  EXPECT_TRUE(Label()->toolTip().contains(name));
+}
+
+TEST_F(LiveMonitorTest, TheMeterShowsTheSystemSoundAndTellsThatThereIsNoMicrophone) {
+  m_systemSoundDevice->Give(3);
+  for (int turn = 0; turn < 3; ++turn) {
+    m_sound.CaptureTurn();
+  }
+  m_monitor.Begin();
+  EXPECT_TRUE(Meter()->accessibleDescription().contains("麦克风：未接入"));
+  Second();
+  EXPECT_TRUE(Meter()->accessibleDescription().contains("系统声音：峰值 -6 dBFS"))
+      << Meter()->accessibleDescription().toStdString();
+}
+
+TEST_F(LiveMonitorTest, ABroadcastWithoutSoundIsSilentOnTheMeterAfterThreeSeconds) {
+  m_monitor.Begin();
+  for (int second = 0; second < 4; ++second) {
+    Second(false);
+  }
+  EXPECT_TRUE(Meter()->accessibleDescription().contains("系统声音：无声"));
+}
+
+TEST_F(LiveMonitorTest, ATickAfterTheEndIsNoHarm) {
+  m_monitor.Begin();
+  m_monitor.End();
+  m_encoder = nullptr;
+  m_loopback = nullptr;
+  m_monitor.Refresh();
+  EXPECT_TRUE(Label()->isHidden());
+}
+
+TEST_F(LiveMonitorTest, TheNextBroadcastBeginsAnew) {
+  m_monitor.Begin();
+  for (int second = 0; second < 4; ++second) {
+    Second(false);
+  }
+  EXPECT_TRUE(Label()->accessibleName().contains("系统声音中断"));
+  m_monitor.End();
+  m_monitor.Begin();
+  EXPECT_FALSE(Label()->accessibleName().contains("系统声音中断"));
+}
+
+}  // namespace
