@@ -6,6 +6,7 @@
 
 #include "media/Worker.h"
 #include "media/ffmpeg/ErrorText.h"
+#include "output/PublishConnection.h"
 #include "output/PublishRules.h"
 #include "output/StreamCodecs.h"
 #include "sources/DeviceCatalogue.h"
@@ -37,6 +38,7 @@ CEncoder::CEncoder(int width, int height)
       m_resampler(nullptr),
       m_scaledFrame(nullptr),
       m_streamTimeBase{1, 1000},
+      m_protocols(output::kPublishProtocols),
       m_encodeRuns(false),
       m_publishRuns(false),
       m_stopDeadline(std::make_shared<output::Deadline>()) {}

@@ -116,6 +116,7 @@ class CEncoder : public CSrcInterface {
   SwrContext* m_resampler;  // encode thread; null when the encoder takes 16-bit sound
   AVFrame* m_scaledFrame;   // encode thread; target of every scaling
   AVRational m_streamTimeBase;
+  std::string m_protocols;  // that an address may name; a test may allow more
 
  private:
   static void* EncodeEntry(void* node);

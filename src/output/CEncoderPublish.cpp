@@ -97,7 +97,7 @@ bool CEncoder::PublishOnce() {
     ReportFailure(PublishState::kEnded, PublishFault::kContext, error);
     return false;
   }
-  output::PublishConnection connection(m_url, m_stopDeadline);
+  output::PublishConnection connection(m_url, m_stopDeadline, m_protocols);
   bool again = false;
   if (Connect(context.Get(), &connection, &again)) {
     again = SendUntilTheEnd(context.Get());

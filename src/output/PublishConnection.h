@@ -6,6 +6,9 @@
 // itself. Nothing else may block without limit either: a peer that neither takes nor gives a byte
 // for 10 s is an error, and every wait ends once one of the two deadlines has passed.
 //
+// The address comes from the service and may be any text. Only protocols of the network are opened:
+// one that names a file or a device must not write over it.
+//
 // Ownership: the bytes' context belongs to the connection and lives until Close.
 //
 // Threads: one thread makes, uses and deletes it. The stop deadline may be set on any thread.
@@ -26,6 +29,10 @@ extern "C" {
 
 namespace output {
 
+// RTMP in all its kinds, and what they run on.
+inline constexpr char kPublishProtocols[] =
+    "rtmp,rtmpe,rtmps,rtmpt,rtmpte,rtmpts,ffrtmpcrypt,ffrtmphttp,http,https,httpproxy,tcp,tls";
+
 class PublishConnection {
  public:
   struct Result {
@@ -33,7 +40,9 @@ class PublishConnection {
     int error = 0;  // AVERROR_EXIT when the wait was given up; getaddrinfo's code for kLookup
   };
 
-  PublishConnection(const std::string& address, std::shared_ptr<const Deadline> stop);
+  // protocols: those that may be opened, as libavformat's "protocol_whitelist".
+  PublishConnection(const std::string& address, std::shared_ptr<const Deadline> stop,
+                    const std::string& protocols);
   ~PublishConnection();  // Close
 
   PublishConnection(const PublishConnection&) = delete;

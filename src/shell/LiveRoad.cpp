@@ -1,5 +1,7 @@
 #include "shell/LiveRoad.h"
 
+#include <QtGlobal>
+
 #include "media/CMixOut.h"
 #include "output/CEncoder.h"
 #include "output/CRender.h"
@@ -52,6 +54,7 @@ void StartLive(const LiveNodes& nodes, const LiveSettings& settings, CRender* re
     nodes.encoder = new CEncoder(settings.width, settings.height);
   }
   nodes.encoder->SetUrl(settings.url);
+  qDebug("play url is %s", settings.watchUrl.c_str());
   nodes.encoder->Start();
   if (microphone) {
     LinkBothSounds(nodes);

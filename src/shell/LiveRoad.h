@@ -37,7 +37,8 @@ struct LiveSettings {
   std::string systemSound;  // name in the catalogue
   std::string microphone;   // the same; empty for none
   std::string url;
-  int width = 1920;  // of the stream; the scene stays 1920 x 1080
+  std::string watchUrl;  // of the viewers, for the log
+  int width = 1920;      // of the stream; the scene stays 1920 x 1080
   int height = 1080;
 };
 

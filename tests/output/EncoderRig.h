@@ -24,6 +24,8 @@ class EncoderUnderTest : public CEncoder {
     m_started = true;
     return OpenCodecs() == 0;
   }
+  // A file stands in for a server where what counts is what is written.
+  void AllowFiles() { m_protocols += ",file"; }
   bool Turn() { return EncodeTurn(&clock); }
   void TurnUntilIdle() {
     while (Turn()) {

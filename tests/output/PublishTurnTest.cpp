@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "media/ffmpeg/Scoped.h"
 #include "output/EncoderRig.h"
@@ -233,7 +234,10 @@ TEST_F(PublishTurn, QueuedDelayIsWhatTheWaitingPicturesStandFor) {
 // One connection from its making to its end, on the test's thread.
 class PublishOnce : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(encoder.Open()); }
+  void SetUp() override {
+    encoder.AllowFiles();
+    ASSERT_TRUE(encoder.Open());
+  }
   void FeedOneOfEach() {
     encoder.Video().PushBack(NewPacket(0, true));
     encoder.Audio().PushBack(NewPacket(0, true));
@@ -293,6 +297,26 @@ TEST_F(PublishOnce, AFailedTrailerIsLogged) {
   EXPECT_TRUE(log.HasError("av_write_trailer error\n"));
 }
 
+// The address comes from the service.
+TEST(PublishAddress, ThatNamesAFileLeavesTheFileAlone) {
+  const support::TempDir directory;
+  const std::string file = directory.File("rtmp.txt");
+  for (const std::string& address :
+       {file, "file:" + file, "async:file:" + file, "cache:" + file, "crypto:file:" + file,
+        "subfile,,start,0,end,9,,:" + file, "tee:" + file, std::string("pipe:1")}) {
+    std::ofstream(file) << "precious";
+    const MessageCapture log;
+    EncoderUnderTest encoder;
+    ASSERT_TRUE(encoder.Open());
+    encoder.SetUrl(address);
+    encoder.Video().PushBack(NewPacket(0, true));
+    encoder.Audio().PushBack(NewPacket(0, true));
+    EXPECT_TRUE(encoder.PublishOnce()) << address;
+    EXPECT_EQ("precious", support::ReadFile(file)) << address;
+    EXPECT_EQ(1, encoder.Statistics().status.tries) << address;
+  }
+}
+
 TEST_F(PublishOnce, TheNextTryIsDueAfterThreeSeconds) {
   const support::FakeClock clock;
   const std::uint32_t begin = clock.Now();
@@ -338,6 +362,7 @@ class PublishThread : public testing::Test {
 };
 
 TEST_F(PublishThread, WithNoSoundAtAllNoConnectionIsMade) {
+  encoder.AllowFiles();
   encoder.SetUrl(directory.File("stream.flv"));
   ASSERT_EQ(0, encoder.Start());
   FeedPictures(10);
@@ -352,6 +377,7 @@ TEST_F(PublishThread, WithNoSoundAtAllNoConnectionIsMade) {
 
 TEST_F(PublishThread, AfterARefusedHeaderItEndsAndTheQueuesGrowUntilStop) {
   const LibraryFailures failures({"avformat_write_header"});
+  encoder.AllowFiles();
   encoder.SetUrl(directory.File("stream.flv"));
   ASSERT_EQ(0, encoder.Start());
   FeedPictures(5);
