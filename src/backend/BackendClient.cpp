@@ -7,6 +7,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QPixmap>
+#include <QTimer>
 #include <QUrl>
 #include <QUrlQuery>
 #include <memory>
@@ -24,6 +25,7 @@ namespace {
 constexpr qint64 kLargestReply = 64LL * 1024 * 1024;
 
 constexpr std::uint32_t kNoNetworkNotice = 1;
+constexpr int kBriefMs = 2000;
 
 using Field = std::pair<const char*, QString>;
 
@@ -40,10 +42,13 @@ std::unique_ptr<QHttpMultiPart> NewForm(std::initializer_list<Field> fields) {
   return form;
 }
 
-// Waits for the end of the reply; false when it failed, grew too large, its asker is gone or the
-// application quits.
-bool WaitForReply(QNetworkReply* reply, const QDialog* asker = nullptr) {
+// Waits for the end of the reply; false when it failed, grew too large, its asker is gone, the time
+// is over or the application quits.
+bool WaitForReply(QNetworkReply* reply, const QDialog* asker = nullptr, int limitMs = 0) {
   QEventLoop loop;
+  if (limitMs > 0) {
+    QTimer::singleShot(limitMs, &loop, &QEventLoop::quit);
+  }
   if (asker != nullptr) {
     QObject::connect(asker, &QDialog::finished, &loop, &QEventLoop::quit);
     QObject::connect(asker, &QObject::destroyed, &loop, &QEventLoop::quit);
@@ -78,13 +83,15 @@ BackendClient* BackendClient::Instance() {
   return &client;
 }
 
-int BackendClient::PostForm(const QString& path, QHttpMultiPart* multipart, QByteArray* out) {
+int BackendClient::PostForm(const QString& path, QHttpMultiPart* multipart, QByteArray* out,
+                            Wait wait) {
   QNetworkAccessManager manager;
   const std::unique_ptr<QNetworkReply> reply(
       manager.post(QNetworkRequest(QUrl(BaseAddress() + path)), multipart));
-  const bool answered = WaitForReply(reply.get());
+  const bool brief = wait == Wait::kBriefly;
+  const bool answered = WaitForReply(reply.get(), nullptr, brief ? kBriefMs : 0);
   if (!answered) {
-    if (reply->isFinished()) {
+    if (reply->isFinished() && !brief) {
       ShowNoNetwork();
     }
     return -1;
@@ -150,10 +157,10 @@ int BackendClient::HostStart(QString id, QString token, int* code) {
   return 0;
 }
 
-int BackendClient::HostEnd(QString id, QString token, int* code) {
+int BackendClient::HostEnd(QString id, QString token, int* code, Wait wait) {
   const auto form = NewForm({{"id", id}, {"token", token}});
   QByteArray bytes;
-  if (PostForm(QStringLiteral("/assistant/livestream/host-end"), form.get(), &bytes) < 0) {
+  if (PostForm(QStringLiteral("/assistant/livestream/host-end"), form.get(), &bytes, wait) < 0) {
     return -1;
   }
   backend::ParseCode(bytes, code);

@@ -29,6 +29,11 @@ class QPixmap;
 
 class BackendClient {
  public:
+  enum class Wait {
+    kForTheReply,
+    kBriefly,  // two seconds, and no notice: the program is on its way out and nobody reads it
+  };
+
   static BackendClient* Instance();
   // Address of the service, without a trailing slash; a setting of the build.
   static QString BaseAddress();
@@ -39,14 +44,15 @@ class BackendClient {
   // page counts from 1.
   int GetHostList(QString token, int page, ActivityList* out, const QDialog* asker = nullptr);
   int HostStart(QString id, QString token, int* code);
-  int HostEnd(QString id, QString token, int* code);
+  int HostEnd(QString id, QString token, int* code, Wait wait = Wait::kForTheReply);
   // Always 0; a picture that can't be had, or is larger than 64 megapixels, leaves *out null.
   // Sides longer than those of atMost are reduced to it. Decoded beside the event loop.
   int FetchPixmap(QString url, QPixmap* out, QSize atMost = QSize(),
                   const QDialog* asker = nullptr);
 
  private:
-  int PostForm(const QString& path, QHttpMultiPart* multipart, QByteArray* out);
+  int PostForm(const QString& path, QHttpMultiPart* multipart, QByteArray* out,
+               Wait wait = Wait::kForTheReply);
 };
 
 #endif

@@ -3,7 +3,8 @@
 // What it does is split by concern over files of their own: orvane_window.cpp (the window, its look
 // and its closing), orvane_login.cpp (the login and the change of account), orvane_graph.cpp (the
 // fixed part of the graph, from its assembly to its end), orvane_layers.cpp (the layers of the
-// scene), orvane_preview.cpp (the mouse on the preview and the title, and the maximised state).
+// scene), orvane_preview.cpp (the mouse on the preview and the title, and the maximised state),
+// orvane_live.cpp (the broadcast).
 //
 // Order of life: constructed; ShowLogin; only when the account is logged in InitGraph once; shown;
 // CloseGraph once, after the event loop has ended and before the window is destroyed. No node
@@ -33,14 +34,17 @@
 #include <functional>
 #include <string>
 
+#include "backend/BackendClient.h"
 #include "shell/FixedRoad.h"
 #include "shell/LayerRoad.h"
+#include "shell/LiveMonitor.h"
+#include "shell/LiveRoad.h"
 #include "shell/PreviewRules.h"
 #include "ui_orvane.h"
 #include "widgets/ListTextTip.h"
 
+struct ActivityInfo;
 class ActivitiesWndDlg;
-class BackendClient;
 class CAddTextDlg;
 class CCamDlg;
 class CEncoder;
@@ -108,6 +112,13 @@ class orvane : public QWidget {
   void SlotvisibleSignal(int row, bool vis);
   // Keeps a picture that was fetched. The reply stays the caller's.
   void replyFinished(QNetworkReply* reply);
+  // Asks for an activity; without an answer none is chosen, whatever was before.
+  void SlotChooseBtn();
+  // Starts the broadcast, or ends the one that runs. The service is told and its word not waited
+  // for: the broadcast goes on without it.
+  void RecvStartLiving();
+  // A second of the broadcast has passed.
+  void updateTime();
   // Another account: logs out, forgets the saved account, and asks for a login again. A broadcast
   // goes on meanwhile, on purpose: the notice that tells so is no guard here.
   void SlotLoginChange();
@@ -136,6 +147,16 @@ class orvane : public QWidget {
   void FitPreview();
   shell::Scales PreviewScales() const;
   shell::Drag DragAt(const QPoint& position) const;
+  shell::LiveNodes LiveNodes() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
+  const ActivityInfo* ChosenActivity() const;
+  void SetActivitySpacer(int width);
+  void ShowChosen(const QString& title);
+  void ShowUnchosen();
+  void StartBroadcast(const ActivityInfo& activity);
+  void StopBroadcast();
+  void TellEnd(const QString& id, BackendClient::Wait wait);
+  // Ends the broadcast on the way out of the program.
+  void LeaveBroadcast();
   shell::FixedNodes FixedNodes() { return {m_mixFrame, m_silence, m_render}; }
   void AddDefaultLayers();
   void OpenMenu(QMenu* menu, const QWidget* button);
@@ -203,6 +224,8 @@ class orvane : public QWidget {
   ListTextTip m_tip;
   bool m_tipShown = false;
 
+  // The state of the stream and the sound meter; looks at the nodes above.
+  shell::LiveMonitor m_liveMonitor{LiveNodes(), m_layers};
   QTimer m_surfaceEvents;  // empties what SDL queues for the preview's native window
 };
 

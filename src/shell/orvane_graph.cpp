@@ -30,6 +30,7 @@ void orvane::InitGraph() {
 }
 
 void orvane::CloseGraph() {
+  LeaveBroadcast();
   m_surfaceEvents.stop();
   shell::DropLayers(&m_layers);
   shell::EndFixed(FixedNodes());

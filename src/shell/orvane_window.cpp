@@ -14,6 +14,7 @@
 #include "shell/orvane.h"
 #include "sources/DeviceCatalogue.h"
 #include "widgets/CLoginDlg.h"
+#include "widgets/SelectActivities.h"
 #include "widgets/theme/InformationDlg.h"
 
 namespace {
@@ -49,6 +50,9 @@ orvane::orvane(QWidget* parent) : QWidget(parent) {
   m_catalogue = DeviceCatalogue::Instance();
   m_backend = BackendClient::Instance();
   connect(CEvent::instance(), &CEvent::renderSize, this, &orvane::SlotSetRenderSize);
+  connect(ui.m_chooseBtn, &QPushButton::clicked, this, &orvane::SlotChooseBtn);
+  connect(ui.m_reselectBtn, &QPushButton::clicked, this, &orvane::SlotChooseBtn);
+  connect(ui.m_LiveBtn, &QPushButton::clicked, this, &orvane::RecvStartLiving);
   connect(CEvent::instance(), &CEvent::loginChange, this, &orvane::SlotLoginChange);
   if (!shell::StartSdl()) {
     std::printf("SDL_Init error");
@@ -57,7 +61,8 @@ orvane::orvane(QWidget* parent) : QWidget(parent) {
 }
 
 orvane::~orvane() {
-  delete m_loginDlg;  // has no parent
+  delete m_loginDlg;  // has no parent, as the next
+  delete m_actDlg;
 }
 
 void orvane::InitUi() {
@@ -75,6 +80,7 @@ void orvane::InitUi() {
   ui.startTime->setText(m_liveTime.toString(QStringLiteral("hh:mm:ss")));
   ui.startTime->hide();
   ui.m_LiveBtn->hide();
+  m_liveMonitor.AddTo(ui.buttomLayout, ui.startTime);
   // With the keyboard on no control, a key that was meant for the login presses nothing here.
   setFocus();
   ConnectUi();
@@ -97,6 +103,7 @@ void orvane::InitStyle() {
 
 // In the order in which the slots of one signal are to run.
 void orvane::ConnectUi() {
+  connect(&m_liveTimer, &QTimer::timeout, this, &orvane::updateTime);
   connect(ui.m_AddWinBtn, &QPushButton::clicked, this, &orvane::OpenWndMenu);
   connect(ui.m_AddTuC, &QPushButton::clicked, this, &orvane::OpenTuCMenu);
   connect(ui.m_BtnExit, &QPushButton::clicked, this, &orvane::SlotClose);

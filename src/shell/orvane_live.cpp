@@ -1,0 +1,163 @@
+// The broadcast: the choice of its activity, its start and stop, its clock.
+#include <QFontMetrics>
+#include <QLabel>
+#include <QSpacerItem>
+#include <QTextDocument>
+#include <algorithm>
+
+#include "backend/BackendClient.h"
+#include "backend/Records.h"
+#include "shell/LiveRoad.h"
+#include "shell/LiveRules.h"
+#include "shell/WatchAddress.h"
+#include "shell/WindowStyle.h"
+#include "shell/orvane.h"
+#include "sources/DeviceCatalogue.h"
+#include "widgets/SelectActivities.h"
+#include "widgets/theme/CustomShadowEffect.h"
+
+namespace {
+
+constexpr int kTickMs = 1000;
+constexpr int kSpacerWidth = 80;
+constexpr int kSpacerHeight = 20;
+// A title of any length leaves the window its size.
+constexpr int kTitleAtLeast = 120;
+
+QString ClockText(const QTime& time) {
+  return time.toString(QStringLiteral("hh:mm:ss"));
+}
+
+}  // namespace
+
+void orvane::SlotChooseBtn() {
+  delete m_actDlg;
+  m_actDlg = new SelectActivities;
+  if (m_actShadow == nullptr) {
+    m_actShadow = new CustomShadowEffect(this);
+    ApplyDialogShadow(m_actDlg, m_actShadow);
+  }
+  const bool accepted = m_actDlg->exec() == QDialog::Accepted;
+  const ActivityInfo* activity = ChosenActivity();
+  if (accepted && activity != nullptr) {
+    ShowChosen(activity->title);
+  } else {
+    ShowUnchosen();
+  }
+}
+
+const ActivityInfo* orvane::ChosenActivity() const {
+  return m_actDlg != nullptr ? m_actDlg->SelectedActivity() : nullptr;
+}
+
+void orvane::SetActivitySpacer(int width) {
+  ui.buttomLayout->itemAt(0)->spacerItem()->changeSize(width, kSpacerHeight, QSizePolicy::Minimum,
+                                                       QSizePolicy::Minimum);
+  ui.buttomLayout->invalidate();
+}
+
+void orvane::ShowChosen(const QString& title) {
+  SetActivitySpacer(0);
+  ui.m_chooseBtn->hide();
+  QLabel* label = ui.activitiesTitleLabel;
+  label->setText(title);
+  // A label that was never shown has not met its style sheet's font yet.
+  label->ensurePolished();
+  const int width = label->fontMetrics().horizontalAdvance(title);
+  label->setMinimumWidth(std::min(width, kTitleAtLeast));
+  label->setMaximumWidth(width);
+  label->setToolTip(Qt::convertFromPlainText(title));
+  label->show();
+  ui.m_reselectBtn->show();
+  ui.m_LiveBtn->show();
+}
+
+void orvane::ShowUnchosen() {
+  ui.activitiesTitleLabel->hide();
+  ui.m_reselectBtn->hide();
+  ui.startTime->hide();
+  ui.m_LiveBtn->hide();
+  SetActivitySpacer(kSpacerWidth);
+  ui.m_chooseBtn->show();
+}
+
+void orvane::RecvStartLiving() {
+  const ActivityInfo* chosen = ChosenActivity();
+  if (chosen == nullptr) {
+    return;
+  }
+  // While the service is waited for, the activity may be chosen anew and this record go.
+  const ActivityInfo activity = *chosen;
+  if (m_isLiving) {
+    StopBroadcast();
+    TellEnd(activity.lsId, BackendClient::Wait::kForTheReply);
+  } else if (shell::CanPublish(activity.publishUrl)) {
+    StartBroadcast(activity);
+  }
+}
+
+void orvane::StartBroadcast(const ActivityInfo& activity) {
+  m_isLiving = true;
+  ui.m_reselectBtn->hide();
+  ui.startTime->show();
+  ui.m_LiveBtn->setText(QStringLiteral("结束直播"));
+  ui.m_LiveBtn->setStyleSheet(shell::GreyButtonStyle());
+  m_liveTimer.start(kTickMs);
+
+  const QSize size = shell::StreamSize(m_actDlg->Quality());
+  shell::LiveSettings settings;
+  settings.systemSound = m_catalogue->AudioDevice(0).toStdString();
+  settings.microphone = m_catalogue->AudioDevice(1).toStdString();
+  settings.url = activity.publishUrl.toStdString();
+  settings.watchUrl = activity.rtmpLiveUrl.toStdString();
+  settings.width = size.width();
+  settings.height = size.height();
+  shell::StartLive(LiveNodes(), settings, m_render);
+  m_liveMonitor.Begin();
+
+  // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
+  // the broadcast inside this wait, and the address is written all the same.
+  int code = 0;
+  m_backend->HostStart(activity.lsId, m_catalogue->userToken, &code);
+  if (code < 0) {
+    qDebug("StartLive failed");
+  }
+  shell::WriteWatchAddress(activity.rtmpLiveUrl);
+}
+
+void orvane::StopBroadcast() {
+  m_isLiving = false;
+  ui.m_reselectBtn->show();
+  ui.startTime->hide();
+  ui.m_LiveBtn->setText(QStringLiteral("开始直播"));
+  ui.m_LiveBtn->setStyleSheet(shell::BlueButtonStyle());
+  m_liveTimer.stop();
+  m_liveTime = QTime(0, 0, 0, 0);
+  ui.startTime->setText(ClockText(m_liveTime));
+  m_liveMonitor.End();
+  shell::StopLive(LiveNodes(), m_render);
+}
+
+void orvane::TellEnd(const QString& id, BackendClient::Wait wait) {
+  int code = 0;
+  m_backend->HostEnd(id, m_catalogue->userToken, &code, wait);
+  if (code < 0) {
+    qDebug("StartLive failed");  // the text of the end too: logs are searched for it
+  }
+}
+
+void orvane::LeaveBroadcast() {
+  if (!m_isLiving) {
+    return;
+  }
+  StopBroadcast();
+  if (const ActivityInfo* activity = ChosenActivity()) {
+    TellEnd(activity->lsId, BackendClient::Wait::kBriefly);
+  }
+}
+
+void orvane::updateTime() {
+  m_liveTime = m_liveTime.addSecs(1);
+  ui.startTime->setText(ClockText(m_liveTime));
+  m_liveMonitor.Refresh();
+}

@@ -1,0 +1,150 @@
+#include "shell/LiveControlRig.h"
+
+#include <QAbstractItemModel>
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTimer>
+
+#include "backend/TestAddress.h"
+#include "shell/orvane.h"
+#include "sources/DeviceCatalogue.h"
+#include "support/Process.h"
+#include "widgets/SelectActivities.h"
+
+namespace support {
+
+namespace {
+
+constexpr int kPatienceMs = 30000;
+
+QByteArray ListOf(const ListedActivity& activity) {
+  const QJsonObject record{{"lsId", activity.id},
+                           {"title", activity.title},
+                           {"publishUrl", activity.publishUrl},
+                           {"rtmpLiveUrl", activity.watchUrl},
+                           {"playStatus", 1}};
+  return QJsonDocument(QJsonObject{{"code", 0}, {"activities", QJsonArray{record}}}).toJson();
+}
+
+// What an operator does in the dialog as soon as its first card is there.
+class DialogHand : public QObject {
+ public:
+  DialogHand(bool accept, bool card, int quality) {
+    connect(&m_timer, &QTimer::timeout, this, [this, accept, card, quality] {
+      auto* dialog = qobject_cast<SelectActivities*>(QApplication::activeModalWidget());
+      if (dialog == nullptr) {
+        return;
+      }
+      const auto* list = dialog->findChild<QAbstractItemView*>(QStringLiteral("listView"));
+      if (card && list->model()->rowCount() == 0) {
+        return;
+      }
+      m_timer.stop();
+      if (card) {
+        dialog->recvSelectedAct(0);
+      }
+      dialog->findChild<QComboBox*>(QStringLiteral("selectCombo"))->setCurrentIndex(quality);
+      used = true;
+      dialog
+          ->findChild<QPushButton*>(accept ? QStringLiteral("okBtn") : QStringLiteral("cancelBtn"))
+          ->click();
+    });
+    m_timer.start(5);
+  }
+
+  bool used = false;
+
+ private:
+  QTimer m_timer;
+};
+
+}  // namespace
+
+LiveControlRig::LiveControlRig() = default;
+LiveControlRig::~LiveControlRig() = default;
+
+void LiveControlRig::SetUp() {
+  qputenv("SDL_VIDEODRIVER", "dummy");
+  qputenv("SDL_AUDIODRIVER", "dummy");
+  SetTestAddress(m_service.Address());
+  m_capture.AddCamera(platform::kDesktopName)->RunFree();
+  m_systemSound = m_capture.AddMicrophone(platform::kSystemSoundName);
+  m_systemSound->RunFree();
+  m_microphone = m_capture.AddMicrophone("Microphone");
+  m_microphone->RunFree();
+  platform::CaptureLayer::Install(&m_capture);
+  DeviceCatalogue::Instance()->userToken = QStringLiteral("the-token");
+  DeviceCatalogue::Instance()->loggedIn = 1;
+  m_nobody = "rtmp://127.0.0.1:" + std::to_string(FreePort()) + "/live/key";
+  m_window = std::make_unique<orvane>();
+  m_window->InitGraph();
+}
+
+void LiveControlRig::TearDown() {
+  m_window->CloseGraph();
+  m_window.reset();
+  platform::CaptureLayer::Install(nullptr);
+}
+
+void LiveControlRig::Serve(const ListedActivity& activity, const QList<ScriptedReply>& later) {
+  m_service.SetReplies(QList<ScriptedReply>{JsonReply(ListOf(activity))} + later);
+}
+
+bool LiveControlRig::Choose(bool accept, bool card, int quality, const char* button) {
+  const DialogHand hand(accept, card, quality);
+  Press(button);
+  return hand.used;
+}
+
+bool LiveControlRig::Await(const std::function<bool()>& condition) {
+  QElapsedTimer waited;
+  waited.start();
+  while (!condition()) {
+    if (waited.elapsed() > kPatienceMs) {
+      return false;
+    }
+    QApplication::processEvents(QEventLoop::AllEvents, 10);
+  }
+  return true;
+}
+
+QPushButton* LiveControlRig::Button(const char* name) const {
+  return m_window->findChild<QPushButton*>(QLatin1String(name));
+}
+
+QLabel* LiveControlRig::Label(const char* name) const {
+  return m_window->findChild<QLabel*>(QLatin1String(name));
+}
+
+bool LiveControlRig::Shows(const char* name) const {
+  return !m_window->findChild<QWidget*>(QLatin1String(name))->isHidden();
+}
+
+int LiveControlRig::Requests(const char* path) const {
+  int count = 0;
+  for (const QByteArray& request : m_service.Requests()) {
+    count += request.left(request.indexOf('\n')).contains(path) ? 1 : 0;
+  }
+  return count;
+}
+
+QByteArray LiveControlRig::Request(const char* path) const {
+  QByteArray last;
+  for (const QByteArray& request : m_service.Requests()) {
+    if (request.left(request.indexOf('\n')).contains(path)) {
+      last = request;
+    }
+  }
+  return last;
+}
+
+bool LiveControlRig::IsLive() const {
+  return Button("m_LiveBtn")->text() == QStringLiteral("结束直播");
+}
+
+}  // namespace support
