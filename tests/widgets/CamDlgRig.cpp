@@ -83,8 +83,10 @@ FakeCameraMode CamDlgRig::ModeOf(const std::string& card, const CameraColour& ba
   return mode;
 }
 
-void CamDlgRig::Show(CCamDlg* dialog) {
-  ApplyDialogShadow(dialog, new CustomShadowEffect);
+void CamDlgRig::Show(CCamDlg* dialog, bool shadow) {
+  if (shadow) {
+    ApplyDialogShadow(dialog, new CustomShadowEffect);
+  }
   dialog->move(60, 60);
   dialog->show();
   dialog->activateWindow();

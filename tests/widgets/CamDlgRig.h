@@ -30,8 +30,8 @@ class CamDlgRig : public testing::Test {
   void SetUp() override;
 
   static FakeCameraMode ModeOf(const std::string& card, const CameraColour& background);
-  // Shown as the main window shows it, with its shadow, and active.
-  static void Show(CCamDlg* dialog);
+  // Shown as the main window shows it, and active. shadow: as its first one.
+  static void Show(CCamDlg* dialog, bool shadow = true);
   // Where the preview stands on the screen, in device pixels.
   static QRect PreviewArea(const CCamDlg& dialog);
   // Number of the camera's picture on the screen; -1 when there is none.

@@ -224,8 +224,13 @@ TEST_F(CamDlgOnScreen, FiftyOpeningsLeaveNothingBehind) {
     ASSERT_EQ(0, Workers());
   }
   EXPECT_EQ(descriptors, Descriptors());
-  // The sanitizers' allocators tell nothing here and have a leak check of their own.
-  EXPECT_LT(BytesInUse(), bytes + 256 * 1024);
+  for (std::uint32_t id = 0; id < 500; ++id) {
+    EXPECT_EQ(nullptr, SDL_GetWindowFromID(id));
+  }
+  // Qt itself keeps 2 KB of each combo box with a style sheet that was shown; one picture would be
+  // 100 times that. The sanitizers' allocators tell nothing here and have a leak check of their
+  // own.
+  EXPECT_LT(BytesInUse(), bytes + 192 * 1024);
 }
 
 TEST_F(CamDlgOnScreen, TheDialogCanBeMovedAndItsPictureMovesAlong) {
@@ -276,29 +281,33 @@ TEST_F(CamDlgOnScreen, WhatSdlHearsOfItsWindowIsThrownAway) {
       [] { return SDL_HasEvents(SDL_FIRSTEVENT, SDL_LASTEVENT) == SDL_FALSE; }, kPatienceMs));
 }
 
-// What another library has drawn must outlast the repaints of the dialog and of its effect.
+// What another library has drawn must outlast the repaints of the dialog. Only the first one of the
+// program has an effect; without it Qt brings each widget to the screen by itself.
 TEST_F(CamDlgOnScreen, QtPaintsNothingWhereAnotherLibraryDraws) {
-  CCamDlg dialog;
-  auto* label = static_cast<CameraLabel*>(dialog.findChild<QLabel*>(QStringLiteral("m_labRender")));
-  label->LeaveToOthers();
-  Show(&dialog);
-  const auto window = static_cast<xcb_window_t>(label->winId());
-  const std::uint32_t red = 0xffff0000;
-  xcb_change_window_attributes(s_link, window, XCB_CW_BACK_PIXEL, &red);
-  xcb_clear_area(s_link, 0, window, 0, 0, 0, 0);
-  xcb_flush(s_link);
-  const auto showsRed = [&] {
-    const QPoint middle = PreviewArea(dialog).center();
-    return s_desktop->ReadPixel(middle.x(), middle.y()) == 0xff0000;
-  };
-  EXPECT_TRUE(QTest::qWaitFor(showsRed, kPatienceMs));
-  for (int i = 0; i < 10; ++i) {
-    dialog.repaint();
-    label->repaint();
-    label->update();
-    QTest::qWait(10);
+  for (const bool shadow : {true, false}) {
+    CCamDlg dialog;
+    auto* label =
+        static_cast<CameraLabel*>(dialog.findChild<QLabel*>(QStringLiteral("m_labRender")));
+    label->LeaveToOthers();
+    Show(&dialog, shadow);
+    const auto window = static_cast<xcb_window_t>(label->winId());
+    const std::uint32_t red = 0xffff0000;
+    xcb_change_window_attributes(s_link, window, XCB_CW_BACK_PIXEL, &red);
+    xcb_clear_area(s_link, 0, window, 0, 0, 0, 0);
+    xcb_flush(s_link);
+    const auto showsRed = [&] {
+      const QPoint middle = PreviewArea(dialog).center();
+      return s_desktop->ReadPixel(middle.x(), middle.y()) == 0xff0000;
+    };
+    EXPECT_TRUE(QTest::qWaitFor(showsRed, kPatienceMs));
+    for (int i = 0; i < 10; ++i) {
+      dialog.repaint();
+      label->repaint();
+      label->update();
+      QTest::qWait(10);
+    }
+    EXPECT_TRUE(showsRed()) << shadow;
   }
-  EXPECT_TRUE(showsRed());
 }
 
 }  // namespace
