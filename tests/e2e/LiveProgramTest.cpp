@@ -21,6 +21,11 @@ const char kDialogTitle[] = "^选择活动$";
 // The middle of the live button.
 constexpr int kLiveX = 624;
 constexpr int kLiveY = 671;
+// The beginning of the system sound's bar, on the screen.
+constexpr int kBarX = 962;
+constexpr int kBarY = 862;
+constexpr support::Colour kSilentBar = 0x1B1D21;
+constexpr support::Colour kToneBar = 0xF7BA2A;  // the tone of ffmpeg peaks at -18 dBFS
 constexpr int kPatienceMs = 30000;
 
 class LiveProgram : public testing::Test {
@@ -53,6 +58,11 @@ class LiveProgram : public testing::Test {
     return Click(kWindowTitle, 150, 680) && Click(kDialogTitle, 120, 140) &&
            Click(kDialogTitle, 550, 502);
   }
+  // The colour of the beginning of the system sound's bar.
+  bool SystemSoundShows(support::Colour colour) {
+    return support::WaitFor([&] { return m_studio.Desktop().ReadPixel(kBarX, kBarY) == colour; },
+                            kPatienceMs);
+  }
   std::string Service() const { return support::ReadFile(m_studio.File("service.out")); }
   void Keep(const char* name) {
     if (const char* keep = std::getenv("ORVANE_KEEP_RECORDINGS")) {
@@ -69,6 +79,12 @@ TEST_F(LiveProgram, SigtermWhileLiveClosesTheRecordingAndTellsTheService) {
   ASSERT_TRUE(Choose()) << Printed();
   ASSERT_TRUE(Click(kWindowTitle, kLiveX, kLiveY));
   ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs, 1, 30'000)) << m_studio.Report();
+  EXPECT_TRUE(SystemSoundShows(kSilentBar));
+  support::Process tone;
+  ASSERT_TRUE(tone.Start({"ffmpeg", "-v", "error", "-re", "-f", "lavfi", "-i",
+                          "sine=sample_rate=48000:frequency=440", "-f", "pulse", "tone"},
+                         m_studio.Environment()));
+  EXPECT_TRUE(SystemSoundShows(kToneBar));
   Keep("live.png");
   EXPECT_EQ(support::ReadFile(m_studio.File("rtmp.txt")), "rtmp://127.0.0.1/watch/first\n");
   m_studio.Rtmp().Kill();
