@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
+#include <QMetaMethod>
 #include <QNetworkReply>
 #include <QScreen>
 #include <QSettings>
@@ -115,6 +116,24 @@ TEST_F(MainWindow, StartsWithItsMembersAtTheirStartingValues) {
   }
   const shell::Rect& rect = main->m_pressRect;
   EXPECT_TRUE(rect.x == 0 && rect.y == 0 && rect.width == 0 && rect.height == 0);
+}
+
+// Whoever calls a slot by its number relies on the order.
+TEST_F(MainWindow, HasItsSlotsInTheirOrder) {
+  const QStringList wanted = {
+      "SlotSetRenderSize", "SlotIndexChanged",  "SlotAddDesk",     "SlotAddCamera",
+      "SlotAddWindow",     "SlotAddText",       "SlotAddPic",      "SlotAddFile",
+      "OpenWndMenu",       "OpenTuCMenu",       "ChangeMaxNomal",  "SlotClose",
+      "RecvChangeSignal",  "RecvDeleteSignal",  "SlotDeleteItem",  "SlotChangeItem",
+      "SlotEditItem",      "SlotvisibleSignal", "replyFinished",   "SlotChooseBtn",
+      "RecvStartLiving",   "updateTime",        "SlotLoginChange", "RecvStatusTip",
+      "RecvHideStatusTip"};
+  const QMetaObject& type = orvane::staticMetaObject;
+  QStringList slotNames;
+  for (int i = type.methodOffset(); i < type.methodCount(); ++i) {
+    slotNames << QString::fromLatin1(type.method(i).name());
+  }
+  EXPECT_EQ(slotNames.join(' ').toStdString(), wanted.join(' ').toStdString());
 }
 
 struct WidgetRow {
