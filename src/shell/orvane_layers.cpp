@@ -162,6 +162,8 @@ void orvane::SlotAddFile() {
 
 std::string orvane::AskForFile(const shell::FileQuestion& question) {
   QFileDialog dialog(this, question.caption, QString(), question.filter);
+  // The window's dark background reaches into it, its letters do not.
+  dialog.setStyleSheet(QStringLiteral("QWidget{color:#B4BECC;}"));
   return dialog.exec() == QDialog::Accepted ? shell::FirstPath(dialog.selectedFiles())
                                             : std::string();
 }
