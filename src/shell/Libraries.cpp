@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <cstdint>
 
+#include "platform/linux/LargeBlocks.h"
 #include "widgets/ItemData.h"
 
 extern "C" {
@@ -17,6 +18,7 @@ extern "C" {
 namespace shell {
 
 void PrepareQt() {
+  platform::GiveLargeBlocksBack();
   widgets::RegisterItemData();
   // The handle of the preview would otherwise make its translucent siblings native too, with a
   // visual of another depth.

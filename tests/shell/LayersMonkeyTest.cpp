@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "output/CRender.h"
+#include "output/RenderRules.h"
 #include "shell/Churn.h"
 #include "shell/Monkey.h"
 
@@ -56,7 +57,10 @@ TEST_F(LayersMonkey, AddingAndDeletingKeepsMemoryFlatAndLosesNoComposedPicture) 
   EXPECT_TRUE(result.ok);
   EXPECT_GT(result.pictures, 0);
   EXPECT_EQ(result.missing, 0);
-  EXPECT_LT(result.heapAtEnd, result.heapAtHalf + 8L * 1024 * 1024);
+  // Pools keep what they have once lent. A busy machine may have let as many canvases wait as ever
+  // do; 80 layers that each leave a picture behind are several times that.
+  const long canvases = (output::kComposedLimit + 1) * 1920L * 1080 * 3;
+  EXPECT_LT(result.heapAtEnd, result.heapAtHalf + canvases + 8L * 1024 * 1024);
   stage.Close();
 }
 
