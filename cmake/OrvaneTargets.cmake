@@ -19,8 +19,8 @@ endfunction()
 #             [MOC] [GUI] [FAKE_CLOCK] [RELEASE_ONLY] [ARGS ...])
 # A GoogleTest program and one ctest entry of the same name.
 #   FAKE_CLOCK   SDL_GetTicks, SDL_GetTicks64 and SDL_Delay go through tests/support/FakeClock
-#   SERIAL       no other test beside it: it runs in real time. Not in the sanitizer builds, which
-#                are slow anyway: there two at a time keep ./test short
+#   SERIAL       it runs in real time and on devices. With RELEASE_ONLY no other test runs beside it;
+#                the others pass two at a time, in the slow sanitizer builds too
 #   RELEASE_ONLY not in the sanitizer builds, which are too slow for real time
 #   MOC          the sources hold Qt classes
 #   GUI          main() makes a QApplication; without a display it draws off screen
@@ -51,7 +51,7 @@ function(orvane_test name)
     set(ARG_TIMEOUT 120)
   endif()
   orvane_add_ctest(${name} COMMAND $<TARGET_FILE:${name}> ${ARG_ARGS} LABELS ${ARG_LABELS} TIMEOUT ${ARG_TIMEOUT})
-  if(ARG_SERIAL AND ORVANE_SANITIZER STREQUAL "none")
+  if(ARG_SERIAL AND ARG_RELEASE_ONLY)
     set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
   endif()
 endfunction()
