@@ -241,20 +241,13 @@ TEST(ActivitiesWndDlg, TabWalksThroughTheButtonsAndNeverIntoTheList) {
   });
 }
 
-TEST(ActivitiesWndDlg, EnterMeansTheOneButtonWhateverElseHasTheFocus) {
+TEST(ActivitiesWndDlg, EnterPressesTheTextButtonWithTheFocusAndElseTheOneThatAccepts) {
   const ScriptedWindows windows(ThreeWindows());
-  for (const char* name : {"m_okBtn", "m_canBtn", "m_BtnExit"}) {
+  for (const auto& [name, result] :
+       {std::pair("m_okBtn", QDialog::Accepted), std::pair("m_canBtn", QDialog::Rejected),
+        std::pair("m_BtnExit", QDialog::Accepted)}) {
     ActivitiesWndDlg dialog;
-    EXPECT_EQ(Exec(&dialog,
-                   [&] {
-                     Button(dialog, name)->setFocus();
-                     QTest::keyClick(Button(dialog, name), Qt::Key_Return);
-                     if (dialog.isVisible()) {
-                       dialog.reject();
-                     }
-                   }),
-              QDialog::Accepted)
-        << name;
+    EXPECT_EQ(support::EndsByEnterOn(&dialog, name), result) << name;
   }
 }
 

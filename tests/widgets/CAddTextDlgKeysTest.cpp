@@ -76,20 +76,17 @@ TEST(CAddTextDlg, EachOpeningStartsInTheField) {
   }
 }
 
-TEST(CAddTextDlg, EnterMeansTheOneButtonWhateverElseHasTheFocus) {
-  for (const char* name : {"m_chooseColorBtn", "m_cancelBtn", "m_ok", "m_BtnExit"}) {
+TEST(CAddTextDlg, EnterPressesTheTextButtonWithTheFocusAndElseTheOneThatAccepts) {
+  for (const auto& [name, accepted] :
+       {std::pair("m_chooseColorBtn", true), std::pair("m_cancelBtn", false),
+        std::pair("m_ok", true), std::pair("m_BtnExit", true)}) {
     for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
       CAddTextDlg dialog;
       Field(dialog)->setPlainText(QStringLiteral("text"));
-      const int result = Exec(&dialog, [&] {
-        Button(dialog, name)->setFocus();
-        QTest::keyClick(Button(dialog, name), key);
-        if (dialog.isVisible()) {
-          dialog.reject();
-        }
-      });
-      EXPECT_EQ(result, QDialog::Accepted) << name;
-      EXPECT_EQ(dialog.text, QStringLiteral("text")) << name;
+      EXPECT_EQ(support::EndsByEnterOn(&dialog, name, key),
+                accepted ? QDialog::Accepted : QDialog::Rejected)
+          << name;
+      EXPECT_EQ(dialog.text, accepted ? QStringLiteral("text") : QString()) << name;
       EXPECT_EQ(dialog.color, 255u) << name;
     }
   }

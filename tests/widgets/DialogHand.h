@@ -28,6 +28,21 @@ inline int Exec(QDialog* dialog, const std::function<void()>& action) {
   return dialog->exec();
 }
 
+// Enter while the focus is on the button; what exec then gives, or -1 when the dialog stays open.
+inline int EndsByEnterOn(QDialog* dialog, const char* name, Qt::Key enter = Qt::Key_Return) {
+  bool stayed = false;
+  const int result = Exec(dialog, [&stayed, dialog, name, enter] {
+    QPushButton* button = Button(*dialog, name);
+    button->setFocus();
+    QTest::keyClick(button, enter);
+    stayed = dialog->isVisible();
+    if (stayed) {
+      dialog->reject();
+    }
+  });
+  return stayed ? -1 : result;
+}
+
 // Twice in a row on the button; how often the dialog then ended.
 inline int EndsOfADoubleClick(QDialog* dialog, const char* name) {
   int ends = 0;

@@ -375,13 +375,12 @@ TEST_F(SelectActivitiesTest, CancelCloseAndEscapeReject) {
   EXPECT_EQ(dialog->result(), QDialog::Rejected);
 }
 
-TEST_F(SelectActivitiesTest, EnterAcceptsAndNoOtherButtonIsADefaultOne) {
+TEST_F(SelectActivitiesTest, EnterAcceptsAndNoOtherButtonIsTheDefaultOne) {
   OpenWith({JsonReply(Body({{"a"}}))}, 1);
   EXPECT_TRUE(Button("okBtn")->isDefault());
   for (const QPushButton* button : dialog->findChildren<QPushButton*>()) {
     if (button != Button("okBtn")) {
-      EXPECT_FALSE(button->isDefault() || button->autoDefault())
-          << button->objectName().toStdString();
+      EXPECT_FALSE(button->isDefault()) << button->objectName().toStdString();
     }
   }
   Press(0);
@@ -389,6 +388,18 @@ TEST_F(SelectActivitiesTest, EnterAcceptsAndNoOtherButtonIsADefaultOne) {
   QTest::keyClick(Combo(), Qt::Key_Return);
   EXPECT_FALSE(dialog->isVisible());
   EXPECT_EQ(dialog->result(), QDialog::Accepted);
+}
+
+TEST_F(SelectActivitiesTest, EnterOnCancelCancelsAndOnTheCrossStillAccepts) {
+  for (const auto& [name, result] :
+       {std::pair("cancelBtn", QDialog::Rejected), std::pair("m_BtnExit", QDialog::Accepted)}) {
+    OpenWith({JsonReply(Body({{"a"}}))}, 1);
+    dialog->setResult(7);
+    Button(name)->setFocus();
+    QTest::keyClick(Button(name), Qt::Key_Return);
+    EXPECT_FALSE(dialog->isVisible()) << name;
+    EXPECT_EQ(dialog->result(), result) << name;
+  }
 }
 
 TEST_F(SelectActivitiesTest, EveryControlHasANameAndTabReachesAllButTheGrid) {

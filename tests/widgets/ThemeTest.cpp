@@ -13,6 +13,7 @@
 #include <QTextEdit>
 #include <QTimer>
 
+#include "widgets/DialogHand.h"
 #include "widgets/theme/CustomShadowEffect.h"
 #include "widgets/theme/DeleteItemConfimDlg.h"
 #include "widgets/theme/Frameless.h"
@@ -189,6 +190,15 @@ TEST(InformationDlg, TheButtonAcceptsAndTheCrossCloses) {
   EXPECT_EQ(ExecAndClick(&later, "laterButton"), QDialog::Rejected);
 }
 
+TEST(InformationDlg, EnterPressesTheTextButtonWithTheFocus) {
+  InformationDlg later(2, QString());
+  EXPECT_EQ(support::EndsByEnterOn(&later, "laterButton"), QDialog::Rejected);
+  InformationDlg now(2, QString());
+  EXPECT_EQ(support::EndsByEnterOn(&now, "okButton"), QDialog::Accepted);
+  InformationDlg cross(2, QString());
+  EXPECT_EQ(support::EndsByEnterOn(&cross, "m_BtnExit"), QDialog::Accepted);
+}
+
 TEST(InformationDlg, EnterAnswersItAndNeverTheCross) {
   InformationDlg dialog(0, QString());
   QTimer::singleShot(0, &dialog, [&dialog] { QTest::keyClick(&dialog, Qt::Key_Return); });
@@ -210,6 +220,13 @@ TEST(DeleteItemConfimDlg, OnlyTheDeleteButtonAccepts) {
   DeleteItemConfimDlg enter(1);
   QTimer::singleShot(0, &enter, [&enter] { QTest::keyClick(&enter, Qt::Key_Return); });
   EXPECT_EQ(enter.exec(), QDialog::Rejected);
+}
+
+TEST(DeleteItemConfimDlg, EnterDeletesOnlyWithTheFocusMovedToTheDeleteButton) {
+  DeleteItemConfimDlg yes(1);
+  EXPECT_EQ(support::EndsByEnterOn(&yes, "deleteBtn"), QDialog::Accepted);
+  DeleteItemConfimDlg no(1);
+  EXPECT_EQ(support::EndsByEnterOn(&no, "cancelBtn"), QDialog::Rejected);
 }
 
 // Closing one while the window is away must not count as the end of the last window.

@@ -44,8 +44,7 @@ DeleteItemConfimDlg::DeleteItemConfimDlg(int kind, QWidget* parent)
 
   connect(deleteBtn, &QPushButton::clicked, this, &DeleteItemConfimDlg::deleteOk);
   connect(cancelBtn, &QPushButton::clicked, this, &DeleteItemConfimDlg::close);
-  // Enter must not delete what a slip of the mouse asked for.
-  deleteBtn->setAutoDefault(false);
+  // Enter must not delete what a slip of the mouse asked for, unless the focus was moved there.
   cancelBtn->setDefault(true);
   cancelBtn->setFocus();
 }

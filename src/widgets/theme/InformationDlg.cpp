@@ -122,7 +122,6 @@ void InformationDlg::AddUpdateNews() {
   laterButton->setObjectName(QStringLiteral("laterButton"));
   laterButton->setGeometry(110, 260, 120, 40);
   laterButton->setStyleSheet(ButtonStyle("#878e99"));
-  laterButton->setAutoDefault(false);
   connect(laterButton, &QPushButton::clicked, this, &InformationDlg::slotBtnCannel);
 }
 
