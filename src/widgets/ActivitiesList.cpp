@@ -5,21 +5,11 @@
 
 #include "widgets/ActItemData.h"
 #include "widgets/ActivitiesItemDelegate.h"
+#include "widgets/theme/ListStyle.h"
 
 namespace {
 
 constexpr QSize kCard(215, 167);
-
-const char kStyle[] =
-    "QListView{border:none;background:#282A30;}"
-    "QScrollBar:vertical{width:4px;background:transparent;margin:0px;padding-top:5px;"
-    "padding-bottom:5px;}"
-    "QScrollBar::handle:vertical{background:rgba(135,142,153,25%);border-radius:2px;"
-    "min-height:20;}"
-    "QScrollBar::handle:vertical:hover{background:rgba(135,142,153,50%);border-radius:2px;"
-    "min-height:20;}"
-    "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{width:0px;height:0px;}"
-    "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:#282A30;}";
 
 }  // namespace
 
@@ -42,7 +32,7 @@ ActivitiesList::ActivitiesList(QWidget* parent)
   setEditTriggers(QAbstractItemView::NoEditTriggers);
   // Behind the view mode, which turns it on.
   setDragEnabled(false);
-  setStyleSheet(QLatin1String(kStyle));
+  setStyleSheet(ListStyle());
 
   connect(scrollBar, &QScrollBar::valueChanged, this, &ActivitiesList::recvSliderChanged);
   connect(delegate, &ActivitiesItemDelegate::selectAct, this, &ActivitiesList::recvSelectedAct);

@@ -9,6 +9,7 @@
 
 #include "widgets/ItemData.h"
 #include "widgets/LayerRowRules.h"
+#include "widgets/theme/ListStyle.h"
 
 namespace {
 
@@ -17,18 +18,7 @@ using widgets::RowStep;
 const QSize kRowSize(280, 40);
 const QSize kGridSize(284, 40);
 
-const char kListStyle[] =
-    "QListView{border:none;background:#282A30;}"
-    "QListView::item{border-image:url(:/orvane/qietu/layer-normal.png);}"
-    "QScrollBar:vertical{width:4px;background:transparent;margin:0px;padding-top:5px;"
-    "padding-bottom:5px;}"
-    "QScrollBar::handle:vertical{background:rgba(135,142,153,25%);border-radius:2px;"
-    "min-height:20;}"
-    "QScrollBar::handle:vertical:hover{background:rgba(135,142,153,50%);border-radius:2px;"
-    "min-height:20;}"
-    "QScrollBar::add-line:vertical{width:0px;height:0px;}"
-    "QScrollBar::sub-line:vertical{width:0px;height:0px;}"
-    "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:#282A30;}";
+const char kItemStyle[] = "QListView::item{border-image:url(:/orvane/qietu/layer-normal.png);}";
 
 // A row's item. What screen readers ask for comes out of the record, so that the two agree always
 // and a dragged row carries nothing twice.
@@ -86,7 +76,7 @@ void MyListView::InitView() {
   setFocusPolicy(Qt::NoFocus);
   setItemDelegate(delegate);
   setEditTriggers(QAbstractItemView::NoEditTriggers);
-  setStyleSheet(QString::fromUtf8(kListStyle));
+  setStyleSheet(ListStyle() + QLatin1String(kItemStyle));
   setMaximumSize(320, 400);
   setAccessibleName(QStringLiteral("图层列表"));
 }

@@ -5,23 +5,15 @@
 
 #include "widgets/SelWndItemDelegate.h"
 #include "widgets/WndItemData.h"
+#include "widgets/theme/ListStyle.h"
 
 namespace {
 
 constexpr int kDataRole = Qt::UserRole + 1;
 constexpr QSize kRow(460, 30);
 
-const char kStyle[] =
-    "QListView{background-color:#282A30;border:0px solid #282A30;margin:0px;padding:0px;}"
-    "QScrollBar:vertical{width:4px;background:transparent;margin:0px;padding-top:5px;"
-    "padding-bottom:5px;}"
-    "QScrollBar::handle:vertical{background:rgba(135,142,153,25%);border-radius:2px;"
-    "min-height:20;}"
-    "QScrollBar::handle:vertical:hover{background:rgba(135,142,153,50%);border-radius:2px;"
-    "min-height:20;}"
-    "QScrollBar::add-line:vertical{width:0px;height:0px;}"
-    "QScrollBar::sub-line:vertical{width:0px;height:0px;}"
-    "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:#282A30;}";
+const char kEdgeStyle[] =
+    "QListView{background-color:#282A30;border:0px solid #282A30;margin:0px;padding:0px;}";
 
 }  // namespace
 
@@ -44,7 +36,7 @@ SelWndList::SelWndList(QWidget* parent)
   // Behind the view mode, which turns it on.
   setDragEnabled(false);
   setItemDelegate(delegate);
-  setStyleSheet(QLatin1String(kStyle));
+  setStyleSheet(ListStyle() + QLatin1String(kEdgeStyle));
   connect(delegate, &SelWndItemDelegate::checkItem, this, &SelWndList::checkSlot);
 }
 

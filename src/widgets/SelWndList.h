@@ -21,8 +21,9 @@ class SelWndList : public QListView {
 
   // check: whether the row shows that it is hovered or selected.
   void AddItem(bool check, QString title, QSize size);
-  // Chooses the row so many rows below the chosen one, or the last or first where there is none; as
-  // a press would. The list takes no focus, so the keys for it come from its dialog.
+  // Chooses the row so many rows below the chosen one, held to the first and the last, or the first
+  // where none is chosen; as a press would. The list takes no focus, so the keys for it come from
+  // its dialog.
   void StepTo(int rows);
 
  public slots:

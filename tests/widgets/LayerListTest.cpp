@@ -13,7 +13,10 @@
 #include <vector>
 
 #include "support/LogRecord.h"
+#include "widgets/ActivitiesList.h"
 #include "widgets/LayerListFixture.h"
+#include "widgets/SelWndList.h"
+#include "widgets/theme/ListStyle.h"
 
 namespace {
 
@@ -148,6 +151,13 @@ TEST(LayerList, StyleNamesItsPicturesAndColours) {
   }
   LayerList list;
   EXPECT_EQ(list.verticalScrollBar()->width(), 4);
+}
+
+TEST(LayerList, SharesItsGroundAndScrollBarWithTheOtherLists) {
+  const QString shared = ListStyle();
+  EXPECT_TRUE(MyListView().styleSheet().startsWith(shared));
+  EXPECT_TRUE(SelWndList().styleSheet().startsWith(shared));
+  EXPECT_EQ(ActivitiesList().styleSheet(), shared);
 }
 
 TEST(LayerList, TakesNoParentButThatOfItsLayout) {
