@@ -20,7 +20,7 @@ namespace {
 constexpr QPoint kPlace(60, 60);
 // How much of the screen around a dialog belongs to its picture.
 constexpr int kSurroundings = 20;
-constexpr int kPatienceMs = 15000;
+constexpr int kPatienceMs = 60000;
 
 QImage ImageOf(const ScreenPicture& screen) {
   const QImage shared(screen.rgb.data(), screen.width, screen.height, 3 * screen.width,
@@ -87,11 +87,19 @@ void DialogPictures::TearDownTestSuite() {
   delete s_desktop;
 }
 
-QImage DialogPictures::Shoot(QWidget* dialog) {
-  dialog->move(kPlace);
-  dialog->show();
+void DialogPictures::Open(QWidget* dialog) {
+  if (!dialog->isVisible()) {
+    // Before it is shown: a window manager that is late must have no say in its size.
+    dialog->setFixedSize(dialog->size());
+    dialog->move(kPlace);
+    dialog->show();
+  }
   dialog->activateWindow();
   EXPECT_TRUE(QTest::qWaitForWindowActive(dialog, kPatienceMs));
+}
+
+QImage DialogPictures::Shoot(QWidget* dialog) {
+  Open(dialog);
   // No dialog has a frame. What Qt tells of one may come from before the window manager was done.
   const QRect area = QRect(kPlace, dialog->size())
                          .adjusted(-kSurroundings, -kSurroundings, kSurroundings, kSurroundings);

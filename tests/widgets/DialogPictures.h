@@ -22,6 +22,10 @@ namespace support {
 class VirtualDesktop;
 
 class DialogPictures : public testing::Test {
+ public:
+  // Shows the dialog at its place, in the size that it has, and waits until it is active.
+  static void Open(QWidget* dialog);
+
  protected:
   static void SetUpTestSuite();
   static void TearDownTestSuite();

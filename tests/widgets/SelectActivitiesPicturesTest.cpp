@@ -21,7 +21,7 @@ using support::ScriptedReply;
 
 using DialogPictures = support::DialogPictures;
 
-constexpr int kPatienceMs = 20000;
+constexpr int kPatienceMs = 60000;
 
 ScriptedReply Cover(int number) {
   QImage image(430, 242, QImage::Format_RGB32);
@@ -60,7 +60,7 @@ class Activities {
         covers);
     dialog = std::make_unique<SelectActivities>();
     ApplyDialogShadow(dialog.get(), new CustomShadowEffect);
-    dialog->show();
+    DialogPictures::Open(dialog.get());
     list = dialog->findChild<ActivitiesList*>(QStringLiteral("listView"));
     EXPECT_TRUE(
         QTest::qWaitFor([this] { return list->QListView::model()->rowCount() == 6; }, kPatienceMs));
