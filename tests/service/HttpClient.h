@@ -8,6 +8,10 @@
 
 namespace support {
 
+// How long a reply may take on a machine that does much else: logins are hashed one by one, at the
+// lowest of the server's priorities.
+constexpr int kPatienceMs = 120000;
+
 using FormFields = std::vector<std::pair<std::string, std::string>>;
 
 class Connection {
@@ -22,7 +26,7 @@ class Connection {
   bool Send(const std::string& bytes);
   void EndSending();
   // All until the peer closes, or timeoutMs passed.
-  std::string ReadAll(int timeoutMs = 20000);
+  std::string ReadAll(int timeoutMs = kPatienceMs);
   // Whether the peer has closed within timeoutMs.
   bool Closed(int timeoutMs);
 
@@ -38,7 +42,7 @@ struct HttpReply {
 
 HttpReply ParseReply(const std::string& bytes);
 // A whole exchange on a connection of its own.
-HttpReply Exchange(int port, const std::string& request, int timeoutMs = 20000);
+HttpReply Exchange(int port, const std::string& request, int timeoutMs = kPatienceMs);
 std::string GetRequest(const std::string& target);
 std::string PostRequest(const std::string& path, const std::string& type, const std::string& body);
 // As Qt's QHttpMultiPart writes it.

@@ -48,7 +48,7 @@ class HttpServerTest : public ::testing::Test {
           rig.clock.now += 31000;
           return connection->Closed(0);
         },
-        20000);
+        support::kPatienceMs);
     return all;
   }
   void ExpectAlive() { EXPECT_EQ(support::Get(rig.port, "/health").status, 200); }
@@ -198,7 +198,7 @@ TEST_F(HttpServerTest, ARequestThatDripsIsEndedWhenItsTimeIsOver) {
         rig.clock.now += 31000;
         return headers.Closed(300) && body.Closed(300);
       },
-      20000));
+      support::kPatienceMs));
   ExpectAlive();
 }
 
@@ -237,7 +237,7 @@ TEST_F(HttpServerTest, ClientsThatLeaveWhileTheyWaitForALoginHarmNobody) {
     connection.Send(request);
   }
   ExpectAlive();
-  ASSERT_TRUE(support::WaitFor([&] { return CodeOf(Login()) == 0; }, 20000));
+  ASSERT_TRUE(support::WaitFor([&] { return CodeOf(Login()) == 0; }, support::kPatienceMs));
 }
 
 TEST_F(HttpServerTest, TooManyRequestsAreTurnedAwayAndTheIngestIsNot) {
