@@ -14,9 +14,10 @@ constexpr int kSampleMs = 60000;
 
 }  // namespace
 
-bool Studio::Start() {
+bool Studio::Start(bool compositor) {
   support::DesktopOptions options;
   options.windowManager = true;
+  options.compositor = compositor;
   options.useInThisProcess = false;
   return m_desktop.Start(options) && m_sound.Start() && m_sound.KeepAwake() && m_rtmp.Start();
 }

@@ -22,8 +22,9 @@ namespace e2e {
 
 class Studio {
  public:
-  // False when a part could not be brought up; Report tells more.
-  bool Start();
+  // False when a part could not be brought up; Report tells more. With a compositor translucent
+  // margins look as on an operator's screen; it takes its share of the machine.
+  bool Start(bool compositor = false);
 
   support::VirtualDesktop& Desktop() { return m_desktop; }
   support::SoundServer& Sound() { return m_sound; }

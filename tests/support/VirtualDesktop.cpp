@@ -13,6 +13,7 @@ namespace support {
 namespace {
 
 constexpr int kStartMs = 20000;
+constexpr int kCompositorAttempts = 3;
 constexpr Colour kNoPixel = 0xffffffff;
 
 struct Disconnect {
@@ -184,9 +185,18 @@ bool VirtualDesktop::StartCompositor() {
   std::map<std::string, std::string> environment = Environment();
   environment["HOME"] = m_directory.Path();
   environment["XDG_CONFIG_HOME"] = m_directory.Path();
-  return m_compositor.Start({"picom", "--backend", "xrender", "--config", "/dev/null"}, environment,
-                            m_directory.File("output")) &&
-         WaitFor([this] { return SelectionHasOwner(m_display, "_NET_WM_CM_S0"); }, kStartMs);
+  // On a busy machine it has been seen to run and never take the screen; then it is started anew.
+  for (int attempt = 0; attempt < kCompositorAttempts; ++attempt) {
+    if (!m_compositor.Start({"picom", "--backend", "xrender", "--config", "/dev/null"}, environment,
+                            m_directory.File("output"))) {
+      return false;
+    }
+    if (WaitFor([this] { return SelectionHasOwner(m_display, "_NET_WM_CM_S0"); }, kStartMs)) {
+      return true;
+    }
+    m_compositor.Stop();
+  }
+  return false;
 }
 
 void VirtualDesktop::Stop() {
