@@ -120,7 +120,8 @@ class orvane : public QWidget {
   // A second of the broadcast has passed.
   void updateTime();
   // Another account: logs out, forgets the saved account, and asks for a login again. A broadcast
-  // goes on meanwhile, on purpose: the notice that tells so is no guard here.
+  // goes on meanwhile, on purpose: the notice that tells so is no guard here. Asked once more while
+  // a change is under way, it does nothing.
   void SlotLoginChange();
   // A row's whole name beside the mouse. While one shows, a further call changes nothing.
   void RecvStatusTip(QString str, QPoint point);
@@ -224,6 +225,7 @@ class orvane : public QWidget {
   ListTextTip m_tip;
   bool m_tipShown = false;
 
+  bool m_changesLogin = false;  // a change of account is under way
   // The state of the stream and the sound meter; looks at the nodes above.
   shell::LiveMonitor m_liveMonitor{LiveNodes(), m_layers};
   QTimer m_surfaceEvents;  // empties what SDL queues for the preview's native window

@@ -1,4 +1,5 @@
 // The login at the start, and the change of account.
+#include <QScopedValueRollback>
 #include <cstdlib>
 
 #include "backend/BackendClient.h"
@@ -28,6 +29,12 @@ void orvane::ShowLogin() {
 }
 
 void orvane::SlotLoginChange() {
+  // The service is waited for in a loop of its own, in which the operator may ask once more. A
+  // second change inside the first would leave the first to log the new account out again.
+  if (m_changesLogin) {
+    return;
+  }
+  const QScopedValueRollback<bool> changes(m_changesLogin, true);
   if (m_isLiving) {
     InformationDlg(kLivingNotice, QString()).exec();
   }

@@ -10,6 +10,7 @@
 #include <QNetworkReply>
 #include <QScreen>
 #include <QSettings>
+#include <QTimer>
 
 #include "backend/BackendClient.h"
 #include "backend/TestAddress.h"
@@ -26,6 +27,7 @@ namespace {
 
 using support::JsonReply;
 using support::ScriptedHttp;
+using support::ScriptedReply;
 
 const char kBlue[] =
     "QPushButton{color:#20A0FF;font-family:黑体;font-size:15px;font-type:bold;border-image:url(:/"
@@ -477,6 +479,21 @@ TEST_F(ChangeOfAccount, WhileABroadcastRunsShowsTheNoticeAndGoesOn) {
   EXPECT_TRUE(main->m_isLiving);
   EXPECT_EQ(ShownName(), QStringLiteral("second"));
   main->m_isLiving = false;
+}
+
+// An operator whose service is slow asks once more.
+TEST_F(ChangeOfAccount, AskedForTwiceWhileTheServiceIsSlowAsksForOneLogin) {
+  ScriptedReply slow = JsonReply(R"({"code":0})");
+  slow.delayMs = 300;
+  server.SetReplies({slow, JsonReply(R"({"code":-1})"), JsonReply(R"({"code":0,"token":"t2"})")});
+  Run();
+  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+  QTimer::singleShot(20, main, [] { emit CEvent::instance()->loginChange(); });
+  emit CEvent::instance()->loginChange();
+  EXPECT_EQ(answers.TakeKinds(), QStringList("CLoginDlg"));
+  EXPECT_EQ(server.Requests().size(), 3);
+  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2"));
+  EXPECT_TRUE(main->isVisible());
 }
 
 // One dialog serves all logins, and the layers stay through them.
