@@ -150,6 +150,9 @@ void orvane::LeaveBroadcast() {
   if (!m_isLiving) {
     return;
   }
+  // The service is told in a loop that takes clicks too: none may start a broadcast any more.
+  hide();
+  setEnabled(false);
   StopBroadcast();
   if (const ActivityInfo* activity = ChosenActivity()) {
     TellEnd(activity->lsId, BackendClient::Wait::kBriefly);

@@ -396,6 +396,24 @@ TEST_F(LiveControl, LeavingDoesNotWaitForAServiceThatIsSilentOrDown) {
   EXPECT_TRUE(m_notices.texts.isEmpty());
 }
 
+TEST_F(LiveControl, APressWhileLeavingStartsNothing) {
+  ScriptedReply silent;
+  silent.never = true;
+  ChooseWith({kFine, silent});
+  m_window->show();
+  Press("m_LiveBtn");
+  bool pressed = false;
+  QTimer::singleShot(100, m_window.get(), [&] {
+    pressed = true;
+    EXPECT_FALSE(m_window->isVisible());
+    Press("m_LiveBtn");
+  });
+  m_window->CloseGraph();
+  EXPECT_TRUE(pressed);
+  EXPECT_EQ(Requests("host-start"), 1);
+  ExpectNoBroadcastNodes();
+}
+
 TEST_F(LiveControl, APublishAddressOfAnyTextStartsAndStops) {
   const QString hostile[] = {
       "rtmp",
