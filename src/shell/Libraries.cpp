@@ -19,6 +19,7 @@ namespace shell {
 
 void PrepareQt() {
   platform::GiveLargeBlocksBack();
+  // A drag of a list's row streams its record.
   widgets::RegisterItemData();
   // The handle of the preview would otherwise make its translucent siblings native too, with a
   // visual of another depth.

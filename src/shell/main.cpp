@@ -9,7 +9,6 @@
 #include "shell/QuitSignals.h"
 #include "shell/orvane.h"
 #include "sources/DeviceCatalogue.h"
-#include "widgets/ItemData.h"
 #include "widgets/theme/Theme.h"
 
 namespace {
@@ -31,8 +30,6 @@ bool PlatformFits() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A drag of a list's row streams its record.
-  widgets::RegisterItemData();
   // What the program writes holds a password and the keys of streams.
   umask(077);
   shell::PrepareQt();
