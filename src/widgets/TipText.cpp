@@ -11,7 +11,7 @@ constexpr int kStep = 160;
 constexpr int kLastLimit = 800;
 // Nobody reads on behind so many characters, but laying them out, or measuring step by step what
 // has no width at all, would hold up the window.
-constexpr int kMostLaidOut = 10000;
+constexpr int kMostLaidOut = 2000;
 constexpr int kMostMeasured = 600;
 
 // One character at that place; two units of UTF-16 where it takes them.

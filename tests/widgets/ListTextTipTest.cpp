@@ -96,8 +96,8 @@ TEST(TipText, CharacterOfTwoUnitsCountsAsOne) {
 
 TEST(TipText, ChineseBookIsCutWhereItCannotBeSeen) {
   const auto width = [](const QString& text) { return 12 * text.size(); };
-  EXPECT_EQ(TipText(QString(10000, QChar(0x56FE)), width).size(), 10000);
-  EXPECT_EQ(TipText(QString(100000, QChar(0x56FE)), width).size(), 10000);
+  EXPECT_EQ(TipText(QString(2000, QChar(0x56FE)), width).size(), 2000);
+  EXPECT_EQ(TipText(QString(100000, QChar(0x56FE)), width).size(), 2000);
 }
 
 TEST(TipText, TextOfNoWidthIsCutWhereNobodyReadsIt) {
