@@ -6,7 +6,6 @@
 #include <QCoreApplication>
 #include <cstdint>
 
-#include "platform/linux/LargeBlocks.h"
 #include "widgets/ItemData.h"
 
 extern "C" {
@@ -18,7 +17,6 @@ extern "C" {
 namespace shell {
 
 void PrepareQt() {
-  platform::GiveLargeBlocksBack();
   // A drag of a list's row streams its record.
   widgets::RegisterItemData();
   // The handle of the preview would otherwise make its translucent siblings native too, with a

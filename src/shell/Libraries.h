@@ -6,7 +6,7 @@
 
 namespace shell {
 
-// What the C library and Qt have to be told before the application object is made.
+// What Qt has to be told before the application object is made.
 void PrepareQt();
 
 void StartLibraries();
