@@ -6,17 +6,11 @@
 #include "media/CMixFrame.h"
 #include "media/CSrcInterface.h"
 #include "output/CRender.h"
+#include "shell/EndNode.h"
 
 namespace shell {
 
 namespace {
-
-void End(CSrcInterface* node) {
-  if (node != nullptr) {
-    node->Stop();
-    delete node;
-  }
-}
 
 // Slots that stand nowhere in the order. An empty text does nothing but free its slot.
 void FreeUnlistedSlots(CRender* render) {
@@ -67,14 +61,14 @@ void KeepLayer(LayerNodes* layers, int slot, CSrcInterface* node) {
 void DropLayer(LayerNodes* layers, int slot) {
   const auto found = layers->find(slot);
   if (found != layers->end()) {
-    End(found->second);
+    EndNode(&found->second);
     layers->erase(found);
   }
 }
 
 void DropLayers(LayerNodes* layers) {
-  for (const auto& [slot, node] : *layers) {
-    End(node);
+  for (auto& [slot, node] : *layers) {
+    EndNode(&node);
   }
   layers->clear();
 }
