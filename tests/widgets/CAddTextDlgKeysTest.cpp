@@ -13,32 +13,18 @@
 #include <string>
 
 #include "widgets/CAddTextDlg.h"
+#include "widgets/ColourHand.h"
 #include "widgets/DialogHand.h"
 
 namespace {
 
 using support::Button;
+using support::ChooseColour;
 using support::Click;
 using support::Exec;
 
 QTextEdit* Field(const QWidget& dialog) {
   return dialog.findChild<QTextEdit*>(QStringLiteral("textEdit"));
-}
-
-// Presses the button of the colour while a hand answers each colour dialog that opens. The number
-// of those.
-int ChooseColour(CAddTextDlg* dialog, const std::function<void(QColorDialog*)>& answer) {
-  int opened = 0;
-  QTimer hand;
-  QObject::connect(&hand, &QTimer::timeout, [&] {
-    if (auto* colours = qobject_cast<QColorDialog*>(QApplication::activeModalWidget())) {
-      ++opened;
-      answer(colours);
-    }
-  });
-  hand.start(0);
-  Click(*dialog, "m_chooseColorBtn");
-  return opened;
 }
 
 void SendKey(QWidget* widget, QEvent::Type type, int key, const QString& text, bool repeated) {

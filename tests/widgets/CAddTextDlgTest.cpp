@@ -17,11 +17,13 @@
 #include <functional>
 #include <vector>
 
+#include "widgets/ColourHand.h"
 #include "widgets/DialogHand.h"
 
 namespace {
 
 using support::Button;
+using support::ChooseColour;
 using support::Click;
 using support::Exec;
 
@@ -37,22 +39,6 @@ QTextEdit* Field(const QWidget& dialog) {
 
 QString SwatchStyle(const QWidget& dialog) {
   return Button(dialog, "m_chooseColorBtn")->styleSheet();
-}
-
-// Presses the button of the colour while a hand answers each colour dialog that opens. The number
-// of those.
-int ChooseColour(CAddTextDlg* dialog, const std::function<void(QColorDialog*)>& answer) {
-  int opened = 0;
-  QTimer hand;
-  QObject::connect(&hand, &QTimer::timeout, [&] {
-    if (auto* colours = qobject_cast<QColorDialog*>(QApplication::activeModalWidget())) {
-      ++opened;
-      answer(colours);
-    }
-  });
-  hand.start(0);
-  Click(*dialog, "m_chooseColorBtn");
-  return opened;
 }
 
 void Take(CAddTextDlg* dialog, const QColor& colour) {
