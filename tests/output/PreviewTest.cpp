@@ -51,8 +51,9 @@ TEST_F(Preview, DrawsTheOutlineOfTheSelectedLayerInRed) {
   EXPECT_EQ(kRed, At(100, 200));
   EXPECT_EQ(kRed, At(419, 200));
   EXPECT_EQ(kRed, At(260, 289));
-  EXPECT_TRUE(IsNear(At(260, 200), 0x00ff00));
-  EXPECT_TRUE(IsNear(At(99, 49), 0x0000ff));
+  // The outline is drawn where the layer is now, over a canvas that may be older than its move.
+  EXPECT_TRUE(Shows(260, 200, 0x00ff00));
+  EXPECT_TRUE(Shows(99, 49, 0x0000ff));
   render->selectedLayer = -1;
   EXPECT_TRUE(Shows(419, 200, 0x00ff00));
 }
