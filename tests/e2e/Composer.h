@@ -61,6 +61,7 @@ class Composer {
   bool Start();
   // SIGTERM, and its exit status; -1 when it was not gone after that time.
   int End();
+  pid_t ProgramId() const { return m_program.Id(); }
 
   // Input.
   void MoveTo(Point at) const;

@@ -84,6 +84,21 @@ TEST(StageJudge, CountsDistinctPicturesAndGaps) {
   EXPECT_EQ(motion.unreadable, 1);
 }
 
+TEST(StageJudge, TellsEachStretchInWhichNothingNewIsShown) {
+  std::vector<support::ClockedPicture> pictures = Steady(250);
+  pictures[50].drawnMs = pictures[49].drawnMs;
+  pictures[101].drawnMs = pictures[100].drawnMs;
+  pictures[102].drawnMs = pictures[100].drawnMs;
+  const auto still = support::StillStretches(pictures, 80, 0);
+  ASSERT_EQ(still.size(), 1U);
+  EXPECT_EQ(still[0].ms, pictures[103].ms);
+  EXPECT_EQ(still[0].lengthMs, 120);
+  EXPECT_EQ(still[0].sourceMs, 120);
+  EXPECT_EQ(still[0].repeats, 2);
+  EXPECT_TRUE(support::StillStretches(pictures, 80, 6000).empty());
+  EXPECT_TRUE(support::StillStretches({}, 80, 0).empty());
+}
+
 TEST(StageJudge, SeesPicturesThatGoBack) {
   std::vector<support::ClockedPicture> pictures = Steady(10);
   std::swap(pictures[4].drawnMs, pictures[5].drawnMs);

@@ -82,6 +82,34 @@ std::vector<ClockedPicture> ReadClocks(
   return pictures;
 }
 
+std::vector<StillStretch> StillStretches(const std::vector<ClockedPicture>& pictures,
+                                         std::int64_t longerThanMs, std::int64_t skipMs) {
+  std::vector<StillStretch> stretches;
+  if (pictures.empty()) {
+    return stretches;
+  }
+  const std::int64_t from = pictures.front().ms + skipMs;
+  const std::int64_t to = pictures.back().ms - skipMs;
+  const ClockedPicture* last = nullptr;
+  int repeats = 0;
+  for (const ClockedPicture& picture : pictures) {
+    if (picture.ms < from || picture.ms > to || picture.drawnMs < 0) {
+      continue;
+    }
+    if (last != nullptr && picture.drawnMs == last->drawnMs) {
+      ++repeats;
+      continue;
+    }
+    if (last != nullptr && picture.ms - last->ms > longerThanMs) {
+      stretches.push_back(
+          {picture.ms, picture.ms - last->ms, picture.drawnMs - last->drawnMs, repeats});
+    }
+    last = &picture;
+    repeats = 0;
+  }
+  return stretches;
+}
+
 ClockedMotion JudgeClocks(const std::vector<ClockedPicture>& pictures, std::int64_t skipMs) {
   ClockedMotion motion;
   if (pictures.empty()) {

@@ -43,6 +43,18 @@ struct ClockedMotion {
   std::int64_t longestSourceGapMs = 0;  // the same on the source's clock
 };
 
+// A stretch in which the stream showed nothing new.
+struct StillStretch {
+  std::int64_t ms = 0;        // when it ended, on the stream's time line
+  std::int64_t lengthMs = 0;  // between the two distinct pictures around it
+  std::int64_t sourceMs = 0;  // the same on the source's clock
+  int repeats = 0;            // pictures in between
+};
+
+// Those longer than that, without what lies within skipMs of either end.
+std::vector<StillStretch> StillStretches(const std::vector<ClockedPicture>& pictures,
+                                         std::int64_t longerThanMs, std::int64_t skipMs);
+
 // Leaves out what lies within skipMs of either end.
 ClockedMotion JudgeClocks(const std::vector<ClockedPicture>& pictures, std::int64_t skipMs);
 

@@ -1,0 +1,59 @@
+#include "support/ProcessSight.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "support/Process.h"
+
+namespace support {
+
+namespace {
+
+int CountOf(const std::string& directory) {
+  int count = 0;
+  std::error_code ignored;
+  for (std::filesystem::directory_iterator entry(directory, ignored), end; entry != end;
+       entry.increment(ignored)) {
+    ++count;
+  }
+  return count;
+}
+
+// proc(5): the fields after the program's name, which may hold anything but ends with the last ')'.
+double CpuSeconds(const std::string& stat) {
+  constexpr int kUserTime = 12;  // fields after the name; the system's time is the next
+  const std::size_t name = stat.rfind(')');
+  if (name == std::string::npos) {
+    return 0;
+  }
+  std::istringstream fields(stat.substr(name + 1));
+  std::string skipped;
+  for (int i = 1; i < kUserTime; ++i) {
+    fields >> skipped;
+  }
+  long user = 0;
+  long system = 0;
+  fields >> user >> system;
+  return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+}  // namespace
+
+ProcessSight LookAt(pid_t process) {
+  const std::string directory = "/proc/" + std::to_string(process);
+  ProcessSight sight;
+  long pages = 0;
+  long residentPages = 0;
+  std::istringstream(ReadFile(directory + "/statm")) >> pages >> residentPages;
+  sight.residentKb = residentPages * (sysconf(_SC_PAGESIZE) / 1024);
+  sight.threads = CountOf(directory + "/task");
+  sight.handles = CountOf(directory + "/fd");
+  sight.cpuSeconds = CpuSeconds(ReadFile(directory + "/stat"));
+  return sight;
+}
+
+}  // namespace support

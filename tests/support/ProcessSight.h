@@ -1,0 +1,23 @@
+// What a running program holds and has used, as the kernel tells it: the numbers that must not grow
+// while a broadcast goes on for hours.
+//
+// Any thread. A program that is gone gives zeros.
+#ifndef ORVANE_TESTS_SUPPORT_PROCESSSIGHT_H
+#define ORVANE_TESTS_SUPPORT_PROCESSSIGHT_H
+
+#include <sys/types.h>
+
+namespace support {
+
+struct ProcessSight {
+  long residentKb = 0;
+  int threads = 0;
+  int handles = 0;        // open files, sockets and the like
+  double cpuSeconds = 0;  // in user and system mode, ended threads included
+};
+
+ProcessSight LookAt(pid_t process);
+
+}  // namespace support
+
+#endif
