@@ -21,6 +21,7 @@ constexpr std::int64_t kStaleSeconds = 30;
 // No session of ours ends later than it may last, but for a clock that was set back a little.
 constexpr std::int64_t kClockSlackSeconds = 3600;
 constexpr int kLastPage = 1000000;
+const QString kNotLiveWords = QStringLiteral("该活动没有正在进行的直播");
 
 bool StartsWith(const std::string& text, const std::string& start) {
   return text.compare(0, start.size(), start) == 0;
@@ -370,31 +371,39 @@ Response Api::HostStart(const Request& request) {
   }
 }
 
-Response Api::HostEnd(const Request& request) {
-  Activity activity;
-  Response refusal;
-  if (!FindOwnActivity(request, &activity, &refusal)) {
-    return refusal;
-  }
-  const QString tokenHash = QString::fromStdString(HashToken(Field(request.form, "token")));
-  bool own = false;
-  if (IsTaken(activity, tokenHash, &own, &refusal)) {
-    return refusal;  // nobody ends what another session sends
-  }
-  Broadcast running;
-  Outcome ended = own ? m_store->FindRunningBroadcast(activity.id, &running) : Outcome::NotFound;
-  if (ended == Outcome::Done) {
-    ended = m_store->EndBroadcast(running.id, m_shared->clock.Seconds());
-  }
-  switch (ended) {
+Response Api::EndBroadcast(const Broadcast& running) {
+  switch (m_store->EndBroadcast(running.id, m_shared->clock.Seconds())) {
     case Outcome::Done:
-      LogInfo("broadcast-ended", {{"activity", activity.id}, {"account", activity.accountId}});
+      LogInfo("broadcast-ended",
+              {{"activity", running.activityId}, {"account", running.accountId}});
       return Success();
     case Outcome::NotFound:
-      return Refuse(200, kNotLive, QStringLiteral("该活动没有正在进行的直播"));
+      return Refuse(200, kNotLive, kNotLiveWords);
     default:
       return Unavailable();
   }
+}
+
+// The token that began a broadcast ends it, also after its session has: a broadcast may last longer
+// than a login, and go on through a change of account.
+Response Api::HostEnd(const Request& request) {
+  const QString tokenHash = QString::fromStdString(HashToken(Field(request.form, "token")));
+  Broadcast running;
+  const Outcome found = m_store->FindRunningBroadcast(Latin1(Field(request.form, "id")), &running);
+  if (found == Outcome::Failed) {
+    return Unavailable();
+  }
+  if (found == Outcome::Done && running.tokenHash == tokenHash) {
+    return EndBroadcast(running);
+  }
+  Activity activity;
+  Response refusal;
+  bool own = false;
+  if (!FindOwnActivity(request, &activity, &refusal) ||
+      IsTaken(activity, tokenHash, &own, &refusal)) {
+    return refusal;  // nobody ends what another session sends
+  }
+  return Refuse(200, kNotLive, kNotLiveWords);
 }
 
 Response Api::FetchPicture(const std::string& id) {

@@ -117,6 +117,7 @@ class Api {
   // *response is the refusal. One that nobody sends any more is ended.
   bool IsTaken(const Activity& activity, const QString& tokenHash, bool* own, Response* response);
   bool IsStale(const Broadcast& running, const Activity& activity);
+  Response EndBroadcast(const Broadcast& running);
   QJsonObject Describe(const Activity& activity, const Request& request);
 
   Store* m_store;

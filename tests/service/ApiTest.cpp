@@ -356,6 +356,24 @@ TEST_F(ApiTest, ABroadcastOfASessionThatEndedGivesWayAtOnce) {
   EXPECT_EQ(Start(activity, second), 0);
 }
 
+TEST_F(ApiTest, ABroadcastThatOutlivesItsLoginIsEndedByTheTokenThatBeganIt) {
+  const Activity activity = rig.AddActivity(rig.AddAccount("user"), "t");
+  const std::string loggedOut = Token("user");
+  ASSERT_EQ(Start(activity, loggedOut), 0);
+  Post("/assistant/user/logout", {{"token", loggedOut}});
+  EXPECT_EQ(End(activity, ""), service::kNoSession);
+  EXPECT_EQ(End(activity, service::HashToken(loggedOut)), service::kNoSession);
+  EXPECT_EQ(End(activity, loggedOut), 0);
+  EXPECT_EQ(End(activity, loggedOut), service::kNoSession) << "it is good for nothing else";
+  EXPECT_EQ(Start(activity, loggedOut), service::kNoSession);
+
+  const std::string expired = Token("user");
+  ASSERT_EQ(Start(activity, expired), 0);
+  rig.clock.now += (settings.sessionSeconds + 1) * 1000;
+  rig.store->RemoveExpiredSessions(rig.clock.Seconds());
+  EXPECT_EQ(End(activity, expired), 0) << "a broadcast may last longer than a login";
+}
+
 TEST_F(ApiTest, TheIngestLetsInAKeyAndPassesItOnUnderThePublicName) {
   const Activity activity = rig.AddActivity(rig.AddAccount("user"), "t");
   EXPECT_EQ(Ingest("watch", activity.id).status, 403);
