@@ -4,6 +4,7 @@
 
 #include "service/Api.h"
 #include "service/CommandLine.h"
+#include "service/IngestAddress.h"
 #include "service/Secrets.h"
 
 namespace service {
@@ -196,11 +197,13 @@ int ActivityList(const QStringList& arguments) {
   if (store == nullptr) {
     return kNoDatabase;
   }
+  Settings settings;
   if (store->ListActivities(&activities) != Outcome::Done ||
-      store->ListAccounts(&accounts) != Outcome::Done) {
+      store->ListAccounts(&accounts) != Outcome::Done ||
+      FindIngestAddress(store.get(), &settings) != Outcome::Done) {
     return CodeOf(Outcome::Failed, QString());
   }
-  const Settings settings;
+  const std::string host = Reachable(settings.ingestHost);
   for (const Activity& activity : activities) {
     QString owner;
     for (const Account& account : accounts) {
@@ -215,8 +218,7 @@ int ActivityList(const QStringList& arguments) {
                    QDateTime::fromSecsSinceEpoch(activity.startTime).toString(Qt::ISODate),
                    live ? QStringLiteral("live")
                         : (activity.open ? QStringLiteral("open") : QStringLiteral("closed")),
-                   activity.title,
-                   QString::fromStdString(PublishUrl(activity, settings, settings.ingestHost))));
+                   activity.title, QString::fromStdString(PublishUrl(activity, settings, host))));
   }
   return kOk;
 }

@@ -9,6 +9,7 @@
 #include "service/CommandLine.h"
 #include "service/HttpServer.h"
 #include "service/Ingest.h"
+#include "service/IngestAddress.h"
 #include "service/Log.h"
 #include "service/Resources.h"
 #include "service/Secrets.h"
@@ -187,6 +188,8 @@ int Serve(const ServeOptions& options) {
   if (options.ingest && !ingest.Start(&error)) {
     return Complain(QStringLiteral("ingest: %1").arg(error), kNoAddress);
   }
+  // Without it only the lists of the commands are off; the cause is in the log.
+  KeepIngestAddress(store.get(), settings);
   // Last, so that nothing keeps the password from being shown.
   QString password;
   if (MakeNewcomersAccount(store.get(), clock.Seconds(), &password) == Outcome::Failed) {

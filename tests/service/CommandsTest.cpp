@@ -239,6 +239,33 @@ TEST_F(CommandsTest, ActivitiesAreAddedChangedAndRemoved) {
   EXPECT_EQ(Command({"activity", "edit", id, "--title", "y"}).status, 1);
 }
 
+TEST_F(CommandsTest, ActivitiesAreListedWithTheAddressThatTheServiceTells) {
+  ASSERT_EQ(AddAccount("user"), 0);
+  ASSERT_NE(AddActivity(), "");
+  // A service that has started with these options, and ends.
+  const auto serve = [this](const std::vector<std::string>& more) {
+    const std::string output = directory.File("output" + more.back());
+    std::vector<std::string> all = {ORVANE_SERVICE, "serve",  "--database",
+                                    Database(),     "--port", std::to_string(support::FreePort())};
+    all.insert(all.end(), more.begin(), more.end());
+    support::Process service;
+    const auto started = [&] {
+      return support::ReadFile(output).find("\"started\"") != std::string::npos;
+    };
+    return service.Start(all, {}, output) && support::WaitFor(started, 20000);
+  };
+  ASSERT_TRUE(serve({"--rtmp-port", "2935"}));
+  std::string list = Command({"activity", "list"}).output;
+  EXPECT_NE(list.find("\trtmp://127.0.0.1:2935/live/"), std::string::npos) << list;
+  // The one that listens everywhere tells each client another name; from here it is the loopback.
+  ASSERT_TRUE(serve({"--ingest-host", "0.0.0.0"}));
+  list = Command({"activity", "list"}).output;
+  EXPECT_NE(list.find("\trtmp://127.0.0.1:1935/live/"), std::string::npos) << list;
+  ASSERT_TRUE(serve({"--ingest-host", "::1", "--rtmp-port", "2936"}));
+  list = Command({"activity", "list"}).output;
+  EXPECT_NE(list.find("\trtmp://[::1]:2936/live/"), std::string::npos) << list;
+}
+
 TEST_F(CommandsTest, ValuesThatCannotBeAreRefusedAndNothingIsKept) {
   ASSERT_EQ(AddAccount("user"), 0);
   EXPECT_EQ(Command({"activity", "add", "--account", "no", "--title", "t"}).status, 1);
