@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDialog>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QHttpMultiPart>
 #include <QNetworkAccessManager>
@@ -42,13 +43,15 @@ std::unique_ptr<QHttpMultiPart> NewForm(std::initializer_list<Field> fields) {
   return form;
 }
 
-// Waits for the end of the reply; false when it failed, grew too large, its asker is gone, the time
-// is over or the application quits.
-bool WaitForReply(QNetworkReply* reply, const QDialog* asker = nullptr, int limitMs = 0) {
+bool IsAnswered(QNetworkReply* reply) {
+  return reply->isFinished() && reply->error() == QNetworkReply::NoError &&
+         reply->bytesAvailable() <= kLargestReply;
+}
+
+// Waits for the end of the reply; false when it failed, grew too large, its asker is gone or the
+// application quits.
+bool WaitForReply(QNetworkReply* reply, const QDialog* asker = nullptr) {
   QEventLoop loop;
-  if (limitMs > 0) {
-    QTimer::singleShot(limitMs, &loop, &QEventLoop::quit);
-  }
   if (asker != nullptr) {
     QObject::connect(asker, &QDialog::finished, &loop, &QEventLoop::quit);
     QObject::connect(asker, &QObject::destroyed, &loop, &QEventLoop::quit);
@@ -62,8 +65,21 @@ bool WaitForReply(QNetworkReply* reply, const QDialog* asker = nullptr, int limi
   if (!reply->isFinished()) {
     loop.exec();
   }
-  return reply->isFinished() && reply->error() == QNetworkReply::NoError &&
-         reply->bytesAvailable() <= kLargestReply;
+  return IsAnswered(reply);
+}
+
+// The same on the way out, for a short time. The application may have been told to quit inside a
+// loop that has not returned yet, and then no other loop runs any more: events are taken by hand.
+bool WaitBriefly(QNetworkReply* reply) {
+  QElapsedTimer waited;
+  waited.start();
+  QTimer wake;
+  wake.start(kBriefMs);
+  QEventLoop loop;
+  while (!reply->isFinished() && waited.elapsed() < kBriefMs) {
+    loop.processEvents(QEventLoop::WaitForMoreEvents);
+  }
+  return IsAnswered(reply);
 }
 
 void ShowNoNetwork() {
@@ -89,7 +105,7 @@ int BackendClient::PostForm(const QString& path, QHttpMultiPart* multipart, QByt
   const std::unique_ptr<QNetworkReply> reply(
       manager.post(QNetworkRequest(QUrl(BaseAddress() + path)), multipart));
   const bool brief = wait == Wait::kBriefly;
-  const bool answered = WaitForReply(reply.get(), nullptr, brief ? kBriefMs : 0);
+  const bool answered = brief ? WaitBriefly(reply.get()) : WaitForReply(reply.get());
   if (!answered) {
     if (reply->isFinished() && !brief) {
       ShowNoNetwork();

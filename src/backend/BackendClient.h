@@ -31,7 +31,9 @@ class BackendClient {
  public:
   enum class Wait {
     kForTheReply,
-    kBriefly,  // two seconds, and no notice: the program is on its way out and nobody reads it
+    // Two seconds, and no notice: the program is on its way out and nobody reads it. The one wait
+    // that also works once the application has been told to quit.
+    kBriefly,
   };
 
   static BackendClient* Instance();

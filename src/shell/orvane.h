@@ -155,7 +155,7 @@ class orvane : public QWidget {
   void ShowUnchosen();
   void StartBroadcast(const ActivityInfo& activity);
   void StopBroadcast();
-  void TellEnd(const QString& id, BackendClient::Wait wait);
+  void TellEnd(const QString& id, const QString& token, BackendClient::Wait wait);
   // Ends the broadcast on the way out of the program.
   void LeaveBroadcast();
   shell::FixedNodes FixedNodes() { return {m_mixFrame, m_silence, m_render}; }
@@ -226,6 +226,7 @@ class orvane : public QWidget {
   bool m_tipShown = false;
 
   bool m_changesLogin = false;  // a change of account is under way
+  QString m_liveToken;          // of the login that began the broadcast
   // The state of the stream and the sound meter; looks at the nodes above.
   shell::LiveMonitor m_liveMonitor{LiveNodes(), m_layers};
   QTimer m_surfaceEvents;  // empties what SDL queues for the preview's native window

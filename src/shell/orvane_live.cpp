@@ -90,7 +90,7 @@ void orvane::RecvStartLiving() {
   const ActivityInfo activity = *chosen;
   if (m_isLiving) {
     StopBroadcast();
-    TellEnd(activity.lsId, BackendClient::Wait::kForTheReply);
+    TellEnd(activity.lsId, m_catalogue->userToken, BackendClient::Wait::kForTheReply);
   } else if (shell::CanPublish(activity.publishUrl)) {
     StartBroadcast(activity);
   }
@@ -117,8 +117,9 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
 
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
   // the broadcast inside this wait, and the address is written all the same.
+  m_liveToken = m_catalogue->userToken;
   int code = 0;
-  m_backend->HostStart(activity.lsId, m_catalogue->userToken, &code);
+  m_backend->HostStart(activity.lsId, m_liveToken, &code);
   if (code < 0) {
     qDebug("StartLive failed");
   }
@@ -138,9 +139,9 @@ void orvane::StopBroadcast() {
   shell::StopLive(LiveNodes(), m_render);
 }
 
-void orvane::TellEnd(const QString& id, BackendClient::Wait wait) {
+void orvane::TellEnd(const QString& id, const QString& token, BackendClient::Wait wait) {
   int code = 0;
-  m_backend->HostEnd(id, m_catalogue->userToken, &code, wait);
+  m_backend->HostEnd(id, token, &code, wait);
   if (code < 0) {
     qDebug("StartLive failed");  // the text of the end too: logs are searched for it
   }
@@ -155,7 +156,9 @@ void orvane::LeaveBroadcast() {
   setEnabled(false);
   StopBroadcast();
   if (const ActivityInfo* activity = ChosenActivity()) {
-    TellEnd(activity->lsId, BackendClient::Wait::kBriefly);
+    // In the middle of a change of account nobody is logged in.
+    const QString& token = m_catalogue->userToken;
+    TellEnd(activity->lsId, token.isEmpty() ? m_liveToken : token, BackendClient::Wait::kBriefly);
   }
 }
 

@@ -26,6 +26,7 @@ void orvane::ShowLogin() {
     ApplyDialogShadow(m_loginDlg, m_loginShadow);
   }
   m_loginDlg->exec();
+  m_loginDlg->hide();  // a program that was told to quit leaves it standing
 }
 
 void orvane::SlotLoginChange() {

@@ -245,6 +245,27 @@ TEST_F(BackendClientTest, APendingCallEndsWhenTheApplicationQuits) {
   EXPECT_TRUE(notices.texts.isEmpty());
 }
 
+TEST_F(BackendClientTest, ABriefCallIsAnsweredAfterTheApplicationWasToldToQuit) {
+  server.SetReplies({JsonReply(R"({"code":-7})")});
+  int code = 0;
+  int returned = 1;
+  QTimer::singleShot(0, [&] {
+    QCoreApplication::quit();
+    returned = client->HostEnd("7", "token", &code, BackendClient::Wait::kBriefly);
+  });
+  QApplication::exec();
+  EXPECT_EQ(returned, 0);
+  EXPECT_EQ(code, -7);
+}
+
+TEST_F(BackendClientTest, ABriefCallThatFailsSaysNothing) {
+  SetTestAddress(QStringLiteral("http://127.0.0.1:1"));
+  int code = 0;
+  EXPECT_EQ(client->HostEnd("7", "token", &code, BackendClient::Wait::kBriefly), -1);
+  EXPECT_EQ(code, 0);
+  EXPECT_TRUE(notices.texts.isEmpty());
+}
+
 TEST_F(BackendClientTest, APictureIsFetchedAndAnythingElseLeavesItNull) {
   QImage image(3, 2, QImage::Format_RGB32);
   image.fill(Qt::red);

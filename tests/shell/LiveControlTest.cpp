@@ -7,6 +7,8 @@
 #include <QBoxLayout>
 #include <QLineEdit>
 #include <QTimer>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -85,6 +87,28 @@ class LiveControl : public LiveControlRig {
   void ExpectNoBroadcastNodes() const {
     EXPECT_FALSE(m_systemSound->IsOpen());
     EXPECT_FALSE(m_microphone->IsOpen());
+  }
+  void LeaveInsideAChangeOfAccount() {
+    static LiveControl* self = this;
+    std::atexit([] {
+      std::fprintf(stderr, "host-end %d, with the-token %d, sound closed %d\n",
+                   self->Requests("host-end"),
+                   self->Request("host-end").contains("\r\n\r\nthe-token\r\n") ? 1 : 0,
+                   self->m_systemSound->IsOpen() ? 0 : 1);
+    });
+    ChooseWith();
+    Press("m_LiveBtn");
+    QTimer hand;
+    QObject::connect(&hand, &QTimer::timeout, [this] {
+      if (Requests("logout") == 1 &&
+          qobject_cast<CLoginDlg*>(QApplication::activeModalWidget()) != nullptr) {
+        QCoreApplication::quit();  // what SIGTERM comes to
+      }
+    });
+    hand.start(5);
+    QTimer::singleShot(0, CEvent::instance(), [] { emit CEvent::instance()->loginChange(); });
+    QApplication::exec();
+    std::exit(3);
   }
   std::string AddressFile() const { return support::ReadFile(m_directory.File("rtmp.txt")); }
 };
@@ -374,6 +398,14 @@ TEST_F(LiveControl, ABroadcastOutlivesAChangeOfAccountAndEndsWithTheNewToken) {
   ExpectLive();
   Press("m_LiveBtn");
   EXPECT_TRUE(Request("host-end").contains("\r\n\r\nanother-token\r\n"));
+}
+
+// The process ends inside the change, so it happens in one of its own, and that tells on standard
+// error what the service was sent.
+TEST_F(LiveControl, LeavingInsideAChangeOfAccountEndsTheBroadcastWithTheTokenThatBeganIt) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(LeaveInsideAChangeOfAccount(), testing::ExitedWithCode(0),
+              "host-end 1, with the-token 1, sound closed 1");
 }
 
 TEST_F(LiveControl, LeavingWhileLiveEndsTheBroadcastAndTellsTheService) {
