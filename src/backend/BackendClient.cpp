@@ -185,12 +185,26 @@ int BackendClient::HostEnd(QString id, QString token, int* code, Wait wait) {
 
 int BackendClient::FetchPixmap(QString url, QPixmap* out, QSize atMost, const QDialog* asker) {
   *out = QPixmap();
+  const QUrl address(url);
+  // What lies on this machine is none of the service's business, and a pipe that nobody writes to
+  // would never be open.
+  if (address.isLocalFile()) {
+    return 0;
+  }
+  bool gone = false;
+  QObject watch;
+  if (asker != nullptr) {
+    const auto leave = [&gone] { gone = true; };
+    QObject::connect(asker, &QDialog::finished, &watch, leave);
+    QObject::connect(asker, &QObject::destroyed, &watch, leave);
+  }
   QNetworkAccessManager manager;
-  const std::unique_ptr<QNetworkReply> reply(manager.get(QNetworkRequest(QUrl(url))));
+  const std::unique_ptr<QNetworkReply> reply(manager.get(QNetworkRequest(address)));
   // Also what a failed request brought: some services send a picture with their error.
   WaitForReply(reply.get(), asker);
   const QByteArray bytes = reply->readAll();
-  if (reply->isFinished() && !bytes.isEmpty()) {
+  // The asker may have gone after the last byte came.
+  if (!gone && reply->isFinished() && !bytes.isEmpty()) {
     *out = QPixmap::fromImage(backend::DecodePicture(bytes, atMost, asker));
   }
   return 0;

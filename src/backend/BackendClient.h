@@ -47,8 +47,9 @@ class BackendClient {
   int GetHostList(QString token, int page, ActivityList* out, const QDialog* asker = nullptr);
   int HostStart(QString id, QString token, int* code);
   int HostEnd(QString id, QString token, int* code, Wait wait = Wait::kForTheReply);
-  // Always 0; a picture that can't be had, or is larger than 64 megapixels, leaves *out null.
-  // Sides longer than those of atMost are reduced to it. Decoded beside the event loop.
+  // Always 0; a picture that can't be had, lies in a file of this machine, or is larger than 64
+  // megapixels, leaves *out null. Sides longer than those of atMost are reduced to it. Decoded
+  // beside the event loop.
   int FetchPixmap(QString url, QPixmap* out, QSize atMost = QSize(),
                   const QDialog* asker = nullptr);
 

@@ -15,6 +15,14 @@ namespace {
 
 constexpr qint64 kLargestPicture = 64LL * 1000 * 1000;  // pixels
 
+// Their decoders do no more than the bytes and the size of the picture ask for. Which others this
+// system has depends on what is installed.
+bool HasPixels(const QByteArray& format) {
+  static const QByteArrayList formats{"bmp", "gif", "ico",  "jpeg", "pbm", "pgm",
+                                      "png", "ppm", "tiff", "webp", "xbm", "xpm"};
+  return formats.contains(format);
+}
+
 // Bytes of which a decoder gets no more once they were stopped: it then gives up soon. No QBuffer,
 // whose memory some decoders take as a whole.
 class StoppableBytes : public QIODevice {
@@ -45,6 +53,9 @@ class StoppableBytes : public QIODevice {
 
 QImage ReadPicture(QIODevice* source, const QSize& atMost) {
   QImageReader reader(source);
+  if (!HasPixels(reader.format())) {
+    return QImage();
+  }
   const QSize size = reader.size();
   if (size.isValid() && qint64{size.width()} * size.height() > kLargestPicture) {
     return QImage();

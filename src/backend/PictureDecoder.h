@@ -1,11 +1,12 @@
 // Reads the pictures that the service names: bytes in, a picture out.
 //
-// Flow: bytes of any format that Qt can read; what they are is told from their content. A cover may
+// Flow: bytes of any common format of pixels; what they are is told from their content. A cover may
 // be a photograph of many megapixels, and decoding one takes as long as a second: it runs on a
 // thread of its own, while a local event loop keeps the window alive. That loop is no different
 // from the one in which the bytes were waited for: any slot may run.
 //
-// Failure: a null picture, for what can't be read and for what has over 64 megapixels.
+// Failure: a null picture, for what can't be read, for what has over 64 megapixels, and for
+// drawings (SVG and the like): those may name files of this machine and take any time.
 // Threads: ReadPicture any, DecodePicture the user interface thread.
 #ifndef ORVANE_BACKEND_PICTUREDECODER_H
 #define ORVANE_BACKEND_PICTUREDECODER_H

@@ -1,15 +1,22 @@
 #include "backend/BackendClient.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <QApplication>
 #include <QBuffer>
+#include <QDialog>
 #include <QImage>
 #include <QLabel>
+#include <QNetworkReply>
 #include <QPixmap>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTimer>
+#include <functional>
+#include <memory>
+#include <utility>
 
 #include "backend/TestAddress.h"
 #include "support/Notices.h"
@@ -37,6 +44,31 @@ class BackendClientTest : public ::testing::Test {
   ScriptedHttp server;
   Notices notices;
   BackendClient* client = BackendClient::Instance();
+};
+
+// Acts right behind the client's own handling of the end of a reply, before it goes on.
+class AtTheEndOfAReply : public QObject {
+ public:
+  explicit AtTheEndOfAReply(std::function<void()> action) : m_action(std::move(action)) {
+    qApp->installEventFilter(this);
+  }
+  bool Came() const { return m_came; }
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    const auto* reply = qobject_cast<QNetworkReply*>(watched);
+    if (reply != nullptr && event->type() == QEvent::MetaCall && !m_waits) {
+      m_waits = true;
+      connect(reply, &QNetworkReply::finished, this, [this] {
+        m_came = true;
+        m_action();
+      });
+    }
+    return false;
+  }
+
+ private:
+  std::function<void()> m_action;
+  bool m_waits = false;
+  bool m_came = false;
 };
 
 QByteArray RequestLine(const QByteArray& request) {
@@ -221,6 +253,9 @@ TEST_F(BackendClientTest, AnEndlessReplyIsGivenUpAndFails) {
   server.SetReplies({huge});
   ActivityList list;
   EXPECT_EQ(client->GetHostList(QString(), 1, &list), -1);
+  QPixmap picture;
+  EXPECT_EQ(client->FetchPixmap(server.Address(), &picture), 0);
+  EXPECT_TRUE(picture.isNull());
 }
 
 TEST_F(BackendClientTest, ADeepDocumentIsNoObject) {
@@ -293,4 +328,44 @@ TEST_F(BackendClientTest, APictureThatClaimsAGigapixelIsNotDecoded) {
   QPixmap picture;
   client->FetchPixmap(server.Address(), &picture);
   EXPECT_TRUE(picture.isNull());
+}
+
+// Opening the pipe would wait for somebody to write to it.
+TEST_F(BackendClientTest, APictureInAFileOfThisMachineIsNotRead) {
+  const QTemporaryDir directory;
+  const QString pipe = directory.filePath(QStringLiteral("pipe"));
+  ASSERT_EQ(mkfifo(pipe.toLocal8Bit().constData(), 0600), 0);
+  const QString file = directory.filePath(QStringLiteral("a.png"));
+  QImage image(3, 2, QImage::Format_RGB32);
+  image.fill(Qt::red);
+  ASSERT_TRUE(image.save(file));
+  for (const QString& address :
+       {QStringLiteral("file://") + pipe, QStringLiteral("FILE:") + file, file}) {
+    QPixmap picture;
+    EXPECT_EQ(client->FetchPixmap(address, &picture), 0);
+    EXPECT_TRUE(picture.isNull()) << address.toStdString();
+  }
+}
+
+// Between the last byte and the reading of the picture.
+TEST_F(BackendClientTest, AnAskerThatGoesAsItsPictureArrivesIsNotAskedAgain) {
+  QImage image(3, 2, QImage::Format_RGB32);
+  image.fill(Qt::red);
+  QBuffer png;
+  image.save(&png, "PNG");
+  server.SetReplies({JsonReply(png.data())});
+  for (const bool destroyed : {false, true}) {
+    auto asker = std::make_unique<QDialog>();
+    const AtTheEndOfAReply atTheEnd([&] {
+      if (destroyed) {
+        asker.reset();
+      } else {
+        asker->reject();
+      }
+    });
+    QPixmap picture;
+    EXPECT_EQ(client->FetchPixmap(server.Address(), &picture, QSize(), asker.get()), 0);
+    EXPECT_TRUE(atTheEnd.Came());
+    EXPECT_TRUE(picture.isNull()) << destroyed;
+  }
 }

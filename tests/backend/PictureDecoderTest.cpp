@@ -57,6 +57,17 @@ TEST(PictureDecoder, WhatIsNoPictureOrCutOffIsNullOrPartial) {
   }
 }
 
+// Such a picture may name files of this machine, and take any time to draw.
+TEST(PictureDecoder, ADrawingIsNoPicture) {
+  EXPECT_TRUE(Read("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"20\" height=\"10\">"
+                   "<rect width=\"20\" height=\"10\"/></svg>",
+                   {})
+                  .isNull());
+  for (const char* format : {"PNG", "JPG", "BMP", "PPM", "XPM"}) {
+    EXPECT_EQ(Read(Encoded({20, 10}, format), {}).size(), QSize(20, 10)) << format;
+  }
+}
+
 TEST(PictureDecoder, TheEventLoopRunsWhileAPictureIsDecoded) {
   const QByteArray bytes = Encoded({2000, 1500}, "PNG");
   int turns = 0;
