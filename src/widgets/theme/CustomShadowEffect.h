@@ -1,7 +1,8 @@
 // The soft shadow behind every frameless dialog: the dialog's shape, blurred, in one colour.
 //
 // Flow: a graphics effect set on a widget; Qt calls draw on each repaint. The members are set by
-// the owner, who then calls updateBoundingRect. Lengths are in pixels.
+// the owner, who then calls updateBoundingRect. Lengths are in pixels. A repaint that leaves the
+// dialog its shape costs no new shadow.
 //
 // Ownership: a widget owns the effect that is set on it. One that stands on the stack is declared
 // after its dialog, so that it goes first.
@@ -12,6 +13,8 @@
 
 #include <QColor>
 #include <QGraphicsEffect>
+
+#include "widgets/theme/KeptShadow.h"
 
 class CustomShadowEffect : public QGraphicsEffect {
   Q_OBJECT
@@ -29,6 +32,9 @@ class CustomShadowEffect : public QGraphicsEffect {
 
  protected:
   void draw(QPainter* painter) override;
+
+ private:
+  theme::KeptShadow m_shadow;
 };
 
 // The recipe that every dialog of the program shares: blur 20, distance 2, black at alpha 80; the

@@ -1,0 +1,100 @@
+// The shadow of a dialog is blurred anew when it has to be, and only then.
+#include "widgets/theme/KeptShadow.h"
+
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QPainter>
+#include <QWidget>
+
+#include "widgets/theme/CustomShadowEffect.h"
+
+namespace {
+
+using theme::KeptShadow;
+using theme::ShadowLook;
+
+const ShadowLook kLook{2.0, 20.0, QColor(0, 0, 0, 80)};
+
+// A box of that colour and size on nothing.
+QPixmap Box(const QColor& color, const QRect& box = QRect(20, 20, 60, 40)) {
+  QPixmap picture(100, 80);
+  picture.fill(Qt::transparent);
+  QPainter(&picture).fillRect(box, color);
+  return picture;
+}
+
+QImage Fresh(const QPixmap& source, const ShadowLook& look = kLook) {
+  return KeptShadow().Of(source, look);
+}
+
+}  // namespace
+
+TEST(KeptShadow, IsGivenAgainWhileOnlyColoursChange) {
+  KeptShadow kept;
+  const qint64 first = kept.Of(Box(Qt::red), kLook).cacheKey();
+  EXPECT_EQ(kept.Of(Box(Qt::red), kLook).cacheKey(), first);
+  EXPECT_EQ(kept.Of(Box(Qt::darkCyan), kLook).cacheKey(), first);
+  EXPECT_EQ(kept.Of(Box(Qt::black), kLook), Fresh(Box(Qt::black)));
+}
+
+TEST(KeptShadow, IsMadeAnewForAnotherShape) {
+  KeptShadow kept;
+  kept.Of(Box(Qt::red), kLook);
+  QPixmap half(200, 160);
+  half.setDevicePixelRatio(2);
+  half.fill(Qt::transparent);
+  const QPixmap shapes[] = {Box(QColor(255, 0, 0, 254)),
+                            Box(QColor(255, 0, 0, 100)),
+                            Box(Qt::red, QRect(20, 20, 61, 40)),
+                            Box(Qt::red, QRect(99, 79, 1, 1)),
+                            Box(Qt::red, QRect()),
+                            Box(Qt::red).copy(0, 0, 100, 79),
+                            Box(Qt::red).scaled(200, 160),
+                            half};
+  for (const QPixmap& shape : shapes) {
+    const qint64 before = kept.Of(Box(Qt::red), kLook).cacheKey();
+    const QImage shadow = kept.Of(shape, kLook);
+    EXPECT_NE(shadow.cacheKey(), before);
+    EXPECT_EQ(shadow, Fresh(shape));
+    EXPECT_EQ(shadow.size(), shape.size() + QSize(4, 4));
+  }
+}
+
+TEST(KeptShadow, IsMadeAnewForAnotherLook) {
+  const ShadowLook looks[] = {
+      {3.0, 20.0, QColor(0, 0, 0, 80)}, {2.0, 5.0, QColor(0, 0, 0, 80)}, {2.0, 20.0, Qt::red}};
+  for (const ShadowLook& look : looks) {
+    KeptShadow kept;
+    kept.Of(Box(Qt::red), kLook);
+    EXPECT_EQ(kept.Of(Box(Qt::red), look), Fresh(Box(Qt::red), look));
+    EXPECT_NE(Fresh(Box(Qt::red), look), Fresh(Box(Qt::red)));
+  }
+}
+
+// What the operator sees is no other than with an effect that has drawn nothing before.
+TEST(KeptShadow, AnEffectThatDrewOtherStatesLooksLikeANewOne) {
+  QWidget parent;
+  parent.resize(200, 160);
+  parent.setStyleSheet(QStringLiteral("background:#FFFFFF"));
+  QWidget box(&parent);
+  box.setGeometry(50, 50, 80, 60);
+  QLabel text(QStringLiteral("a"), &box);
+  text.setGeometry(10, 10, 30, 30);
+  ApplyDialogShadow(&box, new CustomShadowEffect);
+  const auto looksLikeNew = [&] {
+    const QImage kept = parent.grab().toImage();
+    ApplyDialogShadow(&box, new CustomShadowEffect);
+    return kept == parent.grab().toImage();
+  };
+  parent.grab();
+  text.setText(QStringLiteral("b"));
+  text.setStyleSheet(QStringLiteral("background:#20A0FF"));
+  EXPECT_TRUE(looksLikeNew());
+  parent.grab();
+  box.resize(90, 30);
+  EXPECT_TRUE(looksLikeNew());
+  parent.grab();
+  box.setMask(QRegion(0, 0, 40, 30));
+  EXPECT_TRUE(looksLikeNew());
+}
