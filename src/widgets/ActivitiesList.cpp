@@ -54,6 +54,8 @@ void ActivitiesList::AddCard(bool available, QString title, QSize size, QPixmap 
   item->setData(QVariant::fromValue(record), widgets::kActItemDataRole);
   item->setSizeHint(size);
   model->appendRow(item);
+  // The card has its place, and the scroll bar its range, whenever it may be painted.
+  executeDelayedItemsLayout();
   repaint();
 }
 

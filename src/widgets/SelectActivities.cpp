@@ -12,6 +12,7 @@
 namespace {
 
 constexpr QSize kCard(215, 167);
+constexpr int kPaintMs = 50;
 
 }  // namespace
 
@@ -37,6 +38,8 @@ SelectActivities::SelectActivities(QWidget* parent)
           &SelectActivities::SlotIndexChanged);
   connect(this, &SelectActivities::sendSelectedActInfo, this,
           &SelectActivities::SlotSendSelectedActInfo);
+  m_painted.setSingleShot(true);
+  connect(&m_painted, &QTimer::timeout, this, &SelectActivities::PaintWhatIsDue);
   emit InitPage();
 }
 
@@ -109,6 +112,27 @@ void SelectActivities::SlotSendSelectedActInfo(int row) {
 void SelectActivities::done(int result) {
   m_closed = true;
   QDialog::done(result);
+}
+
+// Qt gathers what has to be painted until it asks the window for it; a later answer paints all.
+bool SelectActivities::event(QEvent* event) {
+  if (event->type() == QEvent::UpdateRequest && loading) {
+    if (m_painted.isActive()) {
+      m_paintDue = true;
+      return true;
+    }
+    m_painted.start(kPaintMs);
+    m_paintDue = false;
+  }
+  return QDialog::event(event);
+}
+
+void SelectActivities::PaintWhatIsDue() {
+  if (m_paintDue) {
+    m_paintDue = false;
+    QEvent request(QEvent::UpdateRequest);
+    event(&request);
+  }
 }
 
 void SelectActivities::mousePressEvent(QMouseEvent* event) {

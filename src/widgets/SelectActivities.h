@@ -10,6 +10,9 @@
 // dialog during one is allowed at any time: the fetch ends at once, and what it had not shown is
 // dropped. A closed dialog fetches no more.
 //
+// While a page is fetched the dialog is painted at most twenty times a second: each card that comes
+// asks for a repaint of the grid, and behind a graphics effect that is one of the whole dialog.
+//
 // Ownership: the shell makes it without a parent for one use and keeps it afterwards, because it
 // owns the chosen record. Threads: user interface thread only.
 #ifndef ORVANE_WIDGETS_SELECTACTIVITIES_H
@@ -19,6 +22,7 @@
 #include <QList>
 #include <QPixmap>
 #include <QString>
+#include <QTimer>
 
 #include "backend/Records.h"
 #include "ui_SelectActivities.h"
@@ -35,6 +39,7 @@ class SelectActivities : public QDialog {
   ActivityInfo* SelectedActivity() const;
   // The row of the combo box: 0 for 540P, 1 for 720P, 2 for 1080P.
   int Quality() const;
+  void done(int result) override;
 
  public slots:
   void recvReachedBottom();
@@ -42,13 +47,13 @@ class SelectActivities : public QDialog {
   void cannelBtnClicked();
   void SlotIndexChanged(int index);
   void SlotSendSelectedActInfo(int row);
-  void done(int result) override;
 
  signals:
   void sendSelectedActInfo(int index);
   void InitPage();
 
  protected:
+  bool event(QEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
@@ -56,6 +61,7 @@ class SelectActivities : public QDialog {
 
  private:
   void AddPage(QList<ActivityInfo*>* records);
+  void PaintWhatIsDue();
 
   Ui::SelectActivities ui;
   FramelessDrag m_drag;  // dragStart, dragging, dragNow
@@ -67,6 +73,8 @@ class SelectActivities : public QDialog {
   int quality = 0;
   bool loading = false;
   bool m_closed = false;
+  QTimer m_painted;         // runs for a while behind each repaint during a fetch
+  bool m_paintDue = false;  // more was asked for meanwhile
 };
 
 #endif

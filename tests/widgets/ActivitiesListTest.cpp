@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QBuffer>
+#include <QDataStream>
 #include <QImage>
 #include <QPainter>
 #include <QScrollBar>
@@ -193,8 +195,22 @@ TEST(ActivityCard, ALongTitleIsCutAtItsRectangle) {
   const QRect beside(7 + 215, 0, 18, 180);
   EXPECT_TRUE(
       Difference(card.copy(beside), Expected(Record(true), Mark::kNone).copy(beside)).isEmpty());
-  record.title = QStringLiteral("<b>bold</b> & a\nb");
-  ExpectCard(record, QStyle::State_None, Mark::kNone);
+}
+
+TEST(ActivityCard, ATitleIsShownLetterByLetter) {
+  ActItemData record = Record(true);
+  const QString grin = QString::fromUtf8("\xF0\x9F\x98\x80");
+  const QString titles[] = {QString(),
+                            QStringLiteral("<b>bold</b> & a\nb"),
+                            QStringLiteral("a\n\nb\r\nc\n\n\nd"),
+                            grin + QStringLiteral(" a"),
+                            QStringLiteral("a") + grin.repeated(500),
+                            QString(2, QChar(0xD83D)),
+                            QStringLiteral("%1 %n &amp; \\n")};
+  for (const QString& title : titles) {
+    record.title = title;
+    ExpectCard(record, QStyle::State_None, Mark::kNone);
+  }
 }
 
 TEST_F(ActivitiesListTest, IsSetUpAsAGridThatCannotBeEditedOrDragged) {
@@ -224,7 +240,12 @@ TEST_F(ActivitiesListTest, ACardKeepsItsRecordSizeAndFont) {
   EXPECT_EQ(record.cover.cacheKey(), cover.cacheKey());
   EXPECT_EQ(record.startTime, kStart);
   EXPECT_FALSE(record.selected);
-  EXPECT_NE(QMetaType::type("ActItemData"), int{QMetaType::UnknownType});
+  const int type = QMetaType::type("ActItemData");
+  EXPECT_NE(type, int{QMetaType::UnknownType});
+  QBuffer bytes;
+  bytes.open(QIODevice::WriteOnly);
+  QDataStream stream(&bytes);
+  EXPECT_FALSE(QMetaType::save(stream, type, &record)) << "a picture is not for a drag";
   EXPECT_EQ(card.data(Qt::SizeHintRole).toSize(), kCard);
   const QFont font = card.data(Qt::FontRole).value<QFont>();
   EXPECT_EQ(font.family(), QStringLiteral("微软雅黑"));
@@ -240,6 +261,14 @@ TEST_F(ActivitiesListTest, FourCardsStandInARowTenPixelsApart) {
   EXPECT_EQ(list.visualRect(Index(0)), QRect(QPoint(10, 10), kCard));
   EXPECT_EQ(list.visualRect(Index(3)), QRect(QPoint(685, 10), kCard));
   EXPECT_EQ(list.visualRect(Index(4)), QRect(QPoint(10, 187), kCard));
+}
+
+TEST_F(ActivitiesListTest, ACardHasItsPlaceAtOnce) {
+  for (int i = 0; i < 9; ++i) {
+    list.AddCard(true, QString::number(i), kCard, QPixmap(), kStart);
+    EXPECT_EQ(list.visualRect(Index(i)).topLeft(), QPoint(10 + i % 4 * 225, 10 + i / 4 * 177));
+  }
+  EXPECT_GT(list.verticalScrollBar()->maximum(), 0);
 }
 
 TEST_F(ActivitiesListTest, APressTellsTheRowAndThenDropsTheEarlierSelection) {

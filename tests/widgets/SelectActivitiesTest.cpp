@@ -1,122 +1,44 @@
-// The dialog of activities against a service that answers what the test says.
+// The dialog of activities: its form, the choice of a card and of a quality, its buttons and keys.
 #include "widgets/SelectActivities.h"
 
 #include <gtest/gtest.h>
 
-#include <QAbstractItemModel>
 #include <QApplication>
-#include <QBuffer>
-#include <QComboBox>
-#include <QImage>
 #include <QLabel>
-#include <QPointer>
-#include <QPushButton>
-#include <QScrollBar>
+#include <QMetaMethod>
 #include <QSignalSpy>
 #include <QStyledItemDelegate>
-#include <QTest>
 #include <QTimer>
-#include <memory>
 
-#include "backend/TestAddress.h"
-#include "sources/DeviceCatalogue.h"
-#include "support/ScriptedHttp.h"
-#include "widgets/ActItemData.h"
+#include "widgets/ActivitiesItemDelegate.h"
+#include "widgets/SelectActivitiesRig.h"
 
 namespace {
 
 using support::JsonReply;
-using support::ScriptedHttp;
-using support::ScriptedReply;
 
-constexpr int kPatienceMs = 20000;
+class SelectActivitiesTest : public support::SelectActivitiesRig {};
 
-struct Entry {
-  QByteArray title = "t";
-  int playStatus = 1;
-  QByteArray publishUrl = "rtmp://127.0.0.1/live/k";
-};
-
-QByteArray Png(const QSize& size, const QColor& color = Qt::red) {
-  QImage image(size, QImage::Format_RGB32);
-  image.fill(color);
-  QBuffer buffer;
-  image.save(&buffer, "PNG");
-  return buffer.data();
+std::string OwnMethods(const QMetaObject& type) {
+  QStringList methods;
+  for (int i = type.methodOffset(); i < type.methodCount(); ++i) {
+    methods << QString::fromLatin1(type.method(i).methodSignature());
+  }
+  return methods.join(' ').toStdString();
 }
 
-class SelectActivitiesTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    SetTestAddress(server.Address());
-    catalogue->userToken = QStringLiteral("tok");
-    server.SetReplies({kNone});
-  }
-  void TearDown() override { catalogue->userToken.clear(); }
-
-  // Covers point at a port where nobody listens, so each is one quick failure.
-  QByteArray Body(const QList<Entry>& entries, const QByteArray& cover = "http://127.0.0.1:1/c") {
-    QByteArrayList parts;
-    for (const Entry& entry : entries) {
-      parts << "{\"coverUrl\":\"" + cover +
-                   "\",\"lsId\":\"id\",\"playStatus\":" + QByteArray::number(entry.playStatus) +
-                   ",\"publishUrl\":\"" + entry.publishUrl +
-                   "\",\"rtmpLiveUrl\":\"v\",\"startTime\":1700000000,\"title\":\"" + entry.title +
-                   "\"}";
-    }
-    return "{\"code\":0,\"activities\":[" + parts.join(',') + "]}";
-  }
-  QByteArray ServerCover() const { return (server.Address() + "/cover").toLatin1(); }
-
-  void Open() {
-    dialog = std::make_unique<SelectActivities>();
-    dialog->show();
-  }
-  // Opens it and waits for that many requests and the end of what they bring.
-  void OpenWith(const QList<ScriptedReply>& replies, int cards) {
-    server.SetReplies(replies);
-    Open();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return Cards() == cards && !server.Requests().isEmpty(); },
-                                kPatienceMs));
-    QCoreApplication::processEvents();
-  }
-  ActivitiesList* List() { return dialog->findChild<ActivitiesList*>(QStringLiteral("listView")); }
-  QPushButton* Button(const char* name) {
-    return dialog->findChild<QPushButton*>(QLatin1String(name));
-  }
-  QComboBox* Combo() { return dialog->findChild<QComboBox*>(QStringLiteral("selectCombo")); }
-  int Cards() { return List()->QListView::model()->rowCount(); }
-  ActItemData Card(int row) {
-    return List()
-        ->QListView::model()
-        ->index(row, 0)
-        .data(widgets::kActItemDataRole)
-        .value<ActItemData>();
-  }
-  void Press(int row) {
-    const QModelIndex index = List()->QListView::model()->index(row, 0);
-    QTest::mouseClick(List()->viewport(), Qt::LeftButton, Qt::NoModifier,
-                      List()->visualRect(index).center());
-  }
-  void ScrollToEnd() {
-    QScrollBar* bar = List()->verticalScrollBar();
-    bar->setValue(0);
-    bar->setValue(bar->maximum());
-  }
-  // The page that the request asked for.
-  QByteArray Page(int request) {
-    const QByteArray line = server.Requests().value(request).split('\r').first();
-    const int at = line.indexOf("page=") + 5;
-    return line.mid(at, line.indexOf('&', at) - at);
-  }
-
-  const ScriptedReply kNone = JsonReply(R"({"code":0,"activities":[]})");
-  ScriptedHttp server;
-  DeviceCatalogue* catalogue = DeviceCatalogue::Instance();
-  std::unique_ptr<SelectActivities> dialog;
-};
-
 }  // namespace
+
+// Whoever calls one by its number relies on the order.
+TEST_F(SelectActivitiesTest, SignalsAndSlotsStandInTheirOrder) {
+  EXPECT_EQ(OwnMethods(SelectActivities::staticMetaObject),
+            "sendSelectedActInfo(int) InitPage() recvReachedBottom() recvSelectedAct(int) "
+            "cannelBtnClicked() SlotIndexChanged(int) SlotSendSelectedActInfo(int)");
+  EXPECT_EQ(OwnMethods(ActivitiesList::staticMetaObject),
+            "reachedBottom() sendSelectedAct(int) recvSliderChanged(int) "
+            "recvSelectedAct(QModelIndex)");
+  EXPECT_EQ(OwnMethods(ActivitiesItemDelegate::staticMetaObject), "selectAct(QModelIndex)");
+}
 
 TEST_F(SelectActivitiesTest, StandsAtItsPlacesInItsStyle) {
   Open();
@@ -276,89 +198,6 @@ TEST_F(SelectActivitiesTest, TheQualityIsKeptWhenTheCardChanges) {
   EXPECT_EQ(Combo()->currentText(), QStringLiteral("720P"));
 }
 
-TEST_F(SelectActivitiesTest, EachEndOfTheListAsksForOneMorePageWhateverTheReply) {
-  QList<Entry> twelve;
-  for (int i = 0; i < 12; ++i) {
-    twelve.append(Entry());
-  }
-  OpenWith({JsonReply(Body(twelve)), JsonReply(R"({"code":-7})"), JsonReply("{}", 500), kNone,
-            JsonReply(Body({{"last"}}))},
-           12);
-  for (int requests = 2; requests <= 5; ++requests) {
-    ScrollToEnd();
-    EXPECT_EQ(server.Requests().size(), requests);
-    EXPECT_EQ(Page(requests - 1), QByteArray::number(requests));
-    EXPECT_EQ(Cards(), requests < 5 ? 12 : 13);
-  }
-  EXPECT_EQ(Card(12).title, QStringLiteral("last"));
-}
-
-TEST_F(SelectActivitiesTest, ReachingTheEndWhileAPageLoadsAsksForNothing) {
-  ScriptedReply slow = JsonReply(Body({{"a"}}));
-  slow.delayMs = 100;
-  server.SetReplies({slow, kNone});
-  Open();
-  int reached = 0;
-  QTimer poll;
-  QObject::connect(&poll, &QTimer::timeout, dialog.get(), [&] {
-    if (server.Requests().size() == 1 && Cards() == 0) {
-      ++reached;
-      dialog->recvReachedBottom();
-    }
-  });
-  poll.start(5);
-  EXPECT_TRUE(QTest::qWaitFor([&] { return Cards() == 1; }, kPatienceMs));
-  EXPECT_GT(reached, 0);
-  EXPECT_EQ(server.Requests().size(), 1);
-}
-
-TEST_F(SelectActivitiesTest, CoversAreFetchedInOrderAndAFailedOneLeavesItsCardWithout) {
-  OpenWith({JsonReply(Body({{"a"}, {"b"}, {"c"}}, ServerCover())), JsonReply(Png({20, 10})),
-            JsonReply("no picture", 404), JsonReply(Png({30, 10}))},
-           3);
-  EXPECT_EQ(Card(0).cover.size(), QSize(20, 10));
-  EXPECT_TRUE(Card(1).cover.isNull());
-  EXPECT_EQ(Card(1).title, QStringLiteral("b"));
-  EXPECT_EQ(Card(2).cover.size(), QSize(30, 10));
-}
-
-TEST_F(SelectActivitiesTest, ALargeCoverIsKeptAtTheSizeAtWhichItIsPainted) {
-  OpenWith({JsonReply(Body({{"a"}}, ServerCover())), JsonReply(Png({4000, 100}, Qt::green))}, 1);
-  EXPECT_EQ(Card(0).cover.size(), QSize(215, 100));
-  EXPECT_EQ(Card(0).cover.toImage().pixelColor(100, 50), QColor(Qt::green));
-}
-
-TEST_F(SelectActivitiesTest, RepliesOfAnyShapeLeaveAGridThatWorks) {
-  const QByteArray replies[] = {
-      "",
-      "not json",
-      "[]",
-      "null",
-      "{\"code\":0,\"activities\":7}",
-      "{\"code\":0,\"activities\":{}}",
-      "{\"code\":\"-1\",\"activities\":[{}]}",
-      "{\"code\":0,\"activities\":[",
-      "\xff\xfe\x00{",
-  };
-  for (const QByteArray& reply : replies) {
-    OpenWith({JsonReply(reply)}, 0);
-    ASSERT_TRUE(dialog->isVisible());
-  }
-  OpenWith({JsonReply(R"({"code":0,"activities":[{},7,null,[],
-      {"title":{},"playStatus":"x","startTime":"soon","publishUrl":5,"coverUrl":"file:///etc/passwd"},
-      {"title":"\u0000\u202e<b>","playStatus":99999999999999,"startTime":-5,"coverUrl":"::::"}]})")},
-           6);
-  for (int row = 0; row < 6; ++row) {
-    EXPECT_FALSE(Card(row).available) << row;
-    EXPECT_TRUE(Card(row).cover.isNull()) << row;
-  }
-  dialog->grab();
-  ScriptedReply cut = JsonReply(Body({{}}));
-  cut.bytes.chop(20);
-  cut.cutOff = true;
-  OpenWith({cut}, 0);
-}
-
 TEST_F(SelectActivitiesTest, CancelCloseAndEscapeReject) {
   for (const char* name : {"cancelBtn", "m_BtnExit"}) {
     OpenWith({JsonReply(Body({{"a"}}))}, 1);
@@ -432,71 +271,6 @@ TEST_F(SelectActivitiesTest, ClickingEverythingTwiceDoesNoHarm) {
   QTest::mouseClick(Button("cancelBtn"), Qt::LeftButton);
   QTest::mouseClick(Button("cancelBtn"), Qt::LeftButton);
   EXPECT_FALSE(dialog->isVisible());
-}
-
-TEST_F(SelectActivitiesTest, ClosingWhileAPageLoadsReturnsAtOnce) {
-  ScriptedReply silent;
-  silent.never = true;
-  server.SetReplies({silent});
-  dialog = std::make_unique<SelectActivities>();
-  QTimer poll;
-  QObject::connect(&poll, &QTimer::timeout, dialog.get(), [&] {
-    if (server.Requests().size() == 1) {
-      QTest::keyClick(dialog.get(), Qt::Key_Escape);
-    }
-  });
-  poll.start(5);
-  EXPECT_EQ(dialog->exec(), QDialog::Rejected) << "or never returns";
-  EXPECT_EQ(Cards(), 0);
-}
-
-TEST_F(SelectActivitiesTest, ClosingWhileACoverLoadsKeepsTheCardsThatThereAre) {
-  ScriptedReply silent;
-  silent.never = true;
-  server.SetReplies(
-      {JsonReply(Body({{"a"}, {"b"}, {"c"}}, ServerCover())), JsonReply(Png({20, 10})), silent});
-  dialog = std::make_unique<SelectActivities>();
-  QTimer poll;
-  QObject::connect(&poll, &QTimer::timeout, dialog.get(), [&] {
-    if (server.Requests().size() == 3) {
-      Press(0);
-      Button("okBtn")->click();
-    }
-  });
-  poll.start(5);
-  EXPECT_EQ(dialog->exec(), QDialog::Accepted) << "or never returns";
-  EXPECT_EQ(Cards(), 1);
-  ASSERT_NE(dialog->SelectedActivity(), nullptr);
-  EXPECT_EQ(dialog->SelectedActivity()->title, QStringLiteral("a"));
-}
-
-TEST_F(SelectActivitiesTest, DeletingItWhileAPageOrACoverLoadsIsSafe) {
-  ScriptedReply silent;
-  silent.never = true;
-  const ScriptedReply page = JsonReply(Body({{"a"}, {"b"}}, ServerCover()));
-  const QList<ScriptedReply> scripts[] = {{silent}, {page, silent}};
-  for (const auto& script : scripts) {
-    server.SetReplies(script);
-    QPointer<SelectActivities> gone(new SelectActivities);
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
-      if (server.Requests().size() == script.size()) {
-        delete gone.data();
-      }
-    });
-    poll.start(5);
-    gone->exec();
-    EXPECT_TRUE(gone.isNull());
-  }
-}
-
-TEST_F(SelectActivitiesTest, AClosedDialogAsksForNothing) {
-  dialog = std::make_unique<SelectActivities>();
-  dialog->show();
-  dialog->reject();
-  QCoreApplication::processEvents();
-  dialog->recvReachedBottom();
-  EXPECT_TRUE(server.Requests().isEmpty());
 }
 
 TEST_F(SelectActivitiesTest, ItMovesByItsTitleAreaOnly) {
