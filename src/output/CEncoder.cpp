@@ -51,6 +51,13 @@ void CEncoder::SetUrl(const std::string& url) {
   m_url = url;
 }
 
+EncoderStatistics CEncoder::Statistics() const {
+  EncoderStatistics statistics = m_counters.Copy();
+  statistics.width = m_width;
+  statistics.height = m_height;
+  return statistics;
+}
+
 int CEncoder::Start() {
   if (m_started) {
     qDebug("encoder has started");
@@ -65,6 +72,7 @@ int CEncoder::Start() {
 
 int CEncoder::StartThreads() {
   m_stopDeadline->Clear();
+  Report(PublishState::kWaiting);  // before anybody can look
   m_started = true;
   m_encodeRuns = media::StartWorker(&m_encodeThread, "encode", &CEncoder::EncodeEntry, this);
   m_publishRuns = m_encodeRuns &&

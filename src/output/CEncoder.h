@@ -70,7 +70,7 @@ class CEncoder : public CSrcInterface {
   // The publish address; between construction and Start.
   void SetUrl(const std::string& url);
 
-  EncoderStatistics Statistics() const { return m_counters.Copy(); }
+  EncoderStatistics Statistics() const;
 
  protected:
   // What follows is what the two threads are made of. Tests call it on their own thread, without

@@ -67,7 +67,6 @@ void CEncoder::Publish() {
 }
 
 bool CEncoder::AwaitFirstPackets() {
-  Report(PublishState::kWaiting);
   while (m_started) {
     if (m_audioPackets.Size() > 0 && m_videoPackets.Size() > 0) {
       return true;
@@ -146,8 +145,9 @@ bool CEncoder::Connect(AVFormatContext* context, output::PublishConnection* conn
     return false;
   }
   ++m_counters.connections;
-  m_counters.status = PublishStatus();
-  Report(PublishState::kPublishing);
+  PublishStatus well;
+  well.state = PublishState::kPublishing;
+  m_counters.status = well;
   return true;
 }
 

@@ -42,6 +42,8 @@ struct EncoderStatistics {
   PublishStatus status;
   std::string cause;  // of the last failure in words, "" when there was none
 
+  int width = 0;  // of the published picture
+  int height = 0;
   std::uint64_t audioFramesTaken = 0;  // from the input queue
   std::uint64_t videoFramesTaken = 0;  // from the input queue, the dropped ones included
   std::uint64_t videoFramesDropped = 0;

@@ -36,6 +36,15 @@ TEST(EncoderLife, SecondStartIsRefusedAndTheFirstGoesOn) {
   EXPECT_EQ(0, encoder.Stop());
 }
 
+TEST(EncoderLife, AStartedEncoderIsNeverSeenStopped) {
+  const MessageCapture log;
+  EncoderUnderTest encoder;
+  EXPECT_EQ(PublishState::kStopped, encoder.Statistics().status.state);
+  ASSERT_EQ(0, encoder.Start());
+  EXPECT_EQ(PublishState::kWaiting, encoder.Statistics().status.state);
+  EXPECT_EQ(0, encoder.Stop());
+}
+
 TEST(EncoderLife, StopFreesTheEncodersAndWhatWaits) {
   const MessageCapture log;
   EncoderUnderTest encoder;

@@ -158,6 +158,8 @@ TEST_F(PublishServer, AKeyThatIsTakenIsTriedAgainUntilItIsFree) {
     const Feeder secondFeeder(&second);
     ASSERT_TRUE(AwaitState(second, PublishState::kRetrying));
     EXPECT_EQ(PublishFault::kConnect, second.Statistics().status.fault);
+    // What the operator's words for a refusal rest on.
+    EXPECT_EQ(AVERROR(EPERM), second.Statistics().status.error);
     first.Stop();
     EXPECT_TRUE(AwaitSent(second, 10)) << Describe(second) << server.Log();
   }
