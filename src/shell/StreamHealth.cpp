@@ -29,14 +29,22 @@ const StreamSight* SightBefore(const StreamHistory& history, std::int64_t ageMs)
 }
 
 QString ConnectWords(int error) {
-  switch (AVUNERROR(error)) {
-    case ECONNREFUSED:
+  switch (error) {
+    case AVERROR(ECONNREFUSED):
       return QStringLiteral("连接被拒绝");
-    case ETIMEDOUT:
+    case AVERROR(ETIMEDOUT):
       return QStringLiteral("连接超时");
-    case ENETUNREACH:
-    case EHOSTUNREACH:
+    case AVERROR(ENETUNREACH):
+    case AVERROR(EHOSTUNREACH):
       return QStringLiteral("网络不可达");
+    // It was reached, and answered with an error or hung up: a wrong key, or one in use.
+    case AVERROR(EPERM):
+    case AVERROR(EIO):
+    case AVERROR(EPIPE):
+    case AVERROR(ECONNRESET):
+    case AVERROR_EOF:
+    case AVERROR_UNKNOWN:
+      return QStringLiteral("服务器不接受推流");
     default:
       return QStringLiteral("连接失败");
   }
@@ -118,10 +126,6 @@ QStringList StoppedCaptures(const StreamHistory& history) {
   return words;
 }
 
-std::uint64_t Dropped(const EncoderStatistics& encoder) {
-  return encoder.videoFramesDropped + encoder.videoPacketsDropped;
-}
-
 // True when the state was the same at every sight of the last kStillMs, and that long is known.
 bool HasLasted(const StreamHistory& history, PublishState state) {
   const StreamSight* then = SightBefore(history, kStillMs);
@@ -136,18 +140,47 @@ bool SendsNothing(const StreamHistory& history) {
          SightBefore(history, kStillMs)->encoder.bytesSent == history.back().encoder.bytesSent;
 }
 
+// What the encoders have not given in the last kStillMs.
+QString MissingWords(const StreamHistory& history) {
+  const EncoderStatistics& then = SightBefore(history, kStillMs)->encoder;
+  const EncoderStatistics& now = history.back().encoder;
+  const bool sound = then.audioPacketsEncoded == now.audioPacketsEncoded;
+  const bool picture = then.videoPacketsEncoded == now.videoPacketsEncoded;
+  if (sound && picture) {
+    return QStringLiteral("没有声音和画面");
+  }
+  if (sound) {
+    return QStringLiteral("没有声音");
+  }
+  return picture ? QStringLiteral("没有画面") : QString();
+}
+
+// Nothing is sent without sound, nor without a picture.
+QString WaitingWords(const StreamHistory& history) {
+  const QString missing =
+      HasLasted(history, PublishState::kWaiting) ? MissingWords(history) : QString();
+  return missing.isEmpty() ? QString() : QStringLiteral("未推流：%1").arg(missing);
+}
+
+QString StandstillWords(const StreamHistory& history) {
+  if (!SendsNothing(history)) {
+    return QString();
+  }
+  const QString missing = MissingWords(history);
+  return QStringLiteral("推流停滞：%1")
+      .arg(missing.isEmpty() ? QStringLiteral("服务器不接收数据") : missing);
+}
+
 // Why nothing reaches the server; empty when something does, or may be about to.
 QString DownWords(const StreamHistory& history) {
-  const EncoderStatistics& encoder = history.back().encoder;
-  const PublishStatus& status = encoder.status;
+  const PublishStatus& status = history.back().encoder.status;
   switch (status.state) {
     case PublishState::kStopped:
       return QStringLiteral("编码器未能启动");
     case PublishState::kEnded:
       return QStringLiteral("推流已终止：%1").arg(CauseWords(status));
     case PublishState::kWaiting:
-      return HasLasted(history, PublishState::kWaiting) ? QStringLiteral("未推流：没有声音或画面")
-                                                        : QString();
+      return WaitingWords(history);
     case PublishState::kRetrying:
     case PublishState::kConnecting:
       return status.tries > 0 ? QStringLiteral("推流中断：%1，第 %2 次重试")
@@ -155,25 +188,20 @@ QString DownWords(const StreamHistory& history) {
                                     .arg(status.tries)
                               : QString();
     case PublishState::kPublishing:
-      break;
+      return StandstillWords(history);
   }
-  if (!SendsNothing(history)) {
-    return QString();
-  }
-  return encoder.queuedMs > kLongDelayMs ? QStringLiteral("推流停滞：服务器不接收数据")
-                                         : QStringLiteral("推流停滞：没有声音或画面");
+  return QString();
 }
 
 QString Seconds(std::int64_t ms) {
   return QString::number(static_cast<double>(ms) / 1000, 'f', 1);
 }
 
-int Rate(const StreamHistory& history) {
-  return KilobitsPerSecond(history.front(), history.back());
-}
-
+// Of one sight alone there is no rate.
 QString RateWords(const StreamHistory& history) {
-  return QStringLiteral("%1 kb/s").arg(Rate(history));
+  return history.size() > 1
+             ? QStringLiteral("%1 kb/s").arg(KilobitsPerSecond(history.front(), history.back()))
+             : QStringLiteral("—");
 }
 
 // What deserves attention while it runs.
@@ -183,9 +211,15 @@ QStringList TroubleWords(const StreamHistory& history) {
   if (encoder.queuedMs > kLongDelayMs) {
     words.append(QStringLiteral("延迟 %1 秒").arg(Seconds(encoder.queuedMs)));
   }
-  const std::uint64_t dropped = Dropped(encoder) - Dropped(history.front().encoder);
-  if (dropped > 0) {
-    words.append(QStringLiteral("丢帧 %1").arg(dropped));
+  // Which of the two is too slow for the stream, machine or network.
+  const EncoderStatistics& before = history.front().encoder;
+  const std::uint64_t unencoded = encoder.videoFramesDropped - before.videoFramesDropped;
+  if (unencoded > 0) {
+    words.append(QStringLiteral("编码丢帧 %1").arg(unencoded));
+  }
+  const std::uint64_t unsent = encoder.videoPacketsDropped - before.videoPacketsDropped;
+  if (unsent > 0) {
+    words.append(QStringLiteral("网络丢帧 %1").arg(unsent));
   }
   return words;
 }
@@ -202,6 +236,7 @@ QString Details(const StreamHistory& history, const QStringList& stopped) {
   const EncoderStatistics& encoder = history.back().encoder;
   QStringList lines;
   lines << QStringLiteral("状态：%1").arg(StateWords(encoder.status.state))
+        << QStringLiteral("画面：%1 × %2").arg(encoder.width).arg(encoder.height)
         << QStringLiteral("码率：%1").arg(RateWords(history))
         << QStringLiteral("延迟：%1 秒").arg(Seconds(encoder.queuedMs))
         << QStringLiteral("已发送：画面 %1 帧，声音 %2 帧")
@@ -258,7 +293,8 @@ StreamHealth JudgeStream(const StreamHistory& history) {
   if (!stopped.isEmpty()) {
     words << NamedWords(stopped);
   }
-  if (down.isEmpty() && history.back().encoder.status.state == PublishState::kPublishing) {
+  if (down.isEmpty() && history.back().encoder.status.state == PublishState::kPublishing &&
+      history.size() > 1) {
     words << RateWords(history);
   }
   health.words = words.join(QStringLiteral("  "));

@@ -32,6 +32,10 @@ StreamSight WellAt(int second) {
   sight.encoder.status.state = PublishState::kPublishing;
   sight.encoder.bytesSent = static_cast<std::uint64_t>(second) * 250'000;  // 2000 kb/s
   sight.encoder.queuedMs = 600;
+  sight.encoder.audioPacketsEncoded = static_cast<std::uint64_t>(second) * 47;
+  sight.encoder.videoPacketsEncoded = static_cast<std::uint64_t>(second) * 25;
+  sight.encoder.width = 1280;
+  sight.encoder.height = 720;
   return sight;
 }
 
@@ -53,6 +57,7 @@ StreamHealth Always(const PublishStatus& status) {
   return JudgeStream(Seconds(0, 10, [&](int, StreamSight* sight) {
     sight->encoder.status = status;
     sight->encoder.bytesSent = 0;
+    sight->encoder.audioPacketsEncoded = sight->encoder.videoPacketsEncoded = 0;
   }));
 }
 
@@ -86,18 +91,18 @@ TEST(StreamHealth, IsAmberWhilePicturesWereDroppedInTheLastSeconds) {
   EXPECT_EQ(JudgeStream(Seconds(0, 9, dropAtSecond10)).light, StreamLight::kGreen);
   const StreamHealth dropped = JudgeStream(Seconds(0, 10, dropAtSecond10));
   EXPECT_EQ(dropped.light, StreamLight::kAmber);
-  EXPECT_EQ(dropped.words, "丢帧 7  2000 kb/s");
+  EXPECT_EQ(dropped.words, "编码丢帧 7  2000 kb/s");
   EXPECT_EQ(JudgeStream(Seconds(0, 14, dropAtSecond10)).light, StreamLight::kAmber);
   EXPECT_EQ(JudgeStream(Seconds(0, 15, dropAtSecond10)).light, StreamLight::kGreen);
 }
 
-TEST(StreamHealth, PacketsThatWereSkippedCountAsDropped) {
+TEST(StreamHealth, PacketsThatWereSkippedCountAsDroppedByTheNetwork) {
   const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSight* sight) {
     sight->encoder.videoPacketsDropped = second >= 8 ? 101 : 0;
     sight->encoder.videoFramesDropped = second >= 9 ? 2 : 0;
   }));
   EXPECT_EQ(health.light, StreamLight::kAmber);
-  EXPECT_EQ(health.words, "丢帧 103  2000 kb/s");
+  EXPECT_EQ(health.words, "编码丢帧 2  网络丢帧 101  2000 kb/s");
 }
 
 TEST(StreamHealth, IsAmberWithTheDelayWhenTheNetworkIsTooSlow) {
@@ -146,7 +151,12 @@ const Down kDown[] = {
      Status(PublishState::kRetrying, PublishFault::kConnect, 1, AVERROR(ENETUNREACH)),
      "推流中断：网络不可达，第 1 次重试"},
     {"RefusedByTheServer",
-     Status(PublishState::kRetrying, PublishFault::kConnect, 2, AVERROR_UNKNOWN),
+     Status(PublishState::kRetrying, PublishFault::kConnect, 2, AVERROR(EPERM)),
+     "推流中断：服务器不接受推流，第 2 次重试"},
+    {"HungUpByTheServer", Status(PublishState::kRetrying, PublishFault::kConnect, 2, AVERROR(EIO)),
+     "推流中断：服务器不接受推流，第 2 次重试"},
+    {"NoSuchProtocol",
+     Status(PublishState::kRetrying, PublishFault::kConnect, 2, AVERROR_PROTOCOL_NOT_FOUND),
      "推流中断：连接失败，第 2 次重试"},
     {"NoSuchHost", Status(PublishState::kRetrying, PublishFault::kLookup, 1, EAI_NONAME),
      "推流中断：找不到服务器，第 1 次重试"},
@@ -159,7 +169,7 @@ const Down kDown[] = {
     {"NoAddress", Status(PublishState::kEnded, PublishFault::kContext, 1, AVERROR(EINVAL)),
      "推流已终止：推流地址无效"},
     {"NoEncoder", Status(PublishState::kStopped), "编码器未能启动"},
-    {"NothingToSend", Status(PublishState::kWaiting), "未推流：没有声音或画面"},
+    {"NothingToSend", Status(PublishState::kWaiting), "未推流：没有声音和画面"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Causes, StreamDown, testing::ValuesIn(kDown),
@@ -176,12 +186,44 @@ TEST(StreamHealth, AServerThatReadsNothingIsRedAfterThreeSeconds) {
   EXPECT_EQ(health.words, "推流停滞：服务器不接收数据");
 }
 
-TEST(StreamHealth, AnEncoderThatGetsNothingIsRedAfterThreeSeconds) {
-  const StreamHealth health = JudgeStream(Seconds(0, 13, [](int second, StreamSight* sight) {
-    sight->encoder.bytesSent = 250'000 * static_cast<std::uint64_t>(std::min(second, 10));
+TEST(StreamHealth, WithoutSoundOrPictureNothingIsSentAndTheCauseSaysWhich) {
+  const struct {
+    bool sound;
+    bool picture;
+    const char* words;
+  } kRows[] = {
+      {false, false, "没有声音和画面"}, {false, true, "没有声音"}, {true, false, "没有画面"}};
+  for (const auto& row : kRows) {
+    for (const PublishState state : {PublishState::kWaiting, PublishState::kPublishing}) {
+      const auto missing = [&](int second, StreamSight* sight) {
+        const StreamSight last = WellAt(std::min(second, 10));
+        sight->encoder.status.state = state;
+        sight->encoder.bytesSent = last.encoder.bytesSent;
+        if (!row.sound) {
+          sight->encoder.audioPacketsEncoded = last.encoder.audioPacketsEncoded;
+          // What can't be sent without sound waits.
+          sight->encoder.queuedMs = row.picture ? 600 + 1000 * std::max(0, second - 10) : 600;
+        }
+        if (!row.picture) {
+          sight->encoder.videoPacketsEncoded = last.encoder.videoPacketsEncoded;
+        }
+      };
+      EXPECT_NE(JudgeStream(Seconds(0, 12, missing)).light, StreamLight::kRed);
+      const StreamHealth health = JudgeStream(Seconds(0, 13, missing));
+      EXPECT_EQ(health.light, StreamLight::kRed);
+      EXPECT_EQ(health.words, (state == PublishState::kWaiting ? QStringLiteral("未推流：%1")
+                                                               : QStringLiteral("推流停滞：%1"))
+                                  .arg(QString::fromUtf8(row.words)));
+    }
+  }
+}
+
+TEST(StreamHealth, ABroadcastWhoseFirstPacketsHaveJustComeIsNotDown) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
+    sight->encoder.status.state = PublishState::kWaiting;
   }));
-  EXPECT_EQ(health.light, StreamLight::kRed);
-  EXPECT_EQ(health.words, "推流停滞：没有声音或画面");
+  EXPECT_EQ(health.light, StreamLight::kAmber);
+  EXPECT_EQ(health.words, "正在连接…");
 }
 
 TEST(StreamHealth, AReconnectedStreamIsNoStandstill) {
@@ -284,11 +326,15 @@ TEST(StreamHealth, AfterASuspendedMachineNothingIsJudgedByTheTimeBefore) {
   woken.encoder.videoFramesDropped = 3;
   woken.captures = {Capture(CaptureSort::kCamera, 250)};
   shell::AddSight(&history, woken);
-  EXPECT_EQ(JudgeStream(history).light, StreamLight::kGreen);
+  const StreamHealth health = JudgeStream(history);
+  EXPECT_EQ(health.light, StreamLight::kGreen);
+  EXPECT_EQ(health.words, "直播正常");
 }
 
-TEST(StreamHealth, TheFirstSightAloneIsEnough) {
-  EXPECT_EQ(JudgeStream(Seconds(0, 0)).words, "直播正常  0 kb/s");
+TEST(StreamHealth, TheFirstSightAloneIsEnoughButHasNoRate) {
+  const StreamHealth health = JudgeStream(Seconds(0, 0));
+  EXPECT_EQ(health.words, "直播正常");
+  EXPECT_TRUE(health.details.contains("码率：—"));
 }
 
 TEST(StreamHealth, TheHistoryStaysShort) {
@@ -310,7 +356,8 @@ TEST(StreamHealth, TheDetailsTellTheWholeSnapshot) {
     sight->encoder.connections = 16;
   }));
   EXPECT_EQ(health.details.toStdString(),
-            "状态：等待重试\n码率：2000 kb/s\n延迟：0.6 秒\n已发送：画面 11 帧，声音 12 帧\n"
+            "状态：等待重试\n画面：1280 × 720\n码率：2000 kb/s\n延迟：0.6 秒\n已发送：画面 11 "
+            "帧，声音 12 帧\n"
             "编码前丢帧：13\n发送前丢弃：画面 14 帧，声音 15 帧\n已连接 16 次，连续失败 4 次\n"
             "原因：连接被拒绝（connect: Connection refused）");
 }
