@@ -1,7 +1,5 @@
 #include "shell/Log.h"
 
-#include <sys/stat.h>
-
 #include <atomic>
 #include <cstdarg>
 #include <cstdint>
@@ -10,6 +8,8 @@
 extern "C" {
 #include <libavutil/log.h>
 }
+
+#include "shell/PrivateFile.h"
 
 namespace shell {
 
@@ -35,13 +35,7 @@ __attribute__((format(printf, 3, 0))) void WriteLog(void* /*context*/, int /*lev
 
 bool OpenLog() {
   // Addresses of streams, keys included, stand in the log.
-  const mode_t former = umask(077);
-  std::FILE* log = std::fopen(kLogPath, "w+");
-  umask(former);
-  if (log != nullptr) {
-    // One that was there keeps the mode that it was made with.
-    fchmod(fileno(log), S_IRUSR | S_IWUSR);
-  }
+  std::FILE* log = OpenPrivate(kLogPath);
   std::FILE* before = g_log.exchange(log);
   if (before != nullptr) {
     std::fclose(before);

@@ -1,7 +1,5 @@
 #include "shell/WatchAddress.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -10,6 +8,8 @@
 extern "C" {
 #include <libavutil/log.h>
 }
+
+#include "shell/PrivateFile.h"
 
 namespace shell {
 
@@ -21,26 +21,14 @@ void LogFailure(int error) {
   av_log(nullptr, AV_LOG_ERROR, "%s: %s\n", kPath, std::strerror(error));
 }
 
-// The address may hold the key of a stream. A file that was there keeps the mode it was made with.
-void KeepPrivate(std::FILE* file) {
-  struct stat status {};
-  if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode)) {
-    fchmod(fileno(file), S_IRUSR | S_IWUSR);
-  }
-}
-
 }  // namespace
 
 bool WriteWatchAddress(const QString& address) {
-  const mode_t former = umask(077);
-  std::FILE* file = std::fopen(kPath, "w+");
-  const int error = errno;
-  umask(former);
+  std::FILE* file = OpenPrivate(kPath);
   if (file == nullptr) {
-    LogFailure(error);
+    LogFailure(errno);
     return false;
   }
-  KeepPrivate(file);
   bool written = std::fprintf(file, "%s\n", address.toUtf8().constData()) >= 0;
   // A full disk shows at the closing only.
   written = std::fclose(file) == 0 && written;

@@ -1,7 +1,10 @@
 #include "shell/Log.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <fstream>
@@ -59,6 +62,59 @@ TEST(Log, StaysSilentWhenTheFileCannotBeOpened) {
   testing::internal::CaptureStderr();
   av_log(nullptr, AV_LOG_ERROR, "nobody hears this\n");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(Log, AFullDiskCostsTheLineAndNothingElse) {
+  const support::WorkingDirectory directory;
+  // A device on which every write finds the disk full.
+  ASSERT_EQ(symlink("/dev/full", directory.File("MyLog.txt").c_str()), 0);
+  struct stat before {};
+  ASSERT_EQ(stat("/dev/full", &before), 0);
+  EXPECT_TRUE(shell::OpenLog());
+  testing::internal::CaptureStderr();
+  for (int line = 0; line < 10000; ++line) {
+    av_log(nullptr, AV_LOG_ERROR, "line %d\n", line);
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  struct stat after {};
+  ASSERT_EQ(stat("/dev/full", &after), 0);
+  EXPECT_EQ(after.st_mode, before.st_mode) << "the machine's device is not ours to close";
+}
+
+// The size of files that this process may write, for as long as it lives.
+class FileLimit {
+ public:
+  explicit FileLimit(rlim_t bytes) {
+    signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &m_before);
+    rlimit limit = m_before;
+    limit.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileLimit() {
+    setrlimit(RLIMIT_FSIZE, &m_before);
+    signal(SIGXFSZ, SIG_DFL);
+  }
+  FileLimit(const FileLimit&) = delete;
+  FileLimit& operator=(const FileLimit&) = delete;
+
+ private:
+  rlimit m_before{};
+};
+
+TEST(Log, GoesOnWhenThereIsRoomAgain) {
+  const support::WorkingDirectory directory;
+  ASSERT_TRUE(shell::OpenLog());
+  {
+    const FileLimit full(1000);
+    for (int line = 0; line < 10000; ++line) {
+      av_log(nullptr, AV_LOG_ERROR, "no room\n");
+    }
+  }
+  av_log(nullptr, AV_LOG_ERROR, "room again\n");
+  const std::string log = support::ReadFile(directory.File("MyLog.txt"));
+  EXPECT_EQ(log.substr(0, 8), "no room\n");
+  EXPECT_NE(log.find("room again\n"), std::string::npos);
 }
 
 TEST(Log, LinesOfManyThreadsStayWhole) {

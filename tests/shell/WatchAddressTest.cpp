@@ -33,6 +33,20 @@ TEST(WatchAddress, ReplacesALongerOne) {
   EXPECT_EQ(support::ReadFile(directory.File("rtmp.txt")), "rtmp://a\n");
 }
 
+TEST(WatchAddress, AnyTextIsWrittenAsItIs) {
+  const support::WorkingDirectory directory;
+  const QString clef = QString::fromUtf8("\xF0\x9D\x84\x9E");  // two units of UTF-16
+  for (const QString& address :
+       {QStringLiteral("a b"), clef.repeated(10000), QStringLiteral("two\nlines"),
+        QStringLiteral(" \t\r"), QString(1000000, QLatin1Char('x'))}) {
+    EXPECT_TRUE(shell::WriteWatchAddress(address));
+    EXPECT_EQ(support::ReadFile(directory.File("rtmp.txt")), address.toStdString() + "\n");
+  }
+  // A text of C's ends there.
+  EXPECT_TRUE(shell::WriteWatchAddress(QString::fromUtf8("rtmp://a\0b", 10)));
+  EXPECT_EQ(support::ReadFile(directory.File("rtmp.txt")), "rtmp://a\n");
+}
+
 TEST(WatchAddress, FileIsItsOwnersAlone) {
   const support::WorkingDirectory directory;
   std::ofstream(directory.File("rtmp.txt")) << "readable by all\n";
