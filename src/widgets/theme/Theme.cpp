@@ -2,7 +2,9 @@
 
 #include <QFont>
 #include <QFontDatabase>
+#include <QPalette>
 #include <QStringList>
+#include <QToolTip>
 #include <QtGlobal>
 
 #include "widgets/theme/FocusRing.h"
@@ -13,8 +15,28 @@ static void LoadPictures() {
   Q_INIT_RESOURCE(orvane);
 }
 
+namespace {
+
+// Dark as the windows are: a tip takes the letters' colour of the widget that it belongs to, and
+// those are made for a dark ground.
+void DarkenTips() {
+  const QColor ground(0x32, 0x35, 0x3C);
+  const QColor letters(0xB4, 0xBE, 0xCC);
+  QPalette palette = QToolTip::palette();
+  for (const auto role : {QPalette::ToolTipBase, QPalette::Window, QPalette::Base}) {
+    palette.setColor(role, ground);
+  }
+  for (const auto role : {QPalette::ToolTipText, QPalette::WindowText, QPalette::Text}) {
+    palette.setColor(role, letters);
+  }
+  QToolTip::setPalette(palette);
+}
+
+}  // namespace
+
 void PrepareTheme() {
   LoadPictures();
+  DarkenTips();
   theme::FocusRing::Install();
   const QString standIn = QStringLiteral("WenQuanYi Micro Hei");
   const QStringList families = QFontDatabase().families();
