@@ -77,11 +77,12 @@ void LiveMonitor::AddTo(QBoxLayout* bar, QWidget* neighbour) {
   m_meter->hide();
 }
 
-void LiveMonitor::Begin() {
+void LiveMonitor::Begin(bool hasMicrophone) {
   m_history.clear();
   m_systemSound = {};
   m_microphone = {};
   m_meterTime = Now();
+  m_meter->SetRefused(SoundMeter::kMicrophone, hasMicrophone && m_nodes.mic == nullptr);
   Refresh();
   m_label->show();
   m_meter->show();
@@ -121,7 +122,7 @@ void LiveMonitor::Show(const StreamHealth& health) {
   if (m_shownLight != health.light) {
     m_shownLight = health.light;
     m_label->setStyleSheet(
-        QStringLiteral("color:%1;font-family:黑体;font-size:13px;padding-left:12px;")
+        QStringLiteral("#streamState{color:%1;font-family:黑体;font-size:13px;padding-left:12px;}")
             .arg(QLatin1String(LightColour(health.light))));
   }
   m_label->ensurePolished();
@@ -135,6 +136,12 @@ void LiveMonitor::Show(const StreamHealth& health) {
 
 void LiveMonitor::MoveMeter() {
   const std::int64_t now = Now();
+  if (now - m_meterTime > kStillMs) {
+    // A suspended machine: what was not looked at is no silence.
+    m_systemSound = {};
+    m_microphone = {};
+    m_meterTime = now;
+  }
   const double seconds = static_cast<double>(now - m_meterTime) / 1000;
   m_meterTime = now;
   m_meter->SetRow(SoundMeter::kSystemSound, Advance(m_nodes.loopback, seconds, &m_systemSound));

@@ -44,7 +44,8 @@ class LiveMonitor : public QObject {
   // Puts label and meter behind that widget of the bar, hidden.
   void AddTo(QBoxLayout* bar, QWidget* neighbour);
 
-  void Begin();
+  // hasMicrophone: the machine has one, whether it could be opened or not.
+  void Begin(bool hasMicrophone);
   void Refresh();
   void End();
 

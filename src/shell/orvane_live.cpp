@@ -113,7 +113,7 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
   settings.width = size.width();
   settings.height = size.height();
   shell::StartLive(LiveNodes(), settings, m_render);
-  m_liveMonitor.Begin();
+  m_liveMonitor.Begin(!settings.microphone.empty());
 
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
   // the broadcast inside this wait, and the address is written all the same.

@@ -56,12 +56,24 @@ void SoundMeter::SetRow(Row row, const std::optional<widgets::MeterState>& state
   update(RowRect(row));
 }
 
+void SoundMeter::SetRefused(Row row, bool refused) {
+  m_refused[row] = refused;
+  update(RowRect(row));
+}
+
+QString SoundMeter::RowText(int row) const {
+  const auto at = static_cast<std::size_t>(row);
+  if (m_rows[at]) {
+    return widgets::MeterText(RowName(row), *m_rows[at]);
+  }
+  return (m_refused[at] ? QStringLiteral("%1：无法打开") : QStringLiteral("%1：未接入"))
+      .arg(RowName(row));
+}
+
 void SoundMeter::Announce() {
   QStringList lines;
   for (int row = 0; row < kRows; ++row) {
-    const auto& state = m_rows[static_cast<std::size_t>(row)];
-    lines << (state ? widgets::MeterText(RowName(row), *state)
-                    : QStringLiteral("%1：未接入").arg(RowName(row)));
+    lines << RowText(row);
   }
   const QString text = lines.join(QLatin1Char('\n'));
   if (text != accessibleDescription()) {
@@ -100,7 +112,10 @@ void SoundMeter::PaintRow(QPainter* painter, int row) const {
   painter->fillRect(bar, kTrough);
   const QRect figure(bar.right() + 1, rect.top(), kFigureWidth, rect.height());
   if (!state) {
-    painter->drawText(figure, Qt::AlignRight | Qt::AlignVCenter, QStringLiteral("—"));
+    const bool refused = m_refused[static_cast<std::size_t>(row)];
+    painter->setPen(refused ? kMissing : kText);
+    painter->drawText(figure, Qt::AlignRight | Qt::AlignVCenter,
+                      refused ? QStringLiteral("失败") : QStringLiteral("—"));
     return;
   }
   PaintBar(painter, bar, *state);

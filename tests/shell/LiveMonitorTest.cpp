@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QHBoxLayout>
+#include <QImage>
 #include <QLabel>
+#include <QToolTip>
 #include <QWidget>
+#include <algorithm>
+#include <cstdlib>
 
 #include "output/CEncoder.h"
 #include "platform/CaptureLayer.h"
@@ -68,7 +73,7 @@ class LiveMonitorTest : public testing::Test {
 TEST_F(LiveMonitorTest, LabelAndMeterAreThereOnlyWhileItRuns) {
   EXPECT_TRUE(Label()->isHidden());
   EXPECT_TRUE(Meter()->isHidden());
-  m_monitor.Begin();
+  m_monitor.Begin(false);
   EXPECT_FALSE(Label()->isHidden());
   EXPECT_FALSE(Meter()->isHidden());
   m_monitor.End();
@@ -77,7 +82,7 @@ TEST_F(LiveMonitorTest, LabelAndMeterAreThereOnlyWhileItRuns) {
 }
 
 TEST_F(LiveMonitorTest, TheLabelSaysFromTheFirstMomentWhatIsWrong) {
-  m_monitor.Begin();  // with an encoder that did not start
+  m_monitor.Begin(false);  // with an encoder that did not start
   EXPECT_EQ(Label()->text(), "编码器未能启动");
   EXPECT_TRUE(Label()->styleSheet().contains("#FF4949"));
   EXPECT_TRUE(Label()->toolTip().contains("状态：未启动"));
@@ -85,7 +90,7 @@ TEST_F(LiveMonitorTest, TheLabelSaysFromTheFirstMomentWhatIsWrong) {
 }
 
 TEST_F(LiveMonitorTest, NamesSystemSoundThatFellSilentUntilItComesBack) {
-  m_monitor.Begin();
+  m_monitor.Begin(false);
   for (int second = 0; second < 5; ++second) {
     Second();
   }
@@ -107,7 +112,7 @@ TEST_F(LiveMonitorTest, NamesAFrozenCameraAndDesktopAmongTheLayersAndNoPicture) 
   ASSERT_EQ(camera.Open(), 0);
   ASSERT_EQ(desktop.Open(), 0);
   m_layers = {{0, &desktop}, {1, &camera}, {2, &picture}};
-  m_monitor.Begin();
+  m_monitor.Begin(false);
   for (int second = 0; second < 3; ++second) {
     Second();
   }
@@ -122,7 +127,7 @@ TEST_F(LiveMonitorTest, ALineThatIsTooLongIsCutAndWholeInTheTooltip) {
   m_capture.AddCamera(name.toStdString());
   Device camera(false, name.toUtf8().constData());
   m_layers = {{0, &camera}};
-  m_monitor.Begin();
+  m_monitor.Begin(false);
   for (int second = 0; second < 3; ++second) {
     Second();
   }
@@ -135,7 +140,7 @@ TEST_F(LiveMonitorTest, TheMeterShowsTheSystemSoundAndTellsThatThereIsNoMicropho
   for (int turn = 0; turn < 3; ++turn) {
     m_sound.CaptureTurn();
   }
-  m_monitor.Begin();
+  m_monitor.Begin(false);
   EXPECT_TRUE(Meter()->accessibleDescription().contains("麦克风：未接入"));
   Second();
   EXPECT_TRUE(Meter()->accessibleDescription().contains("系统声音：峰值 -6 dBFS"))
@@ -143,15 +148,39 @@ TEST_F(LiveMonitorTest, TheMeterShowsTheSystemSoundAndTellsThatThereIsNoMicropho
 }
 
 TEST_F(LiveMonitorTest, ABroadcastWithoutSoundIsSilentOnTheMeterAfterThreeSeconds) {
-  m_monitor.Begin();
+  m_monitor.Begin(false);
   for (int second = 0; second < 4; ++second) {
     Second(false);
   }
   EXPECT_TRUE(Meter()->accessibleDescription().contains("系统声音：无声"));
 }
 
+TEST_F(LiveMonitorTest, AMicrophoneThatDidNotOpenIsNotTakenForOneThatIsNotThere) {
+  m_monitor.Begin(true);
+  EXPECT_TRUE(Meter()->accessibleDescription().contains("麦克风：无法打开"));
+  m_monitor.End();
+  m_monitor.Begin(false);
+  EXPECT_TRUE(Meter()->accessibleDescription().contains("麦克风：未接入"));
+}
+
+TEST_F(LiveMonitorTest, AfterASuspendedMachineNothingIsSaidOfTheTimeBefore) {
+  m_monitor.Begin(false);
+  for (int second = 0; second < 5; ++second) {
+    Second();
+  }
+  m_clock.Advance(60000);
+  m_monitor.Refresh();
+  EXPECT_FALSE(Label()->accessibleName().contains("中断"));
+  EXPECT_FALSE(Meter()->accessibleDescription().contains("无声"));
+  for (int second = 0; second < 3; ++second) {
+    Second(false);
+  }
+  EXPECT_TRUE(Label()->accessibleName().contains("系统声音中断"));
+  EXPECT_TRUE(Meter()->accessibleDescription().contains("系统声音：无声"));
+}
+
 TEST_F(LiveMonitorTest, ATickAfterTheEndIsNoHarm) {
-  m_monitor.Begin();
+  m_monitor.Begin(false);
   m_monitor.End();
   m_encoder = nullptr;
   m_loopback = nullptr;
@@ -159,14 +188,48 @@ TEST_F(LiveMonitorTest, ATickAfterTheEndIsNoHarm) {
   EXPECT_TRUE(Label()->isHidden());
 }
 
+// A colour's brightness, 0 to 255.
+int Luma(const QColor& colour) {
+  return (299 * colour.red() + 587 * colour.green() + 114 * colour.blue()) / 1000;
+}
+
+TEST_F(LiveMonitorTest, TheTipsAreReadWhateverTheColourOfTheLabel) {
+  m_monitor.Begin(true);
+  m_clockLabel->setStyleSheet("color:#B4BECC;");
+  m_clockLabel->setToolTip("00:00:00");
+  int tips = 0;
+  for (QWidget* widget : {static_cast<QWidget*>(Label()), static_cast<QWidget*>(Meter()),
+                          static_cast<QWidget*>(m_clockLabel)}) {
+    QToolTip::showText(QPoint(), widget->toolTip(), widget);
+    for (QWidget* tip : QApplication::topLevelWidgets()) {
+      if (!tip->inherits("QTipLabel") || !tip->isVisible()) {
+        continue;
+      }
+      const QImage image = tip->grab().toImage();
+      const int ground = Luma(image.pixelColor(3, 3));
+      int most = 0;
+      for (int i = 0; i < image.width() * image.height(); ++i) {
+        const QColor pixel = image.pixelColor(i % image.width(), i / image.width());
+        EXPECT_NE(pixel, QColor("#FF4949"));  // of the label, which is red now
+        most = std::max(most, std::abs(Luma(pixel) - ground));
+      }
+      EXPECT_GT(most, 100);
+      ++tips;
+    }
+    QToolTip::hideText();
+    QApplication::processEvents();
+  }
+  EXPECT_EQ(tips, 3);
+}
+
 TEST_F(LiveMonitorTest, TheNextBroadcastBeginsAnew) {
-  m_monitor.Begin();
+  m_monitor.Begin(false);
   for (int second = 0; second < 4; ++second) {
     Second(false);
   }
   EXPECT_TRUE(Label()->accessibleName().contains("系统声音中断"));
   m_monitor.End();
-  m_monitor.Begin();
+  m_monitor.Begin(false);
   EXPECT_FALSE(Label()->accessibleName().contains("系统声音中断"));
 }
 

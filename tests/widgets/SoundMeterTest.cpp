@@ -171,6 +171,38 @@ TEST(SoundMeter, SaysToScreenReadersWhatItShows) {
   EXPECT_EQ(meter.toolTip(), meter.accessibleDescription());
 }
 
+// Whether anything in the figure's place has that colour's hue and strength.
+bool FigureStandsOut(SoundMeter* meter, int row) {
+  const QImage image = meter->grab().toImage();
+  const int top = (meter->height() - 32) / 2 + row * 16;
+  for (int y = top; y < top + 16; ++y) {
+    for (int x = image.width() - 36; x < image.width(); ++x) {
+      const QColor colour = image.pixelColor(x, y);
+      if (colour.red() > 200 && colour.blue() < 100) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+TEST(SoundMeter, ADeviceThatDidNotOpenStandsOutAndOneThatIsNotThereDoesNot) {
+  SoundMeter meter;
+  EXPECT_FALSE(FigureStandsOut(&meter, 1));
+  meter.SetRefused(SoundMeter::kMicrophone, true);
+  EXPECT_TRUE(FigureStandsOut(&meter, 1));
+  meter.Announce();
+  EXPECT_EQ(meter.toolTip(), "系统声音：未接入\n麦克风：无法打开");
+  meter.SetRow(SoundMeter::kMicrophone, Pass({}, Tone(0.5), 1));
+  EXPECT_FALSE(FigureStandsOut(&meter, 1)) << "it is there after all";
+}
+
+TEST(SoundMeter, SilenceStandsOut) {
+  SoundMeter meter;
+  meter.SetRow(SoundMeter::kSystemSound, Pass({}, {}, 4));
+  EXPECT_TRUE(FigureStandsOut(&meter, 0));
+}
+
 TEST(SoundMeter, ChangesWithoutRepaintingWhatLiesBehind) {
   SoundMeter meter;
   EXPECT_TRUE(meter.testAttribute(Qt::WA_OpaquePaintEvent));
