@@ -81,7 +81,7 @@ void LiveControlRig::SetUp() {
   DeviceCatalogue::Instance()->userToken = QStringLiteral("the-token");
   DeviceCatalogue::Instance()->loggedIn = 1;
   m_nobody = "rtmp://127.0.0.1:" + std::to_string(FreePort()) + "/live/key";
-  m_window = std::make_unique<orvane>();
+  m_window = std::make_unique<OpenBroadcast>();
   m_window->InitGraph();
 }
 

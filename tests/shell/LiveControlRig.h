@@ -19,9 +19,20 @@
 #include "support/ScriptedHttp.h"
 #include "support/WorkingDirectory.h"
 
-class orvane;
+#include "shell/orvane.h"
 
 namespace support {
+
+// What belongs to the broadcast, open to the test.
+class OpenBroadcast : public orvane {
+ public:
+  using orvane::m_encoder;
+  using orvane::m_isLiving;
+  using orvane::m_liveTimer;
+  using orvane::m_loopback;
+  using orvane::m_mic;
+  using orvane::m_mixOut;
+};
 
 // One activity of the service's list, as JSON.
 struct ListedActivity {
@@ -64,7 +75,7 @@ class LiveControlRig : public testing::Test {
   FakeDevice* m_systemSound = nullptr;
   FakeDevice* m_microphone = nullptr;
   std::string m_nobody;  // a publish address at which nobody listens
-  std::unique_ptr<orvane> m_window;
+  std::unique_ptr<OpenBroadcast> m_window;
 };
 
 }  // namespace support

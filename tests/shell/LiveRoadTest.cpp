@@ -3,20 +3,41 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-
+#include <cmath>
+#include <complex>
+#include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "media/CMixOut.h"
+#include "media/ffmpeg/Scoped.h"
 #include "output/CEncoder.h"
 #include "output/CRender.h"
 #include "shell/LayerRoad.h"
 #include "sources/CInputDev.h"
 #include "support/FakeCaptureLayer.h"
 #include "support/Process.h"
+#include "support/RecordingNode.h"
 
 namespace {
 
 constexpr int kPatienceMs = 10000;
+constexpr int kSystemHertz = 1000;
+constexpr int kVoiceHertz = 3000;
+
+// Opens the protected member of any node.
+struct Peek : CSrcInterface {
+  static int AudioIndex(CSrcInterface* node) { return node->*(&Peek::m_audioIndex); }
+};
+
+// How much of that tone is in the left channel; a sine of full scale has 1.
+double ToneIn(const std::vector<std::int16_t>& samples, int hertz) {
+  std::complex<double> sum;
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    sum += std::polar(samples[i] / 32768.0, -2 * M_PI * hertz * static_cast<double>(i) / 48000);
+  }
+  return 2 * std::abs(sum) / static_cast<double>(samples.size());
+}
 
 class LiveRoad : public testing::Test {
  protected:
@@ -31,7 +52,9 @@ class LiveRoad : public testing::Test {
   void SetUp() override {
     m_systemSound = m_capture.AddMicrophone(platform::kSystemSoundName);
     m_systemSound->RunFree();
-    m_microphone = m_capture.AddMicrophone("Microphone");
+    support::FakeSound voice;
+    voice.hertz = kVoiceHertz;
+    m_microphone = m_capture.AddMicrophone("Microphone", voice);
     m_microphone->RunFree();
     platform::CaptureLayer::Install(&m_capture);
     ASSERT_EQ(m_render.Start(), 0);
@@ -56,6 +79,26 @@ class LiveRoad : public testing::Test {
                             kPatienceMs);
   }
 
+  // Half a second of what comes out of the mixer.
+  std::vector<std::int16_t> Mixed() {
+    m_mixOut->AddAudioOutput(&m_recorder);
+    std::vector<std::int16_t> left;
+    support::WaitFor(
+        [&] {
+          while (AVFrame* taken = m_recorder.TakeAudio()) {
+            const ffmpeg::ScopedFrame frame(taken);
+            const auto* samples = reinterpret_cast<const std::int16_t*>(frame->data[0]);
+            for (int i = 0; i < frame->nb_samples; ++i) {
+              left.push_back(samples[2 * i]);
+            }
+          }
+          return left.size() >= 24000;
+        },
+        kPatienceMs);
+    return left;
+  }
+
+  support::RecordingNode m_recorder;
   support::FakeCaptureLayer m_capture;
   support::FakeDevice* m_systemSound = nullptr;
   support::FakeDevice* m_microphone = nullptr;
@@ -74,6 +117,12 @@ TEST_F(LiveRoad, WithAMicrophoneBothSoundsGoThroughTheMixer) {
   EXPECT_NE(m_mixOut, nullptr);
   ASSERT_NE(m_encoder, nullptr);
   EXPECT_TRUE(SoundReachesTheEncoder());
+  EXPECT_EQ(Peek::AudioIndex(m_loopback), 0);
+  EXPECT_EQ(Peek::AudioIndex(m_mic), 1);
+  const std::vector<std::int16_t> mix = Mixed();
+  EXPECT_GT(ToneIn(mix, kSystemHertz), 0.1);
+  EXPECT_GT(ToneIn(mix, kVoiceHertz), 0.1);
+  EXPECT_LT(ToneIn(mix, 4320), 0.02);
 }
 
 TEST_F(LiveRoad, WithoutAMicrophoneTheSystemSoundGoesStraightIntoTheEncoder) {
