@@ -26,6 +26,7 @@ namespace support {
 // What belongs to the broadcast, open to the test.
 class OpenBroadcast : public orvane {
  public:
+  using orvane::m_actDlg;
   using orvane::m_encoder;
   using orvane::m_isLiving;
   using orvane::m_liveTimer;

@@ -5,7 +5,9 @@
 
 #include <QApplication>
 #include <QBoxLayout>
+#include <QGraphicsEffect>
 #include <QLineEdit>
+#include <QPointer>
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +25,7 @@
 #include "support/LogRecord.h"
 #include "support/Process.h"
 #include "widgets/CLoginDlg.h"
+#include "widgets/SelectActivities.h"
 
 namespace {
 
@@ -182,6 +185,32 @@ TEST_F(LiveControl, ATitleOfAnyLengthLeavesTheWindowItsSize) {
   ASSERT_TRUE(Choose());
   EXPECT_EQ(Label("activitiesTitleLabel")->text(), activity.title);
   EXPECT_LE(m_window->minimumSizeHint().width(), std::max(size.width(), 1280));
+}
+
+TEST_F(LiveControl, StateAndMeterStandBehindTheClockAndLeaveTheWindowItsSize) {
+  const auto* bar = m_window->findChild<QBoxLayout*>("buttomLayout");
+  const int clock = bar->indexOf(Label("startTime"));
+  ASSERT_GE(clock, 0);
+  EXPECT_EQ(bar->indexOf(Label("streamState")), clock + 1);
+  EXPECT_EQ(bar->indexOf(m_window->findChild<QWidget*>("soundMeter")), clock + 2);
+  ListedActivity activity = Activity();
+  activity.title = QString(5000, QChar(0x9F98));
+  Serve(activity, {kFine});
+  ASSERT_TRUE(Choose());
+  Press("m_LiveBtn");
+  EXPECT_LE(m_window->minimumSizeHint().width(), 1280);
+}
+
+TEST_F(LiveControl, OnlyTheFirstDialogOfActivitiesHasTheShadow) {
+  Serve(Activity(), {kFine});
+  ASSERT_TRUE(Choose());
+  const QPointer<SelectActivities> first = m_window->m_actDlg;
+  EXPECT_NE(first->graphicsEffect(), nullptr);
+  Serve(Activity(), {kFine});
+  ASSERT_TRUE(Choose(true, true, 0, "m_reselectBtn"));
+  EXPECT_TRUE(first.isNull()) << "the choice goes with its dialog";
+  EXPECT_EQ(m_window->m_actDlg->graphicsEffect(), nullptr);
+  EXPECT_EQ(m_window->m_actDlg->parent(), nullptr);
 }
 
 TEST_F(LiveControl, AnAddressWithoutRtmpStartsNothingAndSaysNothing) {
