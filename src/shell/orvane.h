@@ -40,6 +40,7 @@
 #include "shell/LiveMonitor.h"
 #include "shell/LiveRoad.h"
 #include "shell/PreviewRules.h"
+#include "shell/TellOrder.h"
 #include "ui_orvane.h"
 #include "widgets/ListTextTip.h"
 
@@ -155,7 +156,9 @@ class orvane : public QWidget {
   void ShowUnchosen();
   void StartBroadcast(const ActivityInfo& activity);
   void StopBroadcast();
+  void TellStart(const QString& id);
   void TellEnd(const QString& id, const QString& token, BackendClient::Wait wait);
+  void NoteAnswer(const QString& id, int code);
   // Ends the broadcast on the way out of the program.
   void LeaveBroadcast();
   shell::FixedNodes FixedNodes() { return {m_mixFrame, m_silence, m_render}; }
@@ -227,6 +230,8 @@ class orvane : public QWidget {
 
   bool m_changesLogin = false;  // a change of account is under way
   QString m_liveToken;          // of the login that began the broadcast
+  shell::TellOrder m_tellOrder;
+  QString m_refusedId;  // of the activity of which the service has refused to hear, the last one
   // The state of the stream and the sound meter; looks at the nodes above.
   shell::LiveMonitor m_liveMonitor{LiveNodes(), m_layers};
   QTimer m_surfaceEvents;  // empties what SDL queues for the preview's native window

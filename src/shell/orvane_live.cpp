@@ -118,11 +118,7 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
   // the broadcast inside this wait, and the address is written all the same.
   m_liveToken = m_catalogue->userToken;
-  int code = 0;
-  m_backend->HostStart(activity.lsId, m_liveToken, &code);
-  if (code < 0) {
-    qDebug("StartLive failed");
-  }
+  TellStart(activity.lsId);
   shell::WriteWatchAddress(activity.rtmpLiveUrl);
 }
 
@@ -139,11 +135,33 @@ void orvane::StopBroadcast() {
   shell::StopLive(LiveNodes(), m_render);
 }
 
+void orvane::TellStart(const QString& id) {
+  m_tellOrder.Told();
+  int code = 0;
+  m_backend->HostStart(id, m_catalogue->userToken, &code);
+  NoteAnswer(id, code);
+}
+
 void orvane::TellEnd(const QString& id, const QString& token, BackendClient::Wait wait) {
+  m_tellOrder.Told();
   int code = 0;
   m_backend->HostEnd(id, token, &code, wait);
+  NoteAnswer(id, code);
+}
+
+void orvane::NoteAnswer(const QString& id, int code) {
   if (code < 0) {
     qDebug("StartLive failed");  // the text of the end too: logs are searched for it
+    m_refusedId = id;
+  }
+  if (!m_tellOrder.Answered(code < 0, m_isLiving)) {
+    return;
+  }
+  const ActivityInfo* activity = ChosenActivity();
+  if (!m_isLiving) {
+    TellEnd(m_refusedId, m_catalogue->userToken, BackendClient::Wait::kForTheReply);
+  } else if (activity != nullptr) {
+    TellStart(QString(activity->lsId));
   }
 }
 

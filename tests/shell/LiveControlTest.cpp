@@ -413,6 +413,30 @@ TEST_F(LiveControl, ASecondPressWhileTheServiceIsWaitedForStopsTheBroadcast) {
   EXPECT_EQ(AddressFile(), "rtmp://127.0.0.1/live/watch\n");
 }
 
+TEST_F(LiveControl, AnEndThatOvertakesItsStartIsToldAgain) {
+  ScriptedReply slow = kFine;
+  slow.delayMs = 300;
+  ChooseWith({slow, kRefused, kFine});
+  QTimer::singleShot(50, m_window.get(), [this] { Press("m_LiveBtn"); });
+  Press("m_LiveBtn");
+  ExpectChosen();
+  EXPECT_EQ(Requests("host-start"), 1);
+  EXPECT_EQ(Requests("host-end"), 2);
+  EXPECT_TRUE(Request("host-end").contains("name=\"id\"\r\n\r\n7\r\n"));
+}
+
+TEST_F(LiveControl, AStartThatOvertakesTheEndBeforeItIsToldAgain) {
+  ScriptedReply slow = kFine;
+  slow.delayMs = 300;
+  ChooseWith({kFine, slow, kFine});
+  Press("m_LiveBtn");
+  QTimer::singleShot(50, m_window.get(), [this] { Press("m_LiveBtn"); });
+  Press("m_LiveBtn");
+  ExpectLive();
+  EXPECT_EQ(Requests("host-start"), 3);
+  EXPECT_EQ(Requests("host-end"), 1);
+}
+
 TEST_F(LiveControl, AReselectionWhileTheEndIsWaitedForIsNoHarm) {
   ScriptedReply slow = kFine;
   slow.delayMs = 500;
