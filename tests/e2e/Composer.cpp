@@ -52,11 +52,14 @@ int Number(const std::string& text, const std::string& name) {
 
 }  // namespace
 
-bool Composer::Start() {
+bool Composer::Start(const std::map<std::string, std::string>& changes) {
   m_studio->SaveAccount("demo", m_studio->Password());
-  return m_program.Start({ORVANE_PROGRAM}, m_studio->Environment(),
-                         m_studio->File("program.out")) &&
-         Opens() && LogIn(2) && WaitFor([this] { return FindWindow(); }, kPatienceMs);
+  std::map<std::string, std::string> environment = m_studio->Environment();
+  for (const auto& [name, value] : changes) {
+    environment[name] = value;
+  }
+  return m_program.Start({ORVANE_PROGRAM}, environment, m_studio->File("program.out")) && Opens() &&
+         LogIn(2) && WaitFor([this] { return FindWindow(); }, kPatienceMs);
 }
 
 int Composer::End() {
@@ -77,6 +80,11 @@ void Composer::MoveTo(Point at) const {
 void Composer::Click(Point at, int times) const {
   Tool({"xdotool", "mousemove", std::to_string(at.x), std::to_string(at.y), "click", "--repeat",
         std::to_string(times), "--delay", "60", "1"});
+}
+
+void Composer::Turn(Point at, int notches) const {
+  Tool({"xdotool", "mousemove", std::to_string(at.x), std::to_string(at.y), "click", "--repeat",
+        std::to_string(notches), "--delay", "60", "5"});
 }
 
 void Composer::Drag(const std::vector<Point>& way) const {

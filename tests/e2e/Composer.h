@@ -13,6 +13,7 @@
 #define ORVANE_TESTS_E2E_COMPOSER_H
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -57,8 +58,11 @@ class Composer {
 
   explicit Composer(Studio* studio) : m_studio(studio) {}
 
-  // Starts the program and logs in with a double click. False when its preview did not come.
-  bool Start();
+  // Starts the program, with changes to the studio's environment, and logs in with a double click.
+  // False when its preview did not come.
+  bool Start(const std::map<std::string, std::string>& changes = {});
+  // To be frozen and awaited.
+  support::Process& Program() { return m_program; }
   // SIGTERM, and its exit status; -1 when it was not gone after that time.
   int End();
   pid_t ProgramId() const { return m_program.Id(); }
@@ -66,6 +70,8 @@ class Composer {
   // Input.
   void MoveTo(Point at) const;
   void Click(Point at, int times = 1) const;
+  // Turns the wheel towards the user, that many notches.
+  void Turn(Point at, int notches) const;
   // Presses at the first place, goes over the others and releases at the last one.
   void Drag(const std::vector<Point>& way) const;
   // Drags one row of the list onto another.

@@ -11,6 +11,7 @@ namespace {
 
 constexpr int kWindowMs = 15000;
 constexpr int kSampleMs = 60000;
+constexpr char kServiceStarted[] = "\"event\":\"started\"";
 
 }  // namespace
 
@@ -83,12 +84,47 @@ std::string Studio::ServiceAddress() const {
   return "http://127.0.0.1:" + std::to_string(m_servicePort);
 }
 
+bool Studio::ServeAndWait() {
+  const std::string output = File("service.out");
+  const auto starts = [&] {
+    const std::string text = support::ReadFile(output);
+    int count = 0;
+    for (std::size_t at = 0; (at = text.find(kServiceStarted, at)) != std::string::npos; ++at) {
+      ++count;
+    }
+    return count;
+  };
+  const int before = starts();
+  return m_service.Start({ORVANE_SERVICE, "serve", "--database", File("service.sqlite"), "--port",
+                          std::to_string(m_servicePort)},
+                         {}, output) &&
+         support::WaitFor([&] { return starts() > before; }, kWindowMs);
+}
+
+void Studio::KillService() {
+  m_service.Signal(SIGKILL);
+  m_service.Wait(kWindowMs);
+}
+
+bool Studio::StartServiceAgain() {
+  return ServeAndWait();
+}
+
+bool Studio::ServiceCommand(const std::vector<std::string>& words, std::string* output) const {
+  std::vector<std::string> command = {ORVANE_SERVICE};
+  command.insert(command.end(), words.begin(), words.end());
+  command.insert(command.end(), {"--database", File("service.sqlite")});
+  const support::RunResult result = support::Run(command);
+  if (output != nullptr) {
+    *output = result.output;
+  }
+  return result.status == 0;
+}
+
 bool Studio::StartService() {
   m_servicePort = support::FreePort();
   const std::string output = File("service.out");
-  if (!m_service.Start({ORVANE_SERVICE, "serve", "--database", File("service.sqlite"), "--port",
-                        std::to_string(m_servicePort)},
-                       {}, output)) {
+  if (!ServeAndWait()) {
     return false;
   }
   const std::string mark = "with the password \"";

@@ -48,6 +48,11 @@ class Studio {
 
   // A backend service of this test's own, with the account that it makes at its first start.
   bool StartService();
+  // SIGKILL; StartServiceAgain brings it back on the same port, with what it had written.
+  void KillService();
+  bool StartServiceAgain();
+  // Runs one of its commands on its database; true when it went well, *output is what it printed.
+  bool ServiceCommand(const std::vector<std::string>& words, std::string* output = nullptr) const;
   support::Process& Service() { return m_service; }
   std::string ServiceAddress() const;
   const std::string& Password() const { return m_password; }
@@ -67,6 +72,8 @@ class Studio {
   std::string Report() const;
 
  private:
+  bool ServeAndWait();
+
   support::WorkingDirectory m_directory;
   support::VirtualDesktop m_desktop;
   support::SoundServer m_sound;
