@@ -14,6 +14,7 @@ constexpr QSize kRow(460, 30);
 
 ActivitiesWndDlg::ActivitiesWndDlg(QWidget* parent) : QDialog(parent) {
   ui.setupUi(this);
+  KeepSize(this);
   setAttribute(Qt::WA_TranslucentBackground);
   // Its end is not the program's, also while no other window is shown.
   setAttribute(Qt::WA_QuitOnClose, false);

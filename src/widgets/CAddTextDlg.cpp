@@ -25,6 +25,7 @@ QString SwatchStyle(int red, int green, int blue) {
 
 CAddTextDlg::CAddTextDlg(QWidget* parent) : QDialog(parent) {
   ui.setupUi(this);
+  KeepSize(this);
   setAttribute(Qt::WA_TranslucentBackground);
   // Its end is not the program's, also while no other window is shown.
   setAttribute(Qt::WA_QuitOnClose, false);

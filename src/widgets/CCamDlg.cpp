@@ -52,6 +52,7 @@ void CCamDlg::InitUi() {
   // Before any handle is taken: a change of flags makes the native windows anew.
   setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
   ui.setupUi(this);
+  KeepSize(this);
   StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));
   // Cameras of one make differ at the end of their names, which the box may be too narrow for.
   ui.m_ComDev->view()->setTextElideMode(Qt::ElideMiddle);

@@ -23,6 +23,7 @@ SelectActivities::SelectActivities(QWidget* parent)
   setAttribute(Qt::WA_QuitOnClose, false);
   setWindowFlags(windowFlags() | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
   ui.setupUi(this);
+  KeepSize(this);
   ui.selectCombo->setItemDelegate(new QStyledItemDelegate(ui.selectCombo));
   ui.selectCombo->setAttribute(Qt::WA_TranslucentBackground);
   StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));

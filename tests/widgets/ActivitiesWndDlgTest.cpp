@@ -65,6 +65,8 @@ TEST(ActivitiesWndDlg, StandsAtItsGeometryInItsStyle) {
   const ActivitiesWndDlg dialog;
   EXPECT_EQ(dialog.objectName(), QStringLiteral("ActivitiesWndDlg"));
   EXPECT_EQ(dialog.size(), QSize(480, 540));
+  EXPECT_EQ(dialog.minimumSize(), dialog.size());
+  EXPECT_EQ(dialog.maximumSize(), dialog.size());
   EXPECT_TRUE(dialog.testAttribute(Qt::WA_TranslucentBackground));
   EXPECT_TRUE(dialog.windowFlags().testFlag(Qt::FramelessWindowHint));
   EXPECT_FALSE(dialog.testAttribute(Qt::WA_QuitOnClose));

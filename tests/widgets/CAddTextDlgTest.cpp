@@ -78,6 +78,8 @@ TEST(CAddTextDlg, StandsAtItsGeometryInItsStyle) {
   EXPECT_EQ(dialog.objectName(), QStringLiteral("TextDlg"));
   EXPECT_EQ(dialog.windowTitle(), QStringLiteral("添加文本"));
   EXPECT_EQ(dialog.size(), QSize(480, 320));
+  EXPECT_EQ(dialog.minimumSize(), dialog.size());
+  EXPECT_EQ(dialog.maximumSize(), dialog.size());
   EXPECT_EQ(dialog.font().family(), QStringLiteral("黑体"));
   EXPECT_TRUE(dialog.testAttribute(Qt::WA_TranslucentBackground));
   EXPECT_TRUE(dialog.windowFlags().testFlag(Qt::FramelessWindowHint));

@@ -223,6 +223,8 @@ TEST_F(CamDlgTest, LooksAsPrescribed) {
   EXPECT_EQ("CamDlg", dialog.objectName());
   EXPECT_EQ("Dialog", dialog.windowTitle());
   EXPECT_EQ(QSize(680, 550), dialog.size());
+  EXPECT_EQ(dialog.minimumSize(), dialog.size());
+  EXPECT_EQ(dialog.maximumSize(), dialog.size());
   EXPECT_TRUE(dialog.windowFlags().testFlag(Qt::FramelessWindowHint));
   EXPECT_TRUE(dialog.testAttribute(Qt::WA_TranslucentBackground));
   const QString action = "border-image:url(:/orvane/qietu/action-btn.png);font:";

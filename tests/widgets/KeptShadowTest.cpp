@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QBackingStore>
+#include <QDialog>
 #include <QLabel>
 #include <QPainter>
+#include <QTest>
 #include <QWidget>
 
 #include "widgets/theme/CustomShadowEffect.h"
@@ -97,4 +100,29 @@ TEST(KeptShadow, AnEffectThatDrewOtherStatesLooksLikeANewOne) {
   parent.grab();
   box.setMask(QRegion(0, 0, 40, 30));
   EXPECT_TRUE(looksLikeNew());
+}
+
+// The rectangle around two controls that are painted anew crosses the margin, which nobody clears.
+TEST(KeptShadow, RepaintsOfAWindowLeaveTheMarginAsItIs) {
+  QDialog dialog;
+  dialog.setAttribute(Qt::WA_TranslucentBackground);
+  dialog.setWindowFlags(dialog.windowFlags() | Qt::FramelessWindowHint);
+  dialog.resize(200, 160);
+  QWidget body(&dialog);
+  body.setGeometry(40, 40, 120, 80);
+  body.setStyleSheet(QStringLiteral("background:#282A30"));
+  auto* effect = new CustomShadowEffect;
+  ApplyDialogShadow(&dialog, effect);
+  effect->color = QColor(255, 0, 0, 80);
+  dialog.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+  QCoreApplication::processEvents();
+  ASSERT_EQ(dialog.backingStore()->paintDevice()->devType(), int{QInternal::Image});
+  const auto* screen = static_cast<const QImage*>(dialog.backingStore()->paintDevice());
+  const QImage before = screen->copy();
+  EXPECT_NE(before.pixelColor(100, 36).red(), before.pixelColor(100, 60).red());
+  for (int i = 0; i < 5; ++i) {
+    dialog.repaint();
+  }
+  EXPECT_EQ(screen->copy(), before);
 }

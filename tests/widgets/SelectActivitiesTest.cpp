@@ -44,6 +44,8 @@ TEST_F(SelectActivitiesTest, StandsAtItsPlacesInItsStyle) {
   Open();
   EXPECT_EQ(dialog->objectName(), QStringLiteral("SelectActivities"));
   EXPECT_EQ(dialog->size(), QSize(960, 540));
+  EXPECT_EQ(dialog->minimumSize(), dialog->size());
+  EXPECT_EQ(dialog->maximumSize(), dialog->size());
   EXPECT_EQ(dialog->windowModality(), Qt::NonModal);
   EXPECT_TRUE(dialog->testAttribute(Qt::WA_TranslucentBackground));
   EXPECT_FALSE(dialog->testAttribute(Qt::WA_QuitOnClose));

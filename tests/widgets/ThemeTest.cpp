@@ -165,6 +165,8 @@ TEST(InformationDlg, StandsAtItsGeometryInItsStyle) {
   const InformationDlg dialog(0, QStringLiteral("x"));
   EXPECT_EQ(dialog.objectName(), QStringLiteral("InformationDlg"));
   EXPECT_EQ(dialog.size(), QSize(480, 320));
+  EXPECT_EQ(dialog.minimumSize(), dialog.size());
+  EXPECT_EQ(dialog.maximumSize(), dialog.size());
   EXPECT_EQ(dialog.font().pointSize(), 12);
   EXPECT_EQ(dialog.font().weight(), 75);
   EXPECT_TRUE(dialog.testAttribute(Qt::WA_TranslucentBackground));
@@ -238,6 +240,8 @@ TEST(Dialogs, TheEndOfOneIsNotTheEndOfTheProgram) {
 TEST(DeleteItemConfimDlg, StandsAtItsGeometryInItsStyle) {
   const DeleteItemConfimDlg dialog(1);
   EXPECT_EQ(dialog.size(), QSize(183, 114));
+  EXPECT_EQ(dialog.minimumSize(), dialog.size());
+  EXPECT_EQ(dialog.maximumSize(), dialog.size());
   EXPECT_TRUE(dialog.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
   EXPECT_TRUE(dialog.windowFlags().testFlag(Qt::FramelessWindowHint));
   EXPECT_EQ(Child<QFrame>(dialog, "frame")->geometry(), QRect(0, 0, 180, 110));

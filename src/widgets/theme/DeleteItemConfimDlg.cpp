@@ -4,6 +4,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include "widgets/theme/Frameless.h"
+
 namespace {
 
 constexpr int kTextLayer = 0;
@@ -22,6 +24,7 @@ DeleteItemConfimDlg::DeleteItemConfimDlg(int kind, QWidget* parent)
       cancelBtn(NewButton("cancelBtn", QStringLiteral("取消"), 20, "#878E99")) {
   setObjectName(QStringLiteral("DeleteItemConfimDlg"));
   resize(183, 114);
+  KeepSize(this);
   setAttribute(Qt::WA_TranslucentBackground);
   // Its end is not the program's, also while no other window is shown.
   setAttribute(Qt::WA_QuitOnClose, false);

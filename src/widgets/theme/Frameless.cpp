@@ -22,6 +22,10 @@ void PaintFramelessBody(QWidget* dialog) {
   painter.drawRoundedRect(body, kRadius, kRadius, Qt::AbsoluteSize);
 }
 
+void KeepSize(QWidget* dialog) {
+  dialog->setFixedSize(dialog->size());
+}
+
 void FramelessDrag::Press(const QWidget* dialog, QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) {
     return;

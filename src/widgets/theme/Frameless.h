@@ -1,5 +1,5 @@
-// What a dialog without a window frame does by itself: it paints its rounded body and lets itself
-// be moved by its title area.
+// What a dialog without a window frame does by itself: it paints its rounded body, keeps its size
+// and lets itself be moved by its title area.
 //
 // Ownership: nothing is owned; the functions act on the widget that they are given, inside that
 // widget's own event handlers.
@@ -16,6 +16,10 @@ class QWidget;
 // Paints the dialog's body: its rectangle less 5 pixels on every side, corners of radius 15, in the
 // background colour. The margin stays transparent, for the shadow.
 void PaintFramelessBody(QWidget* dialog);
+
+// Keeps the dialog at the size that it has, the one that its form is made for: no window manager
+// may give it another. Before it is shown.
+void KeepSize(QWidget* dialog);
 
 // The drag state of one dialog. Each operation is called from the handler of the same name and does
 // everything that the handler has to do.

@@ -56,6 +56,7 @@ QString ButtonStyle(const char* color) {
 InformationDlg::InformationDlg(std::uint32_t kind, const QString& text, QWidget* parent)
     : QDialog(parent) {
   ui.setupUi(this);
+  KeepSize(this);
   setAttribute(Qt::WA_TranslucentBackground);
   // Its end is not the program's, also while no other window is shown.
   setAttribute(Qt::WA_QuitOnClose, false);
