@@ -103,7 +103,8 @@ class LiveControl : public LiveControlRig {
     EXPECT_FALSE(m_systemSound->IsOpen());
     EXPECT_FALSE(m_microphone->IsOpen());
   }
-  void LeaveInsideAChangeOfAccount() {
+  // The process ends in it. leave: what ends the login that is asked for.
+  void LeaveInsideAChangeOfAccount(const std::function<void(QDialog*)>& leave) {
     static LiveControl* self = this;
     std::atexit([] {
       std::fprintf(stderr, "host-end %d, with the-token %d, sound closed %d\n",
@@ -114,10 +115,10 @@ class LiveControl : public LiveControlRig {
     ChooseWith();
     Press("m_LiveBtn");
     QTimer hand;
-    QObject::connect(&hand, &QTimer::timeout, [this] {
-      if (Requests("logout") == 1 &&
-          qobject_cast<CLoginDlg*>(QApplication::activeModalWidget()) != nullptr) {
-        QCoreApplication::quit();  // what SIGTERM comes to
+    QObject::connect(&hand, &QTimer::timeout, [this, &leave] {
+      auto* login = qobject_cast<CLoginDlg*>(QApplication::activeModalWidget());
+      if (Requests("logout") == 1 && login != nullptr) {
+        leave(login);
       }
     });
     hand.start(5);
@@ -521,7 +522,14 @@ TEST_F(LiveControl, ABroadcastOutlivesAChangeOfAccountAndEndsWithTheNewToken) {
 // error what the service was sent.
 TEST_F(LiveControl, LeavingInsideAChangeOfAccountEndsTheBroadcastWithTheTokenThatBeganIt) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(LeaveInsideAChangeOfAccount(), testing::ExitedWithCode(0),
+  const auto terminate = [](QDialog* /*login*/) { QCoreApplication::quit(); };
+  EXPECT_EXIT(LeaveInsideAChangeOfAccount(terminate), testing::ExitedWithCode(0),
+              "host-end 1, with the-token 1, sound closed 1");
+}
+
+TEST_F(LiveControl, ALoginThatIsLeftInAChangeOfAccountEndsTheBroadcastToo) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(LeaveInsideAChangeOfAccount(&QDialog::reject), testing::ExitedWithCode(0),
               "host-end 1, with the-token 1, sound closed 1");
 }
 
