@@ -3,15 +3,17 @@
 #include <QAbstractItemModel>
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QBoxLayout>
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTimer>
+#include <algorithm>
 
 #include "backend/TestAddress.h"
-#include "shell/orvane.h"
+#include "shell/WindowStyle.h"
 #include "sources/DeviceCatalogue.h"
 #include "support/Process.h"
 #include "widgets/SelectActivities.h"
@@ -145,6 +147,84 @@ QByteArray LiveControlRig::Request(const char* path) const {
 
 bool LiveControlRig::IsLive() const {
   return Button("m_LiveBtn")->text() == QStringLiteral("结束直播");
+}
+
+ListedActivity LiveControlRig::Activity() const {
+  ListedActivity activity;
+  activity.publishUrl = QString::fromStdString(m_nobody);
+  return activity;
+}
+
+void LiveControlRig::ChooseWith(const QList<ScriptedReply>& later) {
+  Serve(Activity(), later);
+  ASSERT_TRUE(Choose());
+  ASSERT_TRUE(Shows("m_LiveBtn"));
+}
+
+int LiveControlRig::SpacerWidth() const {
+  return m_window->findChild<QBoxLayout*>("buttomLayout")->itemAt(0)->sizeHint().width();
+}
+
+void LiveControlRig::ExpectUnchosen() const {
+  EXPECT_TRUE(Shows("m_chooseBtn"));
+  EXPECT_FALSE(Shows("activitiesTitleLabel"));
+  EXPECT_FALSE(Shows("m_reselectBtn"));
+  EXPECT_FALSE(Shows("startTime"));
+  EXPECT_FALSE(Shows("m_LiveBtn"));
+  EXPECT_EQ(SpacerWidth(), 80);
+}
+
+void LiveControlRig::ExpectChosen() const {
+  EXPECT_FALSE(Shows("m_chooseBtn"));
+  EXPECT_TRUE(Shows("activitiesTitleLabel"));
+  EXPECT_TRUE(Shows("m_reselectBtn"));
+  EXPECT_FALSE(Shows("startTime"));
+  EXPECT_FALSE(Shows("streamState"));
+  EXPECT_FALSE(Shows("soundMeter"));
+  EXPECT_TRUE(Shows("m_LiveBtn"));
+  EXPECT_EQ(Button("m_LiveBtn")->text(), "开始直播");
+  EXPECT_EQ(Button("m_LiveBtn")->styleSheet(), shell::BlueButtonStyle());
+  EXPECT_EQ(Label("startTime")->text(), "00:00:00");
+  EXPECT_EQ(SpacerWidth(), 0);
+  ExpectNoBroadcastNodes();
+}
+
+void LiveControlRig::ExpectLive() const {
+  EXPECT_FALSE(Shows("m_chooseBtn"));
+  EXPECT_TRUE(Shows("activitiesTitleLabel"));
+  EXPECT_FALSE(Shows("m_reselectBtn"));
+  EXPECT_TRUE(Shows("startTime"));
+  EXPECT_TRUE(Shows("streamState"));
+  EXPECT_TRUE(Shows("soundMeter"));
+  EXPECT_TRUE(Shows("m_LiveBtn"));
+  EXPECT_EQ(Button("m_LiveBtn")->text(), "结束直播");
+  EXPECT_EQ(Button("m_LiveBtn")->styleSheet(), shell::GreyButtonStyle());
+  EXPECT_EQ(SpacerWidth(), 0);
+  EXPECT_TRUE(m_systemSound->IsOpen());
+  EXPECT_TRUE(m_window->m_isLiving);
+  EXPECT_TRUE(m_window->m_liveTimer.isActive());
+  EXPECT_EQ(m_window->m_liveTimer.interval(), 1000);
+  EXPECT_NE(m_window->m_encoder, nullptr);
+  EXPECT_NE(m_window->m_loopback, nullptr);
+}
+
+void LiveControlRig::ExpectNoBroadcastNodes() const {
+  EXPECT_FALSE(m_window->m_isLiving);
+  EXPECT_FALSE(m_window->m_liveTimer.isActive());
+  EXPECT_EQ(m_window->m_encoder, nullptr);
+  EXPECT_EQ(m_window->m_mixOut, nullptr);
+  EXPECT_EQ(m_window->m_mic, nullptr);
+  EXPECT_EQ(m_window->m_loopback, nullptr);
+  EXPECT_FALSE(m_systemSound->IsOpen());
+  EXPECT_FALSE(m_microphone->IsOpen());
+}
+
+std::string LiveControlRig::AddressFile() const {
+  return ReadFile(m_directory.File("rtmp.txt"));
+}
+
+bool LiveControlRig::Holds(const std::vector<std::string>& lines, const std::string& line) {
+  return std::find(lines.begin(), lines.end(), line) != lines.end();
 }
 
 }  // namespace support

@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "support/FakeCaptureLayer.h"
 #include "support/Notices.h"
@@ -68,6 +69,19 @@ class LiveControlRig : public testing::Test {
   // The last of them.
   QByteArray Request(const char* path) const;
   bool IsLive() const;
+
+  // Published to an address at which nobody listens.
+  ListedActivity Activity() const;
+  // An activity is chosen, and the service answers like that from then on.
+  void ChooseWith(const QList<ScriptedReply>& later = {JsonReply(R"({"code":0})")});
+  int SpacerWidth() const;
+  void ExpectUnchosen() const;
+  void ExpectChosen() const;
+  void ExpectLive() const;
+  void ExpectNoBroadcastNodes() const;
+  // What "./rtmp.txt" holds.
+  std::string AddressFile() const;
+  static bool Holds(const std::vector<std::string>& lines, const std::string& line);
 
   WorkingDirectory m_directory;
   ScriptedHttp m_service;
