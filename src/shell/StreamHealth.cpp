@@ -123,6 +123,7 @@ QStringList StoppedCaptures(const StreamHistory& history) {
       words.append(CaptureWords(capture));
     }
   }
+  words.removeDuplicates();  // one screen in several layers
   return words;
 }
 

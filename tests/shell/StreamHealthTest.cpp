@@ -307,6 +307,15 @@ TEST(StreamHealth, ManyStoppedCapturesAreCountedInTheLineAndNamedInTheDetails) {
   EXPECT_EQ(health.details.count("采集："), 4);
 }
 
+TEST(StreamHealth, OneDeviceInSeveralLayersIsNamedOnce) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
+    sight->captures = {
+        Capture(CaptureSort::kDesktop, 5, "", 0), Capture(CaptureSort::kDesktop, 7, "", 1),
+        Capture(CaptureSort::kCamera, 5, "a", 2), Capture(CaptureSort::kCamera, 5, "a", 3)};
+  }));
+  EXPECT_EQ(health.words, "桌面画面停止，摄像头“a”画面停止  2000 kb/s");
+}
+
 TEST(StreamHealth, AStoppedCaptureIsNamedBesideAStreamThatIsDown) {
   const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
     sight->encoder.status =
