@@ -7,7 +7,11 @@
 // up and never the encoders. Stream 0 is sound, stream 1 the picture.
 //
 // Clocks: the picture's counts encoded frames in 1/25 s, the sound's counts samples. The time
-// stamps that frames come with are not looked at. Packets carry milliseconds.
+// stamps that frames come with are not looked at, but for one thing: a picture that tells when it
+// was captured (best_effort_timestamp, in milliseconds of SDL_GetTicks) begins the stream only when
+// enough sound is there to be in step with it. From then on the sound, of which nothing is lost, is
+// the measure: where pictures were, others are encoded twice (output/PictureServo).
+// Packets carry milliseconds.
 //
 // Ownership: input frames are references shared with other nodes, so their pixels are only read.
 // Encoded packets belong to the queue they wait in. The contexts live from Start to Stop, after a
@@ -50,6 +54,7 @@ extern "C" {
 #include "media/CSrcInterface.h"
 #include "output/Deadline.h"
 #include "output/EncoderStatistics.h"
+#include "output/PictureServo.h"
 
 class DeviceCatalogue;
 namespace output {
@@ -80,6 +85,10 @@ class CEncoder : public CSrcInterface {
   struct EncodeClock {
     std::int64_t samples = 0;
     std::int64_t pictures = 0;
+    int leftOut = 0;           // pictures before the first
+    std::int64_t startMs = 0;  // of the sound that was there with the first picture
+    int correction = 0;        // pictures to encode twice; negative: to leave out
+    output::PictureServo servo;
   };
   enum class Sent { kNothing, kPacket, kFailed };
 
@@ -137,7 +146,11 @@ class CEncoder : public CSrcInterface {
   void QueueSamples(AVFrame* frame, std::int64_t pts);
   void EncodeSamples(EncodeClock* clock);
   bool EncodePicture(EncodeClock* clock);
+  bool IsTooEarly(const EncodeClock& clock, const AVFrame* picture) const;
   AVFrame* PictureToEncode(AVFrame* input);
+  void Encode(EncodeClock* clock, AVFrame* picture);
+  void KeepStep(EncodeClock* clock);
+  std::int64_t SoundMs(const EncodeClock& clock) const;
   int TakePackets(AVCodecContext* context, int stream, CMyQueue* queue);
 
   // Publish thread.

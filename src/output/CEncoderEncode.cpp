@@ -136,9 +136,32 @@ bool CEncoder::EncodePicture(EncodeClock* clock) {
     ++m_counters.videoFramesTaken;
     ++m_counters.videoFramesDropped;
   }
+  if (IsTooEarly(*clock, input.Get())) {
+    ++clock->leftOut;
+    return true;
+  }
+  if (clock->correction < 0) {
+    ++clock->correction;
+    ++m_counters.videoFramesDropped;
+    return true;
+  }
   AVFrame* picture = PictureToEncode(input.Get());
+  Encode(clock, picture);
+  KeepStep(clock);
+  if (clock->correction > 0 && picture != nullptr) {
+    // It costs the encoder next to nothing, and shows what happened: the picture stood still.
+    --clock->correction;
+    Encode(clock, picture);
+  }
+  return true;
+}
+
+void CEncoder::Encode(EncodeClock* clock, AVFrame* picture) {
   int error = AVERROR(EINVAL);
   if (picture != nullptr) {
+    if (clock->pictures == 0) {
+      clock->startMs = SoundMs(*clock);
+    }
     picture->pts = clock->pictures++;
     error = avcodec_send_frame(m_videoContext, picture);
   }
@@ -150,7 +173,31 @@ bool CEncoder::EncodePicture(EncodeClock* clock) {
     av_strerror(error, text, sizeof text);
     av_log(nullptr, AV_LOG_ERROR, "avcodec_encode_video2 error msg = %s\n", text);
   }
-  return true;
+}
+
+// After each picture, whose own 40 ms have only begun. Those that wait will be encoded still. A
+// broadcast without any sound has no other measure than its pictures.
+void CEncoder::KeepStep(EncodeClock* clock) {
+  if (clock->samples == 0 || clock->correction != 0) {
+    return;
+  }
+  const std::int64_t pictures = clock->pictures - 1 + m_firstVideoQueue->Size();
+  clock->correction = clock->servo.Look(SoundMs(*clock) - clock->startMs -
+                                        pictures * output::PictureServo::kStepMs);
+}
+
+std::int64_t CEncoder::SoundMs(const EncodeClock& clock) const {
+  return (clock.samples + av_audio_fifo_size(m_fifo)) * 1000 / output::kSampleRate;
+}
+
+// Only before the first picture of the stream.
+bool CEncoder::IsTooEarly(const EncodeClock& clock, const AVFrame* picture) const {
+  if (clock.pictures > 0 || clock.leftOut >= output::kPicturesBeforeTheFirst ||
+      picture->best_effort_timestamp == AV_NOPTS_VALUE) {
+    return false;
+  }
+  const std::int64_t age = SDL_GetTicks() - picture->best_effort_timestamp;
+  return SoundMs(clock) < output::SoundLeadMs(age);
 }
 
 // The picture in the size of the stream. Null for one that is not the canvas, which would be read

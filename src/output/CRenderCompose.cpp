@@ -68,6 +68,8 @@ void CRender::ComposePass(output::ComposeState* state) {
     state->hasBase = true;
     state->basePts = first->head->pts;
   }
+  // Of the bottom picture, for whoever has to be in step with the canvas.
+  const std::int64_t capturedMs = first->head->pts;
   AVFrame* canvas = nullptr;
   if (m_composed.Size() <= output::kComposedLimit) {
     canvas = DrawCanvas(state, layers, true);
@@ -85,6 +87,7 @@ void CRender::ComposePass(output::ComposeState* state) {
   }
   if (canvas != nullptr) {
     canvas->pts = state->passes * kTickMs + state->basePts;
+    canvas->best_effort_timestamp = capturedMs;
     ++m_counters.composed;
     m_composed.PushBack(canvas);
   }
@@ -195,7 +198,8 @@ AVFrame* CRender::DrawCanvas(output::ComposeState* state, const std::vector<Draw
 
 void CRender::ConsumeFrames(LayerSlot* slot) {
   CMyQueue* frames = slot->frames;
-  const int drop = output::FramesToDrop(frames->Size());
+  const int queued = frames->Size();
+  const int drop = output::FramesToDrop(queued) + (slot->standing.HasTooMany(queued) ? 1 : 0);
   for (int i = 0; i < drop; ++i) {
     auto* frame = static_cast<AVFrame*>(frames->Pop());
     av_frame_free(&frame);

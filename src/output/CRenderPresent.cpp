@@ -86,7 +86,7 @@ void CRender::SendHead(output::PresentState* state, AVFrame* head) {
     av_frame_free(&popped);
     state->headSent = false;
   };
-  if (queued > output::kComposedBacklog) {
+  if (state->standing.HasTooMany(queued) || queued > output::kComposedBacklog) {
     popHead();
     ++m_counters.droppedComposed;
     head = static_cast<AVFrame*>(m_composed.Peek());
@@ -97,6 +97,7 @@ void CRender::SendHead(output::PresentState* state, AVFrame* head) {
     AVFrame* picture = state->pictures.Next();
     if (picture != nullptr && state->convert.Convert(head, picture) == 0) {
       picture->pts = head->pts;
+      picture->best_effort_timestamp = head->best_effort_timestamp;
       state->picture = picture;
       state->window.Update(picture);
     }

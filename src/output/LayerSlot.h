@@ -14,6 +14,7 @@
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "media/ffmpeg/Scoped.h"
+#include "output/StandingQueue.h"
 
 // Not part of what a layer is: how the scale thread works for it. Scale thread only.
 struct LayerScaling {
@@ -48,6 +49,7 @@ struct LayerSlot {
   std::atomic<int> autoFit{0};      // 1: take the corner placement at the next compose pass
   QMutex positionLock;
   QMutex sizeLock;
+  output::StandingQueue standing;  // of frames; compose thread
 
   LayerScaling scaling;
 };

@@ -10,6 +10,7 @@
 #include "output/OutputPictures.h"
 #include "output/Patience.h"
 #include "output/PreviewWindow.h"
+#include "output/StandingQueue.h"
 
 namespace output {
 
@@ -23,6 +24,7 @@ struct PresentState {
   bool started = false;                      // two canvases have waited at once
   std::optional<media::PacedTicker> ticker;  // from the first canvas on
   Patience patience;                         // with a canvas that is alone
+  StandingQueue standing;                    // of canvases
   bool headSent = false;                     // the head of the composed queue is in picture already
   PreviewWindow window;
 };

@@ -8,6 +8,16 @@ namespace output {
 
 namespace {
 
+// Sound is this old when the encoder has taken it: 73 ms in its capture, packet and poll.
+constexpr std::int64_t kSoundAgeMs = 88;
+// The first picture comes up to one step of 40 ms later than it might.
+constexpr std::int64_t kHalfStepMs = 20;
+// Two queues of one picture each, at least. Younger ones are the first of a scene, before the
+// queues have filled.
+constexpr std::int64_t kYoungestPictureMs = 100;
+constexpr std::int64_t kOldestPictureMs = 400;
+constexpr std::int64_t kUsualPictureAgeMs = 150;  // 105 to 185 were measured
+
 AVPacket* Head(CMyQueue* queue) {
   return static_cast<AVPacket*>(queue->Peek());
 }
@@ -34,6 +44,13 @@ std::int64_t VideoBitRate(int width, int height) {
     return 500000;
   }
   return 0;
+}
+
+int SoundLeadMs(std::int64_t pictureAgeMs) {
+  // A stamp of another clock, or of a picture that nothing follows, tells nothing.
+  const bool known = pictureAgeMs >= kYoungestPictureMs && pictureAgeMs <= kOldestPictureMs;
+  const std::int64_t age = known ? pictureAgeMs : kUsualPictureAgeMs;
+  return static_cast<int>(age + kVideoLagMs - kSoundAgeMs - kHalfStepMs);
 }
 
 bool DropsInput(int framesLeft) {

@@ -3,6 +3,7 @@
 // Two queues of encoded packets wait for the publish thread, time stamps in milliseconds. It keeps
 // 600 ms of video back and sends the picture 100 ms behind the sound. After a stall of the network
 // it skips what is stale up to a key frame, so that the delay of the stream stays bounded.
+// Before all that, the encode thread chooses the picture that the broadcast begins with.
 #ifndef ORVANE_OUTPUT_PUBLISHRULES_H
 #define ORVANE_OUTPUT_PUBLISHRULES_H
 
@@ -21,6 +22,14 @@ constexpr std::uint32_t kRetryMs = 3000;
 
 // Bits a second of H.264 for that size; 0 for a size that is not published.
 std::int64_t VideoBitRate(int width, int height);
+
+// Milliseconds of sound that the encoder must have taken before its first picture, for both to show
+// one moment together, when that picture was captured pictureAgeMs ago: both streams count from
+// their start, so how far they are apart at that moment is how far they stay.
+int SoundLeadMs(std::int64_t pictureAgeMs);
+
+// Pictures that may be left out for that. Where there is no sound, the picture starts all the same.
+constexpr int kPicturesBeforeTheFirst = 25;
 
 // framesLeft: pictures that still wait after one was taken. True: one more goes, unencoded.
 bool DropsInput(int framesLeft);

@@ -285,6 +285,9 @@ void Soak::JudgeRecording() {
               points.size(), support::MedianDistance(points), drift);
   EXPECT_GE(points.size(), static_cast<std::size_t>(Seconds()) * 1000 / kPeriodMs * 9 / 10);
   EXPECT_LE(std::abs(drift), kDriftMs);
+  // What viewers notice, and two pictures that a busy machine may add to the picture's road.
+  EXPECT_GE(support::MedianDistance(points), -125);
+  EXPECT_LE(support::MedianDistance(points), 125);
 }
 
 TEST_F(Soak, NothingGrowsDriftsOrStandsStill) {

@@ -40,10 +40,10 @@ TEST(Sync, FlashAndBeepStayTogetherForFiveMinutes) {
   RecordProperty("drift_in_five_minutes_ms", std::to_string(drift));
   std::printf("sound behind picture: %.1f ms, drift in five minutes: %.1f ms\n", distance, drift);
   EXPECT_LE(std::abs(drift), 20);
-  // On the wire the picture is put 100 ms behind the sound, which is why sound is held back in its
-  // capture: 25 to 60 ms ahead were measured. A canvas or two that wait to be shown add 40 ms each.
-  EXPECT_GE(distance, -125);
-  EXPECT_LE(distance, 45);
+  // Viewers notice sound that is 45 ms ahead or 125 ms behind. It comes out some 20 ms behind; a
+  // machine with other work to do may add two pictures of 40 ms to the picture's road.
+  EXPECT_GE(distance, -65);
+  EXPECT_LE(distance, 125);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The compose thread, pass by pass.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -92,6 +93,43 @@ TEST(CRenderCompose, WhatABottomLayerHoldsBackIsTrimmed) {
   EXPECT_EQ(5, render.LayerSize(top));
   EXPECT_EQ(35, render.LayerHead(top)->pts);
   EXPECT_EQ(35U, render.Statistics().droppedAtLayer[static_cast<std::size_t>(top)]);
+}
+
+// One more than is needed makes the layer 40 ms later than its sound.
+TEST(CRenderCompose, APictureTooManyIsDroppedOnceItHasWaitedForTwoSeconds) {
+  FakeClock clock;
+  HandRender render;
+  const int layer = render.AddLayer();
+  const auto feed = [&](int pts) {
+    render.Feed(layer, NewPicture(64, 48, kRed, pts));
+    render.ScaleTurn();
+  };
+  feed(0);
+  feed(1);
+  for (int pass = 0; pass < 49; ++pass) {
+    feed(pass + 2);
+    ScopedFrame canvas(render.Compose());
+    ASSERT_EQ(pass + 1, render.LayerHead(layer)->pts);
+  }
+  feed(51);
+  ScopedFrame canvas(render.Compose());
+  EXPECT_EQ(51, render.LayerHead(layer)->pts);
+  EXPECT_EQ(1U, render.Statistics().droppedAtLayer[static_cast<std::size_t>(layer)]);
+}
+
+TEST(CRenderCompose, TheCanvasTellsWhenItsBottomPictureWasCaptured) {
+  FakeClock clock;
+  HandRender render;
+  const int bottom = render.AddLayer();
+  const int top = render.AddLayer();
+  render.Feed(top, NewPicture(64, 48, kGreen, 70));
+  render.ScaleTurn();
+  for (const int pts : {500, 540, 580}) {
+    ScopedFrame canvas(render.Show(bottom, NewPicture(64, 48, kRed, pts)));
+    ASSERT_TRUE(canvas);
+    // The newest waits for the next pass.
+    EXPECT_EQ(std::max(pts - 40, 500), canvas->best_effort_timestamp);
+  }
 }
 
 TEST(CRenderCompose, AHigherLayerWithNoPictureIsPassedOver) {

@@ -131,6 +131,41 @@ TEST_F(CRenderPresent, MoreThanSevenWaitingCanvasesLoseOneAPass) {
   EXPECT_EQ(1U, render.Statistics().droppedComposed);
 }
 
+// One more than is needed makes every picture 40 ms later than its sound.
+TEST_F(CRenderPresent, ACanvasTooManyIsDroppedOnceItHasWaitedForTwoSeconds) {
+  for (int i = 0; i < 2; ++i) {
+    AddCanvas(i);
+  }
+  EXPECT_EQ(0, (*Next())->pts);
+  int pts = 2;
+  AddCanvas(pts++);
+  // Three wait at each of 49 beats, and nothing is lost.
+  for (int beat = 1; beat < 50; ++beat) {
+    AddCanvas(pts++);
+    EXPECT_EQ(beat, (*Next())->pts);
+  }
+  AddCanvas(pts++);
+  EXPECT_EQ(51, (*Next())->pts);
+  EXPECT_EQ(1U, render.Statistics().droppedComposed);
+  EXPECT_EQ(1, render.Composed()->Size());
+  for (int beat = 52; beat < 200; ++beat) {
+    AddCanvas(pts++);
+    EXPECT_EQ(beat, (*Next())->pts);
+  }
+  EXPECT_EQ(1U, render.Statistics().droppedComposed);
+}
+
+TEST_F(CRenderPresent, TheOutputsLearnWhenAPictureWasCaptured) {
+  for (int i = 1; i <= 3; ++i) {
+    AVFrame* canvas = NewPicture(kCanvas.width, kCanvas.height, kRed, i);
+    canvas->best_effort_timestamp = 1000 * i;
+    render.Composed()->PushBack(canvas);
+    if (i > 1) {
+      EXPECT_EQ(1000 * (i - 1), (*Next())->best_effort_timestamp);
+    }
+  }
+}
+
 TEST_F(CRenderPresent, EarlyPassesWaitTenMillisecondsWithoutPresenting) {
   AddCanvas(0);
   AddCanvas(1);

@@ -1,4 +1,5 @@
 // The encode thread's turns, run by the test with the real encoders.
+#include <SDL.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -29,6 +30,24 @@ class EncodeTurn : public testing::Test {
       encoder.EnqueueVideo(0, NewCanvas(i));
     }
   }
+  // One that was captured so long ago.
+  void FeedPictureOfAge(int ms) {
+    AVFrame* canvas = NewCanvas(0);
+    clock.Advance(static_cast<std::uint32_t>(ms));
+    canvas->best_effort_timestamp = SDL_GetTicks() - static_cast<std::uint32_t>(ms);
+    encoder.EnqueueVideo(0, canvas);
+  }
+  // So many seconds of sound, with that many pictures spread over each.
+  void Broadcast(int seconds, int pictures) {
+    for (int i = 0; i < seconds * 25; ++i) {
+      FeedSound(1920);
+      if ((i + 1) * pictures / 25 > i * pictures / 25) {
+        FeedPictures(1);
+      }
+      encoder.TurnUntilIdle();
+    }
+  }
+  int VideoPackets() { return static_cast<int>(TakePts(&encoder.Video()).size()); }
 
   support::FakeClock clock;
   support::MessageCapture log;
@@ -144,6 +163,63 @@ TEST_F(EncodeTurn, WithMoreThanFifteenLeftOnePictureIsDroppedAndTheClockDoesNotC
 }
 
 // An encoder that can't keep up must come back to the sound between two pictures.
+TEST_F(EncodeTurn, TheStreamBeginsWithThePictureThatTheSoundIsReadyFor) {
+  // 172 ms of sound belong before a picture that took 180 ms.
+  FeedSound(170 * 48);
+  FeedPictureOfAge(180);
+  encoder.TurnUntilIdle();
+  EXPECT_EQ(0, VideoPackets());
+  FeedSound(2 * 48);
+  FeedPictureOfAge(180);
+  encoder.TurnUntilIdle();
+  EXPECT_EQ(Times{0}, TakePts(&encoder.Video()));
+  // None is left out later.
+  FeedPictureOfAge(400);
+  encoder.TurnUntilIdle();
+  EXPECT_EQ(Times{40}, TakePts(&encoder.Video()));
+}
+
+TEST_F(EncodeTurn, WithoutSoundThePictureBeginsAfterASecond) {
+  for (int i = 0; i < 25; ++i) {
+    FeedPictureOfAge(100);
+    encoder.TurnUntilIdle();
+  }
+  EXPECT_EQ(0, VideoPackets());
+  FeedPictureOfAge(100);
+  encoder.TurnUntilIdle();
+  EXPECT_EQ(1, VideoPackets());
+}
+
+TEST_F(EncodeTurn, APictureThatDoesNotTellItsAgeBeginsTheStreamAtOnce) {
+  FeedPictures(1);
+  encoder.TurnUntilIdle();
+  EXPECT_EQ(1, VideoPackets());
+}
+
+TEST_F(EncodeTurn, PicturesThatAreLostAreMadeUpForByOthers) {
+  Broadcast(1, 25);
+  // A fifth is lost for three seconds, then all come again.
+  Broadcast(3, 20);
+  Broadcast(3, 25);
+  EXPECT_NEAR(175, VideoPackets(), 1);
+}
+
+TEST_F(EncodeTurn, PicturesThatAreTooManyAreLeftOutOneASecond) {
+  Broadcast(1, 25);
+  FeedPictures(3);
+  Broadcast(4, 25);
+  EXPECT_NEAR(125, VideoPackets(), 1);
+  EXPECT_GE(encoder.Statistics().videoFramesDropped, 2U);
+}
+
+TEST_F(EncodeTurn, WithoutSoundPicturesAreTheirOwnMeasure) {
+  for (int i = 0; i < 60; ++i) {
+    FeedPictures(1);
+    encoder.TurnUntilIdle();
+  }
+  EXPECT_EQ(60, VideoPackets());
+}
+
 TEST_F(EncodeTurn, SoundIsServedBetweenTwoPictures) {
   FeedPictures(2);
   FeedSound(2048);

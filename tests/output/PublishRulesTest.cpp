@@ -146,4 +146,16 @@ TEST(PublishRules, SoundThatIsAllTooFarAheadIsDroppedToTheEmptyQueue) {
   EXPECT_EQ(0, audio.Size());
 }
 
+TEST(PublishRules, TheFirstPictureWaitsForTheSoundOfItsMoment) {
+  // Each millisecond that the picture took longer is one more of sound.
+  EXPECT_EQ(output::SoundLeadMs(100), 92);
+  EXPECT_EQ(output::SoundLeadMs(180), 172);
+  EXPECT_EQ(output::SoundLeadMs(400), 392);
+  // No age that a live picture has.
+  for (const std::int64_t age :
+       {std::int64_t{-1}, std::int64_t{99}, std::int64_t{401}, std::int64_t{1} << 40}) {
+    EXPECT_EQ(output::SoundLeadMs(age), output::SoundLeadMs(150)) << age;
+  }
+}
+
 }  // namespace
