@@ -33,6 +33,7 @@ constexpr double kUnheard = 0.005;
 // a publisher after 5 s.
 constexpr auto kSuspended = std::chrono::seconds(15);
 constexpr int kClicks = 100;
+constexpr char kConnected[] = "connect: app=";  // in the ingest's log
 constexpr std::int64_t kSomeSeconds = 100'000;  // bytes of a stream
 
 class LiveHand : public LiveStage {
@@ -74,7 +75,7 @@ void LiveHand::AnAddressWithoutRtmp() {
   ASSERT_TRUE(m_bar.Choose(1, 1));
   EXPECT_TRUE(m_bar.ShowsTitle(m_long.letters)) << m_bar.Report();
   EXPECT_TRUE(m_studio.Rtmp().Recordings().empty());
-  EXPECT_EQ(m_studio.Rtmp().Log().find("connect:"), std::string::npos);
+  EXPECT_EQ(m_studio.Rtmp().Log().find(kConnected), std::string::npos);
   EXPECT_EQ(Read("program.out").find("play url"), std::string::npos);
   EXPECT_NE(access(m_studio.File("rtmp.txt").c_str(), F_OK), 0);
   EXPECT_EQ(Told("broadcast-started"), 0);
@@ -88,6 +89,7 @@ void LiveHand::AMicrophoneThatVanishes() {
   EXPECT_TRUE(m_bar.ShowsSound(BarSound::kSystem, true)) << m_bar.Report();
   EXPECT_TRUE(m_bar.ShowsSound(BarSound::kMicrophone, true)) << m_bar.Report();
   m_hand.Keep("live");
+  EXPECT_NE(m_studio.Rtmp().Log().find(kConnected), std::string::npos);
   EXPECT_TRUE(IsTold("broadcast-started", 1));
   EXPECT_TRUE(WroteAddressOf(m_long)) << Read("rtmp.txt");
   EXPECT_NE(Read("program.out").find("play url is " + m_long.view), std::string::npos);
@@ -224,7 +226,7 @@ void LiveHand::ClickInTurn(Point start, Point end) {
   for (int click = 0; click < kClicks; ++click) {
     const Point at = click % 2 == 0 ? start : end;
     command.insert(command.end(), {"mousemove", std::to_string(at.x), std::to_string(at.y), "click",
-                                   "1", "sleep", "0.1"});
+                                   "1", "sleep", "0.05"});
   }
   ASSERT_EQ(support::Run(command, 60000, m_studio.Desktop().Environment()).status, 0);
 }
