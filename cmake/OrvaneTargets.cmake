@@ -72,7 +72,7 @@ function(orvane_add_ctest name)
     # Qt, SDL, PulseAudio's client and FFmpeg are not instrumented; without this their own locking
     # would be reported. QMutex is made visible by tests/support/TsanQMutex.cpp.
     list(APPEND environment
-         "TSAN_OPTIONS=ignore_noninstrumented_modules=1:halt_on_error=0:second_deadlock_stack=1")
+         "TSAN_OPTIONS=ignore_noninstrumented_modules=1:halt_on_error=0:second_deadlock_stack=1:suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp:print_suppressions=0")
     # The thread sanitizer of this compiler can't map its shadow under address randomisation.
     set(launcher setarch -R)
   endif()

@@ -2,6 +2,7 @@
 #include <SDL_syswm.h>
 #include <dirent.h>
 
+#include <atomic>
 #include <cstring>
 #include <utility>
 
@@ -79,9 +80,21 @@ int LogXError(Display*, XErrorEvent* error) {
   return 0;
 }
 
-void StayAlive(Display*, void*) {
-  av_log(nullptr, AV_LOG_ERROR, "X11: the display of the preview is gone\n");
+std::atomic<Display*> g_previewDisplay{nullptr};
+std::atomic<XIOErrorHandler> g_otherDisplays{nullptr};
+
+// A connection that breaks has two handlers: this one of the process, which is to say so, and one
+// of the display, which is to end the process. The library's own ends it in the first already.
+int TellBreak(Display* display) {
+  if (display == g_previewDisplay) {
+    av_log(nullptr, AV_LOG_ERROR, "X11: the display of the preview is gone\n");
+    return 0;
+  }
+  const XIOErrorHandler other = g_otherDisplays;
+  return other != nullptr ? other(display) : 0;
 }
+
+void StayAlive(Display*, void*) {}
 
 }  // namespace
 
@@ -107,6 +120,11 @@ void OutliveWindowSystem(SDL_Window* window) {
   if (SDL_GetWindowWMInfo(window, &info) == SDL_TRUE && info.subsystem == SDL_SYSWM_X11) {
     // By default Xlib ends the process on either.
     XSetErrorHandler(LogXError);
+    g_previewDisplay = info.info.x11.display;
+    const XIOErrorHandler other = XSetIOErrorHandler(TellBreak);
+    if (other != TellBreak) {
+      g_otherDisplays = other;
+    }
     XSetIOErrorExitHandler(info.info.x11.display, StayAlive, nullptr);
   }
 }
