@@ -52,14 +52,21 @@ int Number(const std::string& text, const std::string& name) {
 
 }  // namespace
 
-bool Composer::Start(const std::map<std::string, std::string>& changes) {
+bool Composer::Open(const std::map<std::string, std::string>& changes) {
   m_studio->SaveAccount("demo", m_studio->Password());
   std::map<std::string, std::string> environment = m_studio->Environment();
   for (const auto& [name, value] : changes) {
     environment[name] = value;
   }
-  return m_program.Start({ORVANE_PROGRAM}, environment, m_studio->File("program.out")) && Opens() &&
-         LogIn(2) && WaitFor([this] { return FindWindow(); }, kPatienceMs);
+  return m_program.Start({ORVANE_PROGRAM}, environment, m_studio->File("program.out")) && Opens();
+}
+
+bool Composer::Start(const std::map<std::string, std::string>& changes) {
+  return Open(changes) && LogIn(2) && AwaitWindow();
+}
+
+bool Composer::AwaitWindow() {
+  return WaitFor([this] { return FindWindow(); }, kPatienceMs);
 }
 
 int Composer::End() {

@@ -61,11 +61,13 @@ class Composer {
   // Starts the program, with changes to the studio's environment, and logs in with a double click.
   // False when its preview did not come.
   bool Start(const std::map<std::string, std::string>& changes = {});
+  // Start in its steps: up to the login, and from it to the window with its preview.
+  bool Open(const std::map<std::string, std::string>& changes = {});
+  bool AwaitWindow();
   // To be frozen and awaited.
   support::Process& Program() { return m_program; }
   // SIGTERM, and its exit status; -1 when it was not gone after that time.
   int End();
-  pid_t ProgramId() const { return m_program.Id(); }
 
   // Input.
   void MoveTo(Point at) const;

@@ -70,7 +70,7 @@ void LiveHand::AnAddressWithoutRtmp() {
   ASSERT_TRUE(m_bar.Shows(BarState::kUnchosen));
   ASSERT_TRUE(m_bar.Choose(2));
   EXPECT_TRUE(m_bar.ShowsTitle(m_closed.letters)) << m_bar.Report();
-  m_before = support::LookAt(m_hand.ProgramId());
+  m_before = support::LookAt(m_hand.Program().Id());
   ASSERT_TRUE(m_bar.PressStart());
   ASSERT_TRUE(m_bar.Choose(1, 1));
   EXPECT_TRUE(m_bar.ShowsTitle(m_long.letters)) << m_bar.Report();
@@ -271,7 +271,7 @@ void LiveHand::AHundredClicks() {
   EXPECT_TRUE(IsTold("broadcast-ended", ended + starts));
   support::ProcessSight now;
   const auto asBefore = [&] {
-    now = support::LookAt(m_hand.ProgramId());
+    now = support::LookAt(m_hand.Program().Id());
     return now.threads <= m_before.threads && now.handles <= m_before.handles;
   };
   EXPECT_TRUE(WaitFor(asBefore, kPatienceMs))

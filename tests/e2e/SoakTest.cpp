@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Composer.h"
+#include "LiveBar.h"
 #include "Studio.h"
 #include "support/ProcessSight.h"
 #include "support/Recording.h"
@@ -38,15 +39,8 @@ constexpr double kSettledSeconds = 45;  // until every pool and queue has its si
 constexpr double kMemoryGrowth = 0.05;
 constexpr double kDriftMs = 20;
 
-// In the window, the dialog of activities with its list of qualities, and the scene.
-constexpr e2e::Point kBesideAll = {600, 664};
-constexpr e2e::Point kChooseActivity = {150, 680};
-// It moves aside for the meters, so the second click of a double click ends no broadcast.
-constexpr e2e::Point kStart = {624, 671};
-constexpr e2e::Point kEnd = {890, 671};
-constexpr e2e::Point kFirstCard = {120, 140};
-constexpr e2e::Point kQuality = {170, 449};
-constexpr e2e::Point kActivityOk = {550, 502};
+constexpr e2e::Point kBesideAll = {600, 664};  // in the window
+constexpr int kFullQuality = 2;
 
 int Seconds() {
   const char* wanted = std::getenv("ORVANE_SOAK_SECONDS");
@@ -166,24 +160,11 @@ class Soak : public testing::Test {
     ASSERT_TRUE(m_hand.ShowsOutline({by.x, by.y, width, height}));
   }
 
-  void ChooseFullQuality() {
-    m_hand.Click(m_hand.InWindow(kChooseActivity));
-    ASSERT_TRUE(m_hand.Opens());
-    m_hand.Click(m_hand.InDialog(kFirstCard));
-    m_hand.Click(m_hand.InDialog(kQuality));
-    ASSERT_TRUE(m_hand.Opens());
-    m_hand.Keys({"End", "Return"});
-    ASSERT_TRUE(m_hand.Closes());
-    m_hand.Keep("activity");
-    m_hand.Click(m_hand.InDialog(kActivityOk));
-    ASSERT_TRUE(m_hand.Closes());
-  }
-
   Sample Take(double begin) {
     std::error_code ignored;
     Sample sample;
     sample.seconds = Now() - begin;
-    sample.program = support::LookAt(m_hand.ProgramId());
+    sample.program = support::LookAt(m_hand.Program().Id());
     sample.logBytes =
         static_cast<long>(std::filesystem::file_size(m_studio.File("MyLog.txt"), ignored));
     if (m_report != nullptr) {
@@ -201,7 +182,7 @@ class Soak : public testing::Test {
 
   void GoLive() {
     const double begin = Now();
-    m_hand.Click(m_hand.InWindow(kStart));
+    ASSERT_TRUE(m_bar.PressStart()) << m_bar.Report();
     ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs)) << m_studio.Report();
     std::printf("click to first recorded packet: %.2f s\n", Now() - begin);
   }
@@ -221,6 +202,7 @@ class Soak : public testing::Test {
 
   e2e::Studio m_studio;
   Composer m_hand{&m_studio};
+  e2e::LiveBar m_bar{&m_studio, &m_hand};
   std::vector<Sample> m_samples;
   std::FILE* m_report = nullptr;
 };
@@ -292,19 +274,19 @@ void Soak::JudgeRecording() {
 
 TEST_F(Soak, NothingGrowsDriftsOrStandsStill) {
   ASSERT_NO_FATAL_FAILURE(Compose());
-  ASSERT_NO_FATAL_FAILURE(ChooseFullQuality());
-  const ProcessSight before = support::LookAt(m_hand.ProgramId());
+  ASSERT_TRUE(m_bar.Choose(0, kFullQuality)) << m_bar.Report();
+  const ProcessSight before = support::LookAt(m_hand.Program().Id());
   ASSERT_NO_FATAL_FAILURE(GoLive());
   SampleUntilTheEnd();
-  m_hand.Click(m_hand.InWindow(kEnd));
+  ASSERT_TRUE(m_bar.PressEnd()) << m_bar.Report();
   ASSERT_TRUE(m_studio.Rtmp().WaitForClosedRecordings(kPatienceMs));
   // What the broadcast took is given back.
   const auto asBefore = [&] {
-    const ProcessSight now = support::LookAt(m_hand.ProgramId());
+    const ProcessSight now = support::LookAt(m_hand.Program().Id());
     return now.threads <= before.threads && now.handles <= before.handles;
   };
   EXPECT_TRUE(support::WaitFor(asBefore, kPatienceMs));
-  const ProcessSight after = support::LookAt(m_hand.ProgramId());
+  const ProcessSight after = support::LookAt(m_hand.Program().Id());
   std::printf("before: %d threads, %d handles; after: %d threads, %d handles\n", before.threads,
               before.handles, after.threads, after.handles);
   EXPECT_EQ(m_hand.End(), 0);

@@ -30,6 +30,7 @@ class RtmpServer {
   void Thaw();    // SIGCONT
 
   int Port() const { return m_port; }
+  pid_t Id() const { return m_process.Id(); }
   std::string Url(const std::string& key = "stream") const;
 
   // The recordings with something in them, oldest first. One for each connection of a publisher.
