@@ -86,7 +86,7 @@ class CEncoder : public CSrcInterface {
     std::int64_t samples = 0;
     std::int64_t pictures = 0;
     int leftOut = 0;           // pictures before the first
-    std::int64_t startMs = 0;  // of the sound that was there with the first picture
+    std::int64_t startMs = 0;  // of the sound when the first picture came
     int correction = 0;        // pictures to encode twice; negative: to leave out
     output::PictureServo servo;
   };
@@ -98,6 +98,8 @@ class CEncoder : public CSrcInterface {
   // Encodes all waiting sound and at most one picture. False when there was neither.
   bool EncodeTurn(EncodeClock* clock);
 
+  // Whether there is sound and picture to begin with.
+  bool HasFirstPackets();
   // One connection from its making to its end. True when another try is to follow.
   bool PublishOnce();
   // Streams of a fresh context, 0 or a negative AVERROR.

@@ -2,6 +2,7 @@
 #include <SDL.h>
 
 #include <QtGlobal>
+#include <algorithm>
 
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
@@ -142,7 +143,7 @@ bool CEncoder::EncodePicture(EncodeClock* clock) {
   }
   if (clock->correction < 0) {
     ++clock->correction;
-    ++m_counters.videoFramesDropped;
+    ++m_counters.videoFramesLeftOut;
     return true;
   }
   AVFrame* picture = PictureToEncode(input.Get());
@@ -160,7 +161,8 @@ void CEncoder::Encode(EncodeClock* clock, AVFrame* picture) {
   int error = AVERROR(EINVAL);
   if (picture != nullptr) {
     if (clock->pictures == 0) {
-      clock->startMs = SoundMs(*clock);
+      // Those that wait behind it came with that sound too.
+      clock->startMs = SoundMs(*clock) - m_firstVideoQueue->Size() * output::PictureServo::kStepMs;
     }
     picture->pts = clock->pictures++;
     error = avcodec_send_frame(m_videoContext, picture);
@@ -178,12 +180,14 @@ void CEncoder::Encode(EncodeClock* clock, AVFrame* picture) {
 // After each picture, whose own 40 ms have only begun. Those that wait will be encoded still. A
 // broadcast without any sound has no other measure than its pictures.
 void CEncoder::KeepStep(EncodeClock* clock) {
-  if (clock->samples == 0 || clock->correction != 0) {
+  if (clock->samples == 0) {
     return;
   }
-  const std::int64_t pictures = clock->pictures - 1 + m_firstVideoQueue->Size();
-  clock->correction = clock->servo.Look(SoundMs(*clock) - clock->startMs -
-                                        pictures * output::PictureServo::kStepMs);
+  // What is ordered already counts as done: while it is, more may get lost.
+  const std::int64_t pictures = clock->pictures - 1 + m_firstVideoQueue->Size() + clock->correction;
+  const int more = clock->servo.Look(SoundMs(*clock) - clock->startMs -
+                                     pictures * output::PictureServo::kStepMs);
+  clock->correction += clock->correction > 0 ? std::max(more, 0) : more;
 }
 
 std::int64_t CEncoder::SoundMs(const EncodeClock& clock) const {

@@ -68,12 +68,18 @@ void CEncoder::Publish() {
 
 bool CEncoder::AwaitFirstPackets() {
   while (m_started) {
-    if (m_audioPackets.Size() > 0 && m_videoPackets.Size() > 0) {
+    if (HasFirstPackets()) {
       return true;
     }
     SDL_Delay(kPollMs);
   }
   return false;
+}
+
+// Without sound that may be never, and hours of pictures would wait for it.
+bool CEncoder::HasFirstPackets() {
+  SkipStalePackets();
+  return m_audioPackets.Size() > 0 && m_videoPackets.Size() > 0;
 }
 
 // In short steps, so that a stopped broadcast doesn't hold the window up.

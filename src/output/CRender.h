@@ -23,8 +23,8 @@
 //
 // Threads: the user interface thread calls everything here but FillAudio, and writes selectedLayer,
 // windowHandle and previewSize; sources push into the inputs from their own threads. The workers
-// are "compose", "scale" and "present"; FillAudio runs on SDL's audio thread. All of SDL's video is
-// touched by the present thread alone, under platform::SdlVideoMutex, and never after Stop.
+// are "compose", "scale" and "present"; FillAudio runs on SDL's audio thread. Of its threads only
+// present touches SDL's video, under platform::SdlVideoMutex, and never after Stop.
 //
 // Locks: the order lock guards the layer order and displayedPts; a layer's position lock x and y;
 // its size lock the four sizes. No two are held at once. selectedLayer, previewSize, hidden,

@@ -33,6 +33,7 @@ EncoderStatistics EncoderCounters::Copy() const {
   copy.audioFramesTaken = audioFramesTaken;
   copy.videoFramesTaken = videoFramesTaken;
   copy.videoFramesDropped = videoFramesDropped;
+  copy.videoFramesLeftOut = videoFramesLeftOut;
   copy.audioPacketsEncoded = audioPacketsEncoded;
   copy.videoPacketsEncoded = videoPacketsEncoded;
   copy.audioPacketsSent = audioPacketsSent;

@@ -44,9 +44,10 @@ struct EncoderStatistics {
 
   int width = 0;  // of the published picture
   int height = 0;
-  std::uint64_t audioFramesTaken = 0;  // from the input queue
-  std::uint64_t videoFramesTaken = 0;  // from the input queue, the dropped ones included
-  std::uint64_t videoFramesDropped = 0;
+  std::uint64_t audioFramesTaken = 0;     // from the input queue
+  std::uint64_t videoFramesTaken = 0;     // from the input queue, the dropped ones included
+  std::uint64_t videoFramesDropped = 0;   // too many waited
+  std::uint64_t videoFramesLeftOut = 0;   // to stay in step with the sound
   std::uint64_t audioPacketsEncoded = 0;  // that went into the packet queue
   std::uint64_t videoPacketsEncoded = 0;
   std::uint64_t audioPacketsSent = 0;
@@ -69,6 +70,7 @@ struct EncoderCounters {
   std::atomic<std::uint64_t> audioFramesTaken{0};
   std::atomic<std::uint64_t> videoFramesTaken{0};
   std::atomic<std::uint64_t> videoFramesDropped{0};
+  std::atomic<std::uint64_t> videoFramesLeftOut{0};
   std::atomic<std::uint64_t> audioPacketsEncoded{0};
   std::atomic<std::uint64_t> videoPacketsEncoded{0};
   std::atomic<std::uint64_t> audioPacketsSent{0};

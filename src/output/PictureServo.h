@@ -6,6 +6,9 @@
 // How far the picture is behind varies by the grain of both roads and by a busy moment that is made
 // up for a little later. So it counts only what has stood for kLooks pictures in a row.
 //
+// A picture is encoded twice at most, so half of them may be lost: below 12.5 a second the picture
+// falls behind, and is made up for when the machine has time again.
+//
 // Pure arithmetic; for one thread.
 #ifndef ORVANE_OUTPUT_PICTURESERVO_H
 #define ORVANE_OUTPUT_PICTURESERVO_H

@@ -182,8 +182,12 @@ QString DownWords(const StreamHistory& history) {
       return QStringLiteral("推流已终止：%1").arg(CauseWords(status));
     case PublishState::kWaiting:
       return WaitingWords(history);
-    case PublishState::kRetrying:
     case PublishState::kConnecting:
+      if (status.tries == 0 && HasLasted(history, PublishState::kConnecting)) {
+        return QStringLiteral("未推流：服务器没有应答");
+      }
+      [[fallthrough]];
+    case PublishState::kRetrying:
       return status.tries > 0 ? QStringLiteral("推流中断：%1，第 %2 次重试")
                                     .arg(CauseWords(status))
                                     .arg(status.tries)
@@ -250,6 +254,9 @@ QString Details(const StreamHistory& history, const QStringList& stopped) {
         << QStringLiteral("已连接 %1 次，连续失败 %2 次")
                .arg(encoder.connections)
                .arg(encoder.status.tries);
+  if (encoder.videoFramesLeftOut > 0) {
+    lines << QStringLiteral("为与声音同步略去：%1 帧").arg(encoder.videoFramesLeftOut);
+  }
   if (!encoder.cause.empty()) {
     lines << QStringLiteral("原因：%1（%2）")
                  .arg(CauseWords(encoder.status), QString::fromStdString(encoder.cause));

@@ -162,7 +162,6 @@ TEST_F(EncodeTurn, WithMoreThanFifteenLeftOnePictureIsDroppedAndTheClockDoesNotC
   EXPECT_EQ(17U, encoder.Statistics().videoFramesTaken);
 }
 
-// An encoder that can't keep up must come back to the sound between two pictures.
 TEST_F(EncodeTurn, TheStreamBeginsWithThePictureThatTheSoundIsReadyFor) {
   // 172 ms of sound belong before a picture that took 180 ms.
   FeedSound(170 * 48);
@@ -209,7 +208,28 @@ TEST_F(EncodeTurn, PicturesThatAreTooManyAreLeftOutOneASecond) {
   FeedPictures(3);
   Broadcast(4, 25);
   EXPECT_NEAR(125, VideoPackets(), 1);
-  EXPECT_GE(encoder.Statistics().videoFramesDropped, 2U);
+  EXPECT_GE(encoder.Statistics().videoFramesLeftOut, 2U);
+  EXPECT_EQ(0U, encoder.Statistics().videoFramesDropped);
+}
+
+TEST_F(EncodeTurn, PicturesThatWaitBehindTheFirstAreInStepWithIt) {
+  FeedSound(230 * 48);
+  AVFrame* first = NewCanvas(0);
+  first->best_effort_timestamp = SDL_GetTicks();
+  encoder.EnqueueVideo(0, first);
+  FeedPictures(2);
+  clock.Advance(230);
+  encoder.TurnUntilIdle();
+  Broadcast(4, 25);
+  EXPECT_EQ(103, VideoPackets());
+  EXPECT_EQ(0U, encoder.Statistics().videoFramesLeftOut);
+}
+
+TEST_F(EncodeTurn, PicturesMayGoOnBeingLostWhileOthersAreMadeUpFor) {
+  Broadcast(1, 25);
+  Broadcast(20, 14);
+  // Never more than three seconds behind, however long it lasts.
+  EXPECT_GE(VideoPackets(), 525 - 75);
 }
 
 TEST_F(EncodeTurn, WithoutSoundPicturesAreTheirOwnMeasure) {
@@ -220,6 +240,7 @@ TEST_F(EncodeTurn, WithoutSoundPicturesAreTheirOwnMeasure) {
   EXPECT_EQ(60, VideoPackets());
 }
 
+// An encoder that can't keep up must come back to the sound between two pictures.
 TEST_F(EncodeTurn, SoundIsServedBetweenTwoPictures) {
   FeedPictures(2);
   FeedSound(2048);

@@ -41,6 +41,7 @@ class EncoderUnderTest : public CEncoder {
 
   using CEncoder::AddStreams;
   using CEncoder::AwaitRetry;
+  using CEncoder::HasFirstPackets;
   using CEncoder::PublishOnce;
   using CEncoder::PublishTurn;
   using CEncoder::Sent;

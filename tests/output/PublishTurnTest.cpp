@@ -375,6 +375,19 @@ TEST_F(PublishThread, WithNoSoundAtAllNoConnectionIsMade) {
   EXPECT_EQ(0, encoder.Video().Size());
 }
 
+TEST_F(PublishThread, PicturesThatWaitForSoundDoNotPileUp) {
+  for (int i = 0; i < 500; ++i) {
+    encoder.Video().PushBack(support::NewPacket(i * 40, i % 50 == 0));
+    EXPECT_FALSE(encoder.HasFirstPackets());
+    ASSERT_LE(encoder.Video().Size(), 150);
+  }
+  const auto* first = static_cast<const AVPacket*>(encoder.Video().Peek());
+  ASSERT_NE(first, nullptr);
+  EXPECT_NE(first->flags & AV_PKT_FLAG_KEY, 0);
+  encoder.Audio().PushBack(support::NewPacket(20000, true));
+  EXPECT_TRUE(encoder.HasFirstPackets());
+}
+
 TEST_F(PublishThread, AfterARefusedHeaderItEndsAndTheQueuesGrowUntilStop) {
   const LibraryFailures failures({"avformat_write_header"});
   encoder.AllowFiles();
