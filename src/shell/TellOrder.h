@@ -21,8 +21,9 @@ class TellOrder {
     ++m_underWay;
   }
 
-  // It was answered, or given up. True when what holds now has to be told once more. Ends that were
-  // all accepted have found their starts: then nothing is live, as it should be.
+  // It was answered, or given up, which counts as refused. True when what holds now has to be told
+  // once more. Ends that were all accepted have found their starts: then nothing is live, as it
+  // should be.
   bool Answered(bool refused, bool live) {
     m_refused = m_refused || refused;
     if (--m_underWay > 0) {

@@ -158,7 +158,7 @@ class orvane : public QWidget {
   void StopBroadcast();
   void TellStart(const QString& id);
   void TellEnd(const QString& id, const QString& token, BackendClient::Wait wait);
-  void NoteAnswer(const QString& id, int code);
+  void NoteAnswer(const QString& id, bool heard, int code);
   // Ends the broadcast on the way out of the program.
   void LeaveBroadcast();
   shell::FixedNodes FixedNodes() { return {m_mixFrame, m_silence, m_render}; }
@@ -231,7 +231,9 @@ class orvane : public QWidget {
   bool m_changesLogin = false;  // a change of account is under way
   QString m_liveToken;          // of the login that began the broadcast
   shell::TellOrder m_tellOrder;
-  QString m_refusedId;  // of the activity of which the service has refused to hear, the last one
+  QString m_refusedId;   // of the activity of which the service has refused to hear, the last one
+  QString m_unheardEnd;  // of the activity of whose end the service has not heard
+  int m_broadcasts = 0;  // begun so far
   // The state of the stream and the sound meter; looks at the nodes above.
   shell::LiveMonitor m_liveMonitor{LiveNodes(), m_layers};
   QTimer m_surfaceEvents;  // empties what SDL queues for the preview's native window

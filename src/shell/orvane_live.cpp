@@ -118,8 +118,15 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
   // the broadcast inside this wait, and the address is written all the same.
   m_liveToken = m_catalogue->userToken;
+  if (m_unheardEnd == activity.lsId) {
+    m_unheardEnd.clear();
+  }
+  const int broadcast = ++m_broadcasts;
   TellStart(activity.lsId);
-  shell::WriteWatchAddress(activity.rtmpLiveUrl);
+  // But not over that of a broadcast begun meanwhile.
+  if (broadcast == m_broadcasts) {
+    shell::WriteWatchAddress(activity.rtmpLiveUrl);
+  }
 }
 
 void orvane::StopBroadcast() {
@@ -138,45 +145,61 @@ void orvane::StopBroadcast() {
 void orvane::TellStart(const QString& id) {
   m_tellOrder.Told();
   int code = 0;
-  m_backend->HostStart(id, m_catalogue->userToken, &code);
-  NoteAnswer(id, code);
+  const bool heard = m_backend->HostStart(id, m_catalogue->userToken, &code) == 0;
+  NoteAnswer(id, heard, code);
 }
 
 void orvane::TellEnd(const QString& id, const QString& token, BackendClient::Wait wait) {
   m_tellOrder.Told();
   int code = 0;
-  m_backend->HostEnd(id, token, &code, wait);
-  NoteAnswer(id, code);
+  const bool heard = m_backend->HostEnd(id, token, &code, wait) == 0;
+  m_unheardEnd = heard ? QString() : id;
+  NoteAnswer(id, heard, code);
 }
 
-void orvane::NoteAnswer(const QString& id, int code) {
+void orvane::NoteAnswer(const QString& id, bool heard, int code) {
   if (code < 0) {
     qDebug("StartLive failed");  // the text of the end too: logs are searched for it
+  }
+  const bool refused = !heard || code < 0;
+  if (refused) {
     m_refusedId = id;
   }
-  if (!m_tellOrder.Answered(code < 0, m_isLiving)) {
+  if (!m_tellOrder.Answered(refused, m_isLiving)) {
     return;
   }
   const ActivityInfo* activity = ChosenActivity();
   if (!m_isLiving) {
-    TellEnd(m_refusedId, m_catalogue->userToken, BackendClient::Wait::kForTheReply);
+    // A service that is not there is told on the way out.
+    if (heard) {
+      TellEnd(QString(m_refusedId), m_catalogue->userToken, BackendClient::Wait::kForTheReply);
+    }
   } else if (activity != nullptr) {
     TellStart(QString(activity->lsId));
   }
 }
 
 void orvane::LeaveBroadcast() {
-  if (!m_isLiving) {
+  // The end of a broadcast that is over may have been on its way still when the window was closed.
+  QString id = m_unheardEnd;
+  const ActivityInfo* activity = ChosenActivity();
+  if (m_isLiving && activity != nullptr) {
+    id = activity->lsId;
+  }
+  if (!m_isLiving && id.isEmpty()) {
     return;
   }
   // The service is told in a loop that takes clicks too: none may start a broadcast any more.
   hide();
   setEnabled(false);
-  StopBroadcast();
-  if (const ActivityInfo* activity = ChosenActivity()) {
+  if (m_isLiving) {
+    StopBroadcast();
+  }
+  if (!id.isEmpty()) {
     // In the middle of a change of account nobody is logged in.
     const QString& token = m_catalogue->userToken;
-    TellEnd(activity->lsId, token.isEmpty() ? m_liveToken : token, BackendClient::Wait::kBriefly);
+    TellEnd(id, token.isEmpty() ? m_liveToken : token, BackendClient::Wait::kBriefly);
+    m_unheardEnd.clear();
   }
 }
 

@@ -198,7 +198,9 @@ void LiveControlRig::ExpectLive() const {
   EXPECT_TRUE(Shows("soundMeter"));
   EXPECT_TRUE(Shows("m_LiveBtn"));
   EXPECT_EQ(Button("m_LiveBtn")->text(), "结束直播");
-  EXPECT_EQ(Button("m_LiveBtn")->styleSheet(), shell::GreyButtonStyle());
+  EXPECT_EQ(Button("m_LiveBtn")->styleSheet(),
+            "QPushButton{color:#878E99;font-family:黑体;font-size:15px;font-type:bold;border-image:"
+            "url(:/orvane/qietu/action-btn.png)}");
   EXPECT_EQ(SpacerWidth(), 0);
   EXPECT_TRUE(m_systemSound->IsOpen());
   EXPECT_TRUE(m_window->m_isLiving);

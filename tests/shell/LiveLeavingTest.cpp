@@ -110,6 +110,23 @@ TEST_F(LiveLeaving, LeavingDoesNotWaitForAServiceThatIsSilentOrDown) {
   EXPECT_TRUE(m_notices.texts.isEmpty());
 }
 
+TEST_F(LiveLeaving, AnEndThatTheServiceHasNotHeardOfIsToldOnceMoreOnTheWayOut) {
+  ScriptedReply half = kFine;
+  half.bytes.chop(4);
+  half.cutOff = true;
+  ChooseWith({kFine, half, kFine});
+  Press("m_LiveBtn");
+  Press("m_LiveBtn");
+  EXPECT_EQ(m_notices.texts.size(), 1);
+  EXPECT_EQ(Requests("host-end"), 1);
+  m_window->CloseGraph();
+  EXPECT_EQ(Requests("host-end"), 2);
+  EXPECT_TRUE(Request("host-end").contains("name=\"id\"\r\n\r\n7\r\n"));
+  m_window->CloseGraph();
+  EXPECT_EQ(Requests("host-end"), 2);
+  EXPECT_EQ(m_notices.texts.size(), 1);
+}
+
 TEST_F(LiveLeaving, APressWhileLeavingStartsNothing) {
   ScriptedReply silent;
   silent.never = true;

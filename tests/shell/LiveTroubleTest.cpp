@@ -23,6 +23,14 @@ const ScriptedReply kRefused = JsonReply(R"({"code":-1})");
 
 class LiveTrouble : public LiveControlRig {};
 
+// Of which the rest never comes. A request that got nothing at all would be sent again by itself.
+ScriptedReply HalfAReply() {
+  ScriptedReply half = kFine;
+  half.bytes.chop(4);
+  half.cutOff = true;
+  return half;
+}
+
 TEST_F(LiveTrouble, AnActivityThatWasDeletedMeanwhileGoesOnAndIsLogged) {
   ChooseWith({kRefused});
   const support::LogRecord log;
@@ -49,16 +57,13 @@ TEST_F(LiveTrouble, AServiceThatIsDownGivesANoticeAndTheBroadcastGoesOn) {
 }
 
 TEST_F(LiveTrouble, RepliesOfAnyShapeChangeNothing) {
-  ScriptedReply half = JsonReply(R"({"code":0})");
-  half.bytes.chop(4);
-  half.cutOff = true;
   ScriptedReply crawling = kFine;
   crawling.byteByByte = true;
   ChooseWith({JsonReply("[]"), JsonReply("null"), JsonReply(R"({"code":"x"})"),
               JsonReply(R"({"code":{}})"), JsonReply("\xFF\x00"), JsonReply(""),
               JsonReply(R"({"code":1e300})"), JsonReply(R"({"code":-0.5,"code":true})"),
               JsonReply(QByteArray(100000, '[')), JsonReply("{\"code\":0}", 302),
-              JsonReply("{\"code\":0}", 500), half, crawling,
+              JsonReply("{\"code\":0}", 500), HalfAReply(), crawling,
               JsonReply("{\"code\":" + QByteArray(1000000, '9') + "}")});
   for (int broadcast = 0; broadcast < 7; ++broadcast) {
     Press("m_LiveBtn");
@@ -108,6 +113,35 @@ TEST_F(LiveTrouble, AnEndThatOvertakesItsStartIsToldAgain) {
   EXPECT_EQ(Requests("host-start"), 1);
   EXPECT_EQ(Requests("host-end"), 2);
   EXPECT_TRUE(Request("host-end").contains("name=\"id\"\r\n\r\n7\r\n"));
+}
+
+TEST_F(LiveTrouble, AnEndThatIsLostWhileItsStartIsOnTheWayIsToldAgain) {
+  ScriptedReply slow = kFine;
+  slow.delayMs = 1000;
+  ChooseWith({slow, HalfAReply(), kFine});
+  QTimer::singleShot(50, m_window.get(), [this] { Press("m_LiveBtn"); });
+  Press("m_LiveBtn");
+  ExpectChosen();
+  EXPECT_EQ(m_notices.texts.size(), 1);
+  EXPECT_EQ(Requests("host-end"), 2);
+}
+
+TEST_F(LiveTrouble, TheAddressOfABroadcastDoesNotReplaceThatOfALaterOne) {
+  ScriptedReply slow = kFine;
+  slow.delayMs = 3000;
+  ChooseWith({slow, kFine});
+  QTimer::singleShot(50, m_window.get(), [this] {
+    Press("m_LiveBtn");
+    ListedActivity other = Activity();
+    other.watchUrl = QStringLiteral("rtmp://127.0.0.1/live/other");
+    Serve(other, {kFine});
+    ASSERT_TRUE(Choose(true, true, 0, "m_reselectBtn"));
+    Press("m_LiveBtn");
+    EXPECT_EQ(AddressFile(), "rtmp://127.0.0.1/live/other\n");
+  });
+  Press("m_LiveBtn");
+  ExpectLive();
+  EXPECT_EQ(AddressFile(), "rtmp://127.0.0.1/live/other\n");
 }
 
 TEST_F(LiveTrouble, AStartThatOvertakesTheEndBeforeItIsToldAgain) {

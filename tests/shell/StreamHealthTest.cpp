@@ -121,6 +121,14 @@ TEST(StreamHealth, TheFirstConnectionIsAmber) {
   }
 }
 
+TEST(StreamHealth, AServerThatTakesTheFirstConnectionAndDoesNotAnswerIsNamed) {
+  const StreamHealth health = JudgeStream(Seconds(0, 4, [&](int, StreamSight* sight) {
+    sight->encoder.status.state = PublishState::kConnecting;
+  }));
+  EXPECT_EQ(health.light, StreamLight::kRed);
+  EXPECT_EQ(health.words, "未推流：服务器没有应答");
+}
+
 struct Down {
   const char* name;
   PublishStatus status;
