@@ -31,7 +31,7 @@ constexpr double kHeard = 0.05;
 constexpr double kUnheard = 0.005;
 // Longer than everything waits: a peer that is silent for 10 s counts as gone, and the server drops
 // a publisher after 5 s.
-constexpr auto kSuspended = std::chrono::seconds(15);
+constexpr auto kSuspended = std::chrono::seconds(60);
 constexpr int kClicks = 100;
 constexpr char kConnected[] = "connect: app=";  // in the ingest's log
 constexpr std::int64_t kSomeSeconds = 100'000;  // bytes of a stream
@@ -49,6 +49,7 @@ class LiveHand : public LiveStage {
   void AServiceThatIsFrozen();
   void AHundredClicks();
   void ASuspendedMachine();
+  void AnIngestThatDies();
   void ACancelledReselection();
 
  private:
@@ -305,6 +306,26 @@ void LiveHand::ASuspendedMachine() {
   EXPECT_TRUE(IsTold("broadcast-ended", ended + 1));
 }
 
+// The bar is red as long as nobody listens, and the stream comes back by itself.
+void LiveHand::AnIngestThatDies() {
+  const int ended = Told("broadcast-ended");
+  std::string path;
+  ASSERT_NO_FATAL_FAILURE(GoLive(m_long, &path));
+  EXPECT_TRUE(m_bar.ShowsWell()) << m_bar.Report();
+  m_studio.Rtmp().Kill();
+  EXPECT_TRUE(m_bar.Shows(BarLight::kRed)) << m_bar.Report();
+  EXPECT_TRUE(m_bar.ClockRuns()) << m_bar.Report();
+  m_hand.Keep("nobody-listens");
+  ASSERT_NO_FATAL_FAILURE(ExpectAliveWindow());
+  ASSERT_TRUE(m_studio.Rtmp().Start());
+  const std::string second = NewRecording(m_long.key);
+  ASSERT_NE(second, "");
+  EXPECT_TRUE(m_bar.ShowsWell()) << m_bar.Report();
+  EXPECT_TRUE(Grows(second));
+  ASSERT_NO_FATAL_FAILURE(Stop());
+  EXPECT_TRUE(IsTold("broadcast-ended", ended + 1));
+}
+
 void LiveHand::ACancelledReselection() {
   ASSERT_TRUE(m_bar.Cancel(0));
   EXPECT_TRUE(m_bar.Shows(BarState::kUnchosen)) << m_bar.Report();
@@ -371,6 +392,7 @@ TEST_F(LiveHand, GoesThroughADayOfTrouble) {
                {"a service that is frozen", &LiveHand::AServiceThatIsFrozen},
                {"a hundred clicks", &LiveHand::AHundredClicks},
                {"a suspended machine", &LiveHand::ASuspendedMachine},
+               {"an ingest that dies", &LiveHand::AnIngestThatDies},
                {"a cancelled reselection", &LiveHand::ACancelledReselection}};
   for (const auto& step : steps) {
     SCOPED_TRACE(step.name);

@@ -35,6 +35,7 @@ constexpr int kStripY = 1016;
 constexpr int kPatienceMs = 30000;
 constexpr std::int64_t kSkipMs = 3000;  // start and end of a broadcast
 constexpr std::int64_t kStillMs = 80;   // two pictures
+constexpr std::int64_t kLongestHaltMs = 1000;
 constexpr double kSettledSeconds = 45;  // until every pool and queue has its size
 constexpr double kMemoryGrowth = 0.05;
 constexpr double kDriftMs = 20;
@@ -259,6 +260,7 @@ void Soak::JudgeRecording() {
   EXPECT_LE(motion.unreadable, motion.pictures / 100);
   // A machine that does other things too halts everything for a moment now and then.
   EXPECT_LE(still.size(), static_cast<std::size_t>(Seconds()) / 60);
+  EXPECT_LE(motion.longestGapMs, kLongestHaltMs);
 
   const std::vector<support::SyncPoint> points = support::JudgeSync(
       pictures, support::BeepStarts(recording.DecodeSound(), kBeepHz), kPeriodMs);

@@ -143,11 +143,12 @@ TEST_F(Trouble, TheStreamOutlivesTheSoundServer) {
   EndAndExpectSteadyPicture();
 }
 
-TEST_F(Trouble, BroadcastsSilenceWithoutASoundServer) {
+TEST_F(Trouble, WithoutASoundServerNothingIsSentAndTheEndComes) {
   m_studio.Sound().Kill();
   Go();
   Pass(8000);
   EXPECT_TRUE(m_studio.LiveRoad().Running());
+  EXPECT_TRUE(m_studio.Rtmp().Recordings().empty());
   ASSERT_EQ(m_studio.EndLiveRoad(), 0) << m_studio.Report();
 }
 
