@@ -24,6 +24,8 @@ const char kUsage[] =
   --no-live          compose and show, publish nothing
   --no-mic           leave the microphone out
   --no-preview       show nothing
+  --preview-at X,Y,WIDTH,HEIGHT   where on the screen (960,540,960,540)
+  --window-at X,Y,WIDTH,HEIGHT    a dark window around it (none)
   --record PATH      write the composed pictures, YUV 4:2:0, for encoder_alone
 )";
 
@@ -65,6 +67,13 @@ bool TakeQuality(const std::string& name, Options* options) {
   return true;
 }
 
+bool TakeArea(const std::string& text, ScreenArea* area) {
+  int used = 0;
+  return std::sscanf(text.c_str(), "%d,%d,%d,%d%n", &area->x, &area->y, &area->width, &area->height,
+                     &used) == 4 &&
+         text[static_cast<std::size_t>(used)] == '\0' && area->width > 0 && area->height > 0;
+}
+
 bool TakeValue(const std::string& name, const std::string& value, Options* options) {
   if (name == "--layer") {
     options->layers.emplace_back();
@@ -76,6 +85,9 @@ bool TakeValue(const std::string& name, const std::string& value, Options* optio
   if (name == "--seconds") {
     options->seconds = std::atof(value.c_str());
     return options->seconds > 0;
+  }
+  if (name == "--preview-at" || name == "--window-at") {
+    return TakeArea(value, name == "--preview-at" ? &options->previewAt : &options->windowAt);
   }
   (name == "--url" ? options->url : options->record) = value;
   return true;
@@ -106,7 +118,7 @@ bool ParseOptions(const std::vector<std::string>& arguments, Options* options,
     } else if (name == "--preview" || name == "--no-preview") {
       options->preview = name == "--preview";
     } else if (name == "--layer" || name == "--quality" || name == "--seconds" || name == "--url" ||
-               name == "--record") {
+               name == "--record" || name == "--preview-at" || name == "--window-at") {
       if (i + 1 >= arguments.size() || !TakeValue(name, arguments[i + 1], options)) {
         *refusal = "can't make out the value of " + name;
         return false;

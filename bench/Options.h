@@ -18,6 +18,13 @@ struct LayerSpec {
   int height = 0;
 };
 
+struct ScreenArea {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+};
+
 struct Options {
   std::vector<LayerSpec> layers;  // bottom first
   int width = 1920;
@@ -27,7 +34,10 @@ struct Options {
   bool live = true;
   bool microphone = true;
   bool preview = true;
-  std::string record;  // raw composed pictures go here, for encoder_alone
+  // Out of the way of what is filmed at the top and on the left.
+  ScreenArea previewAt = {960, 540, 960, 540};
+  ScreenArea windowAt;  // no width: the preview is a window of its own
+  std::string record;   // raw composed pictures go here, for encoder_alone
 };
 
 // KIND[:VALUE][@X,Y[,WIDTH,HEIGHT]]; false when it is none.

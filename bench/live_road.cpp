@@ -138,16 +138,37 @@ void Report::PrintCounters(std::uint64_t pushed) const {
               encoder.bytesSent, encoder.connections, encoder.cause.c_str());
 }
 
-std::unique_ptr<QLabel> NewSurface() {
-  auto surface = std::make_unique<QLabel>();
-  surface->setWindowTitle("live_road");
-  surface->setFixedSize(960, 540);
-  // Out of the way of what is filmed at the top and on the left.
-  surface->move(960, 540);
-  surface->setStyleSheet("background-color:#000000");
-  surface->setAttribute(Qt::WA_NativeWindow);
-  return surface;
-}
+// The preview, on its own or in a window of the program's colour.
+class Surface {
+ public:
+  explicit Surface(const bench::Options& options) {
+    const bench::ScreenArea& preview = options.previewAt;
+    const bench::ScreenArea& window = options.windowAt;
+    QPoint place(preview.x, preview.y);
+    if (window.width > 0) {
+      m_window = std::make_unique<QWidget>(nullptr, Qt::FramelessWindowHint);
+      m_window->setStyleSheet("background-color:#282A30");
+      m_window->setGeometry(window.x, window.y, window.width, window.height);
+      place -= m_window->pos();
+    }
+    m_label = new QLabel(m_window.get());
+    m_label->setWindowTitle("live_road");
+    m_label->setFixedSize(preview.width, preview.height);
+    m_label->move(place);
+    m_label->setStyleSheet("background-color:#000000");
+    m_label->setAttribute(Qt::WA_NativeWindow);
+    if (m_window == nullptr) {
+      m_window.reset(m_label);
+    }
+  }
+
+  QWidget* Label() const { return m_label; }
+  void Show() { m_window->show(); }
+
+ private:
+  std::unique_ptr<QWidget> m_window;
+  QLabel* m_label = nullptr;  // m_window or in it
+};
 
 }  // namespace
 
@@ -167,11 +188,12 @@ int main(int argc, char** argv) {
   if (!shell::StartSdl()) {
     std::printf("SDL_Init error\n");
   }
-  const std::unique_ptr<QLabel> surface = options.preview ? NewSurface() : nullptr;
+  const std::unique_ptr<Surface> surface =
+      options.preview ? std::make_unique<Surface>(options) : nullptr;
   bench::Scene scene(options);
-  scene.Build(surface.get());
+  scene.Build(surface != nullptr ? surface->Label() : nullptr);
   if (surface != nullptr) {
-    surface->show();
+    surface->Show();
   }
   if (options.live) {
     scene.StartLive();

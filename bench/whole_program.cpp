@@ -1,11 +1,14 @@
 // What the whole program costs beside its media graph alone, and how long its operator waits: the
 // built program driven by mouse and keyboard, and live_road with the same layers, in turns, on the
-// same screen, sound server and RTMP server.
+// same screen, sound server and RTMP server. live_road has its preview where the program had it, in
+// a window as large and as dark: they film the same, which most of the cost depends on.
 //
 //   whole_program FILM PICTURE [S4|S10] [RUNS] [SECONDS]
 //
 // Times are as an operator sees them on the screen: they hold the tools that press and look, about
-// 0.1 s. See bench/measure for the scenes; here all layers stand where they come up.
+// 0.1 s. The scenes have the kinds and numbers of layers that those of bench/measure have, in other
+// sizes and places: all stand where they come up, the films are 640 x 360, the pictures one and the
+// same, and the captured window of S10 is the stage of 1280 x 720.
 #include <unistd.h>
 
 #include <algorithm>
@@ -29,6 +32,9 @@ using e2e::Composer;
 constexpr int kWarmUpSeconds = 5;
 constexpr int kPatienceMs = 30000;
 constexpr int kFullQuality = 2;
+// In the window chooser.
+constexpr e2e::Point kFirstOfWindows = {100, 82};
+constexpr e2e::Point kWindowOk = {310, 500};
 // Of the stage window behind the program.
 constexpr e2e::Point kStageSeen = {100, 100};
 
@@ -60,6 +66,11 @@ Costs Measure(pid_t program, pid_t service, pid_t server, int seconds) {
           (look(server) - before.server) / length};
 }
 
+std::string Words(const e2e::Area& area) {
+  return std::to_string(area.x) + "," + std::to_string(area.y) + "," + std::to_string(area.width) +
+         "," + std::to_string(area.height);
+}
+
 class Bench {
  public:
   Bench(std::string film, std::string picture, std::string layers, int seconds)
@@ -81,17 +92,25 @@ class Bench {
   }
 
   double Alone() {
-    std::vector<std::string> arguments = {
-        "--quality", "1080P", "--url", m_studio.Rtmp().Url("alone"), "--layer", "desktop"};
+    // Ended by its signal, long before.
+    const int atMost = 2 * (kWarmUpSeconds + m_seconds) + kPatienceMs / 1000;
+    std::vector<std::string> arguments = {"--seconds",    std::to_string(atMost),
+                                          "--quality",    "1080P",
+                                          "--url",        m_studio.Rtmp().Url("alone"),
+                                          "--window-at",  Words(m_window),
+                                          "--preview-at", Words(m_preview),
+                                          "--layer",      "desktop"};
     for (const char kind : m_layers) {
       arguments.push_back("--layer");
       arguments.push_back(kind == 'f'   ? "file:" + m_film + "@0,0"
                           : kind == 'p' ? "pic:" + m_picture + "@0,0"
+                          : kind == 'w' ? "window:playing@0,0"
                                         : "text:Live from the studio@5,5");
     }
     Require(m_studio.StartLiveRoad(arguments), "no live_road", m_studio);
     const Costs costs =
         Measure(m_studio.LiveRoad().Id(), m_studio.Service().Id(), m_studio.Rtmp().Id(), m_seconds);
+    Require(m_studio.LiveRoad().Running(), "live_road ended by itself", m_studio);
     Require(m_studio.EndLiveRoad() == 0, "live_road did not end", m_studio);
     std::printf("live_road %.3f CPU s/s (server %.3f)\n", costs.program, costs.server);
     return costs.program;
@@ -109,6 +128,8 @@ class Bench {
     Require(m_studio.Rtmp().WaitForRecording(kPatienceMs, static_cast<int>(recordings) + 1),
             "nothing arrived", m_studio);
     const double first = Now() - begin;
+    m_window = hand.OfWindow();
+    m_preview = hand.OfPreview();
     const Costs costs =
         Measure(hand.Program().Id(), m_studio.Service().Id(), m_studio.Rtmp().Id(), m_seconds);
     begin = Now();
@@ -118,7 +139,7 @@ class Bench {
     std::printf(
         "program   %.3f CPU s/s (service %.3f, server %.3f); login to live preview %.2f s, "
         "start to first packet %.2f s, stop to window %.2f s\n",
-        costs.program, costs.service, costs.server, m_preview, first, stopped);
+        costs.program, costs.service, costs.server, m_shown, first, stopped);
     return costs.program + costs.service;
   }
 
@@ -131,12 +152,26 @@ class Bench {
     Require(support::WaitFor([&] { return m_studio.Desktop().ReadPixel(seen.x, seen.y) != 0; },
                              kPatienceMs),
             "no preview", m_studio);
-    m_preview = Now() - begin;
+    m_shown = Now() - begin;
+  }
+
+  // The one window that there is.
+  void CaptureStage(Composer* hand) {
+    Require(hand->Choose(e2e::Menu::kOfWindows, e2e::kWindow) && hand->Opens(), "no chooser",
+            m_studio);
+    hand->Click(hand->InDialog(kFirstOfWindows));
+    hand->Click(hand->InDialog(kWindowOk));
+    Require(hand->Closes(), "no window", m_studio);
   }
 
   void Compose(Composer* hand) {
     int rows = 1;
     for (const char kind : m_layers) {
+      if (kind == 'w') {
+        CaptureStage(hand);
+        Require(hand->ShowsRows(++rows), "no window layer", m_studio);
+        continue;
+      }
       const e2e::MenuEntry entry = kind == 'f'   ? e2e::kFilm
                                    : kind == 'p' ? e2e::kPicture
                                                  : e2e::kText;
@@ -153,9 +188,12 @@ class Bench {
 
   const std::string m_film;
   const std::string m_picture;
-  const std::string m_layers;  // 'f'ilm, 'p'icture, 't'ext, from the one above the desktop
+  // 'f'ilm, 'p'icture, 't'ext, 'w'indow, from the one above the desktop.
+  const std::string m_layers;
   const int m_seconds;
-  double m_preview = 0;
+  double m_shown = 0;  // seconds from the login to the preview
+  e2e::Area m_window;
+  e2e::Area m_preview;
   e2e::Studio m_studio;
 };
 
@@ -169,12 +207,12 @@ int main(int argc, char** argv) {
   const std::string scene = argc > 3 ? argv[3] : "S4";
   const int runs = argc > 4 ? std::max(std::atoi(argv[4]), 1) : 3;
   const int seconds = argc > 5 ? std::max(std::atoi(argv[5]), 1) : 20;
-  Bench bench(argv[1], argv[2], scene == "S10" ? "fpppptfpt" : "fpt", seconds);
+  Bench bench(argv[1], argv[2], scene == "S10" ? "fptfwpppt" : "fpt", seconds);
   bench.Prepare();
   std::vector<double> more;
   for (int run = 0; run < runs; ++run) {
-    const double alone = bench.Alone();
-    more.push_back(bench.Whole() - alone);
+    const double whole = bench.Whole();
+    more.push_back(whole - bench.Alone());
     std::fflush(stdout);
   }
   std::printf("%s: the whole program and its service cost %+.3f CPU s/s, median of %d\n",

@@ -82,6 +82,8 @@ class Composer {
   void Type(const std::string& text) const;
 
   // Places on the screen.
+  Area OfWindow() const { return PlaceOf(m_main); }
+  Area OfPreview() const { return PlaceOf(m_preview); }
   Point InScene(Point at) const;
   // Of the main window; from its right edge where x is negative.
   Point InWindow(Point at) const;
