@@ -12,3 +12,8 @@ elseif(ORVANE_SANITIZER STREQUAL "thread")
 elseif(NOT ORVANE_SANITIZER STREQUAL "none")
   message(FATAL_ERROR "ORVANE_SANITIZER is none, address or thread, not ${ORVANE_SANITIZER}")
 endif()
+
+# Qt and SDL want these for what uses them; with them everywhere one precompiled header fits all.
+if(NOT ORVANE_SANITIZER STREQUAL "none")
+  add_compile_options(-fPIC -D_REENTRANT)
+endif()

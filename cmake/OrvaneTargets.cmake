@@ -15,6 +15,24 @@ function(orvane_library name)
   endif()
 endfunction()
 
+# orvane_precompile(TARGET HEADERS... | TARGET REUSE_FROM OTHER)
+# Parses headers that most files of a target begin with once for all of them; they are half of what the
+# compiler does there. In the sanitizer builds only: in the one that ships every file has to name what
+# it uses.
+set(ORVANE_WIDGET_HEADERS
+    <functional> <memory> <string> <vector> <QApplication> <QDialog> <QLabel> <QListView> <QMenu>
+    <QPainter> <QPushButton> <QStandardItemModel> <QStyledItemDelegate> <QTimer>)
+function(orvane_precompile target)
+  if(NOT ORVANE_SANITIZER STREQUAL "none")
+    if(ARGV1 STREQUAL "REUSE_FROM")
+      target_precompile_headers(${target} ${ARGN})
+    else()
+      target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+    target_compile_options(${target} PRIVATE -fpch-preprocess)  # ccache needs it
+  endif()
+endfunction()
+
 # orvane_test(NAME SOURCES ... LINK ... [LABELS unit|contract|e2e ...] [TIMEOUT seconds] [SERIAL]
 #             [MOC] [GUI] [FAKE_CLOCK] [RELEASE_ONLY] [ARGS ...])
 # A GoogleTest program and one ctest entry of the same name.
@@ -32,11 +50,13 @@ function(orvane_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  set(main orvane_test_main)
   if(ARG_GUI)
-    target_link_libraries(${name} PRIVATE orvane_gui_test_main orvane_theme Qt5::Test)
-  else()
-    target_link_libraries(${name} PRIVATE orvane_test_main)
+    set(main orvane_gui_test_main)
+    target_link_libraries(${name} PRIVATE orvane_theme Qt5::Test Qt5::Network Qt5::Multimedia)
   endif()
+  target_link_libraries(${name} PRIVATE ${main})
+  orvane_precompile(${name} REUSE_FROM ${main})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} orvane_warnings)
   if(ARG_FAKE_CLOCK)
     target_link_libraries(${name} PRIVATE orvane_fake_clock)
