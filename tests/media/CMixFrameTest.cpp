@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "media/MixerRig.h"
+#include "support/FakeClock.h"
 #include "support/FilterProbe.h"
 
 using support::FilterProbe;
@@ -418,6 +419,8 @@ TEST(CMixFrame, StartAndStopMayBeCalledTwice) {
 // Two sources on threads of their own, the owner asking for an index meanwhile: for the thread
 // sanitizer as much as for what comes out.
 TEST(CMixFrameThreads, ASourceJoinsAndItsSoundComesOut) {
+  // It moves on whenever the mixer has nothing to do, and each source gives its next frame then.
+  support::FakeClock clock;
   support::RecordingNode out;
   CMixFrame mixer(10);
   mixer.AddAudioOutput(&out);
@@ -429,8 +432,11 @@ TEST(CMixFrameThreads, ASourceJoinsAndItsSoundComesOut) {
     source.AddAudioOutput(&mixer);
     for (std::int64_t pts = 1000; !stop; ++pts) {
       ffmpeg::ScopedFrame frame(support::NewSound(pts, 48));
+      const std::uint32_t due = clock.Now();
       source.PushAudio(frame.Get(), 0);
-      std::this_thread::sleep_for(std::chrono::microseconds(500));
+      while (!stop && clock.Now() == due) {
+        std::this_thread::yield();
+      }
     }
   };
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);

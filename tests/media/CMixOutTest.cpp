@@ -215,6 +215,8 @@ TEST(CMixOut, StartAndStopMayBeCalledTwice) {
 }
 
 TEST(CMixOutThreads, TwoSourcesComeOutMixedAndStopEndsTheWorker) {
+  // It moves on whenever the mixer has nothing to do, and each source gives its next frame then.
+  support::FakeClock clock;
   support::RecordingNode out;
   CMixOut mixer;
   ASSERT_EQ(mixer.Start(), 0);
@@ -226,8 +228,11 @@ TEST(CMixOutThreads, TwoSourcesComeOutMixedAndStopEndsTheWorker) {
     source.AddAudioOutput(&mixer);
     for (std::int64_t pts = 5000; !stop; ++pts) {
       ffmpeg::ScopedFrame frame(NewSound(pts, 48));
+      const std::uint32_t due = clock.Now();
       source.PushAudio(frame.Get(), 0);
-      std::this_thread::sleep_for(std::chrono::microseconds(500));
+      while (!stop && clock.Now() == due) {
+        std::this_thread::yield();
+      }
     }
   };
   std::thread first(produce, 0);
