@@ -32,9 +32,6 @@ using e2e::Composer;
 constexpr int kWarmUpSeconds = 5;
 constexpr int kPatienceMs = 30000;
 constexpr int kFullQuality = 2;
-// In the window chooser.
-constexpr e2e::Point kFirstOfWindows = {100, 82};
-constexpr e2e::Point kWindowOk = {310, 500};
 // Of the stage window behind the program.
 constexpr e2e::Point kStageSeen = {100, 100};
 
@@ -159,8 +156,8 @@ class Bench {
   void CaptureStage(Composer* hand) {
     Require(hand->Choose(e2e::Menu::kOfWindows, e2e::kWindow) && hand->Opens(), "no chooser",
             m_studio);
-    hand->Click(hand->InDialog(kFirstOfWindows));
-    hand->Click(hand->InDialog(kWindowOk));
+    hand->Click(hand->InDialog(Composer::kFirstOfWindows));
+    hand->Click(hand->InDialog(Composer::kWindowOk));
     Require(hand->Closes(), "no window", m_studio);
   }
 

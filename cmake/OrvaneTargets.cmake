@@ -15,13 +15,15 @@ function(orvane_library name)
   endif()
 endfunction()
 
+# What most files with widgets begin with.
+set(ORVANE_WIDGET_HEADERS
+    <functional> <memory> <string> <vector> <QApplication> <QDialog> <QLabel> <QListView> <QMenu>
+    <QPainter> <QPushButton> <QStandardItemModel> <QStyledItemDelegate> <QTimer>)
+
 # orvane_precompile(TARGET HEADERS... | TARGET REUSE_FROM OTHER)
 # Parses headers that most files of a target begin with once for all of them; they are half of what the
 # compiler does there. In the sanitizer builds only: in the one that ships every file has to name what
 # it uses.
-set(ORVANE_WIDGET_HEADERS
-    <functional> <memory> <string> <vector> <QApplication> <QDialog> <QLabel> <QListView> <QMenu>
-    <QPainter> <QPushButton> <QStandardItemModel> <QStyledItemDelegate> <QTimer>)
 function(orvane_precompile target)
   if(NOT ORVANE_SANITIZER STREQUAL "none")
     if(ARGV1 STREQUAL "REUSE_FROM")

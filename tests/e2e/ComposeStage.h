@@ -34,8 +34,6 @@ constexpr Area kScene = {0, 0, 1920, 1080};
 constexpr Point kDelete = {130, 70};
 constexpr Point kKeep = {50, 70};
 constexpr Point kCameraOk = {410, 510};
-constexpr Point kWindowOk = {310, 500};
-constexpr Point kFirstOfWindows = {100, 82};
 constexpr Point kFileCancel = {580, 392};
 constexpr Point kNoticeOk = {240, 280};
 // In the window.

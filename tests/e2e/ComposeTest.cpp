@@ -69,9 +69,9 @@ class ComposeScene : public Compose {
   void Window() {
     ASSERT_TRUE(m_hand.Choose(Menu::kOfWindows, kWindow));
     ASSERT_TRUE(m_hand.Opens());
-    m_hand.Click(m_hand.InDialog(kFirstOfWindows));
+    m_hand.Click(m_hand.InDialog(Composer::kFirstOfWindows));
     m_hand.Keep("window-chooser");
-    m_hand.Click(m_hand.InDialog(kWindowOk));
+    m_hand.Click(m_hand.InDialog(Composer::kWindowOk));
     ASSERT_TRUE(m_hand.Closes());
     ASSERT_TRUE(m_hand.ShowsRows(4));
     ASSERT_TRUE(m_hand.Shows({{{150, 130}, kFilmedWindow}, {{500, 220}, kSecondCamera}}));

@@ -94,9 +94,9 @@ class ComposeTrouble : public Compose {
   void AWindowThatVanishes() {
     ASSERT_TRUE(m_hand.Choose(Menu::kOfWindows, kWindow));
     ASSERT_TRUE(m_hand.Opens());
-    m_hand.Click(m_hand.InDialog(kFirstOfWindows));
+    m_hand.Click(m_hand.InDialog(Composer::kFirstOfWindows));
     m_filmed.Close();
-    m_hand.Click(m_hand.InDialog(kWindowOk), 2);
+    m_hand.Click(m_hand.InDialog(Composer::kWindowOk), 2);
     ASSERT_TRUE(m_hand.Closes());
     ASSERT_TRUE(m_hand.ShowsRows(7));
     ASSERT_TRUE(m_hand.Shows({{{390, 190}, kPictureColour}, {{160, 900}, kBackdrop}}));

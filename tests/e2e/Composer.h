@@ -55,6 +55,9 @@ class Composer {
   static constexpr Point kAddLayer = {1205, 664};
   // The first row of the file dialog in its size as it opens, for a name of two lines.
   static constexpr Point kFirstFile = {175, 82};
+  // In the window chooser.
+  static constexpr Point kFirstOfWindows = {100, 82};
+  static constexpr Point kWindowOk = {310, 500};
 
   explicit Composer(Studio* studio) : m_studio(studio) {}
 

@@ -30,14 +30,6 @@ constexpr int kPatienceMs = 30000;
 // The media library's word for it.
 const char kEndOfStream[] = "Deleting stream...";
 
-int CountOf(const std::string& text, const std::string& part) {
-  int count = 0;
-  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) {
-    ++count;
-  }
-  return count;
-}
-
 class LiveProgram : public testing::Test {
  protected:
   void SetUp() override {
@@ -108,13 +100,13 @@ TEST_F(LiveProgram, SigtermWhileLiveClosesTheRecordingAndTellsTheService) {
   ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs, 2, 30'000)) << m_studio.Report();
   Keep("back.png");
 
-  const int ends = CountOf(m_studio.Log(), kEndOfStream);
-  const int failures = CountOf(m_studio.Log(), "av_write_trailer error");
+  const int ends = e2e::CountOf(m_studio.Log(), kEndOfStream);
+  const int failures = e2e::CountOf(m_studio.Log(), "av_write_trailer error");
   m_program.Signal(SIGTERM);
   EXPECT_EQ(m_program.Wait(10000), 0) << Printed();
   // In good order, not by the end of the connection alone.
-  EXPECT_EQ(CountOf(m_studio.Log(), kEndOfStream), ends + 1);
-  EXPECT_EQ(CountOf(m_studio.Log(), "av_write_trailer error"), failures);
+  EXPECT_EQ(e2e::CountOf(m_studio.Log(), kEndOfStream), ends + 1);
+  EXPECT_EQ(e2e::CountOf(m_studio.Log(), "av_write_trailer error"), failures);
   const std::string path = m_studio.Recording(1);
   const support::Recording recording(path);
   EXPECT_EQ(recording.Error(), "");

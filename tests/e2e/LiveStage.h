@@ -35,14 +35,6 @@ struct Activity {
   std::string id;
 };
 
-inline int CountOf(const std::string& text, const std::string& part) {
-  int count = 0;
-  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) {
-    ++count;
-  }
-  return count;
-}
-
 inline std::int64_t Size(const std::string& path) {
   std::error_code ignored;
   return static_cast<std::int64_t>(std::filesystem::file_size(path, ignored));

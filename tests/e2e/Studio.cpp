@@ -15,6 +15,14 @@ constexpr char kServiceStarted[] = "\"event\":\"started\"";
 
 }  // namespace
 
+int CountOf(const std::string& text, const std::string& part) {
+  int count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) {
+    ++count;
+  }
+  return count;
+}
+
 bool Studio::Start(bool compositor) {
   support::DesktopOptions options;
   options.windowManager = true;
@@ -86,14 +94,7 @@ std::string Studio::ServiceAddress() const {
 
 bool Studio::ServeAndWait() {
   const std::string output = File("service.out");
-  const auto starts = [&] {
-    const std::string text = support::ReadFile(output);
-    int count = 0;
-    for (std::size_t at = 0; (at = text.find(kServiceStarted, at)) != std::string::npos; ++at) {
-      ++count;
-    }
-    return count;
-  };
+  const auto starts = [&] { return CountOf(support::ReadFile(output), kServiceStarted); };
   const int before = starts();
   return m_service.Start({ORVANE_SERVICE, "serve", "--database", File("service.sqlite"), "--port",
                           std::to_string(m_servicePort)},

@@ -20,6 +20,9 @@
 
 namespace e2e {
 
+// How often part stands in text.
+int CountOf(const std::string& text, const std::string& part);
+
 class Studio {
  public:
   // False when a part could not be brought up; Report tells more. With a compositor translucent

@@ -14,6 +14,7 @@
 
 namespace {
 
+using support::HalfAReply;
 using support::JsonReply;
 using support::LiveControlRig;
 using support::ScriptedReply;
@@ -111,10 +112,7 @@ TEST_F(LiveLeaving, LeavingDoesNotWaitForAServiceThatIsSilentOrDown) {
 }
 
 TEST_F(LiveLeaving, AnEndThatTheServiceHasNotHeardOfIsToldOnceMoreOnTheWayOut) {
-  ScriptedReply half = kFine;
-  half.bytes.chop(4);
-  half.cutOff = true;
-  ChooseWith({kFine, half, kFine});
+  ChooseWith({kFine, HalfAReply(), kFine});
   Press("m_LiveBtn");
   Press("m_LiveBtn");
   EXPECT_EQ(m_notices.texts.size(), 1);

@@ -13,6 +13,7 @@
 
 namespace {
 
+using support::HalfAReply;
 using support::JsonReply;
 using support::ListedActivity;
 using support::LiveControlRig;
@@ -22,14 +23,6 @@ const ScriptedReply kFine = JsonReply(R"({"code":0})");
 const ScriptedReply kRefused = JsonReply(R"({"code":-1})");
 
 class LiveTrouble : public LiveControlRig {};
-
-// Of which the rest never comes. A request that got nothing at all would be sent again by itself.
-ScriptedReply HalfAReply() {
-  ScriptedReply half = kFine;
-  half.bytes.chop(4);
-  half.cutOff = true;
-  return half;
-}
 
 TEST_F(LiveTrouble, AnActivityThatWasDeletedMeanwhileGoesOnAndIsLogged) {
   ChooseWith({kRefused});

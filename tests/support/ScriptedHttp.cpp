@@ -54,6 +54,13 @@ ScriptedReply JsonReply(const QByteArray& body, int status) {
   return reply;
 }
 
+ScriptedReply HalfAReply() {
+  ScriptedReply half = JsonReply(R"({"code":0})");
+  half.bytes.chop(4);
+  half.cutOff = true;
+  return half;
+}
+
 ScriptedHttp::ScriptedHttp(int port) {
   connect(&m_server, &QTcpServer::newConnection, this, &ScriptedHttp::Accept);
   m_server.listen(QHostAddress::LocalHost, static_cast<quint16>(port));

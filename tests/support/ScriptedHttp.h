@@ -26,6 +26,10 @@ struct ScriptedReply {
 // A whole reply with that body and the headers it needs.
 ScriptedReply JsonReply(const QByteArray& body, int status = 200);
 
+// A good one of which the rest never comes. A request that got nothing at all would be sent again
+// by the client's library.
+ScriptedReply HalfAReply();
+
 class ScriptedHttp : public QObject {
   Q_OBJECT
 
