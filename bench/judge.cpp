@@ -1,7 +1,11 @@
 // Judges a recording of a broadcast whose scene holds a stage window's clock strip, and prints what
 // a viewer would have got.
 //
-//   judge RECORDING X,Y [BEEP_HZ PERIOD_MS]
+//   judge RECORDING X,Y [BEEP_HZ PERIOD_MS [NAME FROM_MS TO_MS]...]
+//
+// The figures of each named part follow those of the whole: what the stage drew between two moments
+// of CLOCK_MONOTONIC.
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
@@ -24,29 +28,43 @@ void PrintContainer(const support::Recording& recording) {
               recording.TimeStampFault().c_str());
 }
 
-void PrintMotion(const std::vector<support::ClockedPicture>& pictures) {
-  const support::ClockedMotion motion = support::JudgeClocks(pictures, kSkipMs);
+void PrintMotion(const std::vector<support::ClockedPicture>& pictures, std::int64_t skipMs) {
+  const support::ClockedMotion motion = support::JudgeClocks(pictures, skipMs);
+  const auto over = [&](std::int64_t ms) {
+    return support::StillStretches(pictures, ms, skipMs).size();
+  };
   std::printf("pictures=%d distinct=%d distinct_per_second=%.2f longest_gap_ms=%" PRId64
-              " longest_source_gap_ms=%" PRId64 " unreadable=%d\n",
+              " longest_source_gap_ms=%" PRId64
+              " gaps_over_80=%zu gaps_over_120=%zu"
+              " unreadable=%d\n",
               motion.pictures, motion.distinct, motion.distinctPerSecond, motion.longestGapMs,
-              motion.longestSourceGapMs, motion.unreadable);
+              motion.longestSourceGapMs, over(80), over(120), motion.unreadable);
 }
 
-void PrintSync(const support::Recording& recording,
-               const std::vector<support::ClockedPicture>& pictures, double beepHz, int periodMs) {
-  const std::vector<support::SyncPoint> points =
-      support::JudgeSync(pictures, support::BeepStarts(recording.DecodeSound(), beepHz), periodMs);
-  std::printf("beeps=%zu sound_behind_picture_ms=%.1f drift_ms_in_5_min=%.1f\n", points.size(),
-              support::MedianDistance(points), support::DriftMs(points, kFiveMinutesMs));
+void PrintSync(const std::vector<support::SyncPoint>& points) {
+  const auto [least, most] = std::minmax_element(
+      points.begin(), points.end(), [](const support::SyncPoint& a, const support::SyncPoint& b) {
+        return a.soundLateMs < b.soundLateMs;
+      });
+  if (points.empty()) {
+    std::printf("beeps=0\n");
+    return;
+  }
+  std::printf("beeps=%zu sound_behind_picture_ms=%.1f least=%.1f most=%.1f\n", points.size(),
+              support::MedianDistance(points), least->soundLateMs, most->soundLateMs);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  constexpr int kBeep = 3;
+  constexpr int kPeriod = 4;
+  constexpr int kParts = 5;
   int x = 0;
   int y = 0;
-  if ((argc != 3 && argc != 5) || std::sscanf(argv[2], "%d,%d", &x, &y) != 2) {
-    std::fprintf(stderr, "judge RECORDING X,Y [BEEP_HZ PERIOD_MS]\n");
+  if (argc < kBeep || argc == kPeriod || (argc > kParts && (argc - kParts) % 3 != 0) ||
+      std::sscanf(argv[2], "%d,%d", &x, &y) != 2) {
+    std::fprintf(stderr, "judge RECORDING X,Y [BEEP_HZ PERIOD_MS [NAME FROM_MS TO_MS]...]\n");
     return 2;
   }
   const support::Recording recording(argv[1]);
@@ -56,9 +74,22 @@ int main(int argc, char** argv) {
   }
   const std::vector<support::ClockedPicture> pictures = support::ReadClocks(recording, x, y);
   PrintContainer(recording);
-  PrintMotion(pictures);
-  if (argc == 5) {
-    PrintSync(recording, pictures, std::atof(argv[3]), std::atoi(argv[4]));
+  PrintMotion(pictures, kSkipMs);
+  if (argc < kParts) {
+    return 0;
+  }
+  const std::vector<support::SyncPoint> points = support::JudgeSync(
+      pictures, support::BeepStarts(recording.DecodeSound(), std::atof(argv[kBeep])),
+      std::atoi(argv[kPeriod]));
+  PrintSync(points);
+  std::printf("drift_ms_in_5_min=%.1f\n", support::DriftMs(points, kFiveMinutesMs));
+  for (int i = kParts; i < argc; i += 3) {
+    const std::vector<support::ClockedPicture> part =
+        support::DrawnBetween(pictures, std::atoll(argv[i + 1]), std::atoll(argv[i + 2]));
+    std::printf("%s: ", argv[i]);
+    PrintMotion(part, 0);
+    std::printf("%s: ", argv[i]);
+    PrintSync(support::SyncDuring(points, part));
   }
   return 0;
 }

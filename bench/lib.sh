@@ -1,8 +1,12 @@
+# shellcheck shell=bash disable=SC2034
 # Shared by the scripts here: a screen, a sound server, an RTMP server and what is filmed, all of
 # their own, all ended by id. Sourced, with set -euo pipefail.
 root=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
 bin=$root/build/release/bench
 samples=${XDG_CACHE_HOME:-$HOME/.cache}/orvane/bench  # made once
+film=$samples/fractal.mp4
+film_seconds=600
+zoom_seconds=12         # after so long the film begins anew
 clock_at=0,0            # where the clock strip stands in the scene
 beep_hz=3000
 flash_ms=2013           # no multiple of a picture's 40 ms: the beeps fall on all phases
@@ -39,7 +43,8 @@ begin() {
 build() {
   "$root/tools/install-packages" bench
   [ -f "$root/build/release/build.ninja" ] || cmake --preset release -S "$root" >/dev/null
-  cmake --build "$root/build/release" --target live_road stage encoder_alone subscriber judge \
+  cmake --build "$root/build/release" --target live_road stage neighbour encoder_alone \
+    subscriber judge \
     >"$work/build.log" || { cat "$work/build.log" >&2; exit 1; }
 }
 
@@ -51,14 +56,21 @@ make_samples() {
     [ -s "$samples/picture$i.png" ] ||
       convert -size 480x350 "plasma:" -seed "$i" "$samples/picture$i.png"
   done
-  [ -s "$samples/film.mp4" ] || {
-    ffmpeg -v error -y -f lavfi -i "testsrc2=size=1280x720:rate=25:duration=60" \
-      -f lavfi -i "sine=frequency=440:sample_rate=48000:duration=60" \
-      -filter_complex "[1:a]pan=stereo|c0=c0|c1=c0[a]" -map 0:v -map "[a]" -c:v libx264 \
-      -preset veryfast -b:v 3M -pix_fmt yuv420p -c:a aac "$samples/minute.mp4"
-    ffmpeg -v error -y -stream_loop 9 -i "$samples/minute.mp4" -c copy "$samples/film.mp4"
-    rm -f "$samples/minute.mp4"
-  }
+  [ -s "$film" ] || make_film
+}
+
+# A zoom into a fractal, with detail and motion everywhere, 3 Mbit/s and different at each of its
+# 25 pictures a second. One dive takes half a minute to make; the film repeats it, under one sound.
+make_film() {
+  local zoom=$samples/zoom.$$.mp4 whole=$samples/whole.$$.mp4
+  ffmpeg -v error -y -f lavfi -i "mandelbrot=size=1280x720:rate=25:maxiter=600:start_scale=0.3:\
+end_scale=0.0003:end_pts=$((zoom_seconds * 25))" -t "$zoom_seconds" -c:v libx264 -preset veryfast \
+    -b:v 3M -maxrate 4M -bufsize 6M -pix_fmt yuv420p "$zoom"
+  ffmpeg -v error -y -stream_loop $((film_seconds / zoom_seconds - 1)) -i "$zoom" \
+    -f lavfi -i "sine=frequency=440:sample_rate=48000:duration=$film_seconds" \
+    -filter_complex "[1:a]pan=stereo|c0=c0|c1=c0[a]" -map 0:v -map "[a]" -c:v copy -c:a aac "$whole"
+  mv "$whole" "$film"
+  rm -f "$zoom"
 }
 
 start_screen() {
@@ -140,11 +152,11 @@ start_stage() {
 # The layers of a scene as arguments of live_road, into the array "layers".
 use_scene() {
   layers=(--layer desktop --layer "pic:$samples/picture1.png@1400,420,480,350"
-    --layer "text:Live from the studio@80,940" --layer "file:$samples/film.mp4@1240,60,640,360")
+    --layer "text:Live from the studio@80,940" --layer "file:$film@1240,60,640,360")
   case $1 in
     S4) ;;
     S10)
-      layers+=(--layer "file:$samples/film.mp4@20,780,480,270"
+      layers+=(--layer "file:$film@20,780,480,270"
         --layer "window:small@640,700,640,360"
         --layer "pic:$samples/picture2.png@40,60" --layer "pic:$samples/picture3.png@540,80,300,220"
         --layer "pic:$samples/picture4.png@700,420,320,240" --layer "text:二号文字@1300,980")
@@ -168,6 +180,19 @@ start_all() {
   start_sound
   ln -s /usr/share/fonts/truetype/wqy/wqy-microhei.ttc "$work/wryh.ttf"
   cd "$work"
+}
+
+# A neighbour that takes what it can get, until it is told to leave: arithmetic or memory, COUNT.
+neighbour_comes() {
+  "$bin/neighbour" "$@" >"$work/neighbour.log" 2>&1 &
+  neighbour=$!
+  started+=("$neighbour")
+  await grep -q began_ms "$work/neighbour.log"
+}
+
+neighbour_leaves() {
+  kill "$neighbour"
+  wait "$neighbour" || true
 }
 
 # The value of KEY= in a file.

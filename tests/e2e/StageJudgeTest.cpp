@@ -99,6 +99,30 @@ TEST(StageJudge, TellsEachStretchInWhichNothingNewIsShown) {
   EXPECT_TRUE(support::StillStretches({}, 80, 0).empty());
 }
 
+TEST(StageJudge, TakesAPartByTheSourcesClock) {
+  std::vector<support::ClockedPicture> pictures = Steady(250);
+  pictures[49].drawnMs = pictures[50].drawnMs = pictures[60].drawnMs = -1;
+  const auto part = support::DrawnBetween(pictures, pictures[49].ms - 700, pictures[99].ms - 700);
+  ASSERT_EQ(part.size(), 49U);
+  EXPECT_EQ(part.front().ms, pictures[51].ms);
+  EXPECT_EQ(part.back().ms, pictures[99].ms);
+  EXPECT_EQ(support::JudgeClocks(part, 0).unreadable, 1);
+  EXPECT_TRUE(support::DrawnBetween(pictures, 100000, 200000).empty());
+  EXPECT_TRUE(support::DrawnBetween(pictures, 0, 299).empty());
+  EXPECT_TRUE(support::DrawnBetween({}, 0, 200000).empty());
+}
+
+TEST(StageJudge, TakesTheBeepsOfAPart) {
+  const std::vector<support::ClockedPicture> pictures = Steady(250);
+  const auto part = support::DrawnBetween(pictures, 700, 2700);
+  const std::vector<support::SyncPoint> points = {{1300, 1}, {1500, 2}, {3300, 3}, {3500, 4}};
+  const auto during = support::SyncDuring(points, part);
+  ASSERT_EQ(during.size(), 2U);
+  EXPECT_EQ(during[0].soundLateMs, 2);
+  EXPECT_EQ(during[1].soundLateMs, 3);
+  EXPECT_TRUE(support::SyncDuring(points, {}).empty());
+}
+
 TEST(StageJudge, SeesPicturesThatGoBack) {
   std::vector<support::ClockedPicture> pictures = Steady(10);
   std::swap(pictures[4].drawnMs, pictures[5].drawnMs);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 
 #include "support/TimeCode.h"
 
@@ -110,6 +111,16 @@ std::vector<StillStretch> StillStretches(const std::vector<ClockedPicture>& pict
   return stretches;
 }
 
+std::vector<ClockedPicture> DrawnBetween(const std::vector<ClockedPicture>& pictures,
+                                         std::int64_t fromMs, std::int64_t toMs) {
+  const auto within = [&](const ClockedPicture& picture) {
+    return picture.drawnMs >= 0 && picture.drawnMs >= fromMs && picture.drawnMs <= toMs;
+  };
+  const auto first = std::find_if(pictures.begin(), pictures.end(), within);
+  const auto last = std::find_if(pictures.rbegin(), pictures.rend(), within).base();
+  return first < last ? std::vector<ClockedPicture>(first, last) : std::vector<ClockedPicture>();
+}
+
 ClockedMotion JudgeClocks(const std::vector<ClockedPicture>& pictures, std::int64_t skipMs) {
   ClockedMotion motion;
   if (pictures.empty()) {
@@ -193,6 +204,16 @@ std::vector<SyncPoint> JudgeSync(const std::vector<ClockedPicture>& pictures,
     points.push_back({beep, heard - made});
   }
   return points;
+}
+
+std::vector<SyncPoint> SyncDuring(const std::vector<SyncPoint>& points,
+                                  const std::vector<ClockedPicture>& pictures) {
+  std::vector<SyncPoint> during;
+  std::copy_if(points.begin(), points.end(), std::back_inserter(during), [&](const SyncPoint& p) {
+    return !pictures.empty() && p.ms >= static_cast<double>(pictures.front().ms) &&
+           p.ms <= static_cast<double>(pictures.back().ms);
+  });
+  return during;
 }
 
 double MedianDistance(const std::vector<SyncPoint>& points) {

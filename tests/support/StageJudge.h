@@ -55,6 +55,11 @@ struct StillStretch {
 std::vector<StillStretch> StillStretches(const std::vector<ClockedPicture>& pictures,
                                          std::int64_t longerThanMs, std::int64_t skipMs);
 
+// Those that were drawn between two moments of the source's clock, what lies between the first and
+// the last of them included.
+std::vector<ClockedPicture> DrawnBetween(const std::vector<ClockedPicture>& pictures,
+                                         std::int64_t fromMs, std::int64_t toMs);
+
 // Leaves out what lies within skipMs of either end.
 ClockedMotion JudgeClocks(const std::vector<ClockedPicture>& pictures, std::int64_t skipMs);
 
@@ -73,6 +78,10 @@ std::vector<double> BeepStarts(const Recording::Sound& sound, double hertz);
 // period or more can't be told.
 std::vector<SyncPoint> JudgeSync(const std::vector<ClockedPicture>& pictures,
                                  const std::vector<double>& beeps, int periodMs);
+
+// Of the pictures' part of the broadcast.
+std::vector<SyncPoint> SyncDuring(const std::vector<SyncPoint>& points,
+                                  const std::vector<ClockedPicture>& pictures);
 
 double MedianDistance(const std::vector<SyncPoint>& points);
 
