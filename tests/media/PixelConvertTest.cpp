@@ -319,6 +319,111 @@ TEST(PixelConvert, KeepsFlatColoursWhileScaling) {
   EXPECT_LE(worst, 2.0);
 }
 
+// The value at a position between the pixels' centres, by definition.
+double Bilinear(const AVFrame* rgb, double x, double y, std::size_t component) {
+  const double column = std::clamp(x, 0.0, rgb->width - 1.0);
+  const double row = std::clamp(y, 0.0, rgb->height - 1.0);
+  const int left = static_cast<int>(column);
+  const int top = static_cast<int>(row);
+  double sum = 0;
+  for (int i = 0; i < 4; ++i) {
+    const int atX = std::min(left + (i & 1), rgb->width - 1);
+    const int atY = std::min(top + (i >> 1), rgb->height - 1);
+    const double across = (i & 1) != 0 ? column - left : 1 - (column - left);
+    const double down = (i >> 1) != 0 ? row - top : 1 - (row - top);
+    sum += across * down * ExactRgb(rgb, atX, atY, kBt601)[component];
+  }
+  return sum;
+}
+
+// Where output pixel i takes its value from, on an axis of that length.
+double SourceOf(int i, int targetLength, int sourceLength) {
+  return targetLength <= sourceLength
+             ? (i + 0.5) * sourceLength / targetLength - 0.5
+             : static_cast<double>(i) * (sourceLength - 1) / (targetLength - 1);
+}
+
+class ScaleRgb : public testing::TestWithParam<std::tuple<AVPixelFormat, Size>> {};
+
+// Weights are cut to 1/128 across and 1/256 down, which is two values and one on an edge from black
+// to white, and each of the two steps rounds.
+TEST_P(ScaleRgb, IsBilinear) {
+  const auto [format, size] = GetParam();
+  ScopedFrame source(NewFrame(203, 119, format));
+  FillWithEdges(source.Get());
+  ScopedFrame target(NewFrame(size.width, size.height, AV_PIX_FMT_RGB24));
+  PixelConvert convert;
+  ASSERT_EQ(0, convert.Convert(source.Get(), target.Get()));
+  double worst = 0;
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width; ++x) {
+      for (std::size_t c = 0; c < 3; ++c) {
+        const double exact = Bilinear(source.Get(), SourceOf(x, size.width, source->width),
+                                      SourceOf(y, size.height, source->height), c);
+        const std::uint8_t got =
+            target->data[0][static_cast<std::ptrdiff_t>(y) * target->linesize[0] + 3 * x +
+                            static_cast<std::ptrdiff_t>(c)];
+        worst = std::max(worst, std::abs(exact - got));
+      }
+    }
+  }
+  EXPECT_LE(worst, 5.0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryFormatAndRatio, ScaleRgb,
+    testing::Combine(testing::Values(AV_PIX_FMT_RGB24, AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA),
+                     testing::Values(Size{101, 59}, Size{150, 90}, Size{40, 20}, Size{203, 60},
+                                     Size{100, 119}, Size{1, 1}, Size{7, 200}, Size{301, 222},
+                                     Size{640, 480})));
+
+TEST(PixelConvert, ScalesAPictureThatIsStoredBottomUp) {
+  ScopedFrame source(NewFrame(64, 48, AV_PIX_FMT_RGB24));
+  FillWithEdges(source.Get());
+  ScopedFrame wanted(NewFrame(40, 30, AV_PIX_FMT_RGB24));
+  ScopedFrame got(NewFrame(40, 30, AV_PIX_FMT_RGB24));
+  ScopedFrame flipped(NewFrame(64, 48, AV_PIX_FMT_RGB24));
+  for (int y = 0; y < 48; ++y) {
+    std::copy_n(source->data[0] + y * source->linesize[0], 64 * 3,
+                flipped->data[0] + (47 - y) * flipped->linesize[0]);
+  }
+  flipped->data[0] += 47 * flipped->linesize[0];
+  flipped->linesize[0] = -flipped->linesize[0];
+  PixelConvert convert;
+  ASSERT_EQ(0, convert.Convert(source.Get(), wanted.Get()));
+  ASSERT_EQ(0, convert.Convert(flipped.Get(), got.Get()));
+  EXPECT_TRUE(std::equal(wanted->data[0], wanted->data[0] + 40 * 30 * 3, got->data[0]));
+}
+
+// What a preview shows of a spreadsheet: its lines are one pixel wide.
+TEST(PixelConvert, YuvThatBecomesSmallerLosesNoLine) {
+  ScopedFrame source(NewFrame(1920, 1080, AV_PIX_FMT_YUV420P));
+  std::fill_n(source->data[0], 1920 * 1080, std::uint8_t{16});
+  std::fill_n(source->data[1], 960 * 540, std::uint8_t{90});
+  std::fill_n(source->data[2], 960 * 540, std::uint8_t{200});
+  for (int x = 0; x < 1920; x += 60) {
+    for (int y = 0; y < 1080; ++y) {
+      source->data[0][y * 1920 + x + x / 60 % 5] = 216;
+    }
+  }
+  for (const Size& size : {Size{960, 540}, Size{640, 360}, Size{768, 432}, Size{833, 469}}) {
+    ScopedFrame target(NewFrame(size.width, size.height, AV_PIX_FMT_YUV420P));
+    PixelConvert convert;
+    ASSERT_EQ(0, convert.Convert(source.Get(), target.Get()));
+    const double lit = 200.0 * size.width / 1920;  // in all of the pixels that share a line
+    for (int x = 0; x < 1920; x += 60) {
+      const int middle = (x + x / 60 % 5) * size.width / 1920;
+      double sum = 0;
+      for (int near = std::max(0, middle - 3); near < std::min(size.width, middle + 4); ++near) {
+        sum += target->data[0][near + (size.height / 2) * target->linesize[0]] - 16;
+      }
+      EXPECT_NEAR(lit, sum, lit / 2) << size.width << " line at " << x;
+    }
+    EXPECT_NEAR(90, target->data[1][size.width / 4], 1);
+    EXPECT_NEAR(200, target->data[2][size.width / 4], 1);
+  }
+}
+
 // The first context would read past the end of the smaller picture.
 TEST(PixelConvert, FollowsASourceThatChangesItsSizeOrFormat) {
   PixelConvert convert;

@@ -177,8 +177,8 @@ int PixelConvert::Convert(const AVFrame* source, AVFrame* target) {
   if (!HasSoundGeometry(source) || !HasSoundGeometry(target)) {
     return AVERROR(EINVAL);
   }
-  if (source->width == target->width && source->height == target->height &&
-      ConvertDirectly(source, target)) {
+  const bool equal = source->width == target->width && source->height == target->height;
+  if (equal ? ConvertDirectly(source, target) : ScaleDirectly(source, target)) {
     return 0;
   }
   const int error = Prepare(Describe(source), Describe(target));
@@ -205,6 +205,24 @@ bool PixelConvert::ConvertDirectly(const AVFrame* source, AVFrame* target) {
     return ToYuv420(source, target);
   }
   return false;
+}
+
+bool PixelConvert::ScaleDirectly(const AVFrame* source, AVFrame* target) {
+  if (target->format == AV_PIX_FMT_RGB24) {
+    return RgbScale::Takes(source->format) && m_rgbScale.Scale(source, target);
+  }
+  const Side from = Describe(source);
+  const Side to = Describe(target);
+  if (from.format != AV_PIX_FMT_YUV420P || to.format != AV_PIX_FMT_YUV420P ||
+      from.space != to.space || from.fullRange != to.fullRange || to.width > from.width ||
+      to.height > from.height) {
+    return false;
+  }
+  return libyuv::I420Scale(source->data[0], source->linesize[0], source->data[1],
+                           source->linesize[1], source->data[2], source->linesize[2], source->width,
+                           source->height, target->data[0], target->linesize[0], target->data[1],
+                           target->linesize[1], target->data[2], target->linesize[2], target->width,
+                           target->height, libyuv::kFilterBox) == 0;
 }
 
 // libyuv takes packed 4:2:2 to planar and planar to RGB24, each with any matrix. A strip of few

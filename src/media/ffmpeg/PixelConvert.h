@@ -3,8 +3,11 @@
 // A conversion at equal size is pure arithmetic, and what counts is the exact result: it is within
 // 2 of 255 for every format that becomes RGB24. It runs on libyuv wherever libyuv has a road; there
 // swscale's fast bilinear needs ten times the time and is off by up to 75 of 255 on hard edges.
-// Rarer formats (palettes, 16 bits, odd samplings) are read component by component. All scaling,
-// and what is left, runs on swscale with SWS_FAST_BILINEAR.
+// Rarer formats (palettes, 16 bits, odd samplings) are read component by component.
+//
+// Scaling is bilinear: of packed RGB by media/ffmpeg/RgbScale, of YUV 4:2:0 that becomes smaller by
+// libyuv with every pixel of the source counted (the preview of a canvas must not lose thin lines),
+// and of all else by swscale with SWS_FAST_BILINEAR.
 //
 // Colour: the matrix is the one that the YUV frame names (BT.601 where it names none), and its
 // range is full where its format or its color_range says so. Transparency is dropped.
@@ -29,6 +32,7 @@ extern "C" {
 #include <libavutil/pixfmt.h>
 }
 
+#include "media/ffmpeg/RgbScale.h"
 #include "media/ffmpeg/Scoped.h"
 
 namespace ffmpeg {
@@ -60,10 +64,12 @@ class PixelConvert {
 
   static Side Describe(const AVFrame* frame);
   bool ConvertDirectly(const AVFrame* source, AVFrame* target);
+  bool ScaleDirectly(const AVFrame* source, AVFrame* target);
   bool ConvertPacked422(const AVFrame* source, AVFrame* target);
   bool ConvertDeepYuv(const AVFrame* source, AVFrame* target);
   int Prepare(const Side& source, const Side& target);
 
+  RgbScale m_rgbScale;
   ScopedSws m_context;
   Side m_source;
   Side m_target;
