@@ -71,17 +71,41 @@ void PreviewWindow::SizeNativeWindow(const Extent& preview) {
 
 bool PreviewWindow::Make() {
   m_texture = nullptr;
-  if (!m_surface.Open()) {
-    return false;
+  m_textureSize = {};
+  return m_surface.Open();
+}
+
+// Under SDL's lock.
+bool PreviewWindow::FitTexture(const Extent& size) {
+  if (m_texture != nullptr && m_textureSize == size) {
+    return true;
   }
-  Lock lock(platform::SdlVideoMutex());
+  if (m_texture != nullptr) {
+    SDL_DestroyTexture(m_texture);
+  }
   m_texture = SDL_CreateTexture(m_surface.Renderer(), SDL_PIXELFORMAT_YV12,
-                                SDL_TEXTUREACCESS_TARGET, m_canvas.width, m_canvas.height);
+                                SDL_TEXTUREACCESS_TARGET, size.width, size.height);
+  m_textureSize = size;
   m_stale = true;
   if (m_texture == nullptr) {
     m_surface.GiveUp(SDL_GetError());
   }
   return m_texture != nullptr;
+}
+
+// The picture as the texture takes it; null where there is none.
+const AVFrame* PreviewWindow::PictureOfSize(const Extent& size) {
+  if (m_picture == nullptr || size == Extent{m_picture->width, m_picture->height}) {
+    return m_picture;
+  }
+  if (m_stale || !m_small || size != Extent{m_small->width, m_small->height}) {
+    m_small.Reset();  // its buffer is the next one's
+    m_small.Reset(m_buffers.Get(size.width, size.height, AV_PIX_FMT_YUV420P));
+    if (m_small && m_convert.Convert(m_picture, m_small.Get()) < 0) {
+      m_small.Reset();
+    }
+  }
+  return m_small.Get();
 }
 
 void PreviewWindow::Update(const AVFrame* picture) {
@@ -91,11 +115,16 @@ void PreviewWindow::Update(const AVFrame* picture) {
 
 bool PreviewWindow::Draw(const Rect& area, const std::vector<Line>& lines) {
   SDL_Renderer* renderer = m_surface.Renderer();
+  const Extent size = TextureSize(m_canvas, {area.width, area.height}, m_surface.HasHardware());
+  const AVFrame* picture = PictureOfSize(size);
   Lock lock(platform::SdlVideoMutex());
-  if (m_stale && m_picture != nullptr) {
-    SDL_UpdateYUVTexture(m_texture, nullptr, m_picture->data[0], m_picture->linesize[0],
-                         m_picture->data[1], m_picture->linesize[1], m_picture->data[2],
-                         m_picture->linesize[2]);
+  if (!FitTexture(size)) {
+    return false;
+  }
+  if (m_stale && picture != nullptr) {
+    SDL_UpdateYUVTexture(m_texture, nullptr, picture->data[0], picture->linesize[0],
+                         picture->data[1], picture->linesize[1], picture->data[2],
+                         picture->linesize[2]);
     m_stale = false;
   }
   if (area.x > 0 || area.y > 0) {

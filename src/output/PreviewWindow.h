@@ -5,6 +5,10 @@
 // first in each pass: it makes what is missing, and makes it anew when the preview has another
 // size, which SDL is never told of.
 //
+// Where a graphics card draws, the texture has the canvas's size and the card makes it small. SDL's
+// own drawing would turn every pixel of the canvas into RGB before it left most of them out; there
+// the picture is made small first, in YUV, and the texture has the size that it is drawn in.
+//
 // Threads: all of it on the thread that draws; SDL_Init ran before on the user interface thread.
 // SDL is called under platform::SdlVideoMutex. The destructor is the last that touches the window.
 //
@@ -15,6 +19,9 @@
 
 #include <vector>
 
+#include "media/ffmpeg/FramePool.h"
+#include "media/ffmpeg/PixelConvert.h"
+#include "media/ffmpeg/Scoped.h"
 #include "output/RenderRules.h"
 #include "platform/SdlSurface.h"
 #include "platform/WindowSystem.h"
@@ -40,16 +47,22 @@ class PreviewWindow {
 
  private:
   bool Make();
+  bool FitTexture(const Extent& size);
+  const AVFrame* PictureOfSize(const Extent& size);
   bool Follow(const Extent& preview, const Extent& actual);
   void SizeNativeWindow(const Extent& preview);
 
   Extent m_canvas;
   platform::SdlSurface m_surface;
   SDL_Texture* m_texture = nullptr;  // goes with the surface's renderer
+  Extent m_textureSize;
   const AVFrame* m_picture = nullptr;
-  bool m_stale = true;  // the texture does not hold m_picture
-  int m_unlike = 0;     // passes in a row in which SDL, X and previewSize disagreed
-  Extent m_accepted;    // a preview size that the window never took
+  ffmpeg::PixelConvert m_convert;
+  ffmpeg::FramePool m_buffers;
+  ffmpeg::ScopedFrame m_small;  // m_picture in the size of the texture, where that is another
+  bool m_stale = true;          // the texture does not hold m_picture
+  int m_unlike = 0;             // passes in a row in which SDL, X and previewSize disagreed
+  Extent m_accepted;            // a preview size that the window never took
 };
 
 }  // namespace output

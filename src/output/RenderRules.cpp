@@ -30,6 +30,13 @@ Rect FitCanvas(const Extent& canvas, const Extent& preview) {
   return rect;
 }
 
+Extent TextureSize(const Extent& canvas, const Extent& drawn, bool hardware) {
+  if (hardware || drawn.width <= 0 || drawn.height <= 0) {
+    return canvas;
+  }
+  return {std::min(canvas.width, drawn.width), std::min(canvas.height, drawn.height)};
+}
+
 std::vector<Line> Outline(const Rect& layer, const Extent& canvas, const Extent& drawn) {
   const int left = Scaled(layer.x, drawn.width, canvas.width);
   const int right = left + Scaled(layer.width, drawn.width, canvas.width);

@@ -45,6 +45,10 @@ constexpr int kComposedLimit = 14;
 // The largest centred rectangle of the canvas's shape in the preview.
 Rect FitCanvas(const Extent& canvas, const Extent& preview);
 
+// The size of the texture that shows the canvas in an area of that size: the canvas's own where a
+// graphics card scales, else no larger than what is drawn.
+Extent TextureSize(const Extent& canvas, const Extent& drawn, bool hardware);
+
 // The four lines around a layer in preview pixels, in drawing order. drawn is the canvas's size in
 // the preview; where it stands there is on purpose not taken into account.
 std::vector<Line> Outline(const Rect& layer, const Extent& canvas, const Extent& drawn);

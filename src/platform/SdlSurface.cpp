@@ -123,7 +123,8 @@ bool SdlSurface::Make() {
   if (!SoftwareOnly()) {
     m_renderer =
         SDL_CreateRenderer(m_window, -1, SDL_RENDERER_ACCELERATED | SDL_RENDERER_TARGETTEXTURE);
-    if (m_renderer != nullptr && !IsSoftwareGl()) {
+    m_hardware = m_renderer != nullptr && !IsSoftwareGl();
+    if (m_hardware) {
       return true;
     }
     SoftwareOnly() = true;

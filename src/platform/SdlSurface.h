@@ -52,6 +52,8 @@ class SdlSurface {
   bool Open();
   void Close();
   bool IsOpen() const { return m_renderer != nullptr; }
+  // A graphics card draws, and SDL not by itself. While open.
+  bool HasHardware() const { return m_hardware; }
 
   // The size that SDL took the window for; 0 x 0 while closed.
   Size KnownSize() const;
@@ -73,6 +75,7 @@ class SdlSurface {
   std::unique_ptr<PreviewTarget> m_target;
   SDL_Window* m_window = nullptr;
   SDL_Renderer* m_renderer = nullptr;
+  bool m_hardware = false;
   bool m_givenUp = false;
 };
 

@@ -43,6 +43,23 @@ TEST(FitCanvas, KeepsTheShapeAndCentres) {
   }
 }
 
+TEST(TextureSize, IsWhatIsDrawnWhereNoCardScales) {
+  const struct {
+    Extent drawn;
+    bool hardware;
+    Extent expected;
+  } cases[] = {
+      {{960, 540}, false, {960, 540}},  {{1920, 1080}, false, {1920, 1080}},
+      {{961, 541}, false, {961, 541}},  {{3840, 2160}, false, {1920, 1080}},
+      {{960, 540}, true, {1920, 1080}}, {{1, 0}, false, {1920, 1080}},
+      {{0, 0}, false, {1920, 1080}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.expected, TextureSize(kCanvas, c.drawn, c.hardware))
+        << c.drawn.width << "x" << c.drawn.height;
+  }
+}
+
 TEST(Outline, IsFourLinesInDrawingOrder) {
   const auto lines = Outline({100, 50, 640, 360}, kCanvas, {960, 540});
   ASSERT_EQ(4U, lines.size());
