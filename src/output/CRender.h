@@ -160,9 +160,10 @@ class CRender : public CSrcInterface {
   bool CollectLayers(const std::vector<int>& order, std::vector<Drawn>* layers);
   void MarkInUse(LayerSlot* slot);
   void PlaceInCorner(LayerSlot* slot, const AVFrame* head);
-  AVFrame* DrawCanvas(output::ComposeState* state, const std::vector<Drawn>& layers,
-                      bool withTexts);
-  void ConsumeFrames(LayerSlot* slot);
+  AVFrame* TakeAsCanvas(Drawn* layer);
+  AVFrame* BeginCanvas(output::ComposeState* state, std::vector<Drawn>* layers, std::size_t* next);
+  AVFrame* DrawCanvas(output::ComposeState* state, std::vector<Drawn>* layers, bool withTexts);
+  void ConsumeFrames(LayerSlot* slot, bool taken);
   void TrimLayers();
 
   // CRenderPresent.cpp

@@ -4,6 +4,7 @@
 #include <QMutexLocker>
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -30,7 +31,28 @@ struct CRender::Drawn {
   bool isText;
   bool hidden;
   bool onCanvas;  // false for a text below the first picture: there is no canvas yet to draw on
+  bool taken = false;  // the head has left the queue and become the canvas
 };
+
+namespace {
+
+// A frame of its own around the pixels of picture, without what else the source has set. Takes
+// picture over.
+AVFrame* CanvasOf(AVFrame* picture) {
+  ffmpeg::ScopedFrame source(picture);
+  AVFrame* canvas = av_frame_alloc();
+  if (canvas != nullptr) {
+    canvas->width = source->width;
+    canvas->height = source->height;
+    canvas->format = source->format;
+    canvas->data[0] = source->data[0];
+    canvas->linesize[0] = source->linesize[0];
+    std::swap(canvas->buf[0], source->buf[0]);
+  }
+  return canvas;
+}
+
+}  // namespace
 
 void* CRender::RunCompose(void* node) {
   auto* self = static_cast<CRender*>(node);
@@ -72,17 +94,17 @@ void CRender::ComposePass(output::ComposeState* state) {
   const std::int64_t capturedMs = first->head->pts;
   AVFrame* canvas = nullptr;
   if (m_composed.Size() <= output::kComposedLimit) {
-    canvas = DrawCanvas(state, layers, true);
+    canvas = DrawCanvas(state, &layers, true);
     if (canvas == nullptr) {
       // A text that fails takes the canvas with it: once more, without texts.
-      canvas = DrawCanvas(state, layers, false);
+      canvas = DrawCanvas(state, &layers, false);
     }
   } else {
     ++m_counters.droppedComposed;
   }
   for (const Drawn& layer : layers) {
     if (layer.head != nullptr) {
-      ConsumeFrames(layer.slot);
+      ConsumeFrames(layer.slot, layer.taken);
     }
   }
   if (canvas != nullptr) {
@@ -155,31 +177,66 @@ void CRender::PlaceInCorner(LayerSlot* slot, const AVFrame* head) {
   slot->autoFit = 0;
 }
 
-// What a layer that covers the whole canvas hides is not drawn, nor is the canvas cleared under it.
-// Null when the canvas can't be had or a text has spoilt it.
-AVFrame* CRender::DrawCanvas(output::ComposeState* state, const std::vector<Drawn>& layers,
-                             bool withTexts) {
+// The picture of a layer itself, where it has the canvas's size and place and nobody will look at
+// it again: then nothing has to be copied. The last picture of a queue stays there for the next
+// pass. Null: it has to be copied.
+AVFrame* CRender::TakeAsCanvas(Drawn* layer) {
   const output::Extent size = CanvasSize();
-  ffmpeg::ScopedFrame canvas(state->canvases.Get(size.width, size.height, AV_PIX_FMT_RGB24));
-  if (!canvas) {
+  CMyQueue* frames = layer->slot->frames;
+  if (layer->x != 0 || layer->y != 0 || layer->head->width != size.width ||
+      layer->head->height != size.height || frames->Size() < 2 ||
+      av_frame_is_writable(layer->head) == 0) {
     return nullptr;
   }
+  layer->taken = true;
+  return CanvasOf(static_cast<AVFrame*>(frames->Pop()));
+}
+
+// What the drawing begins with: the topmost layer that covers the whole canvas, or black. What such
+// a layer hides is not drawn, nor is the canvas cleared under it. *next is the first layer that is
+// still to be drawn. Null when the canvas can't be had.
+AVFrame* CRender::BeginCanvas(output::ComposeState* state, std::vector<Drawn>* layers,
+                              std::size_t* next) {
+  const output::Extent size = CanvasSize();
   std::vector<output::Cover> covers;
-  covers.reserve(layers.size());
-  for (const Drawn& layer : layers) {
+  covers.reserve(layers->size());
+  for (const Drawn& layer : *layers) {
     const bool opaque = layer.head != nullptr && !layer.hidden;
     covers.push_back({opaque ? output::Rect{layer.x, layer.y, layer.head->width, layer.head->height}
                              : output::Rect{},
                       opaque});
   }
   const int cover = output::TopmostCover(covers, size);
-  if (cover < 0) {
+  *next = cover < 0 ? 0 : static_cast<std::size_t>(cover);
+  if (cover >= 0 && !state->textsFail) {
+    if (AVFrame* canvas = TakeAsCanvas(&(*layers)[*next])) {
+      ++*next;
+      return canvas;
+    }
+  }
+  AVFrame* canvas = state->canvases.Get(size.width, size.height, AV_PIX_FMT_RGB24);
+  if (cover < 0 && canvas != nullptr) {
     std::memset(
         canvas->data[0], 0,
         static_cast<std::size_t>(canvas->linesize[0]) * static_cast<std::size_t>(size.height));
   }
-  for (std::size_t i = cover < 0 ? 0 : static_cast<std::size_t>(cover); i < layers.size(); ++i) {
-    const Drawn& layer = layers[i];
+  return canvas;
+}
+
+// Null when the canvas can't be had or a text has spoilt it.
+AVFrame* CRender::DrawCanvas(output::ComposeState* state, std::vector<Drawn>* layers,
+                             bool withTexts) {
+  if (std::any_of(layers->begin(), layers->end(), [](const Drawn& layer) { return layer.taken; })) {
+    return nullptr;  // spoilt together with the picture that it was
+  }
+  const output::Extent size = CanvasSize();
+  std::size_t next = 0;
+  ffmpeg::ScopedFrame canvas(BeginCanvas(state, layers, &next));
+  if (!canvas) {
+    return nullptr;
+  }
+  for (std::size_t i = next; i < layers->size(); ++i) {
+    const Drawn& layer = (*layers)[i];
     if (layer.hidden || !layer.onCanvas) {
       continue;
     }
@@ -189,6 +246,7 @@ AVFrame* CRender::DrawCanvas(output::ComposeState* state, const std::vector<Draw
       layer.overlay->DrawText(canvas.Get());
       if (canvas->data[0] == nullptr || canvas->width != size.width ||
           canvas->linesize[0] != size.width * 3) {
+        state->textsFail = true;
         return nullptr;
       }
     }
@@ -196,11 +254,12 @@ AVFrame* CRender::DrawCanvas(output::ComposeState* state, const std::vector<Draw
   return canvas.Release();
 }
 
-void CRender::ConsumeFrames(LayerSlot* slot) {
+// taken: the first one has gone already.
+void CRender::ConsumeFrames(LayerSlot* slot, bool taken) {
   CMyQueue* frames = slot->frames;
-  const int queued = frames->Size();
+  const int queued = frames->Size() + (taken ? 1 : 0);
   const int drop = output::FramesToDrop(queued) + (slot->standing.HasTooMany(queued) ? 1 : 0);
-  for (int i = 0; i < drop; ++i) {
+  for (int i = taken ? 1 : 0; i < drop; ++i) {
     auto* frame = static_cast<AVFrame*>(frames->Pop());
     av_frame_free(&frame);
   }

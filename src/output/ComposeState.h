@@ -18,6 +18,7 @@ struct ComposeState {
   bool hasBase = false;      // the first picture ever used has given basePts
   std::int64_t basePts = 0;  // in ms; the first canvas of all stands one tick after it
   ffmpeg::FramePool canvases;
+  bool textsFail = false;  // one has spoilt a canvas: no picture becomes one any more
   std::vector<int> order;  // this pass's copy
 };
 

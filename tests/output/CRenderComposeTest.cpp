@@ -285,6 +285,73 @@ TEST(CRenderCompose, WhatACoveringLayerHidesLeavesNoTrace) {
   EXPECT_EQ(kRed, PixelAt(black.Get(), 7, 7));
 }
 
+// Copying it would cost two of the six megabytes' passes that a picture makes on its way.
+TEST(CRenderCompose, APictureOfTheCanvasSizeBecomesTheCanvasWhenAnotherFollows) {
+  FakeClock clock;
+  HandRender render;
+  const int screen = render.AddLayer();
+  const int top = render.AddLayer();
+  render.Feed(top, NewPicture(8, 8, kRed));
+  AVFrame* first = NewPicture(1920, 1080, kGreen, 100);
+  const std::uint8_t* pixels = first->data[0];
+  first->opaque = first->data[0];
+  render.Feed(screen, first);
+  render.Feed(screen, NewPicture(1920, 1080, kBlue, 140));
+  render.ScaleTurn();
+  render.ScaleTurn();
+  ScopedFrame canvas(render.Compose());
+  ASSERT_TRUE(canvas);
+  EXPECT_EQ(pixels, canvas->data[0]);
+  EXPECT_EQ(kRed, PixelAt(canvas.Get(), 7, 7));
+  EXPECT_EQ(kGreen, PixelAt(canvas.Get(), 8, 8));
+  EXPECT_EQ(100, canvas->best_effort_timestamp);
+  EXPECT_EQ(nullptr, canvas->opaque);
+  EXPECT_EQ(1, render.LayerSize(screen));
+  // The last one stays in its queue, undrawn on, however often it is composed.
+  for (int pass = 0; pass < 3; ++pass) {
+    ScopedFrame next(render.Compose());
+    ASSERT_TRUE(next);
+    EXPECT_NE(next->data[0], render.LayerHead(screen)->data[0]);
+    EXPECT_EQ(kRed, PixelAt(next.Get(), 0, 0));
+    EXPECT_EQ(kBlue, PixelAt(next.Get(), 8, 8));
+    EXPECT_EQ(kBlue, PixelAt(render.LayerHead(screen), 0, 0));
+  }
+}
+
+TEST(CRenderCompose, APictureThatSomebodyElseHoldsIsCopied) {
+  FakeClock clock;
+  HandRender render;
+  const int still = render.AddLayer();
+  const int top = render.AddLayer();
+  render.Feed(top, NewPicture(8, 8, kRed));
+  ScopedFrame picture(NewPicture(1920, 1080, kGreen));
+  for (int i = 0; i < 3; ++i) {
+    render.Feed(still, av_frame_clone(picture.Get()));
+    render.ScaleTurn();
+  }
+  for (int pass = 0; pass < 3; ++pass) {
+    ScopedFrame canvas(render.Compose());
+    ASSERT_TRUE(canvas);
+    EXPECT_EQ(kRed, PixelAt(canvas.Get(), 0, 0));
+  }
+  EXPECT_EQ(kGreen, PixelAt(picture.Get(), 0, 0));
+}
+
+TEST(CRenderCompose, APictureThatDoesNotLieOnTheCanvasCornerForCornerIsCopied) {
+  FakeClock clock;
+  HandRender render;
+  const int screen = render.AddLayer();
+  render.SetLayerRect(screen, -10, 0, 1940, 1080);
+  for (int i = 0; i < 3; ++i) {
+    render.Feed(screen, NewPicture(1940, 1080, kGreen));
+    render.ScaleTurn();
+  }
+  ScopedFrame canvas(render.Compose());
+  ASSERT_TRUE(canvas);
+  EXPECT_EQ(1920 * 3, canvas->linesize[0]);
+  EXPECT_EQ(kGreen, PixelAt(canvas.Get(), 1919, 1079));
+}
+
 TEST(CRenderCompose, TheCornerPlacementIsTakenOnceAtTheFirstPicture) {
   FakeClock clock;
   HandRender render;
