@@ -9,6 +9,7 @@ film_seconds=600
 zoom_seconds=12         # after so long the film begins anew
 clock_at=0,0            # where the clock strip stands in the scene
 beep_hz=3000
+preview_at=960,540,960,540  # the preview's place and size
 flash_ms=2013           # no multiple of a picture's 40 ms: the beeps fall on all phases
 declare -a started=()
 
@@ -43,7 +44,7 @@ begin() {
 build() {
   "$root/tools/install-packages" bench
   [ -f "$root/build/release/build.ninja" ] || cmake --preset release -S "$root" >/dev/null
-  cmake --build "$root/build/release" --target live_road stage neighbour encoder_alone \
+  cmake --build "$root/build/release" --target live_road stage neighbour cost encoder_alone \
     subscriber judge \
     >"$work/build.log" || { cat "$work/build.log" >&2; exit 1; }
 }
@@ -53,8 +54,8 @@ make_samples() {
   mkdir -p "$samples"
   local i
   for i in 1 2 3 4; do
-    [ -s "$samples/picture$i.png" ] ||
-      convert -size 480x350 "plasma:" -seed "$i" "$samples/picture$i.png"
+    [ -s "$samples/plasma$i.png" ] ||
+      convert -size 480x350 "plasma:" -seed "$i" -depth 8 "PNG24:$samples/plasma$i.png"
   done
   [ -s "$film" ] || make_film
 }
@@ -79,7 +80,18 @@ start_screen() {
   await test -s "$work/display"
   DISPLAY=:$(cat "$work/display")
   export DISPLAY QT_QPA_PLATFORM=xcb
-  begin openbox openbox --sm-disable
+  # Every preview stands at the same place, whole and on top: what is filmed is the same with each.
+  local x y size title
+  IFS=, read -r x y size <<<"$preview_at"
+  {
+    echo '<openbox_config xmlns="http://openbox.org/3.4/rc"><applications>'
+    for title in live_road preview 'gst-launch*'; do
+      echo "<application title=\"$title\"><decor>no</decor><layer>above</layer>" \
+        "<position force=\"yes\"><x>$x</x><y>$y</y></position></application>"
+    done
+    echo '</applications></openbox_config>'
+  } >"$work/openbox.xml"
+  begin openbox openbox --sm-disable --config-file "$work/openbox.xml"
   await bash -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q window'
 }
 
@@ -151,15 +163,15 @@ start_stage() {
 
 # The layers of a scene as arguments of live_road, into the array "layers".
 use_scene() {
-  layers=(--layer desktop --layer "pic:$samples/picture1.png@1400,420,480,350"
+  layers=(--layer desktop --layer "pic:$samples/plasma1.png@1400,420,480,350"
     --layer "text:Live from the studio@80,940" --layer "file:$film@1240,60,640,360")
   case $1 in
     S4) ;;
     S10)
       layers+=(--layer "file:$film@20,780,480,270"
         --layer "window:small@640,700,640,360"
-        --layer "pic:$samples/picture2.png@40,60" --layer "pic:$samples/picture3.png@540,80,300,220"
-        --layer "pic:$samples/picture4.png@700,420,320,240" --layer "text:二号文字@1300,980")
+        --layer "pic:$samples/plasma2.png@40,60" --layer "pic:$samples/plasma3.png@540,80,300,220"
+        --layer "pic:$samples/plasma4.png@700,420,320,240" --layer "text:二号文字@1300,980")
       ;;
     *)
       echo "no scene $1: S4 or S10" >&2
