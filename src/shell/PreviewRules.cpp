@@ -85,6 +85,22 @@ bool IsInsideOut(const Rect& layer) {
   return layer.width < 0 || layer.height < 0;
 }
 
+bool IsTooLarge(const Rect& layer) {
+  return layer.width > kMostSide || layer.height > kMostSide ||
+         static_cast<std::int64_t>(layer.width) * layer.height > kMostPixels;
+}
+
+// A long text is too large from the start: it may become smaller in steps.
+bool MayBecome(const Rect& former, const Rect& next) {
+  const bool grows = next.width > former.width || next.height > former.height;
+  return !IsInsideOut(next) && !(grows && IsTooLarge(next));
+}
+
+Rect SnapResized(const Rect& layer, const Drag& drag, const Extent& scene) {
+  return drag.mode == kDragTopLeft ? SnapTopLeft(layer, scene)
+                                   : SnapBottomRight(layer, drag.natural, scene);
+}
+
 }  // namespace
 
 QPoint ToScene(const QPoint& onPreview, const Scales& scales) {
@@ -133,7 +149,7 @@ std::optional<Rect> DragTo(const Drag& drag, const Extent& scene) {
       break;
     case kDragTopLeft:
     case kDragBottomRight:
-      inRange = !IsInsideOut(next);
+      inRange = MayBecome(drag.from, next);
       break;
     default:
       break;
@@ -164,14 +180,15 @@ std::optional<Rect> DropAt(const Drag& drag, const Extent& scene) {
       }
       return SnapMoved(dropped, scene);
     case kDragTopLeft:
-    case kDragBottomRight:
-      if (IsOutOfRange(dropped, scene) || IsInsideOut(dropped)) {
+    case kDragBottomRight: {
+      if (IsOutOfRange(dropped, scene) || !MayBecome(drag.from, dropped)) {
         return std::nullopt;
       }
-      return drag.mode == kDragTopLeft ? SnapTopLeft(dropped, scene)
-                                       : SnapBottomRight(dropped, drag.natural, scene);
+      const Rect snapped = SnapResized(dropped, drag, scene);
+      return MayBecome(drag.from, snapped) ? std::optional<Rect>(snapped) : std::nullopt;
+    }
     default:
-      return drag.from;
+      return std::nullopt;
   }
 }
 

@@ -36,6 +36,10 @@ constexpr int kGrip = 19;
 constexpr int kLeastStep = 13;
 // The snap distance is this part of the scene's size.
 constexpr int kSnapPart = 88;
+// No layer is resized beyond this on a side, nor beyond four scenes in all: each picture of it
+// would be scaled to that size, 25 times a second, for a scene that shows a part of it.
+constexpr int kMostSide = 8192;
+constexpr int kMostPixels = 3840 * 2160;
 // Pixels kept free below the preview.
 constexpr int kBelowPreview = 28;
 // The preview of the normal window, and the least that is fitted.
@@ -81,8 +85,8 @@ struct Drag {
 // alone. 0 where the size of the source is not known.
 int HeightStep(const Drag& drag);
 
-// The layer's rectangle while the mouse is on its way; none when the step leaves the range, or in
-// the mode in which nothing is dragged.
+// The layer's rectangle while the mouse is on its way; none when the step leaves the range or makes
+// the layer too large, or in the mode in which nothing is dragged.
 std::optional<Rect> DragTo(const Drag& drag, const Extent& scene);
 
 // The step is too small to be applied to a layer that lies at current. A move looks at the place
@@ -92,8 +96,9 @@ bool IsSmallStep(int mode, const Rect& current, const Rect& next);
 // No part of it is on the scene, nor touches its left or top edge.
 bool IsOutOfRange(const Rect& layer, const Extent& scene);
 
-// The rectangle that the release gives the layer, snapped; none when it is out of range, or turned
-// inside out, which no source can be scaled to: the last step then stays.
+// The rectangle that the release gives the layer, snapped; none when it is out of range, too large,
+// or turned inside out, which no source can be scaled to: the last step then stays. None also when
+// nothing is dragged.
 std::optional<Rect> DropAt(const Drag& drag, const Extent& scene);
 
 // The three snaps. A moved layer goes to the nearest edge in each axis. A top left corner slides

@@ -32,6 +32,8 @@ void orvane::mousePressEvent(QMouseEvent* event) {
     m_TuCMenu.close();
     m_WndMenu.close();
   }
+  // Until the preview is reached, nothing is grabbed: what an earlier press held is not dragged on.
+  m_dragMode = shell::kDragNothing;
   if (event->button() == Qt::LeftButton && !PressLeft(event)) {
     event->ignore();
     return;
@@ -139,6 +141,10 @@ void orvane::mouseReleaseEvent(QMouseEvent* event) {
       m_wndDrag = false;
     }
     event->ignore();
+    return;
+  }
+  if (m_dragMode == shell::kDragNothing) {
+    m_layerMoved = false;
     return;
   }
   if (const auto dropped = shell::DropAt(DragAt(event->pos()), PreviewScales().scene)) {

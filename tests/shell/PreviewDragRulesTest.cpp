@@ -111,7 +111,7 @@ TEST(PreviewDrag, HostileValuesAreHeldAtTheEndsOf32Bits) {
   EXPECT_EQ(Of(shell::DragTo(MoveOf({INT_MIN, 0, 10, 10}, INT_MIN, 0), kScene)), kNone);
   EXPECT_EQ(Of(shell::DragTo(MoveOf({0, 0, INT_MIN, 0}, 0, 0), kScene)), kNone);
   EXPECT_EQ(Of(shell::DragTo(BottomRightOf({0, 0, INT_MAX, 0}, {1, INT_MAX}, INT_MAX), kScene)),
-            (std::vector<int>{0, 0, INT_MAX, INT_MAX}));
+            kNone);
   EXPECT_EQ(Of(shell::DragTo(TopLeftOf({0, 0, INT_MAX, 0}, {1, INT_MAX}, INT_MAX), kScene)), kNone);
   // 1,600,000 x 1080 is beyond 32 bits, its part of the source is not.
   EXPECT_EQ(shell::HeightStep(BottomRightOf({0, 0, 1600000, 0}, {1920, 1080}, 1600000)), 1800000);
@@ -282,9 +282,45 @@ TEST(PreviewRelease, AResizeThroughTheOppositeCornerKeepsTheLastStep) {
             (std::vector<int>{500, 500, 0, 50}));
 }
 
-TEST(PreviewRelease, WithNothingGrabbedTheRectangleIsWrittenBack) {
-  EXPECT_EQ(Of(shell::DropAt({shell::kDragNothing, {5000, -5000, 3, 4}, kHd, {50, 60}}, kScene)),
-            (std::vector<int>{5000, -5000, 3, 4}));
+TEST(PreviewRelease, WithNothingGrabbedNothingIsWritten) {
+  EXPECT_EQ(Of(shell::DropAt({shell::kDragNothing, {50, 50, 300, 400}, kHd, {50, 60}}, kScene)),
+            kNone);
+}
+
+// 8192 on a side, 3840 x 2160 in all.
+TEST(PreviewDrag, AResizeBeyondTheLargestLayerKeepsTheLastStep) {
+  const struct {
+    Extent natural;
+    int width;
+    bool allowed;
+  } steps[] = {{{100, 1600}, 512, true},   {{100, 1600}, 513, false}, {{1600, 100}, 8192, true},
+               {{1600, 100}, 8193, false}, {{16, 9}, 3840, true},     {{16, 9}, 3856, false},
+               {{1, 4000}, 2, true},       {{1, 4000}, 3, false}};
+  for (const auto& step : steps) {
+    const Rect from{100, 100, 2, 2};
+    const Drag drag = BottomRightOf(from, step.natural, step.width - from.width);
+    EXPECT_EQ(shell::DragTo(drag, kScene).has_value(), step.allowed) << step.width;
+  }
+  const Rect wide{500, 500, 7000, 100};
+  EXPECT_TRUE(shell::DragTo(TopLeftOf(wide, {0, 0}, -1192), kScene).has_value());
+  EXPECT_FALSE(shell::DragTo(TopLeftOf(wide, {0, 0}, -1193), kScene).has_value());
+}
+
+// A text that is as long as a book is larger from the start.
+TEST(PreviewDrag, ALayerThatIsTooLargeCanBeMadeSmaller) {
+  const Rect book{0, 0, 30000, 4000};
+  EXPECT_EQ(Of(shell::DragTo(TopLeftOf(book, {0, 0}, 900), kScene)),
+            (std::vector<int>{900, 0, 29100, 4000}));
+  EXPECT_EQ(Of(shell::DropAt(TopLeftOf(book, {0, 0}, 900), kScene)),
+            (std::vector<int>{900, 0, 29100, 4000}));
+  EXPECT_EQ(Of(shell::DragTo(TopLeftOf(book, {0, 0}, -1), kScene)), kNone);
+}
+
+// A snap may carry the corner further than the mouse did.
+TEST(PreviewRelease, ASnapBeyondTheLargestLayerKeepsTheLastStep) {
+  EXPECT_EQ(Of(shell::DropAt(BottomRightOf({0, -7112, 100, 8190}, {100, 8190}, 0), kScene)),
+            (std::vector<int>{0, -7112, 100, 8192}));
+  EXPECT_EQ(Of(shell::DropAt(BottomRightOf({0, -7113, 100, 8190}, {100, 8190}, 0), kScene)), kNone);
 }
 
 TEST(PreviewRelease, HostileValuesAreHeldAtTheEndsOf32Bits) {

@@ -187,6 +187,45 @@ TEST_F(PreviewMouse, APressMoreThan19PixelsBelowThePreviewStartsNothing) {
   EXPECT_EQ(RectOf(0), (Numbers{400, 680, 800, 450}));
 }
 
+// Where a press reaches no layer: the title row's lower half, the gap above the preview, and the
+// edges of the window.
+TEST_F(PreviewMouse, ADragThatBeganBesideThePreviewLeavesTheSelectedLayerAlone) {
+  AddLayer({400, 200, 800, 450});
+  const QPoint beside[] = {QPoint(600, 40), QPoint(600, preview.y() - 1), QPoint(3, 300),
+                           QPoint(window.width() - 3, 300), QPoint(600, 3)};
+  for (const QPoint& at : beside) {
+    // A click selects: what was pressed on before is older than the selection.
+    render.selectedLayer = -1;
+    Click(On(300, 200));
+    ASSERT_EQ(render.selectedLayer, 0);
+    Drag(at, at + QPoint(1, 0));
+    EXPECT_EQ(RectOf(0), (Numbers{400, 200, 800, 450})) << at.x() << " " << at.y();
+    // And behind a drag, whose press is no longer true either.
+    Drag(On(300, 200), On(320, 200));
+    Drag(On(320, 200), On(300, 200));
+    ASSERT_EQ(RectOf(0), (Numbers{400, 200, 800, 450}));
+    Drag(at, at + QPoint(30, 30));
+    EXPECT_EQ(RectOf(0), (Numbers{400, 200, 800, 450})) << at.x() << " " << at.y();
+    // The drag is over: a click selects as ever.
+    render.selectedLayer = -1;
+    Click(On(300, 200));
+    EXPECT_EQ(render.selectedLayer, 0);
+  }
+}
+
+TEST_F(PreviewMouse, ALayerIsNotPulledLargerThanAnySceneNeeds) {
+  // As narrow as a dock, or as flat as a banner.
+  AddLayer({0, 0, 48, 1080}, 48, 1080);
+  render.selectedLayer = 0;
+  Press(On(24, 540));
+  Move(On(160, 540));
+  EXPECT_EQ(RectOf(0), (Numbers{0, 0, 320, 7200}));
+  Move(On(924, 540));
+  EXPECT_EQ(RectOf(0), (Numbers{0, 0, 320, 7200}));
+  Release(On(924, 540));
+  EXPECT_EQ(RectOf(0), (Numbers{0, 0, 320, 7200}));
+}
+
 TEST_F(PreviewMouse, OutsideTheSelectedLayerNothingIsDragged) {
   AddLayer({0, 0, 1920, 1080});
   AddLayer({400, 200, 800, 450});
