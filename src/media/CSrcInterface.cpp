@@ -165,3 +165,13 @@ void CSrcInterface::SetAudioIndex(int index) {
 void CSrcInterface::SetVideoIndex(int index) {
   m_videoIndex = index;
 }
+
+std::string CSrcInterface::Failure() const {
+  QMutexLocker lock(&m_failureMutex);
+  return m_failure;
+}
+
+void CSrcInterface::SetFailure(const std::string& cause) {
+  QMutexLocker lock(&m_failureMutex);
+  m_failure = cause;
+}

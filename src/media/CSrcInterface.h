@@ -23,6 +23,7 @@
 #define ORVANE_MEDIA_CSRCINTERFACE_H
 
 #include <atomic>
+#include <string>
 #include <vector>
 
 #include "media/CMyQueue.h"
@@ -54,6 +55,9 @@ class CSrcInterface {
   virtual void EnqueueVideo(int index, void* media);
   virtual bool IsReady();
 
+  // Why the source could not be opened, in the words of the log; empty while it could. Any thread.
+  std::string Failure() const;
+
   // Adding a node that is listed, or removing one that is not, changes nothing.
   void AddAudioOutput(CSrcInterface* node);
   void AddVideoOutput(CSrcInterface* node);
@@ -75,9 +79,13 @@ class CSrcInterface {
   std::vector<CSrcInterface*> m_videoOutputs;  // guarded by m_videoOutputsMutex
   int m_kind;
 
+  void SetFailure(const std::string& cause);
+
  private:
   QMutex m_audioOutputsMutex;
   QMutex m_videoOutputsMutex;
+  mutable QMutex m_failureMutex;
+  std::string m_failure;  // guarded by m_failureMutex
 };
 
 #endif

@@ -90,28 +90,28 @@ int CInputDev::Open() {
     std::printf(opened.failure == platform::OpenFailure::NoStreamFormat
                     ? "Couldn't find stream information.\n"
                     : "Couldn't open input stream.\n");
-    av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": %s\n", m_deviceName.c_str(),
-           opened.cause.c_str());
-    return -1;
+    return Fail(opened.cause);
   }
   m_device = std::move(opened.stream);
   platform::StreamInfo stream;
   if (!m_device->FindStream(Kind(m_isAudio), &stream)) {
-    av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": the device sends no %s\n",
-           m_deviceName.c_str(), m_isAudio ? "sound" : "picture");
-    return -1;
+    return Fail(m_isAudio ? "the device sends no sound" : "the device sends no picture");
   }
   const int result =
       sources::OpenDecoder(stream.parameters, stream.timeBase,
                            m_isAudio ? sources::DecoderThreads::One : sources::DecoderThreads::Auto,
                            sources::kMaxMovingPixels, &m_codec);
   if (result < 0) {
-    av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": no decoder: %s\n", m_deviceName.c_str(),
-           ffmpeg::ErrorText(result).c_str());
-    return -1;
+    return Fail("no decoder: " + ffmpeg::ErrorText(result));
   }
   m_streamIndex = stream.index;
   return 0;
+}
+
+int CInputDev::Fail(const std::string& cause) {
+  av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": %s\n", m_deviceName.c_str(), cause.c_str());
+  SetFailure(cause);
+  return -1;
 }
 
 int CInputDev::Stop() {

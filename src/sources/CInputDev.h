@@ -69,6 +69,7 @@ class CInputDev : public CSrcInterface {
   bool CaptureTurn();
 
  private:
+  int Fail(const std::string& cause);
   static void* CaptureEntry(void* node);
   void Capture();
   bool ReadFailed(int error);

@@ -86,6 +86,7 @@ bool CInputFile::OpenStream(AVMediaType medium, int* index, AVCodecContext** cod
   const bool picture = medium == AVMEDIA_TYPE_VIDEO;
   *index = av_find_best_stream(m_file, medium, -1, -1, nullptr, 0);
   if (*index < 0) {
+    m_lacksSound = !picture;
     *cause = picture ? "it has no picture" : "it has no sound";
     return false;
   }
@@ -103,6 +104,7 @@ bool CInputFile::OpenStream(AVMediaType medium, int* index, AVCodecContext** cod
 
 int CInputFile::Fail(const std::string& cause) {
   av_log(nullptr, AV_LOG_ERROR, "media file \"%s\": %s\n", m_path.c_str(), cause.c_str());
+  SetFailure(cause);
   CloseFile();
   return -1;
 }

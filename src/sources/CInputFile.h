@@ -54,6 +54,9 @@ class CInputFile : public CSrcInterface {
   // Returns 0 with both threads joined; no effect when it is not running.
   int Stop() override;
 
+  // Start has failed since the file has no sound: it may be a film for CInputSilentFile.
+  bool LacksSound() const { return m_lacksSound; }
+
  protected:
   // Opens file and decoders; 0 or -1.
   int Open();
@@ -84,6 +87,7 @@ class CInputFile : public CSrcInterface {
   sources::Ahead PictureAhead();
 
   std::string m_path;
+  bool m_lacksSound = false;
   AVFormatContext* m_file = nullptr;
   int m_audioStream = -1;
   int m_videoStream = -1;

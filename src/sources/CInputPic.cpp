@@ -103,6 +103,7 @@ int CInputPic::Open() {
   std::string cause;
   const auto failed = [&] {
     av_log(nullptr, AV_LOG_ERROR, "picture \"%s\": %s\n", m_path.c_str(), cause.c_str());
+    SetFailure(cause);
     return -1;
   };
   ScopedFile file;

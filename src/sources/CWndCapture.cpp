@@ -73,6 +73,7 @@ std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {
   if (IsEmpty(size)) {
     av_log(nullptr, AV_LOG_ERROR, "window 0x%zx: nothing to capture\n",
            static_cast<std::size_t>(m_window));
+    SetFailure("nothing to capture");
     return nullptr;
   }
   auto capture = std::make_unique<Capture>(SDL_GetTicks());

@@ -1,0 +1,209 @@
+#include "sources/CInputSilentFile.h"
+
+#include <SDL_timer.h>
+
+#include <utility>
+
+#include "media/Worker.h"
+#include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/Scoped.h"
+#include "sources/Decoder.h"
+#include "sources/MediaFile.h"
+
+namespace {
+
+constexpr int kFileKind = 3;
+constexpr int kIdleMs = 10;
+constexpr AVRational kMilliseconds{1, 1000};
+
+bool IsPackedRgb(const AVFrame* picture) {
+  return picture->format == AV_PIX_FMT_RGB24 && picture->linesize[0] == picture->width * 3;
+}
+
+}  // namespace
+
+CInputSilentFile::CInputSilentFile(std::string path)
+    : CSrcInterface(kFileKind, 1),
+      m_path(std::move(path)),
+      m_packet(av_packet_alloc()),
+      m_decoded(av_frame_alloc()) {}
+
+CInputSilentFile::~CInputSilentFile() {
+  CloseFile();
+  av_packet_free(&m_packet);
+  av_frame_free(&m_decoded);
+}
+
+int CInputSilentFile::Start() {
+  if (m_running) {
+    return 0;
+  }
+  if (Open() < 0) {
+    return -1;
+  }
+  m_running = true;
+  if (!media::StartWorker(&m_thread, "film", Run, this)) {
+    m_running = false;
+    return Fail("no thread to play it");
+  }
+  return 0;
+}
+
+int CInputSilentFile::Open() {
+  if (m_packet == nullptr || m_decoded == nullptr) {
+    return Fail("there is no memory");
+  }
+  CloseFile();
+  m_deadline.Arm();
+  std::string cause;
+  if (sources::OpenMediaFile(m_path, m_deadline.Callback(), 0, &m_file, &cause) < 0) {
+    return Fail(cause);
+  }
+  int result = sources::FindStreamInfo(m_file, sources::kMaxMovingPixels);
+  if (result < 0) {
+    return Fail(ffmpeg::ErrorText(result));
+  }
+  m_stream = av_find_best_stream(m_file, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  if (m_stream < 0) {
+    return Fail("it has no picture");
+  }
+  const AVStream* stream = m_file->streams[m_stream];
+  result = sources::OpenDecoder(stream->codecpar, stream->time_base, sources::DecoderThreads::Auto,
+                                sources::kMaxMovingPixels, &m_codec);
+  if (result < 0) {
+    return Fail("its picture can't be decoded: " + ffmpeg::ErrorText(result));
+  }
+  m_deadline.Disarm();
+  return 0;
+}
+
+int CInputSilentFile::Fail(const std::string& cause) {
+  av_log(nullptr, AV_LOG_ERROR, "media file \"%s\": %s\n", m_path.c_str(), cause.c_str());
+  SetFailure(cause);
+  CloseFile();
+  return -1;
+}
+
+int CInputSilentFile::Stop() {
+  if (!m_running) {
+    return 0;
+  }
+  m_running = false;
+  m_deadline.Raise();  // ends a read that hangs
+  pthread_join(m_thread, nullptr);
+  CloseFile();
+  return 0;
+}
+
+void CInputSilentFile::CloseFile() {
+  av_frame_free(&m_next);
+  avcodec_free_context(&m_codec);
+  sources::CloseMediaFile(&m_file);
+  m_stream = -1;
+  m_width = 0;
+  m_height = 0;
+  m_nextPts = 0;
+  m_ended = false;
+}
+
+void* CInputSilentFile::Run(void* node) {
+  auto* self = static_cast<CInputSilentFile*>(node);
+  sources::FilePace pace;
+  while (self->m_running) {
+    self->Turn(&pace);
+  }
+  return nullptr;
+}
+
+void CInputSilentFile::Turn(sources::FilePace* pace) {
+  const std::uint64_t now = SDL_GetTicks64();
+  pace->BeginTurn(now);
+  if (m_next == nullptr) {
+    if (m_ended) {
+      SDL_Delay(kIdleMs);
+    } else {
+      DecodeNext();
+    }
+    return;
+  }
+  const std::uint32_t delay = pace->DelayBefore(m_next->pts, now);
+  if (delay > 0) {
+    SDL_Delay(delay);
+    return;
+  }
+  m_next->pts = pace->PictureStamp(m_next->pts);
+  PushVideo(m_next, 0);
+  av_frame_free(&m_next);
+}
+
+// One packet at most, so that a file of other streams without end can be stopped.
+void CInputSilentFile::DecodeNext() {
+  const int result = avcodec_receive_frame(m_codec, m_decoded);
+  if (result == AVERROR(EAGAIN)) {
+    if (!FeedDecoder()) {
+      avcodec_send_packet(m_codec, nullptr);  // gives out what it still holds
+    }
+    return;
+  }
+  if (result < 0) {
+    m_ended = true;
+    return;
+  }
+  const AVRational base = m_file->streams[m_stream]->time_base;
+  const std::int64_t best = m_decoded->best_effort_timestamp;
+  m_decoded->pts = best == AV_NOPTS_VALUE ? m_nextPts : av_rescale_q(best, base, kMilliseconds);
+  m_nextPts = static_cast<std::int64_t>(
+      static_cast<std::uint64_t>(m_decoded->pts) +
+      static_cast<std::uint64_t>(av_rescale_q(m_decoded->pkt_duration, base, kMilliseconds)));
+  m_next = Converted();
+  av_frame_unref(m_decoded);
+}
+
+// False at the end of what can be read.
+bool CInputSilentFile::FeedDecoder() {
+  const int result = av_read_frame(m_file, m_packet);
+  if (result == AVERROR(EAGAIN)) {
+    SDL_Delay(kIdleMs);
+    return true;
+  }
+  if (result < 0) {
+    if (result != AVERROR_EOF && m_running) {
+      LogOnce("can't be read on", result);
+    }
+    return false;
+  }
+  if (m_packet->stream_index == m_stream) {
+    avcodec_send_packet(m_codec, m_packet);
+  }
+  av_packet_unref(m_packet);
+  return true;
+}
+
+// The size that the first picture got is kept: consumers have not been told of another one.
+AVFrame* CInputSilentFile::Converted() {
+  if (m_width == 0) {
+    m_width = m_decoded->width;
+    m_height = m_decoded->height;
+  }
+  if (IsPackedRgb(m_decoded) && m_decoded->width == m_width && m_decoded->height == m_height) {
+    return av_frame_clone(m_decoded);
+  }
+  ffmpeg::ScopedFrame picture(m_pictures.Get(m_width, m_height, AV_PIX_FMT_RGB24));
+  const int result =
+      picture ? m_convert.Convert(m_decoded, picture.Get()) : static_cast<int>(AVERROR(ENOMEM));
+  if (result < 0) {
+    LogOnce("a picture can't be converted", result);
+    return nullptr;
+  }
+  picture->key_frame = m_decoded->key_frame;
+  picture->pts = m_decoded->pts;
+  return picture.Release();
+}
+
+void CInputSilentFile::LogOnce(const char* what, int error) {
+  if (!m_logged) {
+    m_logged = true;
+    av_log(nullptr, AV_LOG_ERROR, "media file \"%s\": %s: %s\n", m_path.c_str(), what,
+           ffmpeg::ErrorText(error).c_str());
+  }
+}
