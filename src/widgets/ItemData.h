@@ -28,6 +28,8 @@ QDataStream& operator>>(QDataStream& stream, ItemData& record);
 namespace widgets {
 
 constexpr int kItemDataRole = Qt::UserRole + 1;
+// Why the layer's source could not be opened, a QString; none while it could.
+constexpr int kFailureRole = Qt::UserRole + 2;
 
 constexpr std::int32_t kTextLayer = 0;
 constexpr std::int32_t kOtherLayer = 1;  // desktop, camera, window, picture, media file

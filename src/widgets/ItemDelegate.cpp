@@ -5,9 +5,9 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
-#include <QTextOption>
 
 #include "widgets/LayerRowRules.h"
+#include "widgets/OneLine.h"
 
 namespace {
 
@@ -36,14 +36,21 @@ QPen TextPen(const QColor& colour) {
   return QPen(colour, 1, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
 }
 
-void PaintText(QPainter* painter, const QRect& row, const QString& text) {
-  painter->drawText(QRectF(widgets::TextPaintRect(row)), widgets::ReadablePart(text),
-                    QTextOption());
+QString FailureOf(const QModelIndex& index) {
+  return index.data(widgets::kFailureRole).toString();
 }
 
-void PaintResting(QPainter* painter, const QRect& row, const ItemData& record) {
+// failed: there is nothing behind the row that could be seen.
+void PaintText(QPainter* painter, const QRect& row, const ItemData& record, bool failed) {
+  const QRect place = widgets::TextPaintRect(row);
   painter->setFont(RowFont());
-  painter->setPen(TextPen(record.visible ? kVisibleText : kHiddenText));
+  painter->setPen(TextPen(record.visible && !failed ? kVisibleText : kHiddenText));
+  painter->drawText(QRectF(place),
+                    widgets::OneLine(record.text, painter->fontMetrics(), place.width()),
+                    widgets::OneLineOption());
+}
+
+void PaintResting(QPainter* painter, const QRect& row, const ItemData& record, bool failed) {
   if (record.kind == widgets::kTextLayer) {
     painter->drawPixmap(widgets::TextMarkPaintRect(row), Picture("layer-texticon"));
   }
@@ -52,18 +59,16 @@ void PaintResting(QPainter* painter, const QRect& row, const ItemData& record) {
   } else {
     painter->drawPixmap(widgets::HiddenEyePaintRect(row), Picture("layer-invisible"));
   }
-  PaintText(painter, row, record.text);
+  PaintText(painter, row, record, failed);
 }
 
 // Covers all that the row showed before.
-void PaintHovered(QPainter* painter, const QRect& row, const ItemData& record) {
+void PaintHovered(QPainter* painter, const QRect& row, const ItemData& record, bool failed) {
   painter->eraseRect(row);
-  painter->setFont(RowFont());
-  painter->setPen(TextPen(kVisibleText));
   painter->fillRect(row, kBackground);
   painter->drawPixmap(row, Picture("layer-hover"));
   painter->drawPixmap(widgets::EyeRect(row), Picture("layer-visible"));
-  PaintText(painter, row, record.text);
+  PaintText(painter, row, record, failed);
   painter->drawPixmap(widgets::DeleteRect(row), Picture("layer-delete"));
   if (record.kind == widgets::kTextLayer) {
     painter->drawPixmap(widgets::EditRect(row), Picture("layer-edit"));
@@ -85,10 +90,11 @@ void ItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
   QStyledItemDelegate::paint(painter, background, index);
 
   const ItemData record = RecordOf(index);
+  const bool failed = !FailureOf(index).isEmpty();
   painter->save();
-  PaintResting(painter, option.rect, record);
+  PaintResting(painter, option.rect, record, failed);
   if (record.visible && (option.state & (QStyle::State_Selected | QStyle::State_MouseOver))) {
-    PaintHovered(painter, option.rect, record);
+    PaintHovered(painter, option.rect, record, failed);
   }
   painter->restore();
 }
@@ -139,9 +145,15 @@ void ItemDelegate::Move(const QMouseEvent& event, const ItemData& record, const 
   if (row.contains(event.pos())) {
     emit checkItem(index);
   }
+  if (!widgets::TextHitRect(row).contains(event.pos())) {
+    emit hideStatusTip();
+    return;
+  }
+  const QString failure = FailureOf(index);
   const QFontMetrics metrics(RowFont());
-  if (widgets::TextHitRect(row).contains(event.pos()) &&
-      widgets::NeedsTip(metrics.horizontalAdvance(widgets::ReadablePart(record.text)))) {
+  if (!failure.isEmpty()) {
+    emit showStatusTip(widgets::FailureText(record.text, failure), event.globalPos());
+  } else if (widgets::NeedsTip(metrics.horizontalAdvance(widgets::ReadablePart(record.text)))) {
     emit showStatusTip(record.text, event.globalPos());
   } else {
     emit hideStatusTip();

@@ -1,9 +1,10 @@
 // Paints the rows of the layer list and turns the mouse inside a row into signals.
 //
 // Flow: each paint and each event reads the row's ItemData anew. A visible row that is hovered or
-// selected is painted with its buttons; a hidden row never is. A press on the eye, the edit or the
-// delete button, or elsewhere in the row, becomes one signal; each move becomes checkItem and one
-// of showStatusTip and hideStatusTip.
+// selected is painted with its buttons; a hidden row never is. The name is one line, in grey where
+// the layer's source could not be opened. A press on the eye, the edit or the delete button, or of
+// the left or right button elsewhere in the row, becomes one signal (on the edit place of a row
+// that is no text: none); each move becomes checkItem and one of showStatusTip and hideStatusTip.
 //
 // A receiver of deleteItem may run a dialog and remove the row before it returns.
 //

@@ -88,9 +88,14 @@ bool NeedsTip(int textWidth) {
   return textWidth >= kLeastWidthWithTip;
 }
 
-std::vector<RowStep> StepsOfDrop(int drag, int target) {
+// It begins with a character by which the tip takes a text for Chinese, and shows it whole.
+QString FailureText(const QString& name, const QString& cause) {
+  return QStringLiteral("无法打开“%1”：%2").arg(ReadablePart(name), cause);
+}
+
+std::vector<RowStep> StepsOfDrop(int drag, int target, int rows) {
   using Record = RowStep::Record;
-  if (drag < 0 || drag == target) {
+  if (drag < 0 || drag >= rows || drag == target) {
     return {};
   }
   if (target < 0) {

@@ -1,7 +1,7 @@
 // What the layer list decides: where the parts of a row lie, what a press or a move of the mouse in
 // a row asks for, and how a drop changes the rows.
 //
-// Rectangles are relative to the row's own, in the coordinates of that. Where the text and the eye
+// Rectangles are in the coordinates of the row's own, which is given. Where the text and the eye
 // of a hidden layer can be hit is not quite where they are painted; operators' hands know it so.
 //
 // Threads: any; nothing is kept.
@@ -41,6 +41,9 @@ QString ReadablePart(const QString& text);
 // Whether a text of that many pixels is too long for its row.
 bool NeedsTip(int textWidth);
 
+// What the tip says of a layer whose source could not be opened.
+QString FailureText(const QString& name, const QString& cause);
+
 // One change of the list's rows in the course of a drop.
 struct RowStep {
   enum class Kind { Insert, Append, Remove };
@@ -51,9 +54,9 @@ struct RowStep {
 };
 
 // What a drop of row drag on row target (-1: below the last row) does to the list, in this order:
-// two rows change places, or the dragged one goes to the bottom. Nothing when both are the same or
-// no row is dragged.
-std::vector<RowStep> StepsOfDrop(int drag, int target);
+// two rows change places, or the dragged one goes to the bottom. Nothing when both are the same, or
+// when no row is dragged, or one that is not among so many rows any more.
+std::vector<RowStep> StepsOfDrop(int drag, int target, int rows);
 
 }  // namespace widgets
 

@@ -4,8 +4,8 @@
 #include <QDragMoveEvent>
 #include <QDropEvent>
 #include <QFont>
-#include <QScrollBar>
 #include <QStandardItemModel>
+#include <vector>
 
 #include "widgets/ItemData.h"
 #include "widgets/LayerRowRules.h"
@@ -27,6 +27,12 @@ class RowItem : public QStandardItem {
   RowItem(const ItemData& record, const QSize& size) {
     setData(QVariant::fromValue(record), widgets::kItemDataRole);
     setSizeHint(size);
+  }
+  // Takes over what a row that is exchanged for this one had beside its record.
+  void TakeFailure(const QVariant& failure) {
+    if (failure.isValid()) {
+      setData(failure, widgets::kFailureRole);
+    }
   }
 
   QVariant data(int role) const override {
@@ -105,7 +111,18 @@ void MyListView::SetRowText(int row, QString text) {
   viewport()->update();
 }
 
+void MyListView::SetRowFailure(int row, QString cause) {
+  const QModelIndex index = model->index(row, 0);
+  if (index.data(widgets::kFailureRole).toString() != cause) {
+    model->setData(index, cause, widgets::kFailureRole);
+    viewport()->update();
+  }
+}
+
+// The mouse may rest below the rows then and tell of no other one.
 void MyListView::RemoveRow(int row) {
+  hoverIndex = QModelIndex();
+  dragIndex = QModelIndex();
   model->removeRow(row);
 }
 
@@ -148,8 +165,12 @@ void MyListView::recvEditSlot(QModelIndex index) {
   emit editItem(index.row());
 }
 
+bool MyListView::IsOwn(const QDropEvent& event) const {
+  return event.source() == this;
+}
+
 void MyListView::dragEnterEvent(QDragEnterEvent* event) {
-  if (lastButtonKind == RightKind) {
+  if (lastButtonKind == RightKind || !IsOwn(*event)) {
     event->ignore();
     return;
   }
@@ -160,32 +181,39 @@ void MyListView::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void MyListView::dragMoveEvent(QDragMoveEvent* event) {
+  if (!IsOwn(*event)) {
+    event->ignore();
+    return;
+  }
   event->setDropAction(Qt::MoveAction);
   event->accept();
 }
 
 void MyListView::dropEvent(QDropEvent* event) {
   event->ignore();
-  if (lastButtonKind == RightKind) {
+  if (lastButtonKind == RightKind || !IsOwn(*event)) {
     return;
   }
   const QModelIndex targetIndex = indexAt(event->pos());
   const int drag = dragIndex.row();
   const int target = targetIndex.row();
-  const std::vector<RowStep> steps = widgets::StepsOfDrop(drag, target);
+  const std::vector<RowStep> steps = widgets::StepsOfDrop(drag, target, RowCount());
   if (steps.empty()) {
     return;
   }
   const ItemData dragged = RecordOf(dragIndex);
+  const QVariant draggedFailure = dragIndex.data(widgets::kFailureRole);
   const ItemData displaced = RecordOf(targetIndex);
+  const QVariant displacedFailure = targetIndex.data(widgets::kFailureRole);
   emit changeItem(drag, target);
   for (const RowStep& step : steps) {
     if (step.kind == RowStep::Kind::Remove) {
       model->removeRow(step.row);
       continue;
     }
-    auto* item =
-        new RowItem(step.record == RowStep::Record::Dragged ? dragged : displaced, kRowSize);
+    const bool isDragged = step.record == RowStep::Record::Dragged;
+    auto* item = new RowItem(isDragged ? dragged : displaced, kRowSize);
+    item->TakeFailure(isDragged ? draggedFailure : displacedFailure);
     if (step.kind == RowStep::Kind::Append) {
       model->appendRow(item);
     } else {

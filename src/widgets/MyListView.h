@@ -9,6 +9,9 @@
 // A drop below the last row takes the dragged row to the bottom and emits changeItem(row, -1),
 // which is no position of the scene: the list changes and the scene does not.
 //
+// Only drags of its own rows are let in. What another program drags stays where it is: answered as
+// a move it would be deleted there.
+//
 // dropEvent leaves its event unaccepted: after an accepted move Qt would take the dragged row away
 // once more.
 //
@@ -44,6 +47,9 @@ class MyListView : public QListView {
   // On top of the list. kind: 0 for a text, 1 for every other layer.
   void AddRow(bool visible, QString text, QSize size, int kind);
   void SetRowText(int row, QString text);
+  // The layer's source could not be opened: its row is grey and its tip says the cause. Empty: it
+  // could.
+  void SetRowFailure(int row, QString cause);
   void RemoveRow(int row);
   int RowCount() const;
   // Its showStatusTip and hideStatusTip go straight to whoever shows the tip.
@@ -67,6 +73,8 @@ class MyListView : public QListView {
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dragMoveEvent(QDragMoveEvent* event) override;
   void dropEvent(QDropEvent* event) override;
+  // Whether what is dragged is a row of this list.
+  virtual bool IsOwn(const QDropEvent& event) const;
 
  private:
   void InitView();

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDrag>
+#include <QLabel>
+#include <QMimeData>
 #include <QSignalSpy>
 #include <QTest>
 #include <atomic>
@@ -51,15 +54,17 @@ class DragWatch : public QObject {
 // only with its end.
 class Hand {
  public:
-  Hand(const DragWatch& watch, const QPoint& from, std::vector<QPoint> way, std::string button)
-      : m_thread([this, &watch, from, way = std::move(way), button = std::move(button)] {
+  // rub: where the mouse goes to and fro until the drag is in the list; from where it begins there.
+  Hand(const DragWatch& watch, const QPoint& from, std::vector<QPoint> way, std::string button,
+       const QPoint& rub)
+      : m_thread([this, &watch, from, rub, way = std::move(way), button = std::move(button)] {
           Point(from, {"mousedown", button});
           // To and fro in the row until the drag has begun: a busy list sees only the last of
           // several moves, and would else drag the row that it meets there.
           int step = 0;
           support::WaitFor(
               [&] {
-                Point(from + QPoint(++step % 2 == 0 ? 0 : 20, 0));
+                Point(rub + QPoint(++step % 2 == 0 ? 0 : 20, 0));
                 return watch.entered.load();
               },
               kPatienceMs);
@@ -78,6 +83,31 @@ class Hand {
  private:
   std::atomic<bool> m_done{false};
   std::thread m_thread;
+};
+
+// Whose a drag is, is Qt's to say.
+class DraggedList : public LayerList {
+ protected:
+  bool IsOwn(const QDropEvent& event) const override { return MyListView::IsOwn(event); }
+};
+
+// Another widget from which something can be dragged: as far as the list can tell, another program.
+class Stranger : public QLabel {
+ public:
+  Stranger() : QLabel(QStringLiteral("text")) {
+    setWindowFlags(Qt::FramelessWindowHint);
+    setGeometry(500, 100, 100, 60);
+  }
+  Qt::DropAction result = Qt::LinkAction;
+
+ protected:
+  void mousePressEvent(QMouseEvent* /*event*/) override {
+    auto* drag = new QDrag(this);
+    auto* text = new QMimeData;
+    text->setText(QStringLiteral("text"));
+    drag->setMimeData(text);
+    result = drag->exec(Qt::CopyAction | Qt::MoveAction, Qt::MoveAction);
+  }
 };
 
 class LayerDrag : public testing::Test {
@@ -100,7 +130,7 @@ class LayerDrag : public testing::Test {
   static void TearDownTestSuite() { delete s_desktop; }
 
   void SetUp() override {
-    m_list = std::make_unique<LayerList>();
+    m_list = std::make_unique<DraggedList>();
     m_list->AddLayers({"a", "b", "c", "d"});
     m_list->move(kPlace);
     m_changed = std::make_unique<QSignalSpy>(m_list.get(), &MyListView::changeItem);
@@ -114,7 +144,7 @@ class LayerDrag : public testing::Test {
     HoverAt(row);
     DragWatch watch;
     m_list->viewport()->installEventFilter(&watch);
-    const Hand hand(watch, Middle(row), way, button);
+    const Hand hand(watch, Middle(row), way, button, Middle(row));
     ASSERT_TRUE(QTest::qWaitFor([&] { return hand.Done(); }, 2 * kPatienceMs));
     EXPECT_TRUE(watch.entered) << "no drag has begun";
   }
@@ -139,7 +169,7 @@ class LayerDrag : public testing::Test {
   }
 
   static VirtualDesktop* s_desktop;
-  std::unique_ptr<LayerList> m_list;
+  std::unique_ptr<DraggedList> m_list;
   std::unique_ptr<QSignalSpy> m_changed;
 };
 
@@ -181,6 +211,26 @@ TEST_F(LayerDrag, WithTheRightButtonIsRefusedAndALaterLeftOneIsNot) {
   EXPECT_EQ(m_changed->count(), 0);
   Drag(0, {Middle(2)});
   ExpectRows({"c", "b", "a", "d"});
+}
+
+// Taken as a move, it would be deleted where it came from.
+TEST_F(LayerDrag, OfSomethingElseIsNotTakenAndStaysWhereItWas) {
+  HoverAt(0);
+  Stranger stranger;
+  stranger.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&stranger, kPatienceMs));
+  DragWatch watch;
+  m_list->viewport()->installEventFilter(&watch);
+  const QPoint from = stranger.mapToGlobal(QPoint(30, 30));
+  // Over the list on its way until it has come in, and let go on a row.
+  const Hand hand(watch, from, {Middle(1), Middle(2)}, kLeft, Middle(1));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return hand.Done(); }, 2 * kPatienceMs));
+  EXPECT_TRUE(QTest::qWaitFor([&] { return stranger.result != Qt::LinkAction; }, kPatienceMs));
+  EXPECT_TRUE(watch.entered);
+  EXPECT_EQ(stranger.result, Qt::IgnoreAction);
+  HoverAt(3);
+  EXPECT_EQ(m_list->Names(), QStringList({"a", "b", "c", "d"}));
+  EXPECT_EQ(m_changed->count(), 0);
 }
 
 TEST_F(LayerDrag, OutOfTheListChangesNothing) {

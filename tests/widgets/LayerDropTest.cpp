@@ -63,6 +63,18 @@ TEST(LayerDrop, OnTheDraggedRowItselfChangesAndTellsNothing) {
   EXPECT_EQ(changed.count(), 0);
 }
 
+TEST(LayerDrop, TakesTheCauseOfAFailureAlong) {
+  LayerList list;
+  list.AddLayers({"a", "b", "c"});
+  list.SetRowFailure(0, QStringLiteral("no such file"));
+  const auto failure = [&](int row) { return list.At(row).data(widgets::kFailureRole).toString(); };
+  list.DragTo(0, list.Rect(1).center());
+  EXPECT_EQ(failure(0), QString());
+  EXPECT_EQ(failure(1), QStringLiteral("no such file"));
+  list.DragTo(1, list.BelowTheLastRow());
+  EXPECT_EQ(failure(2), QStringLiteral("no such file"));
+}
+
 TEST(LayerDrop, TellsBeforeTheRowsChange) {
   LayerList list;
   list.AddLayers({"a", "b"});
@@ -157,16 +169,47 @@ TEST(LayerDrop, TakesTheHoveredRowAtTheDragsEntry) {
   EXPECT_EQ(changed.at(0), QVariantList({2, 0}));
 }
 
-// Something from another program, before the mouse was ever in the list.
-TEST(LayerDrop, OfNoRowChangesAndTellsNothing) {
+// A file or a text from another program, or of another list: taken, it would change the scene, and
+// be deleted where it came from.
+TEST(LayerDrop, OfAnythingButARowOfItsOwnIsRefusedAtEveryStep) {
   LayerList list;
-  list.AddLayers({"a", "b"});
+  LayerList another;
+  list.AddLayers({"a", "b", "c"});
+  another.AddLayers({"x"});
   const QSignalSpy changed(&list, &MyListView::changeItem);
-  list.DragEnter(list.Rect(0).center());
-  list.Drop(list.Rect(1).center());
-  list.Drop(list.BelowTheLastRow());
-  EXPECT_EQ(list.Names(), QStringList({"a", "b"}));
+  list.MoveTo(0, LayerList::kBeside);
+  list.Press(0, LayerList::kBeside);
+  for (QObject* source : {static_cast<QObject*>(nullptr), static_cast<QObject*>(&another)}) {
+    EXPECT_FALSE(list.DragEnterOf(source, list.Rect(0).center()));
+    EXPECT_FALSE(list.DragMoveOf(source, list.Rect(1).center()));
+    EXPECT_FALSE(list.DropOf(source, list.Rect(1).center()));
+    EXPECT_FALSE(list.DropOf(source, list.BelowTheLastRow()));
+  }
+  // Also right behind a drag of its own.
+  list.DragTo(2, list.Rect(2).center());
+  EXPECT_FALSE(list.DropOf(nullptr, list.Rect(0).center()));
+  EXPECT_EQ(list.Names(), QStringList({"a", "b", "c"}));
   EXPECT_EQ(changed.count(), 0);
+}
+
+// Deleted by its button and a key: the mouse rests where the row was, and tells of no other one.
+TEST(LayerDrop, OfARowThatIsGoneChangesAndTellsNothing) {
+  for (const bool entered : {false, true}) {
+    LayerList list;
+    list.AddLayers({"a", "b", "c"});
+    const QSignalSpy changed(&list, &MyListView::changeItem);
+    list.MoveTo(2, LayerList::kBeside);
+    list.Press(2, LayerList::kBeside);
+    if (entered) {
+      list.DragEnter(list.Rect(0).center());
+    }
+    list.RemoveRow(2);
+    list.DragEnter(list.Rect(0).center());
+    list.Drop(list.Rect(0).center());
+    list.Drop(list.BelowTheLastRow());
+    EXPECT_EQ(list.Names(), QStringList({"a", "b"}));
+    EXPECT_EQ(changed.count(), 0);
+  }
 }
 
 TEST(LayerDrop, ManyInARowKeepEveryLayerOnce) {

@@ -72,24 +72,31 @@ class LayerList : public MyListView {
   }
 
   // The steps of a drag as Qt hands them to the list, without the manager that keeps track of a
-  // real one; each tells whether the list accepted it.
-  bool DragEnter(const QPoint& at) {
+  // real one and knows its source; each tells whether the list accepted it. source: null stands for
+  // another program.
+  bool DragEnter(const QPoint& at) { return DragEnterOf(this, at); }
+  bool DragMove(const QPoint& at) { return DragMoveOf(this, at); }
+  bool Drop(const QPoint& at) { return DropOf(this, at); }
+  bool DragEnterOf(QObject* source, const QPoint& at) {
     QDragEnterEvent event(at, Qt::MoveAction | Qt::CopyAction, &m_mime, Qt::LeftButton,
                           Qt::NoModifier);
     event.ignore();
+    m_dragged = source;
     dragEnterEvent(&event);
     return event.isAccepted() && event.dropAction() == Qt::MoveAction;
   }
-  bool DragMove(const QPoint& at) {
+  bool DragMoveOf(QObject* source, const QPoint& at) {
     QDragMoveEvent event(at, Qt::MoveAction | Qt::CopyAction, &m_mime, Qt::LeftButton,
                          Qt::NoModifier);
     event.ignore();
+    m_dragged = source;
     dragMoveEvent(&event);
     return event.isAccepted() && event.dropAction() == Qt::MoveAction;
   }
-  bool Drop(const QPoint& at) {
+  bool DropOf(QObject* source, const QPoint& at) {
     QDropEvent event(at, Qt::MoveAction | Qt::CopyAction, &m_mime, Qt::NoButton, Qt::NoModifier);
     event.accept();
+    m_dragged = source;
     dropEvent(&event);
     return event.isAccepted();
   }
@@ -112,6 +119,9 @@ class LayerList : public MyListView {
   static constexpr QPoint kEdit{235, 20};
   static constexpr QPoint kDelete{260, 20};
 
+ protected:
+  bool IsOwn(const QDropEvent& /*event*/) const override { return m_dragged == this; }
+
  private:
   void Mouse(QEvent::Type type, int row, const QPoint& at, Qt::MouseButton button,
              Qt::MouseButtons held) {
@@ -121,6 +131,7 @@ class LayerList : public MyListView {
   }
 
   QMimeData m_mime;
+  QObject* m_dragged = nullptr;
 };
 
 }  // namespace support

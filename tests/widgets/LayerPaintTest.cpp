@@ -34,6 +34,7 @@ struct Row {
   bool visible;
   int kind;
   QStyle::State state;
+  const char* shown = text;
 };
 
 constexpr QStyle::State kIdle = QStyle::State_Enabled;
@@ -49,6 +50,8 @@ const Row kResting[] = {
     {"hidden, selected", "摄像头", false, kOtherLayer, kSelected},
     {"hidden text, hovered", "欢迎", false, kTextLayer, kHovered},
     {"too long", "a name that is far too long for the row of its layer", true, kOtherLayer, kIdle},
+    {"of two lines", "two\nlines", true, kTextLayer, kIdle, "two lines"},
+    {"of one long word", "anamethatisfartoolongfortherowofitslayer", true, kOtherLayer, kIdle},
 };
 
 const Row kWithButtons[] = {
@@ -68,6 +71,11 @@ class Painted {
     m_option.widget = &m_list;
     m_option.rect = kRow;
     m_option.state = row.state;
+  }
+
+  void Fail() {
+    m_list.SetRowFailure(0, QStringLiteral("no such file"));
+    m_failed = true;
   }
 
   QImage ByDelegate(QStyle::State more = QStyle::State_None) {
@@ -98,7 +106,7 @@ class Painted {
     } else {
       painter.drawPixmap(At(10, 12, 16, 16), Picture("layer-invisible"));
     }
-    Text(&painter, m_row.visible ? "#878E99" : "#5A5F66");
+    Text(&painter, m_row.visible && !m_failed ? "#878E99" : "#5A5F66");
     return image;
   }
 
@@ -108,7 +116,7 @@ class Painted {
     painter.fillRect(kRow, QColor(0x28, 0x2A, 0x30));
     painter.drawPixmap(kRow, Picture("layer-hover"));
     painter.drawPixmap(At(10, 14, 16, 12), Picture("layer-visible"));
-    Text(&painter, "#878E99");
+    Text(&painter, m_failed ? "#5A5F66" : "#878E99");
     painter.drawPixmap(At(254, 12, 16, 16), Picture("layer-delete"));
     if (m_row.kind == kTextLayer) {
       painter.drawPixmap(At(228, 12, 16, 16), Picture("layer-edit"));
@@ -131,10 +139,14 @@ class Painted {
     font.setWeight(75);
     painter->setFont(font);
     painter->setPen(QColor(QLatin1String(colour)));
-    painter->drawText(QRectF(At(36, 10, 185, 20)), QString::fromUtf8(m_row.text), QTextOption());
+    painter->drawText(
+        QRectF(At(36, 10, 185, 20)),
+        painter->fontMetrics().elidedText(QString::fromUtf8(m_row.shown), Qt::ElideRight, 185),
+        QTextOption());
   }
 
   Row m_row;
+  bool m_failed = false;
   LayerList m_list;
   QStyleOptionViewItem m_option;
 };
@@ -179,9 +191,17 @@ TEST(LayerPaint, BackgroundIsTheRestingPictureOverTheWholeRow) {
   EXPECT_EQ(FirstDifference(background, wanted), "");
 }
 
-TEST(LayerPaint, HiddenRowNeverShowsItsButtons) {
-  Painted hovered(kResting[4]);
-  EXPECT_NE(FirstDifference(hovered.ByDelegate(), hovered.WithButtons()), "");
+TEST(LayerPaint, RowWhoseSourceDidNotOpenIsGrey) {
+  for (const Row& row : kResting) {
+    Painted painted(row);
+    painted.Fail();
+    EXPECT_EQ(FirstDifference(painted.ByDelegate(), painted.Resting()), "") << row.name;
+  }
+  for (const Row& row : kWithButtons) {
+    Painted painted(row);
+    painted.Fail();
+    EXPECT_EQ(FirstDifference(painted.ByDelegate(), painted.WithButtons()), "") << row.name;
+  }
 }
 
 TEST(LayerPaint, FocusIsNotShownInARow) {

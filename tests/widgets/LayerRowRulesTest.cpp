@@ -51,7 +51,7 @@ void ExpectPresses(const ItemData& record, const Corners& corners, PressAction i
 std::string RowsAfterDrop(std::string rows, int drag, int target) {
   const char dragged = rows.at(static_cast<std::size_t>(drag));
   const char displaced = target < 0 ? '?' : rows.at(static_cast<std::size_t>(target));
-  for (const RowStep& step : StepsOfDrop(drag, target)) {
+  for (const RowStep& step : StepsOfDrop(drag, target, static_cast<int>(rows.size()))) {
     const char record = step.record == RowStep::Record::Dragged ? dragged : displaced;
     switch (step.kind) {
       case RowStep::Kind::Append:
@@ -199,14 +199,21 @@ TEST(LayerRowRules, DropBelowTheLastRowTakesTheDraggedRowToTheBottom) {
 
 TEST(LayerRowRules, DropOnTheDraggedRowItselfHasNoStep) {
   for (int row = 0; row < 10; ++row) {
-    EXPECT_TRUE(StepsOfDrop(row, row).empty());
+    EXPECT_TRUE(StepsOfDrop(row, row, 10).empty());
   }
 }
 
 TEST(LayerRowRules, DropOfNoRowHasNoStep) {
-  EXPECT_TRUE(StepsOfDrop(-1, -1).empty());
-  EXPECT_TRUE(StepsOfDrop(-1, 0).empty());
-  EXPECT_TRUE(StepsOfDrop(-1, 7).empty());
+  EXPECT_TRUE(StepsOfDrop(-1, -1, 8).empty());
+  EXPECT_TRUE(StepsOfDrop(-1, 0, 8).empty());
+  EXPECT_TRUE(StepsOfDrop(-1, 7, 8).empty());
+}
+
+TEST(LayerRowRules, DropOfARowThatIsGoneHasNoStep) {
+  EXPECT_TRUE(StepsOfDrop(3, 0, 3).empty());
+  EXPECT_TRUE(StepsOfDrop(3, -1, 3).empty());
+  EXPECT_TRUE(StepsOfDrop(0, -1, 0).empty());
+  EXPECT_FALSE(StepsOfDrop(2, 0, 3).empty());
 }
 
 // A row enters before its old self leaves, so a view never shows fewer rows than there are layers.
@@ -223,7 +230,7 @@ TEST(LayerRowRules, DropInsertsBeforeItRemoves) {
   };
   for (const auto& drop : drops) {
     std::vector<std::pair<Kind, int>> steps;
-    for (const RowStep& step : StepsOfDrop(drop.drag, drop.target)) {
+    for (const RowStep& step : StepsOfDrop(drop.drag, drop.target, 5)) {
       steps.emplace_back(step.kind, step.row);
     }
     EXPECT_EQ(steps, drop.steps) << drop.drag << " on " << drop.target;

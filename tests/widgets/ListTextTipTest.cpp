@@ -169,6 +169,15 @@ TEST(ListTextTip, ChineseNameIsShownWholeAndTheLabelWrapsIt) {
   EXPECT_GT(label->fontMetrics().horizontalAdvance(name), 163);
 }
 
+// The title of any page of the web: read as markup, its pictures would be files of the operator's.
+TEST(ListTextTip, WhatLooksLikeMarkupIsTextAsAnyOther) {
+  ListTextTip tip;
+  const QString name = QStringLiteral("图<b>层</b><img src='x.png'>&lt;");
+  tip.SetTipText(name);
+  EXPECT_EQ(LabelOf(tip)->text(), name);
+  EXPECT_EQ(LabelOf(tip)->textFormat(), Qt::PlainText);
+}
+
 TEST(ListTextTip, LatinNameIsMeasuredInTheTipsFont) {
   ListTextTip tip;
   const QString name = QStringLiteral("Another-window-of-another-program-with-quite-a-long-title");
@@ -183,8 +192,19 @@ TEST(ListTextTip, LatinNameIsMeasuredInTheTipsFont) {
   EXPECT_GE(LabelOf(tip)->text().count(QLatin1Char(' ')), 2);
 }
 
+// Its destructor asks for a deletion that must find nobody any more.
 TEST(ListTextTip, IsDeletedOnceWhereverItStands) {
-  { const ListTextTip onTheStack; }
-  delete new ListTextTip;
+  int destroyed = 0;
+  const auto count = [&](const ListTextTip& tip) {
+    QObject::connect(&tip, &QObject::destroyed, [&] { ++destroyed; });
+  };
+  {
+    const ListTextTip onTheStack;
+    count(onTheStack);
+  }
+  auto* onTheHeap = new ListTextTip;
+  count(*onTheHeap);
+  delete onTheHeap;
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_EQ(destroyed, 2);
 }

@@ -1,0 +1,33 @@
+#include "widgets/OneLine.h"
+
+namespace widgets {
+
+namespace {
+
+// More than any row could show: to measure a pasted book would hold up each paint.
+constexpr int kMostMeasured = 1024;
+
+bool BreaksLine(QChar unit) {
+  return unit == QLatin1Char('\n') || unit == QLatin1Char('\r') || unit == QLatin1Char('\t') ||
+         unit == QChar::LineSeparator || unit == QChar::ParagraphSeparator;
+}
+
+}  // namespace
+
+QString OneLine(const QString& text, const QFontMetrics& metrics, int width) {
+  QString line = text.left(kMostMeasured);
+  for (QChar& unit : line) {
+    if (BreaksLine(unit)) {
+      unit = QLatin1Char(' ');
+    }
+  }
+  return metrics.elidedText(line, Qt::ElideRight, width);
+}
+
+QTextOption OneLineOption() {
+  QTextOption option;
+  option.setWrapMode(QTextOption::NoWrap);
+  return option;
+}
+
+}  // namespace widgets
