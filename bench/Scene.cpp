@@ -128,7 +128,7 @@ void Scene::End() {
   m_surfaceEvents.stop();
   StopLive();
   m_render->RemoveVideoOutput(m_tap);
-  shell::DropLayers(&m_layers);
+  m_slots.DropNodes();
   shell::EndFixed(Fixed());
   delete m_tap;
   m_tap = nullptr;
@@ -210,20 +210,20 @@ void Scene::AddLayer(const LayerSpec& layer) {
     return;
   }
   CSrcInterface* node = NewNode(layer);
-  const int slot = shell::LinkLayer(node, m_render);
+  const int slot = shell::LayerSlots::Link(node, m_render);
   if (slot < 0) {
     std::fprintf(stderr, "live_road: more layers than slots\n");
     delete node;
     return;
   }
   if (layer.kind == "file") {
-    shell::LinkLayerSound(node, m_mixFrame);
+    m_slots.LinkSound(slot, node, m_mixFrame);
   }
   if (node->Start() < 0) {
     std::fprintf(stderr, "live_road: %s \"%s\" does not start\n", layer.kind.c_str(),
                  layer.value.c_str());
   }
-  shell::KeepLayer(&m_layers, slot, node);
+  m_slots.Keep(slot, node);
   if (layer.placed) {
     m_toPlace.push_back({slot, layer});
   }
@@ -231,9 +231,9 @@ void Scene::AddLayer(const LayerSpec& layer) {
 
 void Scene::AddText(const LayerSpec& layer) {
   auto* node = new CSrcInterface(0, 1);
-  const int slot = shell::TakeSlot(m_render);
+  const int slot = shell::LayerSlots::Take(m_render);
   m_render->SetLayerText(slot, kWhite, layer.value);
-  shell::KeepLayer(&m_layers, slot, node);
+  m_slots.Keep(slot, node);
   if (layer.placed) {
     m_toPlace.push_back({slot, layer});
   }

@@ -18,7 +18,7 @@
 #include "output/EncoderStatistics.h"
 #include "output/RenderStatistics.h"
 #include "shell/FixedRoad.h"
-#include "shell/LayerRoad.h"
+#include "shell/LayerSlots.h"
 #include "shell/LiveRoad.h"
 
 class DeviceCatalogue;
@@ -92,6 +92,7 @@ class Scene : public QObject {
   CInputSlience* m_silence = nullptr;
   CRender* m_render = nullptr;
   shell::LayerNodes m_layers;
+  shell::LayerSlots m_slots{&m_layers};
   CInputDev* m_loopback = nullptr;
   CInputDev* m_mic = nullptr;
   CMixOut* m_mixOut = nullptr;

@@ -127,11 +127,21 @@ output::Extent CRender::CanvasSize() const {
   return {m_catalogue->renderWidth, m_catalogue->renderHeight};
 }
 
+// A slot that stands in the order is a layer's, marked or not. One that is marked and stands there
+// not was marked for the length of the order, and is nobody's; it comes last.
 int CRender::FirstFreeSlot() {
   QMutexLocker lock(&m_orderLock);
-  const auto slot =
-      std::find_if(m_layers.begin(), m_layers.end(), [](const LayerSlot* s) { return !s->inUse; });
-  return slot == m_layers.end() ? -1 : (*slot)->index;
+  int free = -1;
+  for (const LayerSlot* slot : m_layers) {
+    if (std::find(m_order.begin(), m_order.end(), slot->index) != m_order.end()) {
+      continue;
+    }
+    if (!slot->inUse) {
+      return slot->index;
+    }
+    free = free < 0 ? slot->index : free;
+  }
+  return free;
 }
 
 int CRender::AddVideoInput() {

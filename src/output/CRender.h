@@ -73,8 +73,8 @@ class CRender : public CSrcInterface {
   // 0; -1 when it does not run.
   int Stop() override;
 
-  // Resets the first free slot and gives its id; -1 when there is none. The slot stays free until
-  // InsertLayer, a first picture or a text marks it.
+  // Resets the first free slot and gives its id; -1 when there is none. What stands in the order is
+  // never free. The slot stays free until InsertLayer, a first picture or a text marks it.
   int AddVideoInput();
   // position: -1 or the length of the order appends id, and marks the slot whose number is the
   // length that the order had; a position below overwrites that entry and marks id. 0 or -1.

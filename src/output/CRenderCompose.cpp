@@ -142,8 +142,10 @@ bool CRender::CollectLayers(const std::vector<int>& order, std::vector<Drawn>* l
     const bool onCanvas =
         head != nullptr || std::any_of(layers->begin(), layers->end(),
                                        [](const Drawn& below) { return below.head != nullptr; });
+    // An empty text leaves its layer unmarked and what it showed before in the overlay.
+    const bool hidden = slot->hidden || (isText && !slot->inUse);
     QMutexLocker lock(&slot->positionLock);
-    layers->push_back({slot, overlay, head, slot->x, slot->y, isText, slot->hidden, onCanvas});
+    layers->push_back({slot, overlay, head, slot->x, slot->y, isText, hidden, onCanvas});
   }
   return true;
 }

@@ -3,7 +3,7 @@
 #include "media/CMixFrame.h"
 #include "output/CRender.h"
 #include "shell/EndNode.h"
-#include "shell/LayerRoad.h"
+#include "shell/LayerSlots.h"
 #include "sources/CInputSlience.h"
 
 namespace shell {

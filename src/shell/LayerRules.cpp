@@ -1,6 +1,6 @@
 #include "shell/LayerRules.h"
 
-#include "shell/LayerRoad.h"
+#include "shell/LayerSlots.h"
 
 namespace shell {
 

@@ -23,7 +23,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "shell/LayerRoad.h"
+#include "shell/LayerSlots.h"
 #include "shell/LiveRoad.h"
 #include "shell/StreamHealth.h"
 #include "widgets/MeterRules.h"

@@ -18,7 +18,7 @@
 // Threads: everything here runs on the user interface thread; the nodes bring their own workers.
 //
 // Failure: the machine may lack anything. A source that does not open leaves its layer without a
-// picture and a line in the log.
+// picture, its row grey with the cause in its tip, and a line in the log.
 #ifndef ORVANE_SHELL_ORVANE_H
 #define ORVANE_SHELL_ORVANE_H
 
@@ -31,12 +31,11 @@
 #include <QTimer>
 #include <QWidget>
 #include <cstdint>
-#include <functional>
 #include <string>
 
 #include "backend/BackendClient.h"
 #include "shell/FixedRoad.h"
-#include "shell/LayerRoad.h"
+#include "shell/LayerSlots.h"
 #include "shell/LiveMonitor.h"
 #include "shell/LiveRoad.h"
 #include "shell/PreviewRules.h"
@@ -167,8 +166,12 @@ class orvane : public QWidget {
   bool MayAddLayer();
   void MakeTextDialog();
   std::string AskForFile(const shell::FileQuestion& question);
-  void AddSource(CSrcInterface* node, const QString& name,
-                 const std::function<void(int)>& beforeStart = {});
+  // Corner::Yes: the layer takes the corner with its first picture.
+  enum class Corner { No, Yes };
+  void AddSource(CSrcInterface* node, const QString& name, Corner corner = Corner::No);
+  void AddFilm(const std::string& path);
+  // Greys the rows whose source could not be opened.
+  void ShowFailures();
   void AddTextLayer(const QString& text, std::uint32_t color);
   void ListLayer(int slot, CSrcInterface* node, const QString& text, int kind);
   int PositionOf(int row) const;
@@ -215,7 +218,7 @@ class orvane : public QWidget {
   CInputSlience* m_silence = nullptr;  // built in InitGraph
   CRender* m_render = nullptr;         // built in InitGraph
   CEncoder* m_encoder = nullptr;       // exists while live
-  shell::LayerNodes m_layers;          // every layer that has a node
+  shell::LayerNodes m_layers;          // every layer that has a node; m_slots alone changes it
   CLoginDlg* m_loginDlg = nullptr;     // made at the first login and kept
   QPoint m_pressPos;                   // the last press at or below the preview's top
   shell::Rect m_pressRect;             // the selected layer at that press
@@ -228,6 +231,8 @@ class orvane : public QWidget {
   ListTextTip m_tip;
   bool m_tipShown = false;
 
+  shell::LayerSlots m_slots{&m_layers};
+  QTimer m_failureTimer;        // for sources that fail a little later
   bool m_changesLogin = false;  // a change of account is under way
   QString m_liveToken;          // of the login that began the broadcast
   shell::TellOrder m_tellOrder;

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int kSurfaceEventsMs = 50;
+constexpr int kFailuresMs = 1000;
 
 }  // namespace
 
@@ -26,12 +27,15 @@ void orvane::InitGraph() {
   connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });
   m_surfaceEvents.start(kSurfaceEventsMs);
   AddDefaultLayers();
+  connect(&m_failureTimer, &QTimer::timeout, this, &orvane::ShowFailures);
+  m_failureTimer.start(kFailuresMs);
   ui.widget->SetLoginInfo(m_catalogue->userName, QPixmap());
 }
 
 void orvane::CloseGraph() {
   LeaveBroadcast();
   m_surfaceEvents.stop();
-  shell::DropLayers(&m_layers);
+  m_failureTimer.stop();
+  m_slots.DropNodes();
   shell::EndFixed(FixedNodes());
 }

@@ -9,6 +9,7 @@
 #include "sources/CInputDev.h"
 #include "sources/CInputFile.h"
 #include "sources/CInputPic.h"
+#include "sources/CInputSilentFile.h"
 #include "sources/CWndCapture.h"
 #include "sources/DeviceCatalogue.h"
 #include "widgets/ActivitiesWndDlg.h"
@@ -66,23 +67,57 @@ bool orvane::MayAddLayer() {
 
 void orvane::ListLayer(int slot, CSrcInterface* node, const QString& text, int kind) {
   ui.m_tabLayer->AddRow(true, text, shell::kRowSize, kind);
-  shell::KeepLayer(&m_layers, slot, node);
+  m_slots.Keep(slot, node);
+  ShowFailures();
 }
 
-// beforeStart is given the slot.
-void orvane::AddSource(CSrcInterface* node, const QString& name,
-                       const std::function<void(int)>& beforeStart) {
-  const int slot = shell::LinkLayer(node, m_render);
+void orvane::AddSource(CSrcInterface* node, const QString& name, Corner corner) {
+  const int slot = shell::LayerSlots::Link(node, m_render);
   if (slot < 0) {
     delete node;
     return;
   }
-  if (beforeStart) {
-    beforeStart(slot);
+  if (corner == Corner::Yes) {
+    m_render->SetLayerAutoFit(slot, 1);
   }
   // A source that does not open tells the log; its layer is listed and stays empty.
   node->Start();
   ListLayer(slot, node, name, shell::kPictureRow);
+}
+
+// A film without sound is refused by the node that plays sound and picture together: another one,
+// which has no input of the mix, then takes its slot.
+void orvane::AddFilm(const std::string& path) {
+  auto* file = new CInputFile(path);
+  const int slot = shell::LayerSlots::Link(file, m_render);
+  if (slot < 0) {
+    delete file;
+    return;
+  }
+  CSrcInterface* node = file;
+  m_slots.LinkSound(slot, file, m_mixFrame);
+  if (file->Start() < 0) {
+    m_slots.UnlinkSound(slot, file, m_mixFrame);
+    if (file->LacksSound()) {
+      delete file;
+      node = new CInputSilentFile(path);
+      node->AddVideoOutput(m_render);
+      node->SetVideoIndex(slot);
+      node->Start();
+    }
+  }
+  ListLayer(slot, node, shell::FileName(), shell::kPictureRow);
+}
+
+// Most sources open before they are listed. A window is looked at by its worker, a little later.
+void orvane::ShowFailures() {
+  const int rows = ui.m_tabLayer->RowCount();
+  for (int row = 0; row < rows; ++row) {
+    const auto layer = m_layers.find(m_render->LayerAt(PositionOf(row)));
+    if (layer != m_layers.end() && layer->second != nullptr) {
+      ui.m_tabLayer->SetRowFailure(row, QString::fromStdString(layer->second->Failure()));
+    }
+  }
 }
 
 void orvane::SlotAddDesk() {
@@ -122,7 +157,7 @@ void orvane::SlotAddText() {
   if (MayAddLayer()) {
     MakeTextDialog();
     ShadowFirst(m_textDlg, &m_textShadow, this);
-    if (m_textDlg->exec() == QDialog::Accepted) {
+    if (m_textDlg->exec() == QDialog::Accepted && !m_textDlg->text.isEmpty()) {
       AddTextLayer(m_textDlg->text, m_textDlg->color);
     }
   }
@@ -131,7 +166,7 @@ void orvane::SlotAddText() {
 
 // The overlay in the renderer draws the text: the node has no thread, it only stands for the layer.
 void orvane::AddTextLayer(const QString& text, std::uint32_t color) {
-  const int slot = shell::TakeSlot(m_render);
+  const int slot = shell::LayerSlots::Take(m_render);
   if (slot < 0) {
     return;
   }
@@ -153,8 +188,7 @@ void orvane::SlotAddFile() {
   if (MayAddLayer()) {
     const std::string path = AskForFile(shell::MediaQuestion());
     if (!path.empty()) {
-      auto* node = new CInputFile(path);
-      AddSource(node, shell::FileName(), [&](int) { shell::LinkLayerSound(node, m_mixFrame); });
+      AddFilm(path);
     }
   }
   m_TuCMenu.close();
@@ -179,8 +213,7 @@ void orvane::AddDefaultLayers() {
   const QString camera = m_catalogue->VideoDevice(1);
   if (!camera.isEmpty()) {
     // It takes the corner with its first picture.
-    AddSource(NewCamera(camera.toStdString()), shell::CameraName(),
-              [this](int slot) { m_render->SetLayerAutoFit(slot, 1); });
+    AddSource(NewCamera(camera.toStdString()), shell::CameraName(), Corner::Yes);
   }
   connect(ui.m_tabLayer, &MyListView::changeItem, this, &orvane::SlotChangeItem);
   connect(ui.m_tabLayer, &MyListView::editItem, this, &orvane::SlotEditItem);
@@ -204,8 +237,7 @@ void orvane::RecvDeleteSignal(int row, int kind, QPoint point) {
 void orvane::SlotDeleteItem(int row) {
   const int position = PositionOf(row);
   ui.m_tabLayer->RemoveRow(row);
-  shell::DropLayer(&m_layers, m_render->LayerAt(position));
-  m_render->RemoveLayer(position);
+  m_slots.Drop(position, m_render);
 }
 
 void orvane::SlotChangeItem(int fristRow, int secondRow) {

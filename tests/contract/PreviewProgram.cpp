@@ -32,9 +32,7 @@ class Program : public orvane {
  public:
   void DropDefaultLayers() {
     while (m_render->LayerCount() > 0) {
-      const int slot = m_render->LayerAt(0);
-      m_render->RemoveLayer(0);
-      shell::DropLayer(&m_layers, slot);
+      m_slots.Drop(0, m_render);
     }
   }
 
@@ -45,9 +43,9 @@ class Program : public orvane {
     const QString path = QString("layer%1.png").arg(m_render->LayerCount());
     picture.save(path);
     auto* node = new CInputPic(path.toStdString());
-    const int slot = shell::LinkLayer(node, m_render);
+    const int slot = shell::LayerSlots::Link(node, m_render);
     node->Start();
-    shell::KeepLayer(&m_layers, slot, node);
+    m_slots.Keep(slot, node);
     int width = 0;
     int height = 0;
     while (width == 0) {

@@ -15,15 +15,21 @@ namespace {
 
 constexpr int kPatienceMs = 30000;
 
-ItemData RecordAt(const MyListView& list, int row) {
+QVariant DataAt(const MyListView& list, int row, int role) {
   // The view's own member of that name hides the model.
-  const QAbstractItemModel* rows = static_cast<const QListView&>(list).model();
-  return rows->index(row, 0).data(widgets::kItemDataRole).value<ItemData>();
+  return static_cast<const QListView&>(list).model()->index(row, 0).data(role);
+}
+
+ItemData RecordAt(const MyListView& list, int row) {
+  return DataAt(list, row, widgets::kItemDataRole).value<ItemData>();
 }
 
 // Opens the protected member of any node.
 struct Peek : CSrcInterface {
   static int AudioIndex(CSrcInterface* node) { return node->*(&Peek::m_audioIndex); }
+  static int AudioOutputs(CSrcInterface* node) {
+    return static_cast<int>((node->*(&Peek::m_audioOutputs)).size());
+  }
 };
 
 }  // namespace
@@ -50,6 +56,10 @@ bool OpenOrvane::Visible(int row) const {
   return RecordAt(*ui.m_tabLayer, row).visible;
 }
 
+QString OpenOrvane::Failure(int row) const {
+  return DataAt(*ui.m_tabLayer, row, widgets::kFailureRole).toString();
+}
+
 CSrcInterface* OpenOrvane::NodeAt(int slot) const {
   const auto found = m_layers.find(slot);
   return found == m_layers.end() ? nullptr : found->second;
@@ -57,6 +67,10 @@ CSrcInterface* OpenOrvane::NodeAt(int slot) const {
 
 int AudioIndexOf(CSrcInterface* node) {
   return Peek::AudioIndex(node);
+}
+
+int AudioOutputsOf(CSrcInterface* node) {
+  return Peek::AudioOutputs(node);
 }
 
 bool SpinUntil(const std::function<bool()>& condition) {

@@ -29,6 +29,7 @@ class OpenOrvane : public orvane {
   using orvane::m_layers;
   using orvane::m_mixFrame;
   using orvane::m_render;
+  using orvane::m_slots;
   using orvane::m_textDlg;
   using orvane::m_tip;
   using orvane::m_tipShown;
@@ -44,10 +45,13 @@ class OpenOrvane : public orvane {
   int Kind(int row) const;
   bool Visible(int row) const;
   CSrcInterface* NodeAt(int slot) const;
+  // Why the row is grey; empty for one that is not.
+  QString Failure(int row) const;
 };
 
 // The index that the node uses on its sound's consumers.
 int AudioIndexOf(CSrcInterface* node);
+int AudioOutputsOf(CSrcInterface* node);
 
 // Runs the event loop until condition holds; false after a long time.
 bool SpinUntil(const std::function<bool()>& condition);

@@ -2,6 +2,7 @@
 #include <QFile>
 #include <QGraphicsEffect>
 #include <QTimer>
+#include <set>
 
 #include "media/CMixFrame.h"
 #include "output/CRender.h"
@@ -10,6 +11,7 @@
 #include "sources/CInputDev.h"
 #include "sources/CInputFile.h"
 #include "sources/CInputPic.h"
+#include "sources/CInputSilentFile.h"
 #include "sources/CWndCapture.h"
 #include "sources/DeviceCatalogue.h"
 #include "support/MediaSamples.h"
@@ -28,12 +30,13 @@ using Ints = std::vector<int>;
 struct Asking {
   const char* dialog;
   void (orvane::*slot)();
+  bool fromWndMenu;
 };
-constexpr Asking kAsking[] = {{"CCamDlg", &orvane::SlotAddCamera},
-                              {"ActivitiesWndDlg", &orvane::SlotAddWindow},
-                              {"CAddTextDlg", &orvane::SlotAddText},
-                              {"QFileDialog", &orvane::SlotAddPic},
-                              {"QFileDialog", &orvane::SlotAddFile}};
+constexpr Asking kAsking[] = {{"CCamDlg", &orvane::SlotAddCamera, true},
+                              {"ActivitiesWndDlg", &orvane::SlotAddWindow, true},
+                              {"CAddTextDlg", &orvane::SlotAddText, false},
+                              {"QFileDialog", &orvane::SlotAddPic, false},
+                              {"QFileDialog", &orvane::SlotAddFile, false}};
 
 class Layers : public LayersRig {
  protected:
@@ -163,13 +166,12 @@ TEST_F(Layers, ACancelledChooserLeavesNoTraceButTheClosedMenu) {
   answers.confirm = false;
   answers.text = "text";
   for (const Asking& each : kAsking) {
-    window->m_WndMenu.show();
-    window->m_TuCMenu.show();
+    QMenu& own = each.fromWndMenu ? window->m_WndMenu : window->m_TuCMenu;
+    // Opened when the dialog stands: its own opening closes every menu.
+    answers.beforeAnswer = [&] { own.show(); };
     (window.get()->*each.slot)();
     EXPECT_EQ(answers.TakeKinds(), QStringList({each.dialog}));
-    EXPECT_FALSE(window->m_WndMenu.isVisible() && window->m_TuCMenu.isVisible()) << each.dialog;
-    window->m_WndMenu.close();
-    window->m_TuCMenu.close();
+    EXPECT_FALSE(own.isVisible()) << each.dialog;
   }
   EXPECT_TRUE(window->Rows().isEmpty());
   EXPECT_TRUE(window->Order().empty());
@@ -236,16 +238,43 @@ TEST_F(Layers, AnEleventhLayerGetsANoticeBeforeAnyChooser) {
   EXPECT_EQ(window->Order(), order);
 }
 
-TEST_F(Layers, AFileWithoutSoundStillTakesAnInputOfTheMix) {
+TEST_F(Layers, AFilmWithoutSoundIsShownAndTakesNoInputOfTheMix) {
   support::ClipOptions silent;
   silent.soundSeconds = 0;
   OpenEmpty();
-  // The silence has the first input.
-  ASSERT_TRUE(SpinUntil([&] { return window->m_mixFrame->GetFreeAudioIndex() == 1; }));
   answers.path = QString::fromStdString(samples.Clip("silent.mp4", silent));
   window->SlotAddFile();
-  ASSERT_EQ(window->m_layers.size(), 1U);
-  EXPECT_EQ(support::AudioIndexOf(window->m_layers.begin()->second), 1);
+  ASSERT_EQ(window->Rows(), QStringList({"视频文件"}));
+  const int slot = window->Order().front();
+  ASSERT_NE(dynamic_cast<CInputSilentFile*>(window->NodeAt(slot)), nullptr);
+  EXPECT_EQ(support::AudioOutputsOf(window->NodeAt(slot)), 0);
+  EXPECT_EQ(window->Failure(0), "");
+  EXPECT_TRUE(Shows(slot));
+}
+
+// The mixer takes its inputs by rank: one that stays empty below another takes its sound away.
+TEST_F(Layers, WhenALayerWithSoundGoesTheLastOneTakesOverItsInput) {
+  OpenEmpty();
+  support::ClipOptions longer;
+  longer.soundSeconds = 60;
+  longer.frames = 1500;
+  answers.path = QString::fromStdString(samples.Clip("c.mkv", longer));
+  for (int film = 1; film <= 3; ++film) {
+    SpinUntil([&] { return window->m_mixFrame->GetFreeAudioIndex() == film; });
+    window->SlotAddFile();
+  }
+  const Ints order = window->Order();
+  const auto index = [&](std::size_t position) {
+    return support::AudioIndexOf(window->NodeAt(order[position]));
+  };
+  // On a busy machine the mixer may have let one go for a moment, and given its index twice.
+  const Ints before{index(0), index(1), index(2)};
+  const std::size_t last = before[2] >= before[1] ? 2 : 1;
+  const std::size_t other = 3 - last;
+  ASSERT_GT(before[last], before[0]);
+  window->SlotDeleteItem(2);
+  EXPECT_EQ(index(last), before[0]);
+  EXPECT_EQ(index(other), before[other]);
 }
 
 // Dialogs.
@@ -414,7 +443,7 @@ TEST_F(Layers, DeletingTheSelectedLayerLeavesTheSelection) {
 
 TEST_F(Layers, ARowWhoseSlotHasNoNodeIsDeletedToo) {
   Open();
-  shell::DropLayers(&window->m_layers);
+  window->m_slots.DropNodes();
   window->SlotDeleteItem(0);
   EXPECT_TRUE(window->Rows().isEmpty());
   EXPECT_TRUE(window->Order().empty());
@@ -472,7 +501,7 @@ TEST_F(Layers, AnEditedTextShowsInTheRow) {
 TEST_F(Layers, ATextWithoutANodeIsRenamedInTheListOnly) {
   OpenEmpty();
   AddText("A");
-  shell::DropLayers(&window->m_layers);
+  window->m_slots.DropNodes();
   answers.text = "B";
   window->SlotEditItem(0);
   EXPECT_EQ(window->Rows(), QStringList({"B"}));
@@ -604,22 +633,68 @@ TEST_F(Layers, ACameraThatIsUnpluggedWhileTheChooserStandsOpenLeavesAnEmptyLayer
   EXPECT_NE(Log().find("Camera"), std::string::npos);
 }
 
-TEST_F(Layers, TheNextLayerOnASlotThatNeverShowedEndsTheFormerNode) {
-  FakeDevice* camera = devices.AddCamera("Camera");
+// Order, slots and marks out of step, and sources that never give a picture: the ways in which two
+// layers came to share a slot.
+TEST_F(Layers, NoTwoLayersShareASlotAndTheDeletionOfOneLeavesTheOthersRunning) {
+  FakeDevice* camera = devices.AddCamera("Camera");  // gives no picture
   Open();
-  // The desktop is deleted: the camera, which gives no picture, then has slot 1, and the renderer
-  // marks the slot of the order's length.
   ASSERT_EQ(window->Rows(), QStringList({"摄像头", "全屏桌面"}));
   window->SlotDeleteItem(1);
-  window->SlotDeleteItem(0);
-  AddPicture("/nowhere/a.png");
-  AddPicture("/nowhere/b.png");
-  EXPECT_EQ(window->Rows().size(), 2);
-  EXPECT_EQ(window->Order().size(), 2U);
+  for (const char* missing : {"/nowhere/a.png", "/nowhere/b.png"}) {
+    AddPicture(missing);
+  }
+  const std::string picture = samples.Picture("good.png");
+  AddPicture(picture);
+  const Ints order = window->Order();
+  ASSERT_EQ(order.size(), 4U);
+  EXPECT_EQ(std::set<int>(order.begin(), order.end()).size(), 4U);
+  EXPECT_EQ(window->m_layers.size(), 4U);
+  EXPECT_TRUE(camera->IsOpen());
+  // The dead rows, which an operator deletes first.
+  window->SlotDeleteItem(1);
+  window->SlotDeleteItem(1);
+  EXPECT_EQ(window->Order(), Ints({order[0], order[3]}));
+  EXPECT_TRUE(camera->IsOpen());
+  EXPECT_TRUE(Shows(order[3]));
+  int unused = 0;
   for (const int slot : window->Order()) {
     EXPECT_NE(window->NodeAt(slot), nullptr);
+    EXPECT_EQ(window->m_render->GetLayerRect(slot, &unused, &unused, &unused, &unused), 0);
   }
-  EXPECT_FALSE(camera->IsOpen());
+}
+
+TEST_F(Layers, SourcesThatFailUseUpNoSlotForGood) {
+  OpenEmpty();
+  for (int round = 0; round < 3; ++round) {
+    for (int layer = 0; layer < 10; ++layer) {
+      AddPicture("/nowhere/a.png");
+    }
+    ASSERT_EQ(window->Rows().size(), 10);
+    // From the bottom up, so that order and slots are as far out of step as they can be.
+    for (int left = 10; left > round; --left) {
+      window->SlotDeleteItem(left - 1);
+    }
+    while (!window->Rows().isEmpty()) {
+      window->SlotDeleteItem(0);
+    }
+  }
+}
+
+TEST_F(Layers, ARowWhoseSourceDidNotOpenIsGreyWithTheCause) {
+  const platform::WindowHandle handle = windows.Add("short-lived", {320, 240}, 0x112233);
+  OpenEmpty();
+  AddPicture("/nowhere/a.png");
+  EXPECT_EQ(window->Failure(0), "No such file or directory");
+  answers.path = QString::fromStdString(samples.Write("noise.mp4", "no film"));
+  window->SlotAddFile();
+  EXPECT_EQ(window->Failure(0), "Invalid data found when processing input");
+  EXPECT_EQ(window->Failure(1), "No such file or directory");
+  AddPicture(samples.Picture("good.png"));
+  EXPECT_EQ(window->Failure(0), "");
+  // A window is looked at by its worker.
+  answers.beforeAnswer = [&] { windows.Close(handle); };
+  window->SlotAddWindow();
+  EXPECT_TRUE(SpinUntil([&] { return window->Failure(0) == "nothing to capture"; }));
 }
 
 // Texts.
@@ -635,18 +710,41 @@ TEST_F(Layers, TextsOfAnyKindAreListedAsTheyStand) {
   EXPECT_EQ(window->Order().size(), 6U);
 }
 
-TEST_F(Layers, AnEmptyTextIsListedAndItsSlotIsTheNextOneTaken) {
+TEST_F(Layers, AnEmptyTextAddsNothing) {
   OpenEmpty();
   AddText("");
-  EXPECT_EQ(window->Rows(), QStringList({""}));
-  const int slot = window->Order().front();
-  AddText("seen");
-  EXPECT_EQ(window->Order(), Ints({slot, slot}));
-  EXPECT_EQ(window->m_layers.size(), 1U);
-  window->SlotDeleteItem(0);
-  window->SlotDeleteItem(0);
-  EXPECT_TRUE(window->m_layers.empty());
+  EXPECT_TRUE(window->Rows().isEmpty());
   EXPECT_TRUE(window->Order().empty());
+  EXPECT_TRUE(window->m_layers.empty());
+}
+
+TEST_F(Layers, ATextThatIsEditedToNothingKeepsItsRowAndItsSlotAndShowsNothing) {
+  OpenEmpty();
+  AddText("seen");
+  const int slot = window->Order().front();
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+  window->m_render->SetLayerRect(slot, 40, 50, 300, 0);
+  answers.text = "";
+  emit window->ui.m_tabLayer->editItem(0);
+  EXPECT_EQ(window->Rows(), QStringList({""}));
+  EXPECT_EQ(window->m_render->GetVisibleLayerRect(slot, &x, &y, &width, &height), -1);
+  AddText("another");
+  const Ints order = window->Order();
+  ASSERT_EQ(order.size(), 2U);
+  EXPECT_NE(order[0], order[1]);
+  EXPECT_EQ(window->m_layers.size(), 2U);
+  // It comes back where it was.
+  answers.text = "again";
+  emit window->ui.m_tabLayer->editItem(1);
+  EXPECT_EQ(window->m_render->GetVisibleLayerRect(slot, &x, &y, &width, &height), 0);
+  EXPECT_EQ((Ints{x, y, width}), (Ints{40, 50, 300}));
+  window->SlotDeleteItem(1);
+  EXPECT_EQ(window->Rows(), QStringList({"another"}));
+  EXPECT_NE(window->NodeAt(order[1]), nullptr);
+  EXPECT_EQ(window->m_render->GetLayerRect(order[1], &x, &y, &width, &height), 0);
 }
 
 }  // namespace

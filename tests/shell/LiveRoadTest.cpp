@@ -13,7 +13,7 @@
 #include "media/ffmpeg/Scoped.h"
 #include "output/CEncoder.h"
 #include "output/CRender.h"
-#include "shell/LayerRoad.h"
+#include "shell/LayerSlots.h"
 #include "sources/CInputDev.h"
 #include "support/FakeCaptureLayer.h"
 #include "support/Process.h"

@@ -9,7 +9,8 @@
 #include <memory>
 
 #include "output/CRender.h"
-#include "shell/LayerRoad.h"
+#include "shell/LayerSlots.h"
+#include "support/OwnDrag.h"
 
 namespace support {
 
@@ -49,6 +50,9 @@ std::string Monkey::Complaint() const {
     if (Window()->Visible(row) != m_visible[static_cast<std::size_t>(row)]) {
       return "the eye of row " + std::to_string(row);
     }
+  }
+  if (std::set<int>(m_order.begin(), m_order.end()).size() != m_order.size()) {
+    return "a slot that two layers share";
   }
   std::set<int> nodes;
   for (const auto& [slot, node] : Window()->m_layers) {
@@ -170,10 +174,12 @@ std::string Monkey::Drop() {
   list->checkSlot(Index(from));
   const std::unique_ptr<QMimeData> data(
       static_cast<QListView*>(list)->model()->mimeData({Index(from)}));
-  QDragEnterEvent enter(at, Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(list->viewport(), &enter);
-  QDropEvent drop(at, Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(list->viewport(), &drop);
+  WhileDragged(list, [&] {
+    QDragEnterEvent enter(at, Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(list->viewport(), &enter);
+    QDropEvent drop(at, Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(list->viewport(), &drop);
+  });
   if (to < 0) {
     m_rows.move(from, Rows() - 1);
     const auto eye = m_visible.begin() + from;
