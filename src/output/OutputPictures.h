@@ -3,7 +3,7 @@
 //
 // A picture is free again when the last consumer has let go of its clone. So a slow encoder
 // finishes the picture it was given; only when all 20 are taken is the last one overwritten under
-// its reader.
+// its reader. Those that nobody has needed for half a minute are freed: they take 3 MB each.
 //
 // One thread uses it; clones are freed on any.
 #ifndef ORVANE_OUTPUT_OUTPUTPICTURES_H
@@ -21,6 +21,7 @@ namespace output {
 class OutputPictures {
  public:
   static constexpr std::size_t kPictures = 20;
+  static constexpr int kCalmPictures = 750;  // 30 s at 25 a second
 
   explicit OutputPictures(const Extent& size) : m_size(size) {}
   ~OutputPictures();
@@ -30,11 +31,18 @@ class OutputPictures {
 
   // A picture to write into, which stays owned here; null when none can be had.
   AVFrame* Next();
+  std::size_t Count() const { return m_pictures.size(); }
 
  private:
+  AVFrame* Free();
+  AVFrame* Made();
+  void DropSpare();
+
   Extent m_size;
   std::vector<AVFrame*> m_pictures;
   AVFrame* m_last = nullptr;
+  std::size_t m_needed = 0;  // as many were in use at once since m_given was 0
+  int m_given = 0;
 };
 
 }  // namespace output

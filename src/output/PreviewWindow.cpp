@@ -83,8 +83,12 @@ bool PreviewWindow::FitTexture(const Extent& size) {
   if (m_texture != nullptr) {
     SDL_DestroyTexture(m_texture);
   }
-  m_texture = SDL_CreateTexture(m_surface.Renderer(), SDL_PIXELFORMAT_YV12,
-                                SDL_TEXTUREACCESS_TARGET, size.width, size.height);
+  // Into one that is not for streaming SDL's own drawing would put every picture by way of a block
+  // that it makes and frees for it.
+  const auto access =
+      m_surface.HasHardware() ? SDL_TEXTUREACCESS_TARGET : SDL_TEXTUREACCESS_STREAMING;
+  m_texture = SDL_CreateTexture(m_surface.Renderer(), SDL_PIXELFORMAT_YV12, access, size.width,
+                                size.height);
   m_textureSize = size;
   m_stale = true;
   if (m_texture == nullptr) {

@@ -82,7 +82,7 @@ class Program : public orvane {
 }  // namespace
 
 int main(int argc, char** argv) {
-  shell::PrepareQt();
+  shell::PrepareProcess();
   QApplication application(argc, argv);
   const shell::QuitSignals quitSignals;
   PrepareTheme();

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
 #include "media/ffmpeg/Scoped.h"
 
 using ffmpeg::FramePool;
@@ -43,4 +47,47 @@ TEST(FramePool, ImpossibleSizesGiveNull) {
   EXPECT_EQ(pool.Get(0, 10, AV_PIX_FMT_RGB24), nullptr);
   EXPECT_EQ(pool.Get(-5, 10, AV_PIX_FMT_RGB24), nullptr);
   EXPECT_EQ(pool.Get(10, 10, AV_PIX_FMT_NONE), nullptr);
+}
+
+TEST(FramePool, WhatABusyMomentTookGoesBackHalfAMinuteLater) {
+  FramePool pool;
+  std::vector<AVFrame*> held;
+  for (int i = 0; i < 12; ++i) {
+    held.push_back(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+  }
+  for (AVFrame*& frame : held) {
+    av_frame_free(&frame);
+  }
+  EXPECT_EQ(12, pool.Buffers());
+  for (int i = 0; i <= FramePool::kCalmFrames; ++i) {
+    ScopedFrame frame(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+    ASSERT_TRUE(frame);
+  }
+  EXPECT_EQ(1, pool.Buffers());
+}
+
+TEST(FramePool, FramesOfABusyMomentStayWholeWhenTheirPoolIsBegunAnew) {
+  FramePool pool;
+  ScopedFrame kept(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+  std::fill_n(kept->data[0], 64 * 64 * 3, std::uint8_t{5});
+  for (int i = 0; i <= 2 * FramePool::kCalmFrames; ++i) {
+    ScopedFrame frame(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+    std::fill_n(frame->data[0], 64 * 64 * 3, std::uint8_t{9});
+  }
+  EXPECT_EQ(64 * 64 * 3, std::count(kept->data[0], kept->data[0] + 64 * 64 * 3, 5));
+}
+
+// Every fresh buffer costs its page faults.
+TEST(FramePool, ASteadyNeedIsNotDisturbed) {
+  FramePool pool;
+  const std::uint8_t* data = nullptr;
+  int changes = 0;
+  for (int i = 0; i < 10 * FramePool::kCalmFrames; ++i) {
+    ScopedFrame first(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+    ScopedFrame second(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+    changes += first->data[0] != data ? 1 : 0;
+    data = first->data[0];
+    second.Reset();
+  }
+  EXPECT_LE(changes, 2);
 }

@@ -33,7 +33,7 @@ bool LiveWindow::StartScreen() {
   }
   qputenv("QT_QPA_PLATFORM", "xcb");
   qputenv("SDL_AUDIODRIVER", "dummy");
-  shell::PrepareQt();
+  shell::PrepareProcess();
   QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
   widgets::RegisterItemData();
   static int argc = 1;
