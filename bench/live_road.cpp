@@ -180,7 +180,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   umask(077);
-  shell::PrepareQt();
+  shell::PrepareProcess();
   QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(true);
   const platform::DisplayGuard displayGuard;

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <cstdint>
 
+#include "platform/ProcessMemory.h"
 #include "widgets/ItemData.h"
 
 extern "C" {
@@ -16,7 +17,8 @@ extern "C" {
 
 namespace shell {
 
-void PrepareQt() {
+void PrepareProcess() {
+  platform::ReturnLargeBlocks();
   // A drag of a list's row streams its record.
   widgets::RegisterItemData();
   // The handle of the preview would otherwise make its translucent siblings native too, with a

@@ -6,8 +6,8 @@
 
 namespace shell {
 
-// What Qt has to be told before the application object is made.
-void PrepareQt();
+// What the C library and Qt have to be told before the application object is made.
+void PrepareProcess();
 
 void StartLibraries();
 

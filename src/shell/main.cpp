@@ -32,7 +32,7 @@ bool PlatformFits() {
 int main(int argc, char** argv) {
   // What the program writes holds a password and the keys of streams.
   umask(077);
-  shell::PrepareQt();
+  shell::PrepareProcess();
   QApplication application(argc, argv);
   if (!PlatformFits()) {
     return 1;
