@@ -6,6 +6,7 @@
 
 #include "media/Worker.h"
 #include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/Scoped.h"
 #include "output/PublishConnection.h"
 #include "output/PublishRules.h"
 #include "output/StreamCodecs.h"
@@ -39,6 +40,7 @@ CEncoder::CEncoder(int width, int height)
       m_scaledFrame(nullptr),
       m_streamTimeBase{1, 1000},
       m_protocols(output::kPublishProtocols),
+      m_keyDue(false),
       m_encodeRuns(false),
       m_publishRuns(false),
       m_stopDeadline(std::make_shared<output::Deadline>()) {}
@@ -56,6 +58,22 @@ EncoderStatistics CEncoder::Statistics() const {
   statistics.width = m_width;
   statistics.height = m_height;
   return statistics;
+}
+
+void CEncoder::EnqueueAudio(int index, void* media) {
+  if (m_started) {
+    CSrcInterface::EnqueueAudio(index, media);
+  } else {
+    const ffmpeg::ScopedFrame refused(static_cast<AVFrame*>(media));
+  }
+}
+
+void CEncoder::EnqueueVideo(int index, void* media) {
+  if (m_started) {
+    CSrcInterface::EnqueueVideo(index, media);
+  } else {
+    const ffmpeg::ScopedFrame refused(static_cast<AVFrame*>(media));
+  }
 }
 
 int CEncoder::Start() {

@@ -6,12 +6,12 @@
 // the packets, and between the two stand two packet queues: a slow network holds the publish thread
 // up and never the encoders. Stream 0 is sound, stream 1 the picture.
 //
-// Clocks: the picture's counts encoded frames in 1/25 s, the sound's counts samples. The time
-// stamps that frames come with are not looked at, but for one thing: a picture that tells when it
-// was captured (best_effort_timestamp, in milliseconds of SDL_GetTicks) begins the stream only when
-// enough sound is there to be in step with it. From then on the sound, of which nothing is lost, is
-// the measure: where pictures were, others are encoded twice (output/PictureServo).
-// Packets carry milliseconds.
+// Clocks: the picture's counts steps of 1/25 s, the sound's counts samples. The sound, of which
+// nothing is lost, is the measure: a picture that tells when it was captured
+// (best_effort_timestamp, in milliseconds of SDL_GetTicks) begins the stream when its sound is
+// there, and where pictures were lost or are late, the picture's clock goes on without them
+// (output/PictureClock). Of a picture's pts only this is looked at, whether it is the one before
+// once more. Packets carry milliseconds.
 //
 // Ownership: input frames are references shared with other nodes, so their pixels are only read.
 // Encoded packets belong to the queue they wait in. The contexts live from Start to Stop, after a
@@ -24,7 +24,8 @@
 // Locks: none of its own.
 //
 // Failure: Start gives -1. An encoder's error costs the frame. A connection that can't be made or
-// breaks is tried again 3 s later, with a new header, for as long as the node runs; a header that
+// breaks is tried again 3 s later, with a new header and a key frame, for as long as the node runs;
+// a header that
 // the muxer refuses ends publishing, and the packet queues then grow until Stop. Each goes to the
 // log, and Statistics tells it.
 //
@@ -54,7 +55,8 @@ extern "C" {
 #include "media/CSrcInterface.h"
 #include "output/Deadline.h"
 #include "output/EncoderStatistics.h"
-#include "output/PictureServo.h"
+#include "output/PictureClock.h"
+#include "output/PublishRules.h"
 
 class DeviceCatalogue;
 namespace output {
@@ -77,6 +79,10 @@ class CEncoder : public CSrcInterface {
 
   EncoderStatistics Statistics() const;
 
+  // An encoder that doesn't run takes nothing: nobody would empty its queues.
+  void EnqueueAudio(int index, void* media) override;
+  void EnqueueVideo(int index, void* media) override;
+
  protected:
   // What follows is what the two threads are made of. Tests call it on their own thread, without
   // Start, on a subclass.
@@ -84,11 +90,9 @@ class CEncoder : public CSrcInterface {
   // The counters of the two stream clocks.
   struct EncodeClock {
     std::int64_t samples = 0;
-    std::int64_t pictures = 0;
-    int leftOut = 0;           // pictures before the first
-    std::int64_t startMs = 0;  // of the sound when the first picture came
-    int correction = 0;        // pictures to encode twice; negative: to leave out
-    output::PictureServo servo;
+    output::PictureClock picture;
+    int lost = 0;                             // pictures since the clock was asked
+    std::int64_t canvasPts = AV_NOPTS_VALUE;  // of the last one, which may come again
   };
   enum class Sent { kNothing, kPacket, kFailed };
 
@@ -148,11 +152,11 @@ class CEncoder : public CSrcInterface {
   void QueueSamples(AVFrame* frame, std::int64_t pts);
   void EncodeSamples(EncodeClock* clock);
   bool EncodePicture(EncodeClock* clock);
-  bool IsTooEarly(const EncodeClock& clock, const AVFrame* picture) const;
+  void ThinOut(int waiting);
+  bool IsCanvas(const AVFrame& input) const;
+  output::PictureClock::Picture See(EncodeClock* clock, const AVFrame& input, int waiting) const;
   AVFrame* PictureToEncode(AVFrame* input);
-  void Encode(EncodeClock* clock, AVFrame* picture);
-  void KeepStep(EncodeClock* clock);
-  std::int64_t SoundMs(const EncodeClock& clock) const;
+  void Encode(AVFrame* picture, std::int64_t step);
   int TakePackets(AVCodecContext* context, int stream, CMyQueue* queue);
 
   // Publish thread.
@@ -161,11 +165,16 @@ class CEncoder : public CSrcInterface {
   bool SendUntilTheEnd(AVFormatContext* context);
   int SendSound(AVFormatContext* context);
   int SendPicture(AVFormatContext* context);
-  void SkipStalePackets();
+  int Write(AVFormatContext* context, AVPacket* packet, std::atomic<std::uint64_t>* packetsSent);
+  output::Skipped SkipStalePackets();
+  void BeginWithPicture();
+  void NoteHead(const output::Skipped& skipped);
+  void Drop(const output::Skipped& skipped);
   void LosePackets();
   void Report(PublishState state);
   void ReportFailure(PublishState state, PublishFault fault, int error);
 
+  std::atomic<bool> m_keyDue;                        // the next picture is to be a key frame
   std::atomic<bool> m_encodeRuns;                    // m_encodeThread has to be joined
   std::atomic<bool> m_publishRuns;                   // m_publishThread has to be joined
   std::shared_ptr<output::Deadline> m_stopDeadline;  // a connection given up may outlive the node

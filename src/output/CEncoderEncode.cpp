@@ -2,7 +2,8 @@
 #include <SDL.h>
 
 #include <QtGlobal>
-#include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
@@ -31,6 +32,12 @@ AVFrame* NewSound(const AVCodecContext* context, int samples, std::int64_t pts) 
     return nullptr;
   }
   return sound.Release();
+}
+
+void LogPictureError(int error) {
+  char text[1024] = "";
+  av_strerror(error, text, sizeof text);
+  av_log(nullptr, AV_LOG_ERROR, "avcodec_encode_video2 error msg = %s\n", text);
 }
 
 }  // namespace
@@ -127,90 +134,109 @@ void CEncoder::EncodeSamples(EncodeClock* clock) {
 
 bool CEncoder::EncodePicture(EncodeClock* clock) {
   int waiting = 0;
-  ffmpeg::ScopedFrame input(static_cast<AVFrame*>(m_firstVideoQueue->Pop(&waiting)));
+  const ffmpeg::ScopedFrame input(static_cast<AVFrame*>(m_firstVideoQueue->Pop(&waiting)));
   if (!input) {
     return false;
   }
   ++m_counters.videoFramesTaken;
-  if (output::DropsInput(waiting)) {
-    const ffmpeg::ScopedFrame dropped(static_cast<AVFrame*>(m_firstVideoQueue->Pop()));
-    ++m_counters.videoFramesTaken;
-    ++m_counters.videoFramesDropped;
-  }
-  if (IsTooEarly(*clock, input.Get())) {
-    ++clock->leftOut;
+  ThinOut(waiting);
+  if (!IsCanvas(*input.Get())) {
+    ++clock->lost;
+    LogPictureError(AVERROR(EINVAL));
     return true;
   }
-  if (clock->correction < 0) {
-    ++clock->correction;
-    ++m_counters.videoFramesLeftOut;
-    return true;
-  }
-  AVFrame* picture = PictureToEncode(input.Get());
-  Encode(clock, picture);
-  KeepStep(clock);
-  if (clock->correction > 0 && picture != nullptr) {
-    // It costs the encoder next to nothing, and shows what happened: the picture stood still.
-    --clock->correction;
-    Encode(clock, picture);
+  const output::PictureClock::Verdict verdict =
+      clock->picture.Next(See(clock, *input.Get(), waiting));
+  switch (verdict.fate) {
+    case output::PictureClock::Fate::kEncode:
+      Encode(PictureToEncode(input.Get()), verdict.step);
+      break;
+    case output::PictureClock::Fate::kLeaveOut:
+      ++m_counters.videoFramesLeftOut;
+      break;
+    case output::PictureClock::Fate::kTooEarly:
+    case output::PictureClock::Fate::kRepeat:
+      break;
   }
   return true;
 }
 
-void CEncoder::Encode(EncodeClock* clock, AVFrame* picture) {
-  int error = AVERROR(EINVAL);
-  if (picture != nullptr) {
-    if (clock->pictures == 0) {
-      // Those that wait behind it came with that sound too.
-      clock->startMs = SoundMs(*clock) - m_firstVideoQueue->Size() * output::PictureServo::kStepMs;
+// What waits beyond the limit goes, spread over all that waits. So does a picture over which the
+// renderer has drawn a later one meanwhile. A picture before which some are missing tells how many
+// (repeat_pict, which no encoder looks at).
+void CEncoder::ThinOut(int waiting) {
+  if (!output::DropsInput(waiting)) {
+    return;
+  }
+  std::vector<AVFrame*> pictures;
+  for (int i = 0; i < waiting; ++i) {
+    pictures.push_back(static_cast<AVFrame*>(m_firstVideoQueue->Pop()));
+  }
+  std::vector<AVFrame*> kept;
+  int lost = 0;
+  for (int i = 0; i < waiting; ++i) {
+    AVFrame* picture = pictures[static_cast<std::size_t>(i)];
+    const AVFrame* next = i + 1 < waiting ? pictures[static_cast<std::size_t>(i) + 1] : nullptr;
+    const bool drawnOver =
+        next != nullptr && next->data[0] == picture->data[0] && next->pts != picture->pts;
+    if (output::KeepsInput(i, waiting) && !drawnOver) {
+      picture->repeat_pict += std::exchange(lost, 0);
+      kept.push_back(picture);
+      continue;
     }
-    picture->pts = clock->pictures++;
+    lost += 1 + picture->repeat_pict;
+    av_frame_free(&picture);
+    ++m_counters.videoFramesTaken;
+    ++m_counters.videoFramesDropped;
+  }
+  for (auto picture = kept.rbegin(); picture != kept.rend(); ++picture) {
+    m_firstVideoQueue->PushFront(*picture);
+  }
+}
+
+output::PictureClock::Picture CEncoder::See(EncodeClock* clock, const AVFrame& input,
+                                            int waiting) const {
+  output::PictureClock::Picture seen;
+  seen.nowMs = static_cast<std::int64_t>(SDL_GetTicks64());
+  const std::int64_t samples = clock->samples + av_audio_fifo_size(m_fifo);
+  if (samples > 0) {
+    seen.soundMs = samples * 1000 / output::kSampleRate;
+  }
+  if (input.best_effort_timestamp != AV_NOPTS_VALUE) {
+    // Stamps are those of the clock of 32 bits.
+    const auto stamp = static_cast<std::uint32_t>(input.best_effort_timestamp);
+    seen.capturedMs = seen.nowMs - static_cast<std::int32_t>(SDL_GetTicks() - stamp);
+  }
+  seen.waiting = waiting;
+  seen.lost = std::exchange(clock->lost, 0) + input.repeat_pict;
+  seen.repeat = input.pts != AV_NOPTS_VALUE && input.pts == clock->canvasPts;
+  clock->canvasPts = input.pts;
+  return seen;
+}
+
+void CEncoder::Encode(AVFrame* picture, std::int64_t step) {
+  int error = AVERROR(ENOMEM);
+  if (picture != nullptr) {
+    picture->pts = step;
+    picture->pict_type = m_keyDue.exchange(false) ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
     error = avcodec_send_frame(m_videoContext, picture);
   }
   if (error >= 0) {
     error = TakePackets(m_videoContext, kVideoStream, &m_videoPackets);
   }
   if (error < 0) {
-    char text[1024] = "";
-    av_strerror(error, text, sizeof text);
-    av_log(nullptr, AV_LOG_ERROR, "avcodec_encode_video2 error msg = %s\n", text);
+    LogPictureError(error);
   }
 }
 
-// After each picture, whose own 40 ms have only begun. Those that wait will be encoded still. A
-// broadcast without any sound has no other measure than its pictures.
-void CEncoder::KeepStep(EncodeClock* clock) {
-  if (clock->samples == 0) {
-    return;
-  }
-  // What is ordered already counts as done: while it is, more may get lost.
-  const std::int64_t pictures = clock->pictures - 1 + m_firstVideoQueue->Size() + clock->correction;
-  const int more = clock->servo.Look(SoundMs(*clock) - clock->startMs -
-                                     pictures * output::PictureServo::kStepMs);
-  clock->correction += clock->correction > 0 ? std::max(more, 0) : more;
+// One that is not the canvas would be read past its end.
+bool CEncoder::IsCanvas(const AVFrame& input) const {
+  return input.width == m_catalogue->renderWidth && input.height == m_catalogue->renderHeight &&
+         input.format == AV_PIX_FMT_YUV420P;
 }
 
-std::int64_t CEncoder::SoundMs(const EncodeClock& clock) const {
-  return (clock.samples + av_audio_fifo_size(m_fifo)) * 1000 / output::kSampleRate;
-}
-
-// Only before the first picture of the stream.
-bool CEncoder::IsTooEarly(const EncodeClock& clock, const AVFrame* picture) const {
-  if (clock.pictures > 0 || clock.leftOut >= output::kPicturesBeforeTheFirst ||
-      picture->best_effort_timestamp == AV_NOPTS_VALUE) {
-    return false;
-  }
-  const std::int64_t age = SDL_GetTicks() - picture->best_effort_timestamp;
-  return SoundMs(clock) < output::SoundLeadMs(age);
-}
-
-// The picture in the size of the stream. Null for one that is not the canvas, which would be read
-// past its end.
+// The picture in the size of the stream; null when there is no memory for it.
 AVFrame* CEncoder::PictureToEncode(AVFrame* input) {
-  if (input->width != m_catalogue->renderWidth || input->height != m_catalogue->renderHeight ||
-      input->format != AV_PIX_FMT_YUV420P) {
-    return nullptr;
-  }
   if (m_scaler == nullptr) {
     return input;
   }

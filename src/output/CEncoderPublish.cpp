@@ -76,9 +76,13 @@ bool CEncoder::AwaitFirstPackets() {
   return false;
 }
 
-// Without sound that may be never, and hours of pictures would wait for it.
+// Without one of the two that may be never, and hours of the other would wait for it.
 bool CEncoder::HasFirstPackets() {
+  // Nobody misses them: there is no connection yet.
   SkipStalePackets();
+  while (m_videoPackets.Size() == 0 && m_audioPackets.Size() > output::kAudioPacketsAlone) {
+    const ffmpeg::ScopedPacket sound(static_cast<AVPacket*>(m_audioPackets.Pop()));
+  }
   return m_audioPackets.Size() > 0 && m_videoPackets.Size() > 0;
 }
 
@@ -105,6 +109,7 @@ bool CEncoder::PublishOnce() {
   output::PublishConnection connection(m_url, m_stopDeadline, m_protocols);
   bool again = false;
   if (Connect(context.Get(), &connection, &again)) {
+    BeginWithPicture();
     again = SendUntilTheEnd(context.Get());
     connection.FinishWithin(kFarewellMs);
     if (av_write_trailer(context.Get()) < 0) {
@@ -177,7 +182,7 @@ CEncoder::Sent CEncoder::PublishTurn(AVFormatContext* context) {
   if (!output::MaySend(m_audioPackets.Peek() != nullptr, m_videoPackets.Size())) {
     return Sent::kNothing;
   }
-  SkipStalePackets();
+  Drop(SkipStalePackets());
   const auto* audio = static_cast<const AVPacket*>(m_audioPackets.Peek());
   const auto* video = static_cast<const AVPacket*>(m_videoPackets.Peek());
   if (audio == nullptr || video == nullptr) {
@@ -198,9 +203,7 @@ int CEncoder::SendSound(AVFormatContext* context) {
   ffmpeg::ScopedPacket packet(static_cast<AVPacket*>(m_audioPackets.Pop()));
   packet->stream_index = kAudioStream;
   qDebug("send audio pts = %d", static_cast<int>(packet->pts));
-  m_counters.bytesSent += static_cast<std::uint64_t>(packet->size);
-  ++m_counters.audioPacketsSent;
-  return av_interleaved_write_frame(context, packet.Get());
+  return Write(context, packet.Get(), &m_counters.audioPacketsSent);
 }
 
 // The picture goes out 100 ms behind the sound.
@@ -211,22 +214,57 @@ int CEncoder::SendPicture(AVFormatContext* context) {
   packet->pts += output::kVideoLagMs;
   packet->dts += output::kVideoLagMs;
   qDebug("send video pts = %d", static_cast<int>(packet->pts));
-  m_counters.bytesSent += static_cast<std::uint64_t>(packet->size);
-  ++m_counters.videoPacketsSent;
-  return av_interleaved_write_frame(context, packet.Get());
+  return Write(context, packet.Get(), &m_counters.videoPacketsSent);
 }
 
-void CEncoder::SkipStalePackets() {
+// As sent counts what the connection took.
+int CEncoder::Write(AVFormatContext* context, AVPacket* packet,
+                    std::atomic<std::uint64_t>* packetsSent) {
+  const int size = packet->size;
+  const int error = av_interleaved_write_frame(context, packet);
+  if (error >= 0) {
+    m_counters.bytesSent += static_cast<std::uint64_t>(size);
+    ++*packetsSent;
+  }
+  return error;
+}
+
+output::Skipped CEncoder::SkipStalePackets() {
   const output::Skipped skipped = output::SkipStale(&m_videoPackets, &m_audioPackets);
+  NoteHead(skipped);
+  return skipped;
+}
+
+// What waits from the first key frame on; what is before it nobody could show.
+void CEncoder::BeginWithPicture() {
+  const output::Skipped skipped = output::SkipToKey(&m_videoPackets, &m_audioPackets);
+  NoteHead(skipped);
+  Drop(skipped);
+  if (m_videoPackets.Size() == 0) {
+    m_keyDue = true;
+  }
+}
+
+// The delay is that of what waits still.
+void CEncoder::NoteHead(const output::Skipped& skipped) {
+  if (skipped.video > 0) {
+    const auto* head = static_cast<const AVPacket*>(m_videoPackets.Peek());
+    m_counters.leftVideoPts = head != nullptr ? head->pts : m_counters.newestVideoPts.load();
+  }
+}
+
+void CEncoder::Drop(const output::Skipped& skipped) {
   m_counters.videoPacketsDropped += static_cast<std::uint64_t>(skipped.video);
   m_counters.audioPacketsDropped += static_cast<std::uint64_t>(skipped.audio);
 }
 
-// All that waits: its connection is gone.
+// All that waits: its connection is gone. What the next one will begin with is encoded as a key
+// frame.
 void CEncoder::LosePackets() {
   m_counters.audioPacketsDropped += FreeAll(&m_audioPackets);
   m_counters.videoPacketsDropped += FreeAll(&m_videoPackets);
   m_counters.leftVideoPts = m_counters.newestVideoPts.load();
+  m_keyDue = true;
 }
 
 void CEncoder::Report(PublishState state) {

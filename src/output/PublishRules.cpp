@@ -8,16 +8,6 @@ namespace output {
 
 namespace {
 
-// Sound is this old when the encoder has taken it: 73 ms in its capture, packet and poll.
-constexpr std::int64_t kSoundAgeMs = 88;
-// The first picture comes up to one step of 40 ms later than it might.
-constexpr std::int64_t kHalfStepMs = 20;
-// Two queues of one picture each, at least. Younger ones are the first of a scene, before the
-// queues have filled.
-constexpr std::int64_t kYoungestPictureMs = 100;
-constexpr std::int64_t kOldestPictureMs = 400;
-constexpr std::int64_t kUsualPictureAgeMs = 150;  // 105 to 185 were measured
-
 AVPacket* Head(CMyQueue* queue) {
   return static_cast<AVPacket*>(queue->Peek());
 }
@@ -29,6 +19,14 @@ void FreeHead(CMyQueue* queue) {
 
 bool IsKey(const AVPacket* packet) {
   return (packet->flags & AV_PKT_FLAG_KEY) != 0;
+}
+
+int FreeUntilKey(CMyQueue* video) {
+  int freed = 0;
+  for (; Head(video) != nullptr && !IsKey(Head(video)); ++freed) {
+    FreeHead(video);
+  }
+  return freed;
 }
 
 }  // namespace
@@ -46,15 +44,12 @@ std::int64_t VideoBitRate(int width, int height) {
   return 0;
 }
 
-int SoundLeadMs(std::int64_t pictureAgeMs) {
-  // A stamp of another clock, or of a picture that nothing follows, tells nothing.
-  const bool known = pictureAgeMs >= kYoungestPictureMs && pictureAgeMs <= kOldestPictureMs;
-  const std::int64_t age = known ? pictureAgeMs : kUsualPictureAgeMs;
-  return static_cast<int>(age + kVideoLagMs - kSoundAgeMs - kHalfStepMs);
-}
-
 bool DropsInput(int framesLeft) {
   return framesLeft > kInputFramesKept;
+}
+
+bool KeepsInput(int place, int framesLeft) {
+  return (place + 1) * kInputFramesKept / framesLeft > place * kInputFramesKept / framesLeft;
 }
 
 bool MaySend(bool audioWaits, int videoPackets) {
@@ -80,10 +75,7 @@ Skipped SkipStale(CMyQueue* video, CMyQueue* audio) {
     FreeHead(video);
     ++skipped.video;
   }
-  while (Head(video) != nullptr && !IsKey(Head(video))) {
-    FreeHead(video);
-    ++skipped.video;
-  }
+  skipped.video += FreeUntilKey(video);
   const AVPacket* first = Head(video);
   if (first == nullptr) {
     return skipped;
@@ -92,6 +84,17 @@ Skipped SkipStale(CMyQueue* video, CMyQueue* audio) {
     if (sound->pts <= first->pts + kVideoLagMs) {
       break;
     }
+    FreeHead(audio);
+    ++skipped.audio;
+  }
+  return skipped;
+}
+
+Skipped SkipToKey(CMyQueue* video, CMyQueue* audio) {
+  Skipped skipped;
+  skipped.video = FreeUntilKey(video);
+  const AVPacket* first = Head(video);
+  while (first != nullptr && Head(audio) != nullptr && Head(audio)->pts < first->pts) {
     FreeHead(audio);
     ++skipped.audio;
   }

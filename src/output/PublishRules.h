@@ -3,7 +3,6 @@
 // Two queues of encoded packets wait for the publish thread, time stamps in milliseconds. It keeps
 // 600 ms of video back and sends the picture 100 ms behind the sound. After a stall of the network
 // it skips what is stale up to a key frame, so that the delay of the stream stays bounded.
-// Before all that, the encode thread chooses the picture that the broadcast begins with.
 #ifndef ORVANE_OUTPUT_PUBLISHRULES_H
 #define ORVANE_OUTPUT_PUBLISHRULES_H
 
@@ -13,26 +12,22 @@
 
 namespace output {
 
-constexpr int kInputFramesKept = 15;    // pictures that may wait for the encoder
-constexpr int kVideoPacketsHeld = 15;   // nothing is sent with fewer video packets waiting
-constexpr int kVideoPacketsMost = 150;  // with more waiting, the stale ones are skipped
-constexpr int kVideoPacketsLeft = 50;   // as many stay; one of them is a key frame
+constexpr int kInputFramesKept = 15;     // pictures that may wait for the encoder
+constexpr int kVideoPacketsHeld = 15;    // nothing is sent with fewer video packets waiting
+constexpr int kVideoPacketsMost = 150;   // with more waiting, the stale ones are skipped
+constexpr int kVideoPacketsLeft = 50;    // as many stay; one of them is a key frame
+constexpr int kAudioPacketsAlone = 100;  // two seconds of sound may wait for the first picture
 constexpr std::int64_t kVideoLagMs = 100;
 constexpr std::uint32_t kRetryMs = 3000;
 
 // Bits a second of H.264 for that size; 0 for a size that is not published.
 std::int64_t VideoBitRate(int width, int height);
 
-// Milliseconds of sound that the encoder must have taken before its first picture, for both to show
-// one moment together, when that picture was captured pictureAgeMs ago: both streams count from
-// their start, so how far they are apart at that moment is how far they stay.
-int SoundLeadMs(std::int64_t pictureAgeMs);
-
-// Pictures that may be left out for that. Where there is no sound, the picture starts all the same.
-constexpr int kPicturesBeforeTheFirst = 25;
-
-// framesLeft: pictures that still wait after one was taken. True: one more goes, unencoded.
+// framesLeft: pictures that still wait after one was taken. True: they are thinned out.
 bool DropsInput(int framesLeft);
+// Of those, whether the one at that place is kept: kInputFramesKept are, in equal distances, so
+// that a stall costs pictures here and there and not all of a second.
+bool KeepsInput(int place, int framesLeft);
 
 // Whether anything may be sent now.
 bool MaySend(bool audioWaits, int videoPackets);
@@ -51,6 +46,10 @@ struct Skipped {
 // and the head is a key frame, then audio packets that are more than kVideoLagMs ahead of that
 // head. Either queue may be empty afterwards. To be called by the queues' consumer.
 Skipped SkipStale(CMyQueue* video, CMyQueue* audio);
+
+// Frees video packets until the head is a key frame, and audio packets that are older than it. The
+// same holds.
+Skipped SkipToKey(CMyQueue* video, CMyQueue* audio);
 
 }  // namespace output
 

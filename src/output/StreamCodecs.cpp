@@ -12,7 +12,12 @@ std::vector<std::pair<std::string, std::string>> VideoOptions(const std::string&
   if (encoder == kHardwareEncoder) {
     // Its "tune" has no zerolatency; that is a flag of its own, and the profile of the context is
     // overridden by the default of its own option.
-    return {{"threads", "auto"}, {"tune", "ull"}, {"zerolatency", "1"}, {"profile", "baseline"}};
+    // A key frame that is asked for is one that a viewer can begin with only by forced-idr.
+    return {{"threads", "auto"},
+            {"tune", "ull"},
+            {"zerolatency", "1"},
+            {"profile", "baseline"},
+            {"forced-idr", "1"}};
   }
   return {{"threads", "auto"}, {"tune", "zerolatency"}};
 }

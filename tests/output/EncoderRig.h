@@ -31,6 +31,8 @@ class EncoderUnderTest : public CEncoder {
     while (Turn()) {
     }
   }
+  // The stop signal of both threads.
+  void Halt(bool halt) { m_started = !halt; }
   CMyQueue& Audio() { return m_audioPackets; }
   CMyQueue& Video() { return m_videoPackets; }
   CMyQueue& AudioInput() { return *m_firstAudioQueue; }

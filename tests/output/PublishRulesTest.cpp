@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "media/ffmpeg/Scoped.h"
@@ -46,6 +47,24 @@ TEST(PublishRules, AnInputFrameIsDroppedWithMoreThanFifteenLeft) {
   EXPECT_FALSE(output::DropsInput(0));
   EXPECT_FALSE(output::DropsInput(15));
   EXPECT_TRUE(output::DropsInput(16));
+}
+
+TEST(PublishRules, FifteenInputFramesAreKeptInEqualDistances) {
+  EXPECT_FALSE(output::KeepsInput(0, 16)) << "the next one goes";
+  for (int waiting = 16; waiting < 200; ++waiting) {
+    int kept = 0;
+    int longest = 0;
+    for (int i = 0, gap = 1; i < waiting; ++i, ++gap) {
+      if (output::KeepsInput(i, waiting)) {
+        ++kept;
+        longest = std::max(longest, gap);
+        gap = 0;
+      }
+    }
+    EXPECT_EQ(15, kept) << waiting;
+    EXPECT_LE(longest, (waiting + 14) / 15) << waiting;
+    EXPECT_TRUE(output::KeepsInput(waiting - 1, waiting)) << "the newest stays";
+  }
 }
 
 TEST(PublishRules, NothingIsSentWithoutSoundOrWithFewerThanFifteenVideoPackets) {
@@ -146,16 +165,27 @@ TEST(PublishRules, SoundThatIsAllTooFarAheadIsDroppedToTheEmptyQueue) {
   EXPECT_EQ(0, audio.Size());
 }
 
-TEST(PublishRules, TheFirstPictureWaitsForTheSoundOfItsMoment) {
-  // Each millisecond that the picture took longer is one more of sound.
-  EXPECT_EQ(output::SoundLeadMs(100), 92);
-  EXPECT_EQ(output::SoundLeadMs(180), 172);
-  EXPECT_EQ(output::SoundLeadMs(400), 392);
-  // No age that a live picture has.
-  for (const std::int64_t age :
-       {std::int64_t{-1}, std::int64_t{99}, std::int64_t{401}, std::int64_t{1} << 40}) {
-    EXPECT_EQ(output::SoundLeadMs(age), output::SoundLeadMs(150)) << age;
-  }
+TEST(PublishRules, AConnectionBeginsWithAKeyFrameAndItsSound) {
+  CMyQueue video(1);
+  CMyQueue audio(1);
+  FillVideo(&video, 60, 10);
+  FillAudio(&audio, {0, 390, 399, 400, 410, 700});
+  const output::Skipped skipped = output::SkipToKey(&video, &audio);
+  EXPECT_EQ(10, skipped.video);
+  EXPECT_EQ(3, skipped.audio);
+  EXPECT_TRUE(HeadIsKey(&video));
+  EXPECT_EQ((std::vector<std::int64_t>{400, 410, 700}), TakePts(&audio));
+}
+
+TEST(PublishRules, WithoutAKeyFrameTheSoundWaitsForOne) {
+  CMyQueue video(1);
+  CMyQueue audio(1);
+  FillVideo(&video, 20, 100);
+  FillAudio(&audio, {0, 21});
+  EXPECT_EQ(20, output::SkipToKey(&video, &audio).video);
+  EXPECT_EQ(0, video.Size());
+  EXPECT_EQ(2, audio.Size());
+  EXPECT_EQ(0, output::SkipToKey(&video, &audio).video);
 }
 
 }  // namespace

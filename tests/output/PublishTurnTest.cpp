@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "media/ffmpeg/Scoped.h"
 #include "output/EncoderRig.h"
@@ -242,9 +243,20 @@ class PublishOnce : public testing::Test {
     encoder.Video().PushBack(NewPacket(0, true));
     encoder.Audio().PushBack(NewPacket(0, true));
   }
+  void PublishUntilSent(std::uint64_t pictures) {
+    std::thread ending([&] {
+      EXPECT_TRUE(support::WaitFor(
+          [&] { return encoder.Statistics().videoPacketsSent >= pictures; }, 60000));
+      encoder.Halt(true);
+    });
+    EXPECT_FALSE(encoder.PublishOnce());
+    ending.join();
+    encoder.Halt(false);
+  }
   support::TempDir directory;
   MessageCapture log;
   EncoderUnderTest encoder;
+  int fed = 0;
 };
 
 TEST_F(PublishOnce, AnAddressThatCantBeOpenedIsLoggedAndCallsForARetryAndTheQueuesAreLost) {
@@ -314,6 +326,44 @@ TEST(PublishAddress, ThatNamesAFileLeavesTheFileAlone) {
     EXPECT_TRUE(encoder.PublishOnce()) << address;
     EXPECT_EQ("precious", support::ReadFile(file)) << address;
     EXPECT_EQ(1, encoder.Statistics().status.tries) << address;
+  }
+}
+
+// Nobody who joins waits for the next one, and the clocks don't begin anew.
+TEST_F(PublishOnce, EachConnectionBeginsWithAKeyFrameAndTheTimeGoesOn) {
+  const auto feed = [this](int pictures) {
+    for (int i = 0; i < pictures; ++i, ++fed) {
+      encoder.EnqueueVideo(0, support::NewCanvas(fed));
+      encoder.EnqueueAudio(0, support::NewSine(fed * 1920, 1920));
+      encoder.TurnUntilIdle();
+    }
+  };
+  std::vector<std::int64_t> begins;
+  std::int64_t last = -1;
+  for (const std::string name : {"first.flv", "second.flv", "third.flv"}) {
+    feed(17);  // not a whole distance between key frames
+    if (!begins.empty()) {
+      encoder.SetUrl(directory.File("missing/lost.flv"));
+      EXPECT_TRUE(encoder.PublishOnce());
+      feed(30);
+    }
+    encoder.SetUrl(directory.File(name));
+    PublishUntilSent(encoder.Statistics().videoPacketsSent + 2);
+    const Recording recording(directory.File(name));
+    ASSERT_EQ("", recording.Error());
+    std::int64_t picture = -1;
+    std::int64_t sound = -1;
+    for (const Recording::Packet& packet : recording.Packets()) {
+      EXPECT_GT(packet.ptsMs, packet.stream == 1 ? last : -1);
+      if (packet.stream == 1 && picture < 0) {
+        EXPECT_TRUE(packet.key) << name;
+        picture = packet.ptsMs;
+      }
+      sound = packet.stream == 0 && sound < 0 ? packet.ptsMs : sound;
+    }
+    begins.push_back(picture);
+    EXPECT_LE(picture - sound, 100) << name;
+    last = recording.Packets().back().ptsMs;
   }
 }
 
