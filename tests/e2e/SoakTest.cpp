@@ -1,8 +1,14 @@
 // A long broadcast of the built program, composed and started by hand: nothing of it may grow,
 // drift or stand still.
 //
-// Three minutes by default, for every run of the tests; ORVANE_SOAK_SECONDS makes it as long as
+// What it asks for is what the machine can do: every picture wherever there was room; where there
+// was none, an effort of the encoder that went down, losses that are even, and sound in step all
+// the same (support/SoakJudge.h). A slow machine doesn't fail it for being slow.
+//
+// Two minutes by default, for every run of the tests; ORVANE_SOAK_SECONDS makes it as long as
 // wanted (two hours: 7200), and ORVANE_SOAK_REPORT names a file for what was sampled on the way.
+// ORVANE_SOAK_LAYERS=10 takes ten layers, and ORVANE_SOAK_NEIGHBOUR=arithmetic or memory has
+// another program beside it that takes what it gets, for one minute of ten (bench/neighbour.cpp).
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -18,8 +24,10 @@
 #include "Composer.h"
 #include "LiveBar.h"
 #include "Studio.h"
+#include "support/MachineWatch.h"
 #include "support/ProcessSight.h"
 #include "support/Recording.h"
+#include "support/SoakJudge.h"
 #include "support/StageJudge.h"
 
 namespace {
@@ -27,15 +35,30 @@ namespace {
 using e2e::Composer;
 using support::ProcessSight;
 
-constexpr int kShortSoak = 180;
+constexpr int kShortSoak = 120;
 constexpr int kBeepHz = 3000;
 constexpr int kPeriodMs = 2013;  // falls on all phases of a picture's 40 ms
 // Where the clock strip stands: below the program's window.
 constexpr int kStripY = 1016;
 constexpr int kPatienceMs = 30000;
 constexpr std::int64_t kSkipMs = 3000;  // start and end of a broadcast
-constexpr std::int64_t kStillMs = 80;   // two pictures
-constexpr std::int64_t kLongestHaltMs = 1000;
+constexpr std::int64_t kGapMs = 80;     // four layers
+constexpr std::int64_t kGapOfTenMs = 120;
+constexpr double kPicturesASecond = 24.5;
+// A crowded stretch so long, with fewer pictures than that, asks for less effort.
+constexpr double kCrowdedSeconds = 10;
+constexpr double kCrowdedPictures = 24;
+// Sound behind the picture: over the whole broadcast, and of one beep in an overload; to both the
+// grain of the measure is added, which is the age of the strip and what tells a beep's beginning.
+constexpr double kGrainMs = 12;
+constexpr double kSoundMostMs = 40;
+constexpr double kBeepLeastMs = -20;
+constexpr double kBeepMostMs = 80;
+constexpr double kBeepsInStep = 0.95;  // some are disturbed on their way through the sound server
+constexpr int kLoadPeriod = 600;
+constexpr int kLoadFrom = 240;
+constexpr int kLoadTo = 300;
+constexpr std::int64_t kBackMs = 65000;
 constexpr double kSettledSeconds = 45;  // until every pool and queue has its size
 constexpr double kMemoryGrowth = 0.05;
 constexpr double kDriftMs = 20;
@@ -46,6 +69,11 @@ constexpr int kFullQuality = 2;
 int Seconds() {
   const char* wanted = std::getenv("ORVANE_SOAK_SECONDS");
   return wanted != nullptr ? std::max(std::atoi(wanted), 60) : kShortSoak;
+}
+
+bool TenLayers() {
+  const char* wanted = std::getenv("ORVANE_SOAK_LAYERS");
+  return wanted != nullptr && std::atoi(wanted) == 10;
 }
 
 double Now() {
@@ -80,7 +108,7 @@ class Soak : public testing::Test {
     ASSERT_EQ(added.status, 0) << added.output;
     ASSERT_TRUE(m_studio.Film("playing", {"--window", "1280x720+0+40", "--fps", "25", "--play"}));
     ASSERT_TRUE(m_studio.Film(
-        "strip", {"--window", "1216x64+0+" + std::to_string(kStripY), "--fps", "50", "--clock",
+        "strip", {"--window", "1216x64+0+" + std::to_string(kStripY), "--fps", "100", "--clock",
                   "--flash", std::to_string(kPeriodMs), "--beep", std::to_string(kBeepHz)}));
     ASSERT_TRUE(m_studio.MakePicture("picture.png", "#D08020", "480x350"));
     MakeFilm();
@@ -98,37 +126,39 @@ class Soak : public testing::Test {
     }
   }
 
-  // With sound, and longer than the broadcast: a finished film would stand still.
+  // A dive into a fractal, with sound, and longer than the broadcast: a finished film would stand
+  // still.
   void MakeFilm() {
-    const support::RunResult minute =
-        support::Run({"ffmpeg",
-                      "-v",
-                      "error",
-                      "-y",
-                      "-f",
-                      "lavfi",
-                      "-i",
-                      "testsrc2=size=640x360:rate=25:duration=60",
-                      "-f",
-                      "lavfi",
-                      "-i",
-                      "sine=frequency=440:sample_rate=48000:duration=60",
-                      "-c:v",
-                      "libx264",
-                      "-preset",
-                      "veryfast",
-                      "-pix_fmt",
-                      "yuv420p",
-                      "-c:a",
-                      "aac",
-                      "-ac",
-                      "2",
-                      m_studio.File("minute.mp4")},
-                     120000);
-    ASSERT_EQ(minute.status, 0) << minute.output;
+    const support::RunResult dive = support::Run(
+        {"ffmpeg",
+         "-v",
+         "error",
+         "-y",
+         "-f",
+         "lavfi",
+         "-i",
+         "mandelbrot=size=640x360:rate=25:maxiter=400:start_scale=0.3:end_scale=0.0003:"
+         "end_pts=300,trim=duration=12",
+         "-f",
+         "lavfi",
+         "-i",
+         "sine=frequency=440:sample_rate=48000:duration=12",
+         "-c:v",
+         "libx264",
+         "-preset",
+         "veryfast",
+         "-pix_fmt",
+         "yuv420p",
+         "-c:a",
+         "aac",
+         "-ac",
+         "2",
+         m_studio.File("dive.mp4")},
+        120000);
+    ASSERT_EQ(dive.status, 0) << dive.output;
     const support::RunResult film = support::Run(
-        {"ffmpeg", "-v", "error", "-y", "-stream_loop", std::to_string(Seconds() / 60 + 2), "-i",
-         m_studio.File("minute.mp4"), "-c", "copy", m_studio.File("film.mp4")},
+        {"ffmpeg", "-v", "error", "-y", "-stream_loop", std::to_string(Seconds() / 12 + 10), "-i",
+         m_studio.File("dive.mp4"), "-c", "copy", m_studio.File("film.mp4")},
         120000);
     ASSERT_EQ(film.status, 0) << film.output;
   }
@@ -147,7 +177,27 @@ class Soak : public testing::Test {
     ASSERT_TRUE(m_hand.AnswerText("Live from the studio", true));
     ASSERT_TRUE(m_hand.ShowsRows(4));
     ASSERT_TRUE(m_hand.Shows({{{1600, 600}, 0xD08020}}));
+    if (TenLayers()) {
+      ASSERT_NO_FATAL_FAILURE(AddSixMore());
+    }
     m_hand.Keep("composed");
+  }
+  // Where they come up: above one another, beside the clock strip.
+  void AddSixMore() {
+    for (int rows = 5; rows <= 8; ++rows) {
+      const bool film = rows == 5;
+      ASSERT_TRUE(m_hand.Choose(e2e::Menu::kOfLayers, film ? e2e::kFilm : e2e::kPicture) &&
+                  m_hand.Opens());
+      m_hand.AnswerFile(film ? "film.mp4" : "picture.png");
+      ASSERT_TRUE(m_hand.Closes() && m_hand.ShowsRows(rows));
+    }
+    ASSERT_TRUE(m_hand.Choose(e2e::Menu::kOfWindows, e2e::kWindow) && m_hand.Opens());
+    m_hand.Click(m_hand.InDialog(Composer::kFirstOfWindows));
+    m_hand.Click(m_hand.InDialog(Composer::kWindowOk));
+    ASSERT_TRUE(m_hand.Closes() && m_hand.ShowsRows(9));
+    ASSERT_TRUE(m_hand.Choose(e2e::Menu::kOfLayers, e2e::kText) && m_hand.Opens());
+    ASSERT_TRUE(m_hand.AnswerText("Two hours", true));
+    ASSERT_TRUE(m_hand.ShowsRows(10));
   }
   // A new layer stands at the scene's corner.
   void Move(int width, int height, e2e::Point by) {
@@ -191,20 +241,47 @@ class Soak : public testing::Test {
   void SampleUntilTheEnd() {
     const int step = std::max(Seconds() / 60, 2);
     const double begin = Now();
+    m_machine.Begin();
     while (Now() - begin < Seconds()) {
       sleep(static_cast<unsigned>(step));
       m_samples.push_back(Take(begin));
+      Load(static_cast<int>(Now() - begin));
     }
+    m_machine.End();
     m_hand.Keep("live");
+  }
+
+  // A neighbour comes and goes, as wanted.
+  void Load(int seconds) {
+    const char* kind = std::getenv("ORVANE_SOAK_NEIGHBOUR");
+    if (kind == nullptr) {
+      return;
+    }
+    const int at = seconds % kLoadPeriod;
+    const bool due = at >= kLoadFrom && at < kLoadTo;
+    if (due && !m_neighbour.Running()) {
+      ASSERT_TRUE(m_neighbour.Start({ORVANE_NEIGHBOUR, kind}));
+    } else if (!due && m_neighbour.Running()) {
+      m_neighbour.Stop();
+      m_loadEnds.push_back(static_cast<std::int64_t>(Now() * 1000));
+    }
   }
 
   void JudgeSamples() const;
   void JudgeRecording();
+  void JudgePictures(const std::vector<support::ClockedPicture>& pictures);
+  void JudgeEffort(const std::vector<support::ClockedPicture>& pictures,
+                   const std::string& recording, const support::SoakMotion& crowded) const;
+  void JudgeSound(const support::Recording& recording,
+                  const std::vector<support::ClockedPicture>& pictures) const;
 
   e2e::Studio m_studio;
   Composer m_hand{&m_studio};
   e2e::LiveBar m_bar{&m_studio, &m_hand};
   std::vector<Sample> m_samples;
+  support::MachineWatch m_machine;
+  support::Process m_neighbour;
+  std::vector<std::int64_t> m_loadEnds;  // CLOCK_MONOTONIC, ms
   std::FILE* m_report = nullptr;
 };
 
@@ -224,8 +301,16 @@ void Soak::JudgeSamples() const {
               (last.program.cpuSeconds - first.program.cpuSeconds) / seconds,
               static_cast<double>(last.logBytes - first.logBytes) * 3600 / seconds);
   EXPECT_LE(after, before * (1 + kMemoryGrowth));
+  // While the encoder changes its effort there may be threads of two.
+  const auto usualThreads = [](auto from, auto to) {
+    std::vector<double> threads;
+    std::transform(from, to, std::back_inserter(threads),
+                   [](const Sample& sample) { return sample.program.threads; });
+    return support::Median(threads);
+  };
+  EXPECT_EQ(usualThreads(settled, settled + fifth),
+            usualThreads(m_samples.end() - fifth, m_samples.end()));
   for (auto sample = settled; sample != m_samples.end(); ++sample) {
-    EXPECT_EQ(sample->program.threads, first.program.threads) << sample->seconds;
     EXPECT_EQ(sample->program.handles, first.program.handles) << sample->seconds;
   }
   std::printf("%d threads, %d handles\n", last.program.threads, last.program.handles);
@@ -241,37 +326,78 @@ void Soak::JudgeRecording() {
   EXPECT_EQ(recording.Streams()[1].height, 1080);
 
   const std::vector<support::ClockedPicture> pictures = support::ReadClocks(recording, 0, kStripY);
+  ASSERT_FALSE(pictures.empty());
+  EXPECT_GE(pictures.back().ms - pictures.front().ms, (Seconds() - 10) * 1000);
   const support::ClockedMotion motion = support::JudgeClocks(pictures, kSkipMs);
-  const std::vector<support::StillStretch> still =
-      support::StillStretches(pictures, kStillMs, kSkipMs);
-  std::printf(
-      "%d pictures, %d distinct (%.3f a second), %d went back, %d unreadable, longest gap "
-      "%lld ms\n",
-      motion.pictures, motion.distinct, motion.distinctPerSecond, motion.wentBack,
-      motion.unreadable, static_cast<long long>(motion.longestGapMs));
-  for (const support::StillStretch& stretch : still) {
-    std::printf("still at %lld ms for %lld ms (%lld ms of the source), %d repeats\n",
-                static_cast<long long>(stretch.ms), static_cast<long long>(stretch.lengthMs),
-                static_cast<long long>(stretch.sourceMs), stretch.repeats);
-  }
-  EXPECT_GE(motion.pictures, (Seconds() - 10) * 25);
-  EXPECT_GE(motion.distinctPerSecond, 24.5);
   EXPECT_EQ(motion.wentBack, 0);
   EXPECT_LE(motion.unreadable, motion.pictures / 100);
-  // A machine that does other things too halts everything for a moment now and then.
-  EXPECT_LE(still.size(), static_cast<std::size_t>(Seconds()) / 60);
-  EXPECT_LE(motion.longestGapMs, kLongestHaltMs);
+  JudgePictures(pictures);
+  JudgeSound(recording, pictures);
+}
 
+void Soak::JudgePictures(const std::vector<support::ClockedPicture>& pictures) {
+  const support::SoakPictures soak = support::JudgeSoak(
+      pictures, m_machine.Seconds(), TenLayers() ? kGapOfTenMs : kGapMs, kSkipMs);
+  const auto print = [](const char* where, const support::SoakMotion& motion) {
+    std::printf("%s: %.0f s, %d distinct pictures (%.3f a second), longest gap %lld ms\n", where,
+                motion.seconds, motion.distinct, motion.PerSecond(),
+                static_cast<long long>(motion.longestGapMs));
+  };
+  print("with room", soak.free);
+  print("crowded", soak.crowded);
+  std::printf("gaps too long where there was room: %d; uneven windows of 5 s elsewhere: %d\n",
+              soak.tooLong, soak.uneven);
+  EXPECT_EQ(soak.tooLong, 0);
+  EXPECT_EQ(soak.uneven, 0);
+  if (soak.free.distinct > 0) {
+    EXPECT_GE(soak.free.PerSecond(), kPicturesASecond);
+  }
+  JudgeEffort(pictures, m_studio.Recording(), soak.crowded);
+}
+
+void Soak::JudgeEffort(const std::vector<support::ClockedPicture>& pictures,
+                       const std::string& recording, const support::SoakMotion& crowded) const {
+  const std::vector<support::EffortStep> steps = support::EffortSteps(recording);
+  ASSERT_FALSE(steps.empty());
+  const int prescribed = steps.front().subme;
+  int least = prescribed;
+  for (const support::EffortStep& step : steps) {
+    least = std::min(least, step.subme);
+  }
+  std::printf("encoder: %zu changes of effort, subme %d at first, %d at least\n", steps.size() - 1,
+              prescribed, least);
+  if (crowded.seconds >= kCrowdedSeconds && crowded.PerSecond() < kCrowdedPictures) {
+    EXPECT_LT(least, prescribed) << "the machine was full, and the encoder went on as before";
+  }
+  const std::vector<support::Span> full = support::CrowdedSpans(m_machine.Seconds());
+  for (const std::int64_t end : m_loadEnds) {
+    const auto later = std::find_if(pictures.begin(), pictures.end(), [&](const auto& picture) {
+      return picture.drawnMs >= end + kBackMs;
+    });
+    // What a load leaves behind, and what else came, is no room to go up in.
+    if (later != pictures.end() && support::IsFree(full, end + 5000, end + kBackMs)) {
+      EXPECT_EQ(support::EffortAt(steps, later->ms), prescribed) << "a minute after a load";
+    }
+  }
+}
+
+void Soak::JudgeSound(const support::Recording& recording,
+                      const std::vector<support::ClockedPicture>& pictures) const {
   const std::vector<support::SyncPoint> points = support::JudgeSync(
       pictures, support::BeepStarts(recording.DecodeSound(), kBeepHz), kPeriodMs);
+  const double distance = support::MedianDistance(points);
   const double drift = support::DriftMs(points, Seconds() * 1000.0);
-  std::printf("%zu beeps, sound behind picture: %.1f ms, drift from start to end: %.1f ms\n",
-              points.size(), support::MedianDistance(points), drift);
+  const auto inStep = std::count_if(points.begin(), points.end(), [](const auto& point) {
+    return point.soundLateMs >= kBeepLeastMs - kGrainMs &&
+           point.soundLateMs <= kBeepMostMs + kGrainMs;
+  });
+  std::printf("%zu beeps, %td in step, sound behind picture: %.1f ms, drift: %.1f ms\n",
+              points.size(), inStep, distance, drift);
   EXPECT_GE(points.size(), static_cast<std::size_t>(Seconds()) * 1000 / kPeriodMs * 9 / 10);
+  EXPECT_GE(static_cast<double>(inStep), kBeepsInStep * static_cast<double>(points.size()));
   EXPECT_LE(std::abs(drift), kDriftMs);
-  // What viewers notice, and two pictures that a busy machine may add to the picture's road.
-  EXPECT_GE(support::MedianDistance(points), -125);
-  EXPECT_LE(support::MedianDistance(points), 125);
+  EXPECT_GE(distance, -kGrainMs);
+  EXPECT_LE(distance, kSoundMostMs + kGrainMs);
 }
 
 TEST_F(Soak, NothingGrowsDriftsOrStandsStill) {

@@ -40,10 +40,12 @@ TEST(Sync, FlashAndBeepStayTogetherForFiveMinutes) {
   RecordProperty("drift_in_five_minutes_ms", std::to_string(drift));
   std::printf("sound behind picture: %.1f ms, drift in five minutes: %.1f ms\n", distance, drift);
   EXPECT_LE(std::abs(drift), 20);
-  // Viewers notice sound that is 45 ms ahead or 125 ms behind. It comes out some 20 ms behind; a
-  // machine with other work to do may add two pictures of 40 ms to the picture's road.
-  EXPECT_GE(distance, -65);
-  EXPECT_LE(distance, 125);
+  // Within one picture behind what is seen, on a busy machine too; and the grain of the measure:
+  // the strip is up to 10 ms old when it is filmed, and a beep's beginning is found within 2 ms.
+  constexpr double kMostMs = 40;
+  constexpr double kGrainMs = 12;
+  EXPECT_GE(distance, -kGrainMs);
+  EXPECT_LE(distance, kMostMs + kGrainMs);
 }
 
 }  // namespace
