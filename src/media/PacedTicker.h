@@ -9,6 +9,7 @@
 #ifndef ORVANE_MEDIA_PACEDTICKER_H
 #define ORVANE_MEDIA_PACEDTICKER_H
 
+#include <algorithm>
 #include <cstdint>
 
 namespace media {
@@ -31,6 +32,14 @@ class PacedTicker {
   }
   // Takes the tick that is due, whatever comes of it.
   void Advance() { m_ticks += 1000; }
+  // How long to sleep after a look that found nothing due: most, or less where the tick comes
+  // sooner. At least a millisecond.
+  std::uint32_t SleepMs(std::uint32_t most) const {
+    return static_cast<std::uint32_t>(
+        std::clamp<std::int64_t>((m_ticks + 24) / 25 - m_elapsed, 1, most));
+  }
+  // Moves all further ticks by that much.
+  void Delay(std::uint32_t ms) { m_ticks += std::int64_t{25} * ms; }
 
  private:
   std::uint32_t m_lastLook;

@@ -65,7 +65,7 @@ void* CRender::RunCompose(void* node) {
 
 void CRender::ComposeTurn(output::ComposeState* state) {
   if (!state->ticker.Due(SDL_GetTicks())) {
-    SDL_Delay(kWaitMs);
+    SDL_Delay(state->ticker.SleepMs(kWaitMs));
     return;
   }
   state->ticker.Advance();
@@ -89,6 +89,7 @@ void CRender::ComposePass(output::ComposeState* state) {
   if (!state->hasBase) {
     state->hasBase = true;
     state->basePts = first->head->pts;
+    state->ticker.Delay(output::ComposeDelayMs(SDL_GetTicks(), first->head->pts));
   }
   // Of the bottom picture, for whoever has to be in step with the canvas.
   const std::int64_t capturedMs = first->head->pts;

@@ -59,7 +59,7 @@ void CRender::PresentPass(output::PresentState* state) {
     state->ticker.emplace(now);
   }
   if (!state->ticker->Due(now)) {
-    SDL_Delay(kWaitMs);
+    SDL_Delay(state->ticker->SleepMs(kWaitMs));
     return;
   }
   if (state->patience.Wait(now, m_composed.Size() == 1)) {

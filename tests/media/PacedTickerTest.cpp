@@ -34,6 +34,28 @@ TEST(PacedTicker, GivesTwentyFiveTicksASecondWhateverTheGrainOfTheLooks) {
   EXPECT_EQ(ticks, 25 * 60);
 }
 
+TEST(PacedTicker, SleepsToTheTickAndNoFurther) {
+  PacedTicker ticker(100);
+  DueAt(&ticker, 100);
+  EXPECT_EQ(ticker.SleepMs(10), 10U);
+  EXPECT_EQ(DueAt(&ticker, 133), 0);
+  EXPECT_EQ(ticker.SleepMs(10), 7U);
+  EXPECT_EQ(ticker.SleepMs(5), 5U);
+  EXPECT_EQ(DueAt(&ticker, 139), 0);
+  EXPECT_EQ(ticker.SleepMs(10), 1U);
+  EXPECT_EQ(DueAt(&ticker, 140), 1);
+}
+
+TEST(PacedTicker, ADelayMovesAllFurtherTicks) {
+  PacedTicker ticker(0);
+  EXPECT_EQ(DueAt(&ticker, 0), 1);
+  ticker.Delay(17);
+  EXPECT_EQ(DueAt(&ticker, 56), 0);
+  EXPECT_EQ(DueAt(&ticker, 57), 1);
+  EXPECT_EQ(DueAt(&ticker, 96), 0);
+  EXPECT_EQ(DueAt(&ticker, 97), 1);
+}
+
 TEST(PacedTicker, CatchesUpWhenLate) {
   PacedTicker ticker(0);
   EXPECT_EQ(DueAt(&ticker, 1000), 26);
