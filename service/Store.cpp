@@ -3,8 +3,10 @@
 #include <sys/stat.h>
 
 #include <QAtomicInt>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QSqlError>
+#include <QThread>
 #include <QVariant>
 
 #include "service/Log.h"
@@ -17,6 +19,11 @@ namespace {
 
 // How long a write waits for another program's, the commands beside the service for example.
 constexpr int kBusyMs = 2000;
+// How long an opening waits for others that open the same new database.
+constexpr int kOpenMs = 10000;
+constexpr int kBusyPauseMs = 5;
+constexpr int kSqliteBusy = 5;
+constexpr int kPrimaryCode = 0xff;  // what is above tells more of the cause
 // Of one account; the login beyond it ends the oldest one.
 constexpr int kMostSessions = 64;
 
@@ -24,6 +31,21 @@ constexpr int kMostSessions = 64;
 // locks that other connections of this process hold on it.
 void MakePrivateFile(const QString& path) {
   mknod(QFile::encodeName(path).constData(), S_IFREG | 0600, 0);
+}
+
+// SQLite answers busy at once, whatever its time-out, where waiting could be a deadlock; changing a
+// new database to its log of writes is such a place, and no deadlock here.
+bool ExecutePatiently(QSqlQuery* query, const QString& sql) {
+  QElapsedTimer waited;
+  waited.start();
+  while (!query->exec(sql)) {
+    const int code = query->lastError().nativeErrorCode().toInt();
+    if ((code & kPrimaryCode) != kSqliteBusy || waited.elapsed() > kOpenMs) {
+      return false;
+    }
+    QThread::msleep(kBusyPauseMs);
+  }
+  return true;
 }
 
 Account ReadAccount(const QSqlQuery& row) {
@@ -70,7 +92,7 @@ std::unique_ptr<Store> Store::Open(const QString& path, QString* error) {
   for (const char* pragma :
        {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA cache_size=-2048"}) {
     QSqlQuery query(store->m_database);
-    if (!query.exec(QLatin1String(pragma))) {
+    if (!ExecutePatiently(&query, QLatin1String(pragma))) {
       *error = QStringLiteral("%1: %2").arg(path, query.lastError().text());
       return nullptr;
     }
