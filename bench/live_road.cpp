@@ -15,7 +15,7 @@
 #include "Options.h"
 #include "Scene.h"
 #include "ThreadMeter.h"
-#include "platform/linux/DisplayGuard.h"
+#include "platform/DisplayGuard.h"
 #include "shell/Libraries.h"
 #include "shell/QuitSignals.h"
 

@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <cstdint>
+#include <string>
 
 #include "platform/ProcessMemory.h"
 #include "widgets/ItemData.h"
@@ -16,6 +17,12 @@ extern "C" {
 }
 
 namespace shell {
+
+namespace {
+
+std::string g_sdlFailure;  // until there is a log to write it to
+
+}  // namespace
 
 void PrepareProcess() {
   platform::ReturnLargeBlocks();
@@ -33,6 +40,10 @@ void StartLibraries() {
   avdevice_register_all();
   avformat_network_init();
   TTF_Init();
+  if (!g_sdlFailure.empty()) {
+    av_log(nullptr, AV_LOG_ERROR, "SDL_Init: %s\n", g_sdlFailure.c_str());
+    g_sdlFailure.clear();
+  }
 }
 
 bool StartSdl() {
@@ -41,7 +52,7 @@ bool StartSdl() {
   if (SDL_Init(SDL_INIT_TIMER | SDL_INIT_AUDIO | SDL_INIT_VIDEO) == 0) {
     return true;
   }
-  av_log(nullptr, AV_LOG_ERROR, "SDL_Init: %s\n", SDL_GetError());
+  g_sdlFailure = SDL_GetError();
   // One subsystem that fails takes the others down with it.
   SDL_Init(SDL_INIT_TIMER | SDL_INIT_VIDEO);
   return false;

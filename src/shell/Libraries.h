@@ -1,6 +1,6 @@
 // Brings up the media libraries that need it, once, on the user interface thread, before any node
-// is made. Results are not looked at: each library refuses the call that needs it later, where the
-// failure can be named.
+// is made. Each library that fails refuses the call that needs it later, where that can be named;
+// only SDL's failure is told, since it costs the monitor or the preview.
 #ifndef ORVANE_SHELL_LIBRARIES_H
 #define ORVANE_SHELL_LIBRARIES_H
 
@@ -9,6 +9,7 @@ namespace shell {
 // What the C library and Qt have to be told before the application object is made.
 void PrepareProcess();
 
+// With the log open: it is told why SDL did not come up, if it didn't.
 void StartLibraries();
 
 // SDL's timer, sound and video. False when not all of them came up; what the machine has is up all

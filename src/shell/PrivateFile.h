@@ -1,8 +1,7 @@
 // A file in the working directory that nobody but its owner may read: it may hold the key of a
 // stream.
 //
-// Threads: any, but no two at once, and no other that opens files: the mask of the process is
-// changed for the moment.
+// Threads: any.
 #ifndef ORVANE_SHELL_PRIVATEFILE_H
 #define ORVANE_SHELL_PRIVATEFILE_H
 

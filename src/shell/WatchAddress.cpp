@@ -29,13 +29,15 @@ bool WriteWatchAddress(const QString& address) {
     LogFailure(errno);
     return false;
   }
-  bool written = std::fprintf(file, "%s\n", address.toUtf8().constData()) >= 0;
-  // A full disk shows at the closing only.
-  written = std::fclose(file) == 0 && written;
-  if (!written) {
-    LogFailure(errno);
+  // A full disk shows at the closing only, unless the address is longer than what is kept back.
+  int error = std::fprintf(file, "%s\n", address.toUtf8().constData()) < 0 ? errno : 0;
+  if (std::fclose(file) != 0 && error == 0) {
+    error = errno;
   }
-  return written;
+  if (error != 0) {
+    LogFailure(error);
+  }
+  return error == 0;
 }
 
 }  // namespace shell

@@ -4,7 +4,7 @@
 #include <QApplication>
 #include <cstdio>
 
-#include "platform/linux/DisplayGuard.h"
+#include "platform/DisplayGuard.h"
 #include "shell/Libraries.h"
 #include "shell/QuitSignals.h"
 #include "shell/orvane.h"

@@ -3,12 +3,14 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QTextDocument>
 
 #include "shell/CEvent.h"
 
 namespace {
 
-constexpr int kMargin = 5;  // above and below
+constexpr int kMargin = 5;         // above and below
+constexpr int kLongestName = 320;  // pixels
 
 }  // namespace
 
@@ -56,7 +58,10 @@ void LoginInfoControl::SetLoginInfo(QString name, QPixmap avatar) {
   if (!avatar.isNull()) {
     avatarLabel->setPixmap(avatar);
   }
-  nameLabel->setText(name);
+  // The title row has room for its buttons only while a name stays short.
+  nameLabel->ensurePolished();
+  nameLabel->setText(nameLabel->fontMetrics().elidedText(name, Qt::ElideRight, kLongestName));
+  nameLabel->setToolTip(Qt::convertFromPlainText(name));
   repaint();
 }
 

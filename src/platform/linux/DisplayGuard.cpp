@@ -1,4 +1,4 @@
-#include "platform/linux/DisplayGuard.h"
+#include "platform/DisplayGuard.h"
 
 #include <X11/Xlib.h>
 #include <unistd.h>
@@ -42,6 +42,10 @@ DisplayGuard::DisplayGuard() {
 }
 
 DisplayGuard::~DisplayGuard() {
+  StandDown();
+}
+
+void DisplayGuard::StandDown() {
   g_guarding = false;
   XSetIOErrorHandler(nullptr);
 }

@@ -3,11 +3,12 @@
 //
 // Xlib and Qt both call exit when their connection breaks, each on the thread that noticed, while
 // the workers run on: static objects would be destroyed under them, twice. While a DisplayGuard
-// lives, exit ends the process without that.
+// lives, exit ends the process without that. Who has ended the last worker before an exit of his
+// own calls StandDown.
 //
 // One at a time; made before the first worker is started, destroyed when the last one has ended.
-#ifndef ORVANE_PLATFORM_LINUX_DISPLAYGUARD_H
-#define ORVANE_PLATFORM_LINUX_DISPLAYGUARD_H
+#ifndef ORVANE_PLATFORM_DISPLAYGUARD_H
+#define ORVANE_PLATFORM_DISPLAYGUARD_H
 
 namespace platform {
 
@@ -15,6 +16,9 @@ class DisplayGuard {
  public:
   DisplayGuard();
   ~DisplayGuard();
+
+  // As if there were none.
+  static void StandDown();
 
   DisplayGuard(const DisplayGuard&) = delete;
   DisplayGuard& operator=(const DisplayGuard&) = delete;
