@@ -1,14 +1,9 @@
 #include "backend/BackendClient.h"
 
-#include <QCoreApplication>
-#include <QDialog>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QHttpMultiPart>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QPixmap>
-#include <QTimer>
 #include <QUrl>
 #include <QUrlQuery>
 #include <memory>
@@ -21,13 +16,14 @@
 
 namespace {
 
-// More than any list or cover needs; a reply beyond it is a fault or an attack and counts as
-// failed.
-constexpr qint64 kLargestReply = 64LL * 1024 * 1024;
+// A reply beyond these is a fault or an attack and counts as failed. A list is parsed on the user
+// interface thread; one of thousands of activities stays below.
+constexpr qint64 kLargestAnswer = 4LL * 1024 * 1024;
+constexpr qint64 kLargestPicture = 64LL * 1024 * 1024;
 
 constexpr std::uint32_t kNoNetworkNotice = 1;
-constexpr int kBriefMs = 2000;
 
+using backend::Until;
 using Field = std::pair<const char*, QString>;
 
 std::unique_ptr<QHttpMultiPart> NewForm(std::initializer_list<Field> fields) {
@@ -43,49 +39,24 @@ std::unique_ptr<QHttpMultiPart> NewForm(std::initializer_list<Field> fields) {
   return form;
 }
 
-bool IsAnswered(QNetworkReply* reply) {
-  return reply->isFinished() && reply->error() == QNetworkReply::NoError &&
-         reply->bytesAvailable() <= kLargestReply;
-}
-
-// Waits for the end of the reply; false when it failed, grew too large, its asker is gone or the
-// application quits.
-bool WaitForReply(QNetworkReply* reply, const QDialog* asker = nullptr) {
-  QEventLoop loop;
-  if (asker != nullptr) {
-    QObject::connect(asker, &QDialog::finished, &loop, &QEventLoop::quit);
-    QObject::connect(asker, &QObject::destroyed, &loop, &QEventLoop::quit);
-  }
-  QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-  QObject::connect(reply, &QNetworkReply::readyRead, &loop, [reply] {
-    if (reply->bytesAvailable() > kLargestReply) {
+// Waits for the end of the reply; false when the wait ended before. Its error is not looked at.
+bool WaitForReply(QNetworkReply* reply, qint64 largest, const Until& until) {
+  QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply, largest] {
+    if (reply->bytesAvailable() > largest) {
       reply->abort();
     }
   });
-  if (!reply->isFinished()) {
-    loop.exec();
-  }
-  return IsAnswered(reply);
+  // At once, and not when the wait returns, which others on top of it may delay: a connection that
+  // dies unanswered would have the request sent again by Qt.
+  QObject::connect(&until, &Until::ended, reply, &QNetworkReply::abort);
+  return until.Wait(reply, &QNetworkReply::finished);
 }
 
-// The same on the way out, for a short time. The application may have been told to quit inside a
-// loop that has not returned yet, and then no other loop runs any more: events are taken by hand.
-bool WaitBriefly(QNetworkReply* reply) {
-  QElapsedTimer waited;
-  waited.start();
-  QTimer wake;
-  wake.start(kBriefMs);
-  QEventLoop loop;
-  while (!reply->isFinished() && waited.elapsed() < kBriefMs) {
-    loop.processEvents(QEventLoop::WaitForMoreEvents);
-  }
-  return IsAnswered(reply);
+bool IsAnswered(const QNetworkReply& reply) {
+  return reply.error() == QNetworkReply::NoError && reply.bytesAvailable() <= kLargestAnswer;
 }
 
 void ShowNoNetwork() {
-  if (QCoreApplication::closingDown()) {
-    return;
-  }
   InformationDlg notice(kNoNetworkNotice, QString());
   // On the heap: the dialog owns it.
   ApplyDialogShadow(&notice, new CustomShadowEffect);
@@ -100,90 +71,94 @@ BackendClient* BackendClient::Instance() {
 }
 
 int BackendClient::PostForm(const QString& path, QHttpMultiPart* multipart, QByteArray* out,
-                            Wait wait) {
+                            const Until& until) {
   QNetworkAccessManager manager;
   const std::unique_ptr<QNetworkReply> reply(
       manager.post(QNetworkRequest(QUrl(BaseAddress() + path)), multipart));
-  const bool brief = wait == Wait::kBriefly;
-  const bool answered = brief ? WaitBriefly(reply.get()) : WaitForReply(reply.get());
-  if (!answered) {
-    if (reply->isFinished() && !brief) {
-      ShowNoNetwork();
-    }
-    return -1;
+  const bool came = WaitForReply(reply.get(), kLargestAnswer, until);
+  if (came && IsAnswered(*reply)) {
+    *out = reply->readAll();
+    return 0;
   }
-  *out = reply->readAll();
-  return 0;
+  if (came && !until.IsBrief()) {
+    ShowNoNetwork();
+  }
+  return -1;
 }
 
-int BackendClient::Login(QString login, QString password, LoginResult* out) {
+int BackendClient::Login(QString login, QString password, LoginResult* out, const Until& until) {
   const auto form = NewForm({{"login", login}, {"password", password}});
   QByteArray bytes;
-  if (PostForm(QStringLiteral("/assistant/user/login"), form.get(), &bytes) < 0) {
+  if (PostForm(QStringLiteral("/assistant/user/login"), form.get(), &bytes, until) < 0) {
     out->code = -1;
     return -1;
   }
-  backend::ParseLogin(bytes, out);
+  if (!backend::ParseLogin(bytes, out)) {
+    // The service has said nothing that could be shown.
+    out->message = QStringLiteral("服务器的回复无法识别");
+  }
   return 0;
 }
 
-int BackendClient::Logout(QString token, int* code) {
+int BackendClient::Logout(QString token, int* code, const Until& until) {
   const auto form = NewForm({{"token", token}});
   QByteArray bytes;
-  if (PostForm(QStringLiteral("/assistant/user/logout"), form.get(), &bytes) < 0) {
+  if (PostForm(QStringLiteral("/assistant/user/logout"), form.get(), &bytes, until) < 0) {
     return -1;
   }
   backend::ParseCode(bytes, code);
   return 0;
 }
 
-int BackendClient::GetHomepageAds(AdResult* out) {
+int BackendClient::GetHomepageAds(AdResult* out, const Until& until) {
   QHttpMultiPart empty(QHttpMultiPart::MixedType);
   QByteArray bytes;
-  if (PostForm(QStringLiteral("/assistant/user/homepage-ads"), &empty, &bytes) < 0) {
+  if (PostForm(QStringLiteral("/assistant/user/homepage-ads"), &empty, &bytes, until) < 0) {
     return -1;
   }
   backend::ParseAd(bytes, out);
   return 0;
 }
 
-int BackendClient::GetHostList(QString token, int page, ActivityList* out, const QDialog* asker) {
+int BackendClient::GetHostList(QString token, int page, ActivityList* out, const Until& until) {
   QUrlQuery query;
   query.addQueryItem(QStringLiteral("page"), QString::number(page));
-  query.addQueryItem(QStringLiteral("token"), token);
+  // A query takes some marks as they are that servers read as others, such as a plus for a blank.
+  query.addQueryItem(QStringLiteral("token"), QString::fromLatin1(QUrl::toPercentEncoding(token)));
   QUrl url(BaseAddress() + QStringLiteral("/assistant/activity/host-list"));
   url.setQuery(query);
 
   QNetworkAccessManager manager;
   const std::unique_ptr<QNetworkReply> reply(manager.get(QNetworkRequest(url)));
-  if (!WaitForReply(reply.get(), asker)) {
+  if (!WaitForReply(reply.get(), kLargestAnswer, until) || !IsAnswered(*reply)) {
     return -1;
   }
   backend::ParseActivities(reply->readAll(), out);
   return 0;
 }
 
-int BackendClient::HostStart(QString id, QString token, int* code) {
+int BackendClient::HostStart(QString id, QString token, int* code, const Until& until,
+                             QString* message) {
   const auto form = NewForm({{"id", id}, {"token", token}});
   QByteArray bytes;
-  if (PostForm(QStringLiteral("/assistant/livestream/host-start"), form.get(), &bytes) < 0) {
+  if (PostForm(QStringLiteral("/assistant/livestream/host-start"), form.get(), &bytes, until) < 0) {
+    return -1;
+  }
+  backend::ParseCode(bytes, code, message);
+  return 0;
+}
+
+int BackendClient::HostEnd(QString id, QString token, int* code, const Until& until) {
+  const auto form = NewForm({{"id", id}, {"token", token}});
+  QByteArray bytes;
+  if (PostForm(QStringLiteral("/assistant/livestream/host-end"), form.get(), &bytes, until) < 0) {
     return -1;
   }
   backend::ParseCode(bytes, code);
   return 0;
 }
 
-int BackendClient::HostEnd(QString id, QString token, int* code, Wait wait) {
-  const auto form = NewForm({{"id", id}, {"token", token}});
-  QByteArray bytes;
-  if (PostForm(QStringLiteral("/assistant/livestream/host-end"), form.get(), &bytes, wait) < 0) {
-    return -1;
-  }
-  backend::ParseCode(bytes, code);
-  return 0;
-}
-
-int BackendClient::FetchPixmap(QString url, QPixmap* out, QSize atMost, const QDialog* asker) {
+int BackendClient::FetchPixmap(QString url, QPixmap* out, QSize atMost, const Until& until) {
   *out = QPixmap();
   const QUrl address(url);
   // What lies on this machine is none of the service's business, and a pipe that nobody writes to
@@ -191,21 +166,15 @@ int BackendClient::FetchPixmap(QString url, QPixmap* out, QSize atMost, const QD
   if (address.isLocalFile()) {
     return 0;
   }
-  bool gone = false;
-  QObject watch;
-  if (asker != nullptr) {
-    const auto leave = [&gone] { gone = true; };
-    QObject::connect(asker, &QDialog::finished, &watch, leave);
-    QObject::connect(asker, &QObject::destroyed, &watch, leave);
-  }
   QNetworkAccessManager manager;
   const std::unique_ptr<QNetworkReply> reply(manager.get(QNetworkRequest(address)));
+  if (!WaitForReply(reply.get(), kLargestPicture, until) || !reply->isReadable()) {
+    return 0;
+  }
   // Also what a failed request brought: some services send a picture with their error.
-  WaitForReply(reply.get(), asker);
   const QByteArray bytes = reply->readAll();
-  // The asker may have gone after the last byte came.
-  if (!gone && reply->isFinished() && !bytes.isEmpty()) {
-    *out = QPixmap::fromImage(backend::DecodePicture(bytes, atMost, asker));
+  if (!bytes.isEmpty()) {
+    *out = QPixmap::fromImage(backend::DecodePicture(bytes, atMost, until));
   }
   return 0;
 }

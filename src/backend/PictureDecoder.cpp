@@ -1,13 +1,18 @@
 #include "backend/PictureDecoder.h"
 
-#include <QDialog>
-#include <QEventLoop>
+#include <pthread.h>
+
 #include <QIODevice>
 #include <QImageReader>
-#include <QThread>
+#include <QTimer>
 #include <atomic>
+#include <condition_variable>
 #include <cstring>
 #include <memory>
+#include <mutex>
+#include <thread>
+
+#include "backend/Until.h"
 
 namespace backend {
 
@@ -18,8 +23,8 @@ constexpr qint64 kLargestPicture = 64LL * 1000 * 1000;  // pixels
 // Their decoders do no more than the bytes and the size of the picture ask for. Which others this
 // system has depends on what is installed.
 bool HasPixels(const QByteArray& format) {
-  static const QByteArrayList formats{"bmp", "gif", "ico",  "jpeg", "pbm", "pgm",
-                                      "png", "ppm", "tiff", "webp", "xbm", "xpm"};
+  static const QByteArrayList formats{"bmp", "gif",  "jpeg", "pbm", "pgm", "png",
+                                      "ppm", "tiff", "webp", "xbm", "xpm"};
   return formats.contains(format);
 }
 
@@ -73,23 +78,67 @@ QImage ReadPicture(QIODevice* source, const QSize& atMost) {
              : picture.scaled(bounded, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
-QImage DecodePicture(const QByteArray& bytes, const QSize& atMost, const QDialog* asker) {
-  StoppableBytes source(bytes);
-  QImage picture;
-  QEventLoop loop;
-  if (asker != nullptr) {
-    QObject::connect(asker, &QDialog::finished, &loop, &QEventLoop::quit);
-    QObject::connect(asker, &QObject::destroyed, &loop, &QEventLoop::quit);
+namespace {
+
+// What a decoder and whoever waits for it share; the last of the two frees it.
+struct Decoding {
+  explicit Decoding(const QByteArray& bytes) : source(bytes) {}
+
+  StoppableBytes source;
+  std::mutex mutex;
+  QImage picture;           // guarded by the mutex, as the next
+  QTimer* waits = nullptr;  // fires when the picture is there; null once nobody waits
+};
+
+// The decoders that run, waited on or not: none may run into the end of the process.
+class Decoders {
+ public:
+  void Start(const std::shared_ptr<Decoding>& decoding, const QSize& atMost) {
+    {
+      const std::lock_guard<std::mutex> lock(m_mutex);
+      ++m_running;
+    }
+    std::thread([this, decoding, atMost] {
+      pthread_setname_np(pthread_self(), "decode-cover");
+      Decode(decoding.get(), atMost);
+      const std::lock_guard<std::mutex> lock(m_mutex);
+      --m_running;
+      m_ended.notify_all();
+    }).detach();
   }
-  const std::unique_ptr<QThread> worker(
-      QThread::create([&] { picture = ReadPicture(&source, atMost); }));
-  worker->setObjectName(QStringLiteral("decode-cover"));
-  QObject::connect(worker.get(), &QThread::finished, &loop, &QEventLoop::quit);
-  worker->start();
-  loop.exec();
-  source.Stop();
-  worker->wait();
-  return picture;
+  ~Decoders() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_ended.wait(lock, [this] { return m_running == 0; });
+  }
+
+ private:
+  static void Decode(Decoding* decoding, const QSize& atMost) {
+    const QImage picture = ReadPicture(&decoding->source, atMost);
+    const std::lock_guard<std::mutex> lock(decoding->mutex);
+    decoding->picture = picture;
+    if (decoding->waits != nullptr) {
+      QMetaObject::invokeMethod(decoding->waits, "start", Qt::QueuedConnection, Q_ARG(int, 0));
+    }
+  }
+
+  std::mutex m_mutex;
+  std::condition_variable m_ended;
+  int m_running = 0;
+};
+
+}  // namespace
+
+QImage DecodePicture(const QByteArray& bytes, const QSize& atMost, const Until& until) {
+  static Decoders decoders;
+  const auto decoding = std::make_shared<Decoding>(bytes);
+  QTimer done;
+  decoding->waits = &done;
+  decoders.Start(decoding, atMost);
+  const bool came = until.Wait(&done, &QTimer::timeout);
+  const std::lock_guard<std::mutex> lock(decoding->mutex);
+  decoding->waits = nullptr;
+  decoding->source.Stop();
+  return came ? decoding->picture : QImage();
 }
 
 }  // namespace backend

@@ -41,12 +41,15 @@ ActivityInfo* NewActivity(const QVariantMap& entry) {
 
 }  // namespace
 
-bool ParseCode(const QByteArray& bytes, int* code) {
+bool ParseCode(const QByteArray& bytes, int* code, QString* message) {
   QVariantMap reply;
   if (!ReadObject(bytes, &reply)) {
     return false;
   }
   *code = Number(reply, "code");
+  if (*code < 0 && message != nullptr) {
+    *message = Text(reply, "message");
+  }
   return true;
 }
 

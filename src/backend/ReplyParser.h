@@ -16,7 +16,8 @@
 namespace backend {
 
 // False when bytes hold no JSON object; the record is then untouched.
-bool ParseCode(const QByteArray& bytes, int* code);
+// message: of a refusal only; may be null.
+bool ParseCode(const QByteArray& bytes, int* code, QString* message = nullptr);
 bool ParseLogin(const QByteArray& bytes, LoginResult* out);
 bool ParseAd(const QByteArray& bytes, AdResult* out);
 // Appends to the list what a reply that is no refusal holds.

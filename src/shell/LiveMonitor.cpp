@@ -11,6 +11,7 @@
 
 #include "output/CEncoder.h"
 #include "platform/CaptureLayer.h"
+#include "shell/RefusedStart.h"
 #include "sources/CInputDev.h"
 #include "widgets/SoundMeter.h"
 
@@ -79,6 +80,7 @@ void LiveMonitor::AddTo(QBoxLayout* bar, QWidget* neighbour) {
 
 void LiveMonitor::Begin(bool hasMicrophone) {
   m_history.clear();
+  m_refusal.reset();
   m_systemSound = {};
   m_microphone = {};
   m_meterTime = Now();
@@ -94,7 +96,7 @@ void LiveMonitor::Refresh() {
     return;
   }
   AddSight(&m_history, Look());
-  Show(JudgeStream(m_history));
+  Show(WithRefusal(JudgeStream(m_history), m_refusal));
   MoveMeter();
   m_meter->Announce();
 }

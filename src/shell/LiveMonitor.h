@@ -48,6 +48,8 @@ class LiveMonitor : public QObject {
   void Begin(bool hasMicrophone);
   void Refresh();
   void End();
+  // What the service said when it would not hear of this broadcast; nothing when it has heard.
+  void SetRefusal(const std::optional<QString>& message) { m_refusal = message; }
 
  private:
   void MoveMeter();
@@ -61,6 +63,7 @@ class LiveMonitor : public QObject {
   QTimer m_meterTimer;
   std::int64_t m_meterTime = 0;  // of the last move
   StreamHistory m_history;
+  std::optional<QString> m_refusal;
   std::optional<StreamLight> m_shownLight;
   widgets::MeterState m_systemSound;
   widgets::MeterState m_microphone;

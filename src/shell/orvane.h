@@ -34,12 +34,12 @@
 #include <string>
 
 #include "backend/BackendClient.h"
+#include "shell/BroadcastReports.h"
 #include "shell/FixedRoad.h"
 #include "shell/LayerSlots.h"
 #include "shell/LiveMonitor.h"
 #include "shell/LiveRoad.h"
 #include "shell/PreviewRules.h"
-#include "shell/TellOrder.h"
 #include "ui_orvane.h"
 #include "widgets/ListTextTip.h"
 
@@ -155,9 +155,7 @@ class orvane : public QWidget {
   void ShowUnchosen();
   void StartBroadcast(const ActivityInfo& activity);
   void StopBroadcast();
-  void TellStart(const QString& id);
-  void TellEnd(const QString& id, const QString& token, BackendClient::Wait wait);
-  void NoteAnswer(const QString& id, bool heard, int code);
+  shell::BroadcastReports::Service Service();
   // Ends the broadcast on the way out of the program.
   void LeaveBroadcast();
   shell::FixedNodes FixedNodes() { return {m_mixFrame, m_silence, m_render}; }
@@ -234,13 +232,10 @@ class orvane : public QWidget {
   shell::LayerSlots m_slots{&m_layers};
   QTimer m_failureTimer;        // for sources that fail a little later
   bool m_changesLogin = false;  // a change of account is under way
-  QString m_liveToken;          // of the login that began the broadcast
-  shell::TellOrder m_tellOrder;
-  QString m_refusedId;   // of the activity of which the service has refused to hear, the last one
-  QString m_unheardEnd;  // of the activity of whose end the service has not heard
-  int m_broadcasts = 0;  // begun so far
+  int m_broadcasts = 0;         // begun so far
   // The state of the stream and the sound meter; looks at the nodes above.
   shell::LiveMonitor m_liveMonitor{LiveNodes(), m_layers};
+  shell::BroadcastReports m_reports{Service()};
   QTimer m_surfaceEvents;  // empties what SDL queues for the preview's native window
 };
 

@@ -1,6 +1,7 @@
 // The broadcast: the choice of its activity, its start and stop, its clock.
 #include <QFontMetrics>
 #include <QLabel>
+#include <QPointer>
 #include <QSpacerItem>
 #include <QTextDocument>
 #include <algorithm>
@@ -37,7 +38,11 @@ void orvane::SlotChooseBtn() {
     m_actShadow = new CustomShadowEffect(this);
     ApplyDialogShadow(m_actDlg, m_actShadow);
   }
-  const bool accepted = m_actDlg->exec() == QDialog::Accepted;
+  const QPointer<SelectActivities> dialog(m_actDlg);
+  const bool accepted = dialog->exec() == QDialog::Accepted;
+  if (dialog.isNull()) {
+    return;  // chosen anew while it was closing: what shows is the later choice
+  }
   const ActivityInfo* activity = ChosenActivity();
   if (accepted && activity != nullptr) {
     ShowChosen(activity->title);
@@ -90,7 +95,7 @@ void orvane::RecvStartLiving() {
   const ActivityInfo activity = *chosen;
   if (m_isLiving) {
     StopBroadcast();
-    TellEnd(activity.lsId, m_catalogue->userToken, BackendClient::Wait::kForTheReply);
+    m_reports.End(activity.lsId);
   } else if (shell::CanPublish(activity.publishUrl)) {
     StartBroadcast(activity);
   }
@@ -117,12 +122,8 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
 
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
   // the broadcast inside this wait, and the address is written all the same.
-  m_liveToken = m_catalogue->userToken;
-  if (m_unheardEnd == activity.lsId) {
-    m_unheardEnd.clear();
-  }
   const int broadcast = ++m_broadcasts;
-  TellStart(activity.lsId);
+  m_reports.Start(activity.lsId);
   // But not over that of a broadcast begun meanwhile.
   if (broadcast == m_broadcasts) {
     shell::WriteWatchAddress(activity.rtmpLiveUrl);
@@ -142,65 +143,30 @@ void orvane::StopBroadcast() {
   shell::StopLive(LiveNodes(), m_render);
 }
 
-void orvane::TellStart(const QString& id) {
-  m_tellOrder.Told();
-  int code = 0;
-  const bool heard = m_backend->HostStart(id, m_catalogue->userToken, &code) == 0;
-  NoteAnswer(id, heard, code);
-}
-
-void orvane::TellEnd(const QString& id, const QString& token, BackendClient::Wait wait) {
-  m_tellOrder.Told();
-  int code = 0;
-  const bool heard = m_backend->HostEnd(id, token, &code, wait) == 0;
-  m_unheardEnd = heard ? QString() : id;
-  NoteAnswer(id, heard, code);
-}
-
-void orvane::NoteAnswer(const QString& id, bool heard, int code) {
-  if (code < 0) {
-    qDebug("StartLive failed");  // the text of the end too: logs are searched for it
-  }
-  const bool refused = !heard || code < 0;
-  if (refused) {
-    m_refusedId = id;
-  }
-  if (!m_tellOrder.Answered(refused, m_isLiving)) {
-    return;
-  }
-  const ActivityInfo* activity = ChosenActivity();
-  if (!m_isLiving) {
-    // A service that is not there is told on the way out.
-    if (heard) {
-      TellEnd(QString(m_refusedId), m_catalogue->userToken, BackendClient::Wait::kForTheReply);
-    }
-  } else if (activity != nullptr) {
-    TellStart(QString(activity->lsId));
-  }
+shell::BroadcastReports::Service orvane::Service() {
+  using Answer = shell::BroadcastReports::Answer;
+  const auto start = [](const QString& id, const QString& token, const backend::Until& until) {
+    Answer answer;
+    BackendClient* client = BackendClient::Instance();
+    answer.arrived = client->HostStart(id, token, &answer.code, until, &answer.message) == 0;
+    return answer;
+  };
+  const auto end = [](const QString& id, const QString& token, const backend::Until& until) {
+    Answer answer;
+    answer.arrived = BackendClient::Instance()->HostEnd(id, token, &answer.code, until) == 0;
+    return answer;
+  };
+  return {start, end, [] { return DeviceCatalogue::Instance()->userToken; }};
 }
 
 void orvane::LeaveBroadcast() {
-  // The end of a broadcast that is over may have been on its way still when the window was closed.
-  QString id = m_unheardEnd;
-  const ActivityInfo* activity = ChosenActivity();
-  if (m_isLiving && activity != nullptr) {
-    id = activity->lsId;
-  }
-  if (!m_isLiving && id.isEmpty()) {
-    return;
-  }
   // The service is told in a loop that takes clicks too: none may start a broadcast any more.
   hide();
   setEnabled(false);
   if (m_isLiving) {
     StopBroadcast();
   }
-  if (!id.isEmpty()) {
-    // In the middle of a change of account nobody is logged in.
-    const QString& token = m_catalogue->userToken;
-    TellEnd(id, token.isEmpty() ? m_liveToken : token, BackendClient::Wait::kBriefly);
-    m_unheardEnd.clear();
-  }
+  m_reports.Leave();
 }
 
 void orvane::updateTime() {

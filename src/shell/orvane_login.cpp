@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "backend/BackendClient.h"
+#include "platform/DisplayGuard.h"
 #include "shell/orvane.h"
 #include "sources/DeviceCatalogue.h"
 #include "widgets/CLoginDlg.h"
@@ -39,6 +40,7 @@ void orvane::SlotLoginChange() {
   if (m_isLiving) {
     InformationDlg(kLivingNotice, QString()).exec();
   }
+  m_reports.BeforeLogout();
   int code = 0;
   m_backend->Logout(m_catalogue->userToken, &code);
   m_catalogue->userToken.clear();
@@ -49,6 +51,7 @@ void orvane::SlotLoginChange() {
   if (m_catalogue->loggedIn == 0) {
     // The workers must not run into the end of the process.
     CloseGraph();
+    platform::DisplayGuard::StandDown();
     std::exit(0);
   }
   show();

@@ -54,6 +54,10 @@ orvane::orvane(QWidget* parent) : QWidget(parent) {
   connect(ui.m_reselectBtn, &QPushButton::clicked, this, &orvane::SlotChooseBtn);
   connect(ui.m_LiveBtn, &QPushButton::clicked, this, &orvane::RecvStartLiving);
   connect(CEvent::instance(), &CEvent::loginChange, this, &orvane::SlotLoginChange);
+  connect(&m_reports, &shell::BroadcastReports::startRefused, &m_liveMonitor,
+          [this](const QString& message) { m_liveMonitor.SetRefusal(message); });
+  connect(&m_reports, &shell::BroadcastReports::startAccepted, &m_liveMonitor,
+          [this] { m_liveMonitor.SetRefusal(std::nullopt); });
   if (!shell::StartSdl()) {
     std::printf("SDL_Init error");
     std::fflush(stdout);

@@ -70,12 +70,15 @@ void CLoginDlg::InitStyle() {
 }
 
 void CLoginDlg::LoadPicture() {
+  const backend::Until until(this);
   AdResult ad;
   BackendClient* backend = BackendClient::Instance();
-  if (backend->GetHomepageAds(&ad) < 0 || ad.link.isEmpty()) {
+  if (backend->GetHomepageAds(&ad, until) < 0 || ad.link.isEmpty()) {
     return;
   }
-  backend->FetchPixmap(ad.link, &showPic);
+  // More than its label ever has room for would only be kept and scaled for nothing.
+  backend->FetchPixmap(ad.link, &showPic, ui.m_labShowPic->maximumSize() * devicePixelRatioF(),
+                       until);
   if (!showPic.isNull()) {
     ui.m_labShowPic->setPixmap(
         showPic.scaled(ui.m_labShowPic->size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
@@ -101,11 +104,15 @@ void CLoginDlg::SlotLogin() {
   const QString psw = ui.m_EditPsw->text();
   LoginResult result;
   const QPointer<CLoginDlg> self(this);
-  const int answered = BackendClient::Instance()->Login(usr, psw, &result);
+  const backend::Until until(this);
+  const int answered = BackendClient::Instance()->Login(usr, psw, &result, until);
   if (self.isNull()) {
     return;
   }
   m_loginRunning = false;
+  if (until.IsEnded()) {
+    return;  // the operator has left: nobody is logged in, whatever the service says
+  }
   catalogue->loggedIn = result.code >= 0;
   if (answered < 0) {
     return;

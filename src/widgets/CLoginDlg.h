@@ -4,7 +4,8 @@
 // Flow: the constructor fetches the picture of the login screen and waits for it in a local event
 // loop; exec then runs until a login succeeded (Accepted) or the operator closed the dialog. A
 // success has written loggedIn, userToken and userName of the DeviceCatalogue. A refusal shows the
-// service's message and leaves the dialog open; a failed request has shown the network notice.
+// service's message and leaves the dialog open; a failed request has shown the network notice. A
+// dialog that is closed while a request is out gives it up and writes nothing.
 //
 // The same object serves a later change of account, with its earlier text in the fields.
 //

@@ -64,10 +64,11 @@ void SelectActivities::recvReachedBottom() {
   qDebug("reach bottom");
   ++page;
   const QPointer<SelectActivities> self(this);
+  const backend::Until until(this);
   ActivityList list;
-  BackendClient::Instance()->GetHostList(token, page, &list, this);
-  if (!self.isNull() && !m_closed && list.code >= 0) {
-    AddPage(&list.activities);
+  BackendClient::Instance()->GetHostList(token, page, &list, until);
+  if (!until.IsEnded() && list.code >= 0) {
+    AddPage(&list.activities, until);
   }
   // What could not be shown any more.
   qDeleteAll(list.activities);
@@ -77,13 +78,12 @@ void SelectActivities::recvReachedBottom() {
 }
 
 // Moves the records that became cards out of the list. On return the dialog may be gone.
-void SelectActivities::AddPage(QList<ActivityInfo*>* records) {
-  const QPointer<SelectActivities> self(this);
+void SelectActivities::AddPage(QList<ActivityInfo*>* records, const backend::Until& until) {
   const QSize atMost = ActivitiesItemDelegate::CoverSize() * devicePixelRatioF();
   while (!records->isEmpty()) {
     QPixmap cover;
-    BackendClient::Instance()->FetchPixmap(records->first()->coverUrl, &cover, atMost, this);
-    if (self.isNull() || m_closed) {
+    BackendClient::Instance()->FetchPixmap(records->first()->coverUrl, &cover, atMost, until);
+    if (until.IsEnded()) {
       return;
     }
     ActivityInfo* info = records->takeFirst();

@@ -28,6 +28,10 @@
 #include "ui_SelectActivities.h"
 #include "widgets/theme/Frameless.h"
 
+namespace backend {
+class Until;
+}
+
 class SelectActivities : public QDialog {
   Q_OBJECT
 
@@ -60,7 +64,7 @@ class SelectActivities : public QDialog {
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  void AddPage(QList<ActivityInfo*>* records);
+  void AddPage(QList<ActivityInfo*>* records, const backend::Until& until);
   void PaintWhatIsDue();
 
   Ui::SelectActivities ui;

@@ -30,6 +30,9 @@ using support::Notices;
 using support::ScriptedHttp;
 using support::ScriptedReply;
 
+using backend::Until;
+
+constexpr Until::Brief kBrief{2000, true};
 const QString kNoNetwork = QStringLiteral("网络不通畅，请检查网络连接");
 
 class BackendClientTest : public ::testing::Test {
@@ -174,6 +177,7 @@ TEST_F(BackendClientTest, AFailedPostShowsTheNoticeOnceAndAFailedGetIsSilent) {
   EXPECT_EQ(client->Login(QString(), QString(), &login), -1);
   EXPECT_EQ(login.code, -1);
   EXPECT_EQ(notices.texts, QStringList{kNoNetwork});
+  EXPECT_EQ(notices.shadows, QList<bool>{true});
   ActivityList list;
   list.code = 7;
   EXPECT_EQ(client->GetHostList(QString(), 1, &list), -1);
@@ -258,6 +262,111 @@ TEST_F(BackendClientTest, AnEndlessReplyIsGivenUpAndFails) {
   EXPECT_TRUE(picture.isNull());
 }
 
+// A list is parsed on the user interface thread: pictures may be larger.
+TEST_F(BackendClientTest, AnAnswerBeyondFourMegabytesFails) {
+  const QByteArray head = R"({"code":0,"activities":[{"title":")";
+  const QByteArray tail = "\"}]}";
+  for (const int size : {4 << 20, (4 << 20) + 1}) {
+    server.SetReplies({JsonReply(head + QByteArray(size - head.size() - tail.size(), 'x') + tail)});
+    ActivityList list;
+    const bool fits = size <= 4 << 20;
+    EXPECT_EQ(client->GetHostList(QString(), 1, &list), fits ? 0 : -1);
+    EXPECT_EQ(list.activities.size(), fits ? 1 : 0);
+    qDeleteAll(list.activities);
+  }
+}
+
+TEST_F(BackendClientTest, ATokenOfAnyTextComesWhole) {
+  server.SetReplies({JsonReply(R"({"code":0})")});
+  ActivityList list;
+  client->GetHostList(QStringLiteral("a+b&c=%41d e"), 1, &list);
+  EXPECT_EQ(RequestLine(OnlyRequest()),
+            "GET /assistant/activity/host-list?page=1&token=a%2Bb%26c%3D%2541d%20e HTTP/1.1");
+}
+
+TEST_F(BackendClientTest, ARefusedStartGivesTheServicesWords) {
+  server.SetReplies({JsonReply(R"({"code":-3,"message":"too late"})"),
+                     JsonReply(R"({"code":0,"message":"welcome"})")});
+  int code = 0;
+  QString message;
+  EXPECT_EQ(client->HostStart("7", "token", &code, Until(), &message), 0);
+  EXPECT_EQ(code, -3);
+  EXPECT_EQ(message, "too late");
+  message.clear();
+  EXPECT_EQ(client->HostStart("7", "token", &code, Until(), &message), 0);
+  EXPECT_EQ(message, QString());
+}
+
+// Each of the seven, while the service says nothing.
+TEST_F(BackendClientTest, EveryCallEndsWithItsUntilAndShowsNothing) {
+  LoginResult login;
+  AdResult ad;
+  ActivityList list;
+  QPixmap picture;
+  int code = 11;
+  const std::function<int(const Until&)> calls[] = {
+      [&](const Until& until) { return client->Login("a", "b", &login, until); },
+      [&](const Until& until) { return client->Logout("t", &code, until); },
+      [&](const Until& until) { return client->GetHomepageAds(&ad, until); },
+      [&](const Until& until) { return client->GetHostList("t", 1, &list, until); },
+      [&](const Until& until) { return client->HostStart("7", "t", &code, until); },
+      [&](const Until& until) { return client->HostEnd("7", "t", &code, until); },
+      [&](const Until& until) {
+        return client->FetchPixmap(server.Address(), &picture, QSize(), until) - 1;
+      },
+  };
+  ScriptedReply never;
+  never.never = true;
+  for (const auto& call : calls) {
+    server.SetReplies({never});
+    auto dialog = std::make_unique<QDialog>();
+    const Until until(dialog.get());
+    QTimer hand;
+    QObject::connect(&hand, &QTimer::timeout, [&] {
+      if (server.Requests().size() == 1) {
+        dialog->reject();
+      }
+    });
+    hand.start(1);
+    EXPECT_EQ(call(until), -1);
+    // From now on every call is over before it begins.
+    EXPECT_EQ(call(until), -1);
+    EXPECT_EQ(server.Requests().size(), 1);
+  }
+  EXPECT_EQ(code, 11);
+  EXPECT_TRUE(notices.texts.isEmpty());
+}
+
+// Its own wait can't return before the one on top of it; its connection may not stay as long, since
+// one that dies without a byte has its request sent again.
+TEST_F(BackendClientTest, ARequestThatIsGivenUpBelowAnotherIsClosedAtOnce) {
+  ScriptedReply never;
+  never.never = true;
+  ScriptedReply slow = JsonReply(R"({"code":0})");
+  slow.delayMs = 100;
+  server.SetReplies({never, slow});
+  Until start;
+  int code = 0;
+  bool looked = false;
+  QTimer hand;
+  QObject::connect(&hand, &QTimer::timeout, [&] {
+    if (server.Requests().size() < 1) {
+      return;
+    }
+    hand.stop();
+    start.End();
+    QTimer::singleShot(50, &hand, [&] {
+      looked = true;
+      EXPECT_EQ(server.Connections(), 1);
+    });
+    EXPECT_EQ(client->HostEnd("7", "t", &code), 0);
+  });
+  hand.start(1);
+  EXPECT_EQ(client->HostStart("7", "t", &code, start), -1);
+  EXPECT_TRUE(looked);
+  EXPECT_TRUE(notices.texts.isEmpty());
+}
+
 TEST_F(BackendClientTest, ADeepDocumentIsNoObject) {
   server.SetReplies({JsonReply("{\"code\":" + QByteArray(100000, '[') + "}")});
   LoginResult login;
@@ -280,13 +389,35 @@ TEST_F(BackendClientTest, APendingCallEndsWhenTheApplicationQuits) {
   EXPECT_TRUE(notices.texts.isEmpty());
 }
 
+// Nobody would read it, and it would come up for a moment.
+TEST_F(BackendClientTest, AReplyThatFailsAsTheApplicationQuitsShowsNoNotice) {
+  class Shown : public QObject {
+   public:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+      notice = notice || (event->type() == QEvent::Show && watched->inherits("InformationDlg"));
+      return false;
+    }
+    bool notice = false;
+  } shown;
+  qApp->installEventFilter(&shown);
+  server.SetReplies({JsonReply("{}", 500)});
+  QTimer::singleShot(0, [&] {
+    const AtTheEndOfAReply atTheEnd([] { QCoreApplication::quit(); });
+    LoginResult login;
+    EXPECT_EQ(client->Login(QString(), QString(), &login), -1);
+    EXPECT_TRUE(atTheEnd.Came());
+  });
+  QApplication::exec();
+  EXPECT_FALSE(shown.notice);
+}
+
 TEST_F(BackendClientTest, ABriefCallIsAnsweredAfterTheApplicationWasToldToQuit) {
   server.SetReplies({JsonReply(R"({"code":-7})")});
   int code = 0;
   int returned = 1;
   QTimer::singleShot(0, [&] {
     QCoreApplication::quit();
-    returned = client->HostEnd("7", "token", &code, BackendClient::Wait::kBriefly);
+    returned = client->HostEnd("7", "token", &code, Until(kBrief));
   });
   QApplication::exec();
   EXPECT_EQ(returned, 0);
@@ -296,7 +427,7 @@ TEST_F(BackendClientTest, ABriefCallIsAnsweredAfterTheApplicationWasToldToQuit) 
 TEST_F(BackendClientTest, ABriefCallThatFailsSaysNothing) {
   SetTestAddress(QStringLiteral("http://127.0.0.1:1"));
   int code = 0;
-  EXPECT_EQ(client->HostEnd("7", "token", &code, BackendClient::Wait::kBriefly), -1);
+  EXPECT_EQ(client->HostEnd("7", "token", &code, Until(kBrief)), -1);
   EXPECT_EQ(code, 0);
   EXPECT_TRUE(notices.texts.isEmpty());
 }
@@ -348,7 +479,7 @@ TEST_F(BackendClientTest, APictureInAFileOfThisMachineIsNotRead) {
 }
 
 // Between the last byte and the reading of the picture.
-TEST_F(BackendClientTest, AnAskerThatGoesAsItsPictureArrivesIsNotAskedAgain) {
+TEST_F(BackendClientTest, ADialogThatEndsAsItsPictureArrivesGetsNone) {
   QImage image(3, 2, QImage::Format_RGB32);
   image.fill(Qt::red);
   QBuffer png;
@@ -364,7 +495,8 @@ TEST_F(BackendClientTest, AnAskerThatGoesAsItsPictureArrivesIsNotAskedAgain) {
       }
     });
     QPixmap picture;
-    EXPECT_EQ(client->FetchPixmap(server.Address(), &picture, QSize(), asker.get()), 0);
+    const Until until(asker.get());
+    EXPECT_EQ(client->FetchPixmap(server.Address(), &picture, QSize(), until), 0);
     EXPECT_TRUE(atTheEnd.Came());
     EXPECT_TRUE(picture.isNull()) << destroyed;
   }

@@ -4,9 +4,9 @@
 
 #include <QApplication>
 #include <QBuffer>
-#include <QDialog>
 #include <QTimer>
-#include <memory>
+
+#include "backend/Until.h"
 
 namespace {
 
@@ -48,13 +48,33 @@ TEST(PictureDecoder, EachSideIsReducedByItself) {
   }
 }
 
-TEST(PictureDecoder, WhatIsNoPictureOrCutOffIsNullOrPartial) {
+TEST(PictureDecoder, WhatIsNoPictureIsNullAndWhatIsCutOffIsNullOrPartial) {
   EXPECT_TRUE(Read("no picture", {215, 121}).isNull());
   EXPECT_TRUE(Read("", {215, 121}).isNull());
   const QByteArray whole = Encoded({400, 300}, "PNG");
   for (const int length : {1, 8, 20, 40, 100}) {
-    Read(whole.left(length), {215, 121});
+    const QImage picture = Read(whole.left(length), {215, 121});
+    EXPECT_TRUE(picture.isNull() || picture.size() == QSize(215, 121)) << length;
   }
+  EXPECT_TRUE(Read(whole.left(40), {215, 121}).isNull()) << "not a row of it";
+}
+
+// The picture inside may have any size, and its decoder takes no notice of a stop.
+TEST(PictureDecoder, AnIconIsNoPicture) {
+  const QByteArray png = Encoded({900, 900}, "PNG");
+  const auto number = [](int value, int bytes) {
+    QByteArray text;
+    for (int i = 0; i < bytes; ++i) {
+      text.append(static_cast<char>(value >> (8 * i)));
+    }
+    return text;
+  };
+  // One entry of 16 x 16, which is the picture behind it.
+  const QByteArray icon = number(0, 2) + number(1, 2) + number(1, 2) + number(16, 1) +
+                          number(16, 1) + number(0, 2) + number(1, 2) + number(32, 2) +
+                          number(png.size(), 4) + number(22, 4) + png;
+  EXPECT_TRUE(Read(icon, {}).isNull());
+  EXPECT_TRUE(Read(icon, {215, 121}).isNull());
 }
 
 // Such a picture may name files of this machine, and take any time to draw.
@@ -74,17 +94,24 @@ TEST(PictureDecoder, TheEventLoopRunsWhileAPictureIsDecoded) {
   QTimer timer;
   QObject::connect(&timer, &QTimer::timeout, [&] { ++turns; });
   timer.start(0);
-  EXPECT_EQ(backend::DecodePicture(bytes, {}, nullptr).size(), QSize(2000, 1500));
+  EXPECT_EQ(backend::DecodePicture(bytes, {}, backend::Until()).size(), QSize(2000, 1500));
   EXPECT_GT(turns, 1);
 }
 
-TEST(PictureDecoder, AnAskerThatIsFinishedOrDestroyedEndsIt) {
-  const QByteArray bytes = Encoded({2000, 1500}, "PNG");
-  auto asker = std::make_unique<QDialog>();
-  QTimer::singleShot(0, asker.get(), &QDialog::reject);
-  EXPECT_TRUE(backend::DecodePicture(bytes, {}, asker.get()).isNull() || !asker->isVisible());
-  QTimer::singleShot(0, [&] { asker.reset(); });
-  backend::DecodePicture(bytes, {}, asker.get());
-  QCoreApplication::processEvents();
-  EXPECT_EQ(asker, nullptr);
+// A decoder that has been given up is waited for by nobody: the wait has ended before it began.
+TEST(PictureDecoder, AWaitThatHasEndedGivesNoPicture) {
+  const QByteArray bytes = Encoded({20, 10}, "PNG");
+  backend::Until until;
+  until.End();
+  for (int round = 0; round < 50; ++round) {
+    EXPECT_TRUE(backend::DecodePicture(bytes, {}, until).isNull());
+  }
+  EXPECT_EQ(backend::DecodePicture(bytes, {}, backend::Until()).size(), QSize(20, 10));
+}
+
+TEST(PictureDecoder, AWaitThatEndsMeanwhileGivesNoPicture) {
+  const QByteArray bytes = Encoded({4000, 3000}, "PNG");
+  backend::Until until;
+  QTimer::singleShot(0, &until, &backend::Until::End);
+  EXPECT_TRUE(backend::DecodePicture(bytes, {}, until).isNull());
 }

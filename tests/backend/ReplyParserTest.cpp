@@ -30,7 +30,10 @@ TEST(ReplyParser, ReadsALogin) {
   ASSERT_TRUE(ParseLogin(kLogin, &out));
   EXPECT_EQ(out.code, 0);
   EXPECT_EQ(out.token, QStringLiteral("t0k"));
+  EXPECT_EQ(out.authStatus, QStringLiteral("1"));
+  EXPECT_EQ(out.email, QStringLiteral("a@b"));
   EXPECT_EQ(out.id, QStringLiteral("7"));
+  EXPECT_EQ(out.number, QStringLiteral("n"));
   EXPECT_EQ(out.qq, QStringLiteral("12345"));
   EXPECT_EQ(out.username, QStringLiteral("主播"));
   EXPECT_TRUE(out.message.isEmpty());
@@ -112,6 +115,25 @@ TEST(ReplyParser, AStartTimeOfDigitsInAStringConverts) {
   OwnedList list;
   ASSERT_TRUE(ParseActivities(kList, &list));
   EXPECT_EQ(list.activities[1]->startTime.toSecsSinceEpoch(), 1700000001);
+}
+
+// Toolkits that count seconds in 32 bits without a sign reach 2106.
+TEST(ReplyParser, AStartTimeBeyond2038Converts) {
+  OwnedList list;
+  ASSERT_TRUE(ParseActivities(
+      R"({"code":0,"activities":[{"startTime":2147483648},{"startTime":"4294967295"}]})", &list));
+  EXPECT_EQ(list.activities[0]->startTime.toSecsSinceEpoch(), 2147483648LL);
+  EXPECT_EQ(list.activities[1]->startTime.toSecsSinceEpoch(), 4294967295LL);
+}
+
+TEST(ReplyParser, ARefusalsMessageIsReadByWhoeverAsksForIt) {
+  int code = 0;
+  QString message = QStringLiteral("none");
+  ASSERT_TRUE(ParseCode(R"({"code":0,"message":"welcome"})", &code, &message));
+  EXPECT_EQ(message, "none");
+  ASSERT_TRUE(ParseCode(R"({"code":-1,"message":"no"})", &code, &message));
+  EXPECT_EQ(message, "no");
+  ASSERT_TRUE(ParseCode(R"({"code":-1,"message":"no"})", &code));
 }
 
 TEST(ReplyParser, ActivitiesMissingEmptyOrOfAnotherTypeGiveAnEmptyList) {

@@ -3,7 +3,9 @@
 #define ORVANE_TESTS_SUPPORT_NOTICES_H
 
 #include <QApplication>
+#include <QGraphicsEffect>
 #include <QLabel>
+#include <QList>
 #include <QObject>
 #include <QPushButton>
 #include <QStringList>
@@ -22,12 +24,14 @@ class Notices : public QObject {
         return;
       }
       texts.append(notice->findChild<QLabel*>(QStringLiteral("textLabel"))->text());
+      shadows.append(notice->graphicsEffect() != nullptr);
       notice->findChild<QPushButton*>(QStringLiteral("okButton"))->click();
     });
     m_timer.start(5);
   }
 
   QStringList texts;
+  QList<bool> shadows;  // whether each had one
 
  private:
   QTimer m_timer;

@@ -79,7 +79,11 @@ void ScriptedHttp::SetReplies(const QList<ScriptedReply>& replies) {
 void ScriptedHttp::Accept() {
   while (QTcpSocket* socket = m_server.nextPendingConnection()) {
     connect(socket, &QTcpSocket::readyRead, this, [this, socket] { Read(socket); });
-    connect(socket, &QTcpSocket::disconnected, socket, &QTcpSocket::deleteLater);
+    ++m_connections;
+    connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+      --m_connections;
+      socket->deleteLater();
+    });
   }
 }
 
@@ -102,6 +106,9 @@ void ScriptedHttp::Answer(QTcpSocket* socket) {
   const ScriptedReply reply = m_replies.at(qMin(m_next, m_replies.size() - 1));
   ++m_next;
   if (reply.never) {
+    if (reply.dropMs > 0) {
+      QTimer::singleShot(reply.dropMs, socket, &QTcpSocket::disconnectFromHost);
+    }
     return;
   }
   QTimer::singleShot(reply.delayMs, socket, [socket, reply] {

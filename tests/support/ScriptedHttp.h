@@ -21,6 +21,7 @@ struct ScriptedReply {
   bool cutOff = false;      // the connection is reset right behind the bytes
   bool byteByByte = false;  // one byte a millisecond
   bool never = false;       // read the request and say nothing
+  int dropMs = 0;           // with never: close the connection that late, without a byte
 };
 
 // A whole reply with that body and the headers it needs.
@@ -43,6 +44,8 @@ class ScriptedHttp : public QObject {
   void SetReplies(const QList<ScriptedReply>& replies);
   // Every whole request so far, headers and body.
   const QList<QByteArray>& Requests() const { return m_requests; }
+  // Connections that stand.
+  int Connections() const { return m_connections; }
 
  private:
   void Accept();
@@ -53,6 +56,7 @@ class ScriptedHttp : public QObject {
   QList<ScriptedReply> m_replies;
   QList<QByteArray> m_requests;
   int m_next = 0;
+  int m_connections = 0;
 };
 
 }  // namespace support

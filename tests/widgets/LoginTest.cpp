@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QBuffer>
 #include <QFile>
+#include <QHBoxLayout>
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
@@ -13,6 +14,7 @@
 #include <QSettings>
 #include <QTest>
 #include <QTimer>
+#include <functional>
 #include <random>
 
 #include "backend/TestAddress.h"
@@ -118,12 +120,57 @@ TEST_F(LoginTest, StandsAtItsSizesInItsStyle) {
             QStringLiteral("柯维直播助手"));
 }
 
+TEST_F(LoginTest, WearsItsStyleSheets) {
+  CLoginDlg dialog;
+  EXPECT_EQ(dialog.styleSheet(), QStringLiteral("QWidget{background-color:#282A30;}"));
+  const QString edit = QStringLiteral(
+      "QLineEdit{background-color: #3D3F45;border-width:1px;border-color:#24262A;border-style: "
+      "solid;border-radius: 5px;padding: 5px;color:#B4BECC;font-size:11px;font-family:黑体}");
+  const QString title =
+      QStringLiteral("QLabel{color:#B4BECC;border-width:0px;font-size:13px;font-family:%1}");
+  const QPair<const char*, QString> rows[] = {
+      {"m_EditUser", edit},
+      {"m_EditPsw", edit},
+      {"m_titleLogo", title.arg(QStringLiteral("宋体"))},
+      {"m_titleLogin", title.arg(QStringLiteral("黑体"))},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(dialog.findChild<QWidget*>(row.first)->styleSheet(), row.second) << row.first;
+  }
+  const QString button = dialog.findChild<QWidget*>("m_BtnLogin")->styleSheet();
+  for (const char* part :
+       {"color:#20A0FF;", "font-size:11px;", "font-family:黑体;", "border-width:1px 1px 2px 2px;",
+        "QPushButton{", "border-image:url(:/orvane/qietu/layer-normal.png)",
+        "QPushButton:hover{border-image:url(:/orvane/qietu/layer-hover.png);}",
+        "QPushButton:pressed{border-image:url(:/orvane/qietu/layer-normal.png);}"}) {
+    EXPECT_TRUE(button.contains(QString::fromUtf8(part))) << part;
+  }
+  const QString tip = dialog.findChild<QWidget*>("m_labTips")->styleSheet();
+  for (const char* part :
+       {"background:#32353C", "border:2px solid #24262A", "border-radius:15px", "padding:5px",
+        "margin:10px", "color:#B4BECC", "font-size:13px", "font-family:黑体"}) {
+    EXPECT_TRUE(tip.contains(QString::fromUtf8(part))) << part;
+  }
+  for (const char* name : {"verticalLayout", "verticalLayout_2", "horizontalLayout",
+                           "horizontalLayout_2", "horizontalLayout_3"}) {
+    EXPECT_NE(dialog.findChild<QLayout*>(name), nullptr) << name;
+  }
+}
+
+TEST_F(LoginTest, IsMinimisedByItsButton) {
+  CLoginDlg dialog;
+  dialog.show();
+  dialog.findChild<QPushButton*>(QStringLiteral("m_BtnMin"))->click();
+  EXPECT_TRUE(dialog.isMinimized());
+}
+
 TEST_F(LoginTest, AnEmptyAccountAndPasswordAreSentAsTheyAre) {
   CLoginDlg dialog;
   server.SetReplies({JsonReply(R"({"code":-1,"message":"no"})")});
   ClickLogin(dialog);
   ASSERT_EQ(server.Requests().size(), 1);
   EXPECT_TRUE(server.Requests().first().contains("name=\"login\"\r\n\r\n\r\n"));
+  EXPECT_TRUE(server.Requests().first().contains("name=\"password\"\r\n\r\n\r\n"));
   EXPECT_EQ(notices.texts, QStringList{QStringLiteral("no")});
 }
 
@@ -151,6 +198,7 @@ TEST_F(LoginTest, ARefusalShowsTheServicesMessageAndKeepsTheDialogOpen) {
   User(dialog)->setText(QStringLiteral("someone"));
   ClickLogin(dialog);
   EXPECT_EQ(notices.texts, QStringList{QStringLiteral("<b>no such account</b>")});
+  EXPECT_EQ(notices.shadows, QList<bool>{true});
   EXPECT_TRUE(dialog.isVisible());
   EXPECT_FALSE(catalogue->loggedIn);
   EXPECT_FALSE(QFile::exists(QStringLiteral("./login.ini")));
@@ -169,7 +217,75 @@ TEST_F(LoginTest, AReplyThatIsNoObjectCountsAsRefused) {
   server.SetReplies({JsonReply("[]")});
   ClickLogin(dialog);
   EXPECT_FALSE(catalogue->loggedIn);
-  EXPECT_EQ(notices.texts, QStringList{QString()});
+  EXPECT_EQ(notices.texts, QStringList{QStringLiteral("服务器的回复无法识别")});
+}
+
+TEST_F(LoginTest, AReplyWithoutATokenStillLogsIn) {
+  for (const char* reply : {R"({"code":0})", "{}"}) {
+    CLoginDlg dialog;
+    catalogue->loggedIn = 0;
+    catalogue->userToken = QStringLiteral("of another");
+    server.SetReplies({JsonReply(reply)});
+    ClickLogin(dialog);
+    EXPECT_TRUE(catalogue->loggedIn) << reply;
+    EXPECT_EQ(catalogue->userToken, QString()) << reply;
+    EXPECT_EQ(dialog.result(), QDialog::Accepted) << reply;
+  }
+}
+
+// A service that hangs must not hold anybody: without this the window would go and the process
+// stay.
+TEST_F(LoginTest, LeavingItWhileALoginIsOutEndsTheLogin) {
+  ScriptedReply hung;
+  hung.never = true;
+  const std::function<void(CLoginDlg&)> ways[] = {
+      [](CLoginDlg& dialog) { dialog.findChild<QPushButton*>("m_BtnExit")->click(); },
+      [](CLoginDlg& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); },
+      [](CLoginDlg& dialog) { dialog.close(); },
+  };
+  CLoginDlg dialog;
+  for (const auto& leave : ways) {
+    server.SetReplies({hung});
+    QTimer hand;
+    QObject::connect(&hand, &QTimer::timeout, [&] {
+      if (server.Requests().size() == 1) {
+        hand.stop();
+        leave(dialog);
+      }
+    });
+    hand.start(1);
+    QTimer::singleShot(0, &dialog, [&dialog] { ClickLogin(dialog); });
+    EXPECT_EQ(dialog.exec(), QDialog::Rejected);
+    EXPECT_FALSE(catalogue->loggedIn);
+    EXPECT_TRUE(notices.texts.isEmpty());
+  }
+  // The same dialog serves the next time.
+  server.SetReplies({JsonReply(R"({"code":0,"token":"tok"})")});
+  QTimer::singleShot(0, &dialog, [&dialog] { ClickLogin(dialog); });
+  EXPECT_EQ(dialog.exec(), QDialog::Accepted);
+  EXPECT_EQ(catalogue->userToken, QStringLiteral("tok"));
+}
+
+TEST_F(LoginTest, AReplyThatComesAsItIsLeftLogsNobodyIn) {
+  CLoginDlg dialog;
+  ScriptedReply late = JsonReply(R"({"code":0,"token":"tok"})");
+  late.delayMs = 50;
+  server.SetReplies({late});
+  User(dialog)->setText(QStringLiteral("me"));
+  QTimer hand;
+  QObject::connect(&hand, &QTimer::timeout, [&] {
+    if (server.Requests().size() == 1) {
+      hand.stop();
+      dialog.SlotExitSize();
+      QTest::qWait(100);  // the reply comes, and the login has not returned yet
+    }
+  });
+  hand.start(1);
+  QTimer::singleShot(0, &dialog, [&dialog] { ClickLogin(dialog); });
+  EXPECT_EQ(dialog.exec(), QDialog::Rejected);
+  EXPECT_FALSE(catalogue->loggedIn);
+  EXPECT_TRUE(catalogue->userToken.isEmpty());
+  EXPECT_FALSE(QFile::exists(QStringLiteral("./login.ini")));
 }
 
 TEST_F(LoginTest, NoReplyShowsTheNetworkNoticeOnce) {
@@ -216,8 +332,31 @@ TEST_F(LoginTest, ThePictureFillsItsAreaWhateverItsAspect) {
   EXPECT_EQ(PictureOf(label).size(), QSize(10, 40));
 }
 
-TEST_F(LoginTest, AfterAChangeOfAccountANewStartShowsEmptyFields) {
-  widgets::WriteLoginSettings({QStringLiteral("a"), QStringLiteral("b")});
+TEST_F(LoginTest, ARefusedOrUnreadableAdvertisementLeavesTheAreaEmptyWithoutAWord) {
+  for (const char* reply : {R"({"code":-1,"link":"http://127.0.0.1:1/x"})", "<html>", "", "[]"}) {
+    server.SetReplies({JsonReply(reply)});
+    const CLoginDlg dialog;
+    EXPECT_EQ(server.Requests().size(), 1) << reply;
+    EXPECT_TRUE(PictureOf(dialog.findChild<QLabel*>("m_labShowPic")).isNull()) << reply;
+  }
+  EXPECT_TRUE(notices.texts.isEmpty());
+}
+
+// What it has no room for would be kept, and scaled on each change of its size.
+TEST_F(LoginTest, AnEnormousPictureIsReducedToWhatItsAreaCanShow) {
+  QImage image(2500, 1500, QImage::Format_RGB32);
+  image.fill(Qt::red);
+  QBuffer png;
+  image.save(&png, "PNG");
+  server.SetReplies({JsonReply(("{\"code\":0,\"link\":\"" + server.Address() + "/x\"}").toUtf8()),
+                     JsonReply(png.data())});
+  CLoginDlg dialog;
+  dialog.SlotMaxSize();
+  dialog.SlotMaxSize();
+  EXPECT_EQ(PictureOf(dialog.findChild<QLabel*>("m_labShowPic")).size(), QSize(1920, 1080));
+}
+
+TEST_F(LoginTest, ASavedEmptyAccountShowsEmptyFields) {
   widgets::WriteLoginSettings({QString(), QString()});
   const CLoginDlg dialog;
   EXPECT_TRUE(dialog.findChild<QLineEdit*>(QStringLiteral("m_EditUser"))->text().isEmpty());
@@ -318,17 +457,55 @@ TEST(LoginInfoControl, ShowsTheNameAndKeepsThePictureWhenGivenNone) {
   EXPECT_FALSE(PictureOf(control.findChild<QLabel*>(QStringLiteral("avatarLabel"))).isNull());
 }
 
+TEST(LoginInfoControl, StandsAtItsSizesInItsStyle) {
+  LoginInfoControl control;
+  control.SetLoginInfo(QString(), QPixmap());
+  control.show();
+  const auto* avatar = control.findChild<QLabel*>("avatarLabel");
+  const auto* name = control.findChild<QLabel*>("nameLabel");
+  const auto* button = control.findChild<QPushButton*>("menuButton");
+  EXPECT_EQ(avatar->size(), QSize(24, 24));
+  EXPECT_EQ(name->height(), 30);
+  EXPECT_EQ(name->minimumWidth(), 42);
+  EXPECT_EQ(button->size(), QSize(20, 20));
+  EXPECT_EQ(name->styleSheet(), QStringLiteral("font:bold 12px 黑体;color:#878E99"));
+  EXPECT_EQ(button->styleSheet(), "border:0px");
+  EXPECT_FALSE(button->icon().isNull());
+  const auto* row = control.findChild<QHBoxLayout*>();
+  EXPECT_EQ(row->spacing(), 10);
+  const QWidget* order[] = {avatar, name, button};
+  for (int place = 0; place < 3; ++place) {
+    EXPECT_EQ(row->itemAt(place)->widget(), order[place]);
+  }
+  EXPECT_TRUE(control.testAttribute(Qt::WA_TranslucentBackground));
+  EXPECT_TRUE(control.windowFlags().testFlag(Qt::FramelessWindowHint));
+}
+
+// The title row's buttons would be pushed out of the window.
+TEST(LoginInfoControl, ANameOfAnyLengthLeavesRoomForTheButtons) {
+  LoginInfoControl control;
+  const QString name = QStringLiteral("<b>") + QString(5000, QLatin1Char('W'));
+  control.SetLoginInfo(name, QPixmap());
+  EXPECT_LT(control.sizeHint().width(), 420);
+  const auto* label = control.findChild<QLabel*>("nameLabel");
+  EXPECT_TRUE(label->text().endsWith(QChar(0x2026)));
+  EXPECT_TRUE(label->toolTip().startsWith(QStringLiteral("<p>&lt;b&gt;")));
+}
+
 TEST(LoginInfoControl, ItsMenuEntryAsksForAnotherAccount) {
   LoginInfoControl control;
+  control.move(300, 100);
   control.show();
+  const QPoint place = control.findChild<QPushButton*>("menuButton")->mapToGlobal(QPoint(0, 0));
   int asked = 0;
   const auto connection =
       QObject::connect(CEvent::instance(), &CEvent::loginChange, [&asked] { ++asked; });
-  QTimer::singleShot(0, [] {
+  QTimer::singleShot(0, [place] {
     auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     ASSERT_NE(menu, nullptr);
     ASSERT_EQ(menu->actions().size(), 1);
     EXPECT_EQ(menu->actions().first()->text(), QStringLiteral("切换账号"));
+    EXPECT_EQ(menu->pos(), place + QPoint(-90, 25));
     menu->setActiveAction(menu->actions().first());
     QTest::keyClick(menu, Qt::Key_Return);
   });
