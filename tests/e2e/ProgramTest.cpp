@@ -230,6 +230,9 @@ TEST_F(Program, AChangeOfAccountThatIsGivenUpEndsIt) {
   ASSERT_TRUE(m_studio.Activate(kLoginTitle));
   ASSERT_TRUE(m_studio.PressKeys({"Escape"}));
   EXPECT_EQ(m_program.Wait(5000), 0) << Printed();
+  // Every node has been stopped before: the guard of the display has nothing to tell.
+  const std::string log = support::ReadFile(m_studio.File("MyLog.txt"));
+  EXPECT_EQ(log.find("while nodes were running"), std::string::npos) << log;
 }
 
 TEST_F(Program, SigtermEndsItAtTheLoginToo) {
