@@ -1,6 +1,9 @@
 #include "shell/LiveRoad.h"
 
 #include <QtGlobal>
+#include <initializer_list>
+#include <thread>
+#include <vector>
 
 #include "media/CMixOut.h"
 #include "output/CEncoder.h"
@@ -43,6 +46,20 @@ void LinkBothSounds(const LiveNodes& nodes) {
   nodes.mic->AddAudioOutput(nodes.mixOut);
 }
 
+// Each may take half a second to end, with the window waiting: they do so beside each other. What
+// is already stopped is stopped again without effect.
+void StopTogether(std::initializer_list<CSrcInterface*> nodes) {
+  std::vector<std::thread> stops;
+  for (CSrcInterface* node : nodes) {
+    if (node != nullptr) {
+      stops.emplace_back([node] { node->Stop(); });
+    }
+  }
+  for (std::thread& stop : stops) {
+    stop.join();
+  }
+}
+
 }  // namespace
 
 void StartLive(const LiveNodes& nodes, const LiveSettings& settings, CRender* render) {
@@ -70,6 +87,7 @@ void StopLive(const LiveNodes& nodes, CRender* render) {
     nodes.loopback->RemoveAudioOutput(nodes.encoder);
   }
   render->RemoveVideoOutput(nodes.encoder);
+  StopTogether({nodes.loopback, nodes.mic, nodes.mixOut, nodes.encoder});
   EndNode(&nodes.loopback);
   EndNode(&nodes.mic);
   EndNode(&nodes.mixOut);

@@ -8,8 +8,9 @@
 // Ownership: the pointers belong to the caller (the window), are null unless live, and are made and
 // deleted by the two functions here.
 //
-// Threads: the user interface thread. StopLive joins the workers of four nodes one after the other,
-// each of which ends within half a second in every state of its device or of the network.
+// Threads: the user interface thread. StopLive stops the four nodes beside each other, on threads
+// of its own that it joins: each ends within half a second in every state of its device or of the
+// network, and so do all of them.
 //
 // Failure: a microphone that does not open is left out. An encoder that does not start, or an
 // address that can't be reached, changes nothing here: the broadcast counts as running, and the

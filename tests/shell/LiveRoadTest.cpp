@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <chrono>
 #include <cmath>
 #include <complex>
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "media/CMixOut.h"
@@ -28,6 +31,9 @@ constexpr int kVoiceHertz = 3000;
 // Opens the protected member of any node.
 struct Peek : CSrcInterface {
   static int AudioIndex(CSrcInterface* node) { return node->*(&Peek::m_audioIndex); }
+  static std::vector<CSrcInterface*> PictureOutputs(CSrcInterface* node) {
+    return node->*(&Peek::m_videoOutputs);
+  }
 };
 
 // How much of that tone is in the left channel; a sine of full scale has 1.
@@ -123,6 +129,34 @@ TEST_F(LiveRoad, WithAMicrophoneBothSoundsGoThroughTheMixer) {
   EXPECT_GT(ToneIn(mix, kSystemHertz), 0.1);
   EXPECT_GT(ToneIn(mix, kVoiceHertz), 0.1);
   EXPECT_LT(ToneIn(mix, 4320), 0.02);
+}
+
+// Each may take half a second, and the window waits for all of them.
+TEST_F(LiveRoad, TheNodesStopBesideEachOther) {
+  std::mutex mutex;
+  std::condition_variable both;
+  int closing = 0;
+  bool met = true;
+  const auto meet = [&] {
+    std::unique_lock<std::mutex> lock(mutex);
+    ++closing;
+    both.notify_all();
+    met = both.wait_for(lock, std::chrono::milliseconds(kPatienceMs), [&] {
+      return closing == 2;
+    }) && met;
+  };
+  m_systemSound->OnClose(meet);
+  m_microphone->OnClose(meet);
+  shell::StartLive(Nodes(), m_settings, &m_render);
+  shell::StopLive(Nodes(), &m_render);
+  EXPECT_TRUE(met);
+}
+
+TEST_F(LiveRoad, TheSceneGoesToTheEncoderUntilTheStop) {
+  shell::StartLive(Nodes(), m_settings, &m_render);
+  EXPECT_EQ(Peek::PictureOutputs(&m_render), std::vector<CSrcInterface*>{m_encoder});
+  shell::StopLive(Nodes(), &m_render);
+  EXPECT_TRUE(Peek::PictureOutputs(&m_render).empty());
 }
 
 TEST_F(LiveRoad, WithoutAMicrophoneTheSystemSoundGoesStraightIntoTheEncoder) {

@@ -192,6 +192,9 @@ OpenResult FakeDevice::Open() {
 }
 
 void FakeDevice::Close() {
+  if (m_onClose) {
+    m_onClose();
+  }
   std::lock_guard<std::mutex> lock(m_mutex);
   m_open = false;
 }

@@ -13,9 +13,11 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/CaptureLayer.h"
@@ -72,6 +74,8 @@ class FakeDevice {
   void SetStreamless(bool streamless);
   // The codec that the parameters tell, in place of the right one; for one without a decoder.
   void SetCodec(AVCodecID codec);
+  // Called at each closing, before it, on the thread that closes; set before the device is opened.
+  void OnClose(std::function<void()> call) { m_onClose = std::move(call); }
   // Pictures from the next Give on have another size, told in the stream as V4L2 and X11 would.
   void ChangeSize(int width, int height);
 
@@ -108,6 +112,7 @@ class FakeDevice {
 
   const platform::CaptureKind m_kind;
   const std::string m_name;
+  std::function<void()> m_onClose;
 
   mutable std::mutex m_mutex;  // guards all below
   FakePictures m_pictures;
