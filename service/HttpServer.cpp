@@ -1,6 +1,5 @@
 #include "service/HttpServer.h"
 
-#include <arpa/inet.h>
 #include <microhttpd.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -8,12 +7,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <QHostAddress>
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <condition_variable>
 #include <cstring>
 #include <deque>
+#include <iterator>
 #include <mutex>
 #include <thread>
 
@@ -49,31 +49,8 @@ MHD_Result CollectQuery(void* closure, MHD_ValueKind, const char* key, const cha
   return MHD_YES;
 }
 
-template <typename Address>
-std::string Text(int family, const Address& address) {
-  std::array<char, INET6_ADDRSTRLEN> text{};
-  inet_ntop(family, &address, text.data(), text.size());
-  return text.data();
-}
-
-void DescribePeer4(in_addr address, Request* request) {
-  request->peerIsLoopback = (ntohl(address.s_addr) >> 24) == 127;
-  request->peer = Text(AF_INET, address);
-  request->network = request->peer;
-}
-
-void DescribePeer6(in6_addr address, Request* request) {
-  if (IN6_IS_ADDR_V4MAPPED(&address)) {
-    in_addr inner{};
-    std::memcpy(&inner, &address.s6_addr[12], sizeof inner);
-    DescribePeer4(inner, request);
-    return;
-  }
-  request->peerIsLoopback = IN6_IS_ADDR_LOOPBACK(&address);
-  request->peer = Text(AF_INET6, address);
-  std::memset(&address.s6_addr[8], 0, 8);
-  request->network = Text(AF_INET6, address);
-}
+// Limits count the addresses of one network together: 64 bits of IPv6 belong to one subscriber.
+constexpr int kBytesOfNetwork6 = 8;
 
 void DescribePeer(MHD_Connection* connection, Request* request) {
   const MHD_ConnectionInfo* info =
@@ -81,15 +58,18 @@ void DescribePeer(MHD_Connection* connection, Request* request) {
   if (info == nullptr || info->client_addr == nullptr) {
     return;
   }
-  if (info->client_addr->sa_family == AF_INET) {
-    sockaddr_in address{};
-    std::memcpy(&address, info->client_addr, sizeof address);
-    DescribePeer4(address.sin_addr, request);
-  } else if (info->client_addr->sa_family == AF_INET6) {
-    sockaddr_in6 address{};
-    std::memcpy(&address, info->client_addr, sizeof address);
-    DescribePeer6(address.sin6_addr, request);
+  QHostAddress peer(info->client_addr);
+  bool is4 = false;
+  const quint32 inner = peer.toIPv4Address(&is4);  // also of one that is written in IPv6
+  if (is4) {
+    peer = QHostAddress(inner);
   }
+  peer.setScopeId(QString());
+  request->peerIsLoopback = peer.isLoopback();
+  request->peer = peer.toString().toStdString();
+  Q_IPV6ADDR network = peer.toIPv6Address();
+  std::fill(network.c + kBytesOfNetwork6, std::end(network.c), quint8{0});
+  request->network = is4 ? request->peer : QHostAddress(network).toString().toStdString();
 }
 
 MHD_Result Send(MHD_Connection* connection, const Response& reply) {

@@ -1,12 +1,10 @@
 #include "service/Prompt.h"
 
-#include <signal.h>
-#include <termios.h>
+#include <bsd/readpassphrase.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <string>
 
 #include "service/CommandLine.h"
@@ -18,48 +16,11 @@ namespace {
 
 constexpr int kLongestPassword = 1024;
 constexpr std::size_t kLongestLine = 8 * kLongestPassword;
-constexpr std::array<int, 4> kEndings = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-
-volatile sig_atomic_t g_signal = 0;
-
-// While it lives the terminal shows nothing, and the signals that end a program only interrupt the
-// read: a shell must not be left without an echo.
-class HiddenInput {
- public:
-  HiddenInput() {
-    struct sigaction interrupt {};
-    interrupt.sa_handler = [](int signal) { g_signal = signal; };
-    for (std::size_t i = 0; i < kEndings.size(); ++i) {
-      sigaction(kEndings[i], &interrupt, &m_former[i]);
-    }
-    tcgetattr(STDIN_FILENO, &m_shown);
-    termios hidden = m_shown;
-    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
-  }
-  ~HiddenInput() {
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_shown);
-    std::fputs("\n", stderr);
-    for (std::size_t i = 0; i < kEndings.size(); ++i) {
-      sigaction(kEndings[i], &m_former[i], nullptr);
-    }
-    if (g_signal != 0) {
-      raise(g_signal);
-    }
-  }
-  HiddenInput(const HiddenInput&) = delete;
-  HiddenInput& operator=(const HiddenInput&) = delete;
-
- private:
-  termios m_shown{};
-  std::array<struct sigaction, kEndings.size()> m_former{};
-};
-
 // Byte by byte: what follows the line belongs to whoever reads next.
 std::string ReadLine() {
   std::string line;
   char byte = 0;
-  while (line.size() < kLongestLine && g_signal == 0) {
+  while (line.size() < kLongestLine) {
     const ssize_t got = read(STDIN_FILENO, &byte, 1);
     if (got < 0 && errno == EINTR) {
       continue;
@@ -79,9 +40,11 @@ QString ReadSecret(const char* prompt) {
   if (isatty(STDIN_FILENO) != 1) {
     return QString::fromStdString(ReadLine());
   }
-  std::fputs(prompt, stderr);
-  const HiddenInput hidden;
-  return QString::fromStdString(ReadLine());
+  std::array<char, kLongestLine> line{};
+  const char* read = readpassphrase(prompt, line.data(), line.size(), RPP_ECHO_OFF);
+  const QString secret = read != nullptr ? QString::fromUtf8(read) : QString();
+  explicit_bzero(line.data(), line.size());
+  return secret;
 }
 
 }  // namespace

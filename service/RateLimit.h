@@ -7,40 +7,34 @@
 #ifndef ORVANE_SERVICE_RATELIMIT_H
 #define ORVANE_SERVICE_RATELIMIT_H
 
+#include <QByteArray>
+#include <QCache>
 #include <cstdint>
-#include <list>
 #include <mutex>
 #include <string>
-#include <unordered_map>
 
 namespace service {
 
-// The most recently seen come first; a bounded map from a caller to its record.
+// A bounded map from a caller to its record.
 template <typename Record>
 class RecentCallers {
  public:
-  static constexpr std::size_t kMostEntries = 10000;
+  static constexpr int kMostEntries = 10000;
 
+  // Made anew for one that is not known. Valid until the next call.
   Record& Find(const std::string& caller) {
-    const auto known = m_index.find(caller);
-    if (known != m_index.end()) {
-      m_entries.splice(m_entries.begin(), m_entries, known->second);
-      return m_entries.front().second;
+    const QByteArray key = QByteArray::fromStdString(caller);
+    Record* known = m_records.object(key);
+    if (known == nullptr) {
+      known = new Record{};
+      m_records.insert(key, known);
     }
-    if (m_entries.size() == kMostEntries) {
-      m_index.erase(m_entries.back().first);
-      m_entries.pop_back();
-    }
-    m_entries.emplace_front(caller, Record{});
-    m_index[caller] = m_entries.begin();
-    return m_entries.front().second;
+    return *known;
   }
-  std::size_t Size() const { return m_entries.size(); }
+  int Size() const { return m_records.size(); }
 
  private:
-  std::list<std::pair<std::string, Record>> m_entries;
-  std::unordered_map<std::string, typename std::list<std::pair<std::string, Record>>::iterator>
-      m_index;
+  QCache<QByteArray, Record> m_records{kMostEntries};
 };
 
 // Allows perSecond requests a second with bursts of twice as many.

@@ -54,7 +54,7 @@ TEST(LoginLimitTest, ASuccessForgetsTheFailures) {
 
 TEST(RecentCallersTest, ForgetsTheOneSeenLongestAgo) {
   RecentCallers<int> callers;
-  for (std::size_t i = 0; i < RecentCallers<int>::kMostEntries; ++i) {
+  for (int i = 0; i < RecentCallers<int>::kMostEntries; ++i) {
     callers.Find(std::to_string(i)) = 1;
   }
   callers.Find("0");
