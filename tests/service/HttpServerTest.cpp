@@ -202,7 +202,7 @@ TEST_F(HttpServerTest, ARequestThatDripsIsEndedWhenItsTimeIsOver) {
   ExpectAlive();
 }
 
-TEST_F(HttpServerTest, ManyConnectionsThatSayNothingKeepNobodyOut) {
+TEST_F(HttpServerTest, TwoHundredConnectionsThatSayNothingKeepNobodyOut) {
   std::vector<std::unique_ptr<Connection>> idle;
   for (int i = 0; i < 200; ++i) {
     idle.push_back(std::make_unique<Connection>(rig.port));

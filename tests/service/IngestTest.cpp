@@ -205,7 +205,7 @@ TEST_F(IngestTest, APortInUseIsSaidWithStatusFour) {
       << ReadFile(output);
 }
 
-TEST_F(IngestTest, TheServiceMayRestartWhileTheEngineLivesOn) {
+TEST_F(IngestTest, TheServiceMayRestartBetweenTwoUpdatesOfTheEngine) {
   service.Stop();
   service::IngestSettings settings;
   settings.rtmpPort = rtmp;

@@ -414,12 +414,11 @@ TEST_F(StoreTest, ATruncatedDatabaseIsAnErrorAndNoCrash) {
   EXPECT_EQ(outcome, Outcome::Failed);
 }
 
-TEST_F(StoreTest, ADatabaseThatCanOnlyBeReadIsReadAndNotWritten) {
+TEST_F(StoreTest, AWriteThatTheDatabaseRefusesFailsAndReadsGoOn) {
   rig.AddAccount("user");
   ASSERT_TRUE(Raw(rig.Database()).Run(QStringLiteral("SELECT 1")));
   rig.store.reset();
   {
-    // As a read-only mount would have it; file modes refuse nothing to root.
     Raw raw(rig.Database());
     raw.Run(
         QStringLiteral("CREATE TRIGGER ro BEFORE INSERT ON accounts BEGIN "
