@@ -14,6 +14,8 @@ elseif(NOT ORVANE_SANITIZER STREQUAL "none")
 endif()
 
 # Qt and SDL want these for what uses them; with them everywhere one precompiled header fits all.
+set(ORVANE_PRECOMPILE OFF)
 if(NOT ORVANE_SANITIZER STREQUAL "none")
+  set(ORVANE_PRECOMPILE ON)
   add_compile_options(-fPIC -D_REENTRANT)
 endif()

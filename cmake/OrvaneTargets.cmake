@@ -22,10 +22,10 @@ set(ORVANE_WIDGET_HEADERS
 
 # orvane_precompile(TARGET HEADERS... | TARGET REUSE_FROM OTHER)
 # Parses headers that most files of a target begin with once for all of them; they are half of what the
-# compiler does there. In the sanitizer builds only: in the one that ships every file has to name what
-# it uses.
+# compiler does there. Where ORVANE_PRECOMPILE says so: for the tests, and in the sanitizer builds. What
+# ships is built without, so that every file of it has to name what it uses.
 function(orvane_precompile target)
-  if(NOT ORVANE_SANITIZER STREQUAL "none")
+  if(ORVANE_PRECOMPILE)
     if(ARGV1 STREQUAL "REUSE_FROM")
       target_precompile_headers(${target} ${ARGN})
     else()
