@@ -23,7 +23,20 @@ const ScriptedReply kFine = JsonReply(R"({"code":0})");
 const ScriptedReply kRefused = JsonReply(R"({"code":-1,"message":"没有这个活动"})");
 const QString kNoNetwork = QStringLiteral("网络不通畅，请检查网络连接");
 
-class LiveTrouble : public LiveControlRig {};
+class LiveTrouble : public LiveControlRig {
+ protected:
+  // Acts once, when the service has been asked for that and is waited for.
+  void WhenAsked(const char* path, const std::function<void()>& action) {
+    auto* hand = new QTimer(m_window.get());
+    QObject::connect(hand, &QTimer::timeout, [this, hand, path, action] {
+      if (Requests(path) > 0) {
+        hand->stop();
+        action();
+      }
+    });
+    hand->start(5);
+  }
+};
 
 TEST_F(LiveTrouble, AnActivityThatWasDeletedMeanwhileGoesOnAndIsLogged) {
   ChooseWith({kRefused});
@@ -92,7 +105,7 @@ TEST_F(LiveTrouble, ASecondPressWhileTheServiceIsWaitedForStopsTheBroadcast) {
   ScriptedReply slow = kFine;
   slow.delayMs = 300;
   ChooseWith({slow, kFine});
-  QTimer::singleShot(50, m_window.get(), [this] {
+  WhenAsked("host-start", [this] {
     ASSERT_TRUE(IsLive());
     EXPECT_EQ(AddressFile(), "");
     Press("m_LiveBtn");
@@ -112,7 +125,7 @@ TEST_F(LiveTrouble, AStartThatHangsIsNotSentAgainBehindTheEnd) {
   hung.never = true;
   hung.dropMs = 300;
   ChooseWith({hung, kFine});
-  QTimer::singleShot(50, m_window.get(), [this] {
+  WhenAsked("host-start", [this] {
     ASSERT_EQ(Requests("host-start"), 1);
     Press("m_LiveBtn");
     EXPECT_EQ(Requests("host-end"), 1);
@@ -128,7 +141,7 @@ TEST_F(LiveTrouble, AnEndThatMayHaveOvertakenItsStartIsToldAgain) {
   ScriptedReply slow = kFine;
   slow.delayMs = 300;
   ChooseWith({slow, kRefused, kFine});
-  QTimer::singleShot(50, m_window.get(), [this] { Press("m_LiveBtn"); });
+  WhenAsked("host-start", [this] { Press("m_LiveBtn"); });
   Press("m_LiveBtn");
   ExpectChosen();
   EXPECT_EQ(Requests("host-start"), 1);
@@ -142,7 +155,7 @@ TEST_F(LiveTrouble, AnEndThatIsLostWhileItsStartIsOnTheWayIsToldAgain) {
   ScriptedReply slow = kFine;
   slow.delayMs = 1000;
   ChooseWith({slow, HalfAReply(), kFine});
-  QTimer::singleShot(50, m_window.get(), [this] { Press("m_LiveBtn"); });
+  WhenAsked("host-start", [this] { Press("m_LiveBtn"); });
   Press("m_LiveBtn");
   ExpectChosen();
   m_window->CloseGraph();
@@ -154,7 +167,7 @@ TEST_F(LiveTrouble, TheAddressOfABroadcastDoesNotReplaceThatOfALaterOne) {
   ScriptedReply slow = kFine;
   slow.delayMs = 3000;
   ChooseWith({slow, kFine});
-  QTimer::singleShot(50, m_window.get(), [this] {
+  WhenAsked("host-start", [this] {
     Press("m_LiveBtn");
     ListedActivity other = Activity();
     other.watchUrl = QStringLiteral("rtmp://127.0.0.1/live/other");
@@ -173,7 +186,7 @@ TEST_F(LiveTrouble, AStartThatOvertakesTheEndBeforeItIsToldAgain) {
   slow.delayMs = 300;
   ChooseWith({kFine, slow, kFine});
   Press("m_LiveBtn");
-  QTimer::singleShot(50, m_window.get(), [this] { Press("m_LiveBtn"); });
+  WhenAsked("host-end", [this] { Press("m_LiveBtn"); });
   Press("m_LiveBtn");
   ExpectLive();
   EXPECT_TRUE(Await([this] { return Requests("host-start") == 3; }));
