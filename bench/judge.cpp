@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "support/SoakJudge.h"
 #include "support/StageJudge.h"
 
 namespace {
@@ -39,6 +40,16 @@ void PrintMotion(const std::vector<support::ClockedPicture>& pictures, std::int6
               " unreadable=%d\n",
               motion.pictures, motion.distinct, motion.distinctPerSecond, motion.longestGapMs,
               motion.longestSourceGapMs, over(80), over(120), motion.unreadable);
+}
+
+// How finely the encoder looked for motion, from one change of its effort to the next.
+void PrintEffort(const char* recording) {
+  const std::vector<support::EffortStep> steps = support::EffortSteps(recording);
+  std::printf("effort_changes=%zu", steps.empty() ? 0 : steps.size() - 1);
+  for (const support::EffortStep& step : steps) {
+    std::printf(" subme=%d@%" PRId64 "ms", step.subme, step.ms);
+  }
+  std::printf("\n");
 }
 
 void PrintSync(const std::vector<support::SyncPoint>& points) {
@@ -74,6 +85,7 @@ int main(int argc, char** argv) {
   }
   const std::vector<support::ClockedPicture> pictures = support::ReadClocks(recording, x, y);
   PrintContainer(recording);
+  PrintEffort(argv[1]);
   PrintMotion(pictures, kSkipMs);
   if (argc < kParts) {
     return 0;
