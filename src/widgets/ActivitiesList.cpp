@@ -5,6 +5,7 @@
 
 #include "widgets/ActItemData.h"
 #include "widgets/ActivitiesItemDelegate.h"
+#include "widgets/CardKeys.h"
 #include "widgets/theme/ListStyle.h"
 
 namespace {
@@ -17,7 +18,8 @@ ActivitiesList::ActivitiesList(QWidget* parent)
     : QListView(parent),
       model(new QStandardItemModel(this)),
       delegate(new ActivitiesItemDelegate(this)),
-      scrollBar(verticalScrollBar()) {
+      scrollBar(verticalScrollBar()),
+      m_keys(nullptr) {
   qRegisterMetaType<ActItemData>("ActItemData");
   setModel(model);
   setItemDelegate(delegate);
@@ -33,6 +35,7 @@ ActivitiesList::ActivitiesList(QWidget* parent)
   // Behind the view mode, which turns it on.
   setDragEnabled(false);
   setStyleSheet(ListStyle());
+  m_keys = new widgets::CardKeys(this);
 
   connect(scrollBar, &QScrollBar::valueChanged, this, &ActivitiesList::recvSliderChanged);
   connect(delegate, &ActivitiesItemDelegate::selectAct, this, &ActivitiesList::recvSelectedAct);

@@ -4,6 +4,8 @@
 // the view makes its own. Reaching the end of the scroll bar emits reachedBottom, each time; a list
 // that fits into the view never does.
 //
+// It takes no focus; the keyboard comes to it through a cursor over its cards (CardKeys).
+//
 // Ownership: a widget of the activity dialog's form; model and delegate are its children.
 // Threads: user interface thread only.
 #ifndef ORVANE_WIDGETS_ACTIVITIESLIST_H
@@ -24,6 +26,9 @@ class ActivitiesList : public QListView {
  public:
   explicit ActivitiesList(QWidget* parent = nullptr);
 
+  // What the keyboard comes to in place of the list, which takes no focus.
+  QWidget* Keys() const { return m_keys; }
+
   // available: it can be published to.
   void AddCard(bool available, QString title, QSize size, QPixmap cover, QDateTime startTime);
 
@@ -39,6 +44,7 @@ class ActivitiesList : public QListView {
   QStandardItemModel* model;
   ActivitiesItemDelegate* delegate;
   QScrollBar* scrollBar;
+  QWidget* m_keys;
 };
 
 #endif

@@ -101,5 +101,7 @@ void CAddTextDlg::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
   if (!event->spontaneous()) {
     ui.textEdit->setFocus(Qt::OtherFocusReason);
+    // The text of the last time: the first letter that is typed takes its place.
+    ui.textEdit->selectAll();
   }
 }

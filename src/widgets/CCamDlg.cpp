@@ -5,6 +5,7 @@
 #include <QAbstractItemView>
 #include <QMouseEvent>
 #include <QSignalBlocker>
+#include <QTextDocument>
 #include <vector>
 
 extern "C" {
@@ -75,7 +76,8 @@ void CCamDlg::FillDevices() {
     const QSignalBlocker blocker(ui.m_ComDev);
     for (const QString& name : widgets::FreeCameras(devices, catalogue->usedVideoDevices)) {
       ui.m_ComDev->addItem(name);
-      ui.m_ComDev->setItemData(ui.m_ComDev->count() - 1, name, Qt::ToolTipRole);
+      ui.m_ComDev->setItemData(ui.m_ComDev->count() - 1, Qt::convertFromPlainText(name),
+                               Qt::ToolTipRole);
     }
     ui.m_ComDev->setCurrentIndex(-1);
   }
@@ -98,7 +100,7 @@ void CCamDlg::SlotComboDevChanged() {
     return;
   }
   deviceName = name;
-  ui.m_ComDev->setToolTip(ui.m_ComDev->currentText());
+  ui.m_ComDev->setToolTip(Qt::convertFromPlainText(ui.m_ComDev->currentText()));
   if (inputDev != nullptr) {
     StopCamera();
     // Nothing of that camera comes any more, and what it has sent is not the next one's picture.
@@ -116,6 +118,7 @@ void CCamDlg::StartPreview() {
   stopPreview = false;
   if (!media::StartWorker(&previewThread, "preview", PreviewEntry, this)) {
     previewThread = 0;
+    StopCamera();  // nobody would take its pictures
     return;
   }
   connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });

@@ -1,6 +1,7 @@
 #include "widgets/ItemData.h"
 
 #include <QDataStream>
+#include <QModelIndex>
 
 QDataStream& operator<<(QDataStream& stream, const ItemData& record) {
   return stream << record.text << record.visible << record.kind;
@@ -11,6 +12,10 @@ QDataStream& operator>>(QDataStream& stream, ItemData& record) {
 }
 
 namespace widgets {
+
+ItemData RecordOf(const QModelIndex& index) {
+  return index.data(kItemDataRole).value<ItemData>();
+}
 
 void RegisterItemData() {
   qRegisterMetaType<ItemData>("ItemData");

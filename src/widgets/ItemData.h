@@ -13,6 +13,7 @@
 #include <cstdint>
 
 class QDataStream;
+class QModelIndex;
 
 struct ItemData {
   QString text;           // the layer's name, as the row shows it
@@ -33,6 +34,8 @@ constexpr int kFailureRole = Qt::UserRole + 2;
 
 constexpr std::int32_t kTextLayer = 0;
 constexpr std::int32_t kOtherLayer = 1;  // desktop, camera, window, picture, media file
+
+ItemData RecordOf(const QModelIndex& index);
 
 // Makes "ItemData" known by name and able to be streamed: without, no row can be dragged, since the
 // model streams all that the item holds. A second call changes nothing.

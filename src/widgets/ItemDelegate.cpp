@@ -12,14 +12,11 @@
 namespace {
 
 using widgets::PressAction;
+using widgets::RecordOf;
 
 const QColor kBackground(0x28, 0x2A, 0x30);
 const QColor kVisibleText(0x87, 0x8E, 0x99);
 const QColor kHiddenText(0x5A, 0x5F, 0x66);
-
-ItemData RecordOf(const QModelIndex& index) {
-  return index.data(widgets::kItemDataRole).value<ItemData>();
-}
 
 QPixmap Picture(const char* name) {
   return QPixmap(QStringLiteral(":/orvane/qietu/%1.png").arg(QLatin1String(name)));

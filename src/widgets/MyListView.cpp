@@ -8,11 +8,13 @@
 #include <vector>
 
 #include "widgets/ItemData.h"
+#include "widgets/LayerKeys.h"
 #include "widgets/LayerRowRules.h"
 #include "widgets/theme/ListStyle.h"
 
 namespace {
 
+using widgets::RecordOf;
 using widgets::RowStep;
 
 const QSize kRowSize(280, 40);
@@ -50,10 +52,6 @@ class RowItem : public QStandardItem {
   ItemData Record() const { return QStandardItem::data(widgets::kItemDataRole).value<ItemData>(); }
 };
 
-ItemData RecordOf(const QModelIndex& index) {
-  return index.data(widgets::kItemDataRole).value<ItemData>();
-}
-
 }  // namespace
 
 // The parent is left out on purpose: the layout of the form gives the view its parent.
@@ -62,6 +60,11 @@ MyListView::MyListView(QWidget* /*parent*/)
   setModel(model);
   InitView();
   ConnectDelegate();
+  m_keys = new widgets::LayerKeys(this);
+}
+
+QWidget* MyListView::Keys() const {
+  return m_keys;
 }
 
 void MyListView::InitView() {
@@ -130,6 +133,11 @@ int MyListView::RowCount() const {
   return model->rowCount();
 }
 
+QRect MyListView::RowOnScreen(const QPoint& point) const {
+  const QRect row = visualRect(indexAt(viewport()->mapFromGlobal(point)));
+  return row.isEmpty() ? QRect() : QRect(viewport()->mapToGlobal(row.topLeft()), row.size());
+}
+
 void MyListView::SetVisible(const QModelIndex& index, bool visible) {
   ItemData record = RecordOf(index);
   record.visible = visible;
@@ -194,15 +202,18 @@ void MyListView::dropEvent(QDropEvent* event) {
   if (lastButtonKind == RightKind || !IsOwn(*event)) {
     return;
   }
-  const QModelIndex targetIndex = indexAt(event->pos());
-  const int drag = dragIndex.row();
-  const int target = targetIndex.row();
+  ExchangeRows(dragIndex.row(), indexAt(event->pos()).row());
+}
+
+void MyListView::ExchangeRows(int drag, int target) {
   const std::vector<RowStep> steps = widgets::StepsOfDrop(drag, target, RowCount());
   if (steps.empty()) {
     return;
   }
-  const ItemData dragged = RecordOf(dragIndex);
-  const QVariant draggedFailure = dragIndex.data(widgets::kFailureRole);
+  const QModelIndex draggedIndex = model->index(drag, 0);
+  const QModelIndex targetIndex = model->index(target, 0);
+  const ItemData dragged = RecordOf(draggedIndex);
+  const QVariant draggedFailure = draggedIndex.data(widgets::kFailureRole);
   const ItemData displaced = RecordOf(targetIndex);
   const QVariant displacedFailure = targetIndex.data(widgets::kFailureRole);
   emit changeItem(drag, target);

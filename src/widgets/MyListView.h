@@ -18,6 +18,8 @@
 // Row numbers are not checked; the model's own look-up decides, and a row that is not there changes
 // nothing. changeItem goes out before the rows change.
 //
+// It takes no focus; the keyboard comes to it through a cursor over its buttons (LayerKeys).
+//
 // Screen readers get each row's name and whether it is hidden from the record; nothing but the
 // record and the size is kept for it.
 //
@@ -30,6 +32,7 @@
 #include <QListView>
 #include <QModelIndex>
 #include <QPoint>
+#include <QRect>
 #include <QSize>
 #include <QString>
 
@@ -37,6 +40,9 @@
 
 class QStandardItem;
 class QStandardItemModel;
+namespace widgets {
+class LayerKeys;
+}
 
 class MyListView : public QListView {
   Q_OBJECT
@@ -50,10 +56,17 @@ class MyListView : public QListView {
   // The layer's source could not be opened: its row is grey and its tip says the cause. Empty: it
   // could.
   void SetRowFailure(int row, QString cause);
+  // As a drop does: the dragged row goes to the target's place and the target to its, or to the
+  // bottom where target is -1, and changeItem tells so before.
+  void ExchangeRows(int drag, int target);
   void RemoveRow(int row);
   int RowCount() const;
+  // The place on the screen of the row at that point of the screen; empty where none is.
+  QRect RowOnScreen(const QPoint& point) const;
   // Its showStatusTip and hideStatusTip go straight to whoever shows the tip.
   ItemDelegate* Delegate() const { return delegate; }
+  // What the keyboard comes to in place of the list, which takes no focus.
+  QWidget* Keys() const;
 
  signals:
   void deleteItem(int row, int kind, QPoint point);
@@ -88,6 +101,7 @@ class MyListView : public QListView {
   QModelIndex dragIndex;   // the row that is dragged
   buttonKind lastButtonKind = LeftKind;
   QModelIndex editIndex;  // the row whose edit button was pressed last
+  widgets::LayerKeys* m_keys = nullptr;
 };
 
 #endif

@@ -14,14 +14,18 @@ bool BreaksLine(QChar unit) {
 
 }  // namespace
 
-QString OneLine(const QString& text, const QFontMetrics& metrics, int width) {
+QString WithoutBreaks(const QString& text) {
   QString line = text.left(kMostMeasured);
   for (QChar& unit : line) {
     if (BreaksLine(unit)) {
       unit = QLatin1Char(' ');
     }
   }
-  return metrics.elidedText(line, Qt::ElideRight, width);
+  return line;
+}
+
+QString OneLine(const QString& text, const QFontMetrics& metrics, int width) {
+  return metrics.elidedText(WithoutBreaks(text), Qt::ElideRight, width);
 }
 
 QTextOption OneLineOption() {

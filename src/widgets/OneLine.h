@@ -10,7 +10,10 @@
 
 namespace widgets {
 
-// text with its line breaks as blanks, elided at its end where it is wider than width.
+// text with its line breaks as blanks; of a very long one the beginning.
+QString WithoutBreaks(const QString& text);
+
+// The same, elided at its end where it is wider than width.
 QString OneLine(const QString& text, const QFontMetrics& metrics, int width);
 
 // What such a line is drawn with.

@@ -4,14 +4,13 @@
 #include <QMouseEvent>
 #include <QPainter>
 
+#include "widgets/OneLine.h"
 #include "widgets/WndItemData.h"
 
 namespace {
 
 constexpr int kDataRole = Qt::UserRole + 1;
 constexpr QSize kRow(460, 30);
-// More than fits. Titles have any length, and laying one out takes time for each of its letters.
-constexpr int kPaintedLetters = 1024;
 const QColor kTitle(0xB4, 0xBE, 0xCC);
 const QColor kChosenTitle(0x20, 0xA0, 0xFF);
 const QColor kNoOutline(0, 160, 230);
@@ -40,12 +39,12 @@ void SelWndItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
   QStyledItemDelegate::paint(painter, plain, index);
 
   const WndItemData data = index.data(kDataRole).value<WndItemData>();
-  const QString title = data.title.left(kPaintedLetters);
+  const QString title = widgets::WithoutBreaks(data.title);
   const QPoint corner = option.rect.topLeft();
   const QRectF titleArea(corner + QPoint(20, 10), QSize(460, 20));
   const auto paintTitle = [&](const QColor& colour) {
     painter->setPen(QPen(colour, 1, Qt::SolidLine));
-    painter->drawText(titleArea, title, QTextOption());
+    painter->drawText(titleArea, title, widgets::OneLineOption());
   };
   painter->save();
   painter->setFont(QFont(QStringLiteral("黑体"), 10));

@@ -158,3 +158,18 @@ TEST(CAddTextDlg, IsMovedByItsTitleArea) {
   CAddTextDlg dialog;
   support::ExpectMovedByItsTitleArea(&dialog);
 }
+
+// What is typed takes the place of the last text, which stays for who only wants its colour.
+TEST(CAddTextDlg, ComesWithTheLastTextSelected) {
+  CAddTextDlg dialog;
+  auto* field = dialog.findChild<QTextEdit*>(QStringLiteral("textEdit"));
+  field->setPlainText(QStringLiteral("last"));
+  dialog.show();
+  QApplication::processEvents();
+  EXPECT_EQ(field->textCursor().selectedText(), QStringLiteral("last"));
+  dialog.hide();
+  field->moveCursor(QTextCursor::End);
+  dialog.show();
+  QTest::keyClicks(field, QStringLiteral("n"));
+  EXPECT_EQ(field->toPlainText(), QStringLiteral("n"));
+}

@@ -231,7 +231,7 @@ TEST(CAddTextDlg, EveryWayOutButTheButtonEmptiesTheTextAndKeepsTheField) {
     });
     EXPECT_EQ(result, QDialog::Rejected) << way.name;
     EXPECT_TRUE(dialog.text.isEmpty()) << way.name;
-    EXPECT_EQ(Field(dialog)->toPlainText(), QStringLiteral("second first")) << way.name;
+    EXPECT_EQ(Field(dialog)->toPlainText(), QStringLiteral("second ")) << way.name;
     EXPECT_EQ(dialog.color, 0x123456FFu) << way.name;
   }
 }

@@ -74,6 +74,14 @@ TEST_F(FocusRing, FollowsTheFocusAndStandsThreePixelsAroundTheControl) {
   EXPECT_EQ(RingPlace(), QRect(17, 37, 86, 36));
 }
 
+TEST_F(FocusRing, KeepsOffTheCaptionOfAControlThatSaysSo) {
+  m_first->setProperty(theme::FocusRing::kDistanceProperty, 0);
+  m_second->setFocus();
+  Press(Qt::Key_Backtab);
+  ASSERT_EQ(QApplication::focusWidget(), m_first);
+  EXPECT_EQ(RingPlace(), QRect(20, 40, 80, 30));
+}
+
 TEST_F(FocusRing, StaysWithinTheWindow) {
   m_second->setFocus();
   Press(Qt::Key_Tab);

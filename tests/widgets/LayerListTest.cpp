@@ -325,6 +325,36 @@ TEST(LayerList, PressesAreNotedInTheLog) {
   EXPECT_EQ(log.Debug(), std::vector<std::string>({"delete", "edit", "invisible", "invisible"}));
 }
 
+// A dialog lies between the two where the press asks for one.
+TEST(LayerList, APressIsNotedBeforeItHasItsEffect) {
+  support::LogRecord log;
+  LayerList list;
+  list.AddLayer(QStringLiteral("text"), kTextLayer);
+  std::vector<std::size_t> noted;
+  const auto note = [&] { noted.push_back(log.Debug().size()); };
+  QObject::connect(&list, &MyListView::deleteItem, note);
+  QObject::connect(&list, &MyListView::editItem, note);
+  QObject::connect(&list, &MyListView::visibleSignal, note);
+  list.Press(0, LayerList::kDelete);
+  list.Press(0, LayerList::kEdit);
+  list.Press(0, LayerList::kEye);
+  EXPECT_EQ(noted, (std::vector<std::size_t>{1, 2, 3}));
+}
+
+// Whatever the width of its name.
+TEST(LayerList, ARowWhoseSourceDidNotOpenSaysWhyInItsTip) {
+  LayerList list;
+  list.AddLayer(QStringLiteral("图片"));
+  const QSignalSpy shown(list.Delegate(), &ItemDelegate::showStatusTip);
+  list.MoveTo(0, LayerList::kText);
+  EXPECT_EQ(shown.count(), 0);
+  list.SetRowFailure(0, QStringLiteral("No such file or directory"));
+  list.MoveTo(0, LayerList::kText);
+  ASSERT_EQ(shown.count(), 1);
+  EXPECT_EQ(shown.at(0).at(0).toString(),
+            QStringLiteral("无法打开“图片”：No such file or directory"));
+}
+
 TEST(LayerList, DelegateNotesItsEndInTheLog) {
   support::LogRecord log;
   { const MyListView list; }

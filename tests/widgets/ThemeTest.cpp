@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+#include <algorithm>
+#include <utility>
+
 #include <QApplication>
 #include <QFrame>
 #include <QImage>
@@ -18,6 +22,7 @@
 #include "widgets/theme/DeleteItemConfimDlg.h"
 #include "widgets/theme/Frameless.h"
 #include "widgets/theme/InformationDlg.h"
+#include "widgets/theme/Theme.h"
 #include "widgets/theme/TitleButtons.h"
 
 namespace {
@@ -98,6 +103,20 @@ void Send(QWidget* widget, QEvent::Type type, QPoint at, QPoint global,
 }
 
 }  // namespace
+
+// Whatever the language of the session: the program speaks Chinese, and so do its file choosers.
+TEST(Theme, QtsOwnDialogsSpeakChinese) {
+  PrepareTheme();
+  for (const auto& [context, text] :
+       {std::pair("QFileDialog", "&Open"), std::pair("QFileDialog", "Look in:"),
+        std::pair("QPlatformTheme", "Cancel"), std::pair("QColorDialog", "Hu&e:")}) {
+    const QString shown = QCoreApplication::translate(context, text);
+    EXPECT_NE(shown, QLatin1String(text)) << context;
+    EXPECT_TRUE(std::any_of(shown.begin(), shown.end(), [](QChar unit) {
+      return unit.script() == QChar::Script_Han;
+    })) << shown.toStdString();
+  }
+}
 
 TEST(Pictures, AllTwentySixAreCompiledInAtTheirSizes) {
   ASSERT_EQ(std::size(kPictures), 26u);

@@ -5,6 +5,7 @@
 #include <QMenu>
 #include <QPainter>
 #include <QTimer>
+#include <QVariant>
 
 namespace theme {
 
@@ -115,7 +116,9 @@ QWidget* FocusRing::Target(QRect* place) {
     return nullptr;
   }
   *place = QRect(focus->mapTo(focus->window(), QPoint(0, 0)), focus->size());
-  place->adjust(-kDistance, -kDistance, kDistance, kDistance);
+  const QVariant own = focus->property(FocusRing::kDistanceProperty);
+  const int distance = own.isValid() ? own.toInt() : kDistance;
+  place->adjust(-distance, -distance, distance, distance);
   *place &= focus->window()->rect();
   return focus;
 }

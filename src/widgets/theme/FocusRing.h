@@ -37,6 +37,8 @@ class FocusRing : public QObject {
  public:
   // Object name of the ring.
   static constexpr char kName[] = "focusRing";
+  // Property of a control with close neighbours: how far the ring's outer edge is from it.
+  static constexpr char kDistanceProperty[] = "focusRingDistance";
 
   // For the whole application; a second call changes nothing.
   static void Install();

@@ -7,6 +7,7 @@
 #include <QTextEdit>
 
 #include "widgets/theme/Frameless.h"
+#include "widgets/theme/NoticeText.h"
 #include "widgets/theme/TitleButtons.h"
 
 namespace {
@@ -16,6 +17,10 @@ constexpr std::uint32_t kNoNetwork = 1;
 constexpr std::uint32_t kUpdate = 2;
 constexpr std::uint32_t kLiving = 3;
 constexpr std::uint32_t kLastKind = kLiving;
+
+// One line, and for a text that is longer the room between the title and the button.
+constexpr QRect kTextPlace(10, 136, 460, 28);
+constexpr QRect kLongTextPlace(30, 60, 420, 180);
 
 QString TextOf(std::uint32_t kind, const QString& callersText) {
   switch (kind) {
@@ -89,13 +94,18 @@ InformationDlg::InformationDlg(std::uint32_t kind, const QString& text, QWidget*
 }
 
 void InformationDlg::AddText(const QString& text) {
-  textLabel = new QLabel(this);
+  textLabel = new theme::NoticeText(this);
   textLabel->setObjectName(QStringLiteral("textLabel"));
   // The text may come from the network: it is shown as it is, never as markup.
   textLabel->setTextFormat(Qt::PlainText);
   textLabel->setText(text);
-  textLabel->setGeometry(10, 136, 460, 28);
+  textLabel->setGeometry(kTextPlace);
   textLabel->setAlignment(Qt::AlignCenter);
+  textLabel->ensurePolished();
+  if (!text.isEmpty() &&
+      theme::LinesIn(text, textLabel->font(), kTextPlace.size()) != QStringList(text)) {
+    textLabel->setGeometry(kLongTextPlace);
+  }
 }
 
 void InformationDlg::AddUpdateNews() {

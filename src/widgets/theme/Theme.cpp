@@ -1,10 +1,14 @@
 #include "widgets/theme/Theme.h"
 
+#include <QCoreApplication>
 #include <QFont>
 #include <QFontDatabase>
+#include <QLibraryInfo>
 #include <QPalette>
+#include <QPointer>
 #include <QStringList>
 #include <QToolTip>
+#include <QTranslator>
 #include <QtGlobal>
 
 #include "widgets/theme/FocusRing.h"
@@ -32,12 +36,30 @@ void DarkenTips() {
   QToolTip::setPalette(palette);
 }
 
+// Qt's own dialogs and menus (files, colours, what a field's menu offers) speak as the program
+// does, whatever the language of the session. Where the system has no translations they stay
+// English.
+void LoadChinese() {
+  static QPointer<QTranslator> chinese;
+  if (!chinese.isNull()) {
+    return;
+  }
+  chinese = new QTranslator(QCoreApplication::instance());
+  if (chinese->load(QStringLiteral("qtbase_zh_CN"),
+                    QLibraryInfo::location(QLibraryInfo::TranslationsPath)) ||
+      chinese->load(QStringLiteral("qt_zh_CN"),
+                    QLibraryInfo::location(QLibraryInfo::TranslationsPath))) {
+    QCoreApplication::installTranslator(chinese);
+  }
+}
+
 }  // namespace
 
 void PrepareTheme() {
   LoadPictures();
   DarkenTips();
   theme::FocusRing::Install();
+  LoadChinese();
   const QString standIn = QStringLiteral("WenQuanYi Micro Hei");
   const QStringList families = QFontDatabase().families();
   for (const char* family :

@@ -6,7 +6,8 @@
 #define ORVANE_WIDGETS_THEME_THEME_H
 
 // Makes ":/orvane/qietu/" readable, lets WenQuanYi Micro Hei stand in for each Chinese family that
-// this system lacks, darkens the tips, and sets FocusRing to work. A second call changes nothing.
+// this system lacks, darkens the tips, lets Qt's own dialogs speak Chinese, and sets FocusRing to
+// work. A second call changes nothing.
 void PrepareTheme();
 
 #endif
