@@ -10,7 +10,7 @@ readonly login_title='^登录$' window_title='^orvane$' activity_title='^选择�
 readonly text_title='^添加文本$' picture_title='^打开图片文件$' media_title='^打开视频文件$'
 
 # Where things are in the main window, whose size is fixed, and in its dialogs.
-readonly add_layer=(1198 660) choose_activity=(150 680) go_live=(624 671)
+readonly add_layer=(1198 660) choose_activity=(150 680) go_live=(910 671)
 readonly first_card=(120 140) activity_ok=(550 502)
 readonly bare=(700 60)  # nothing there: a click takes the selection back
 readonly text_colour=(69 225) text_ok=(310 280)

@@ -6,19 +6,34 @@
 #include "shell/LayerSlots.h"
 #include "sources/CInputSlience.h"
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 namespace shell {
+
+namespace {
+
+// A part that does not start leaves the program with an empty scene, or without sound.
+void Start(CSrcInterface* node, const char* name) {
+  if (node->Start() < 0) {
+    av_log(nullptr, AV_LOG_ERROR, "%s could not be started\n", name);
+  }
+}
+
+}  // namespace
 
 void StartMonitorMix(const FixedNodes& nodes) {
   if (nodes.mixFrame == nullptr) {
     nodes.mixFrame = new CMixFrame(kLayerLimit);
   }
-  nodes.mixFrame->Start();
+  Start(nodes.mixFrame, "the monitor mix");
   if (nodes.silence == nullptr) {
     nodes.silence = new CInputSlience;
   }
   // One input that never rests: the mix runs with no other source too.
   nodes.silence->SetAudioIndex(nodes.mixFrame->GetFreeAudioIndex());
-  nodes.silence->Start();
+  Start(nodes.silence, "the silence");
   nodes.silence->AddAudioOutput(nodes.mixFrame);
 }
 
@@ -27,7 +42,7 @@ void StartRender(const FixedNodes& nodes, const std::function<void()>& giveSurfa
     nodes.render = new CRender(kLayerLimit);
   }
   giveSurface();
-  nodes.render->Start();
+  Start(nodes.render, "the renderer");
   nodes.mixFrame->AddAudioOutput(nodes.render);
 }
 

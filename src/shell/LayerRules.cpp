@@ -66,4 +66,13 @@ QPoint PanelPlace(const QPoint& mouse) {
   return mouse - kPanelOffset;
 }
 
+QPoint TipPlace(const QPoint& mouse, const QSize& tip, const QRect& row, const QRect& screen) {
+  const QPoint place = PanelPlace(mouse);
+  if (!QRect(place, tip).intersects(row)) {
+    return place;
+  }
+  const int above = row.top() - tip.height();
+  return QPoint(place.x(), above >= screen.top() ? above : row.bottom() + 1);
+}
+
 }  // namespace shell

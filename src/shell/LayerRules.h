@@ -6,6 +6,7 @@
 #define ORVANE_SHELL_LAYERRULES_H
 
 #include <QPoint>
+#include <QRect>
 #include <QSize>
 #include <QString>
 #include <QStringList>
@@ -50,6 +51,9 @@ std::string FirstPath(const QStringList& files);
 QPoint MenuPlace(const QPoint& button);
 // Where the name tip and the question before a delete open for the mouse at that place.
 QPoint PanelPlace(const QPoint& mouse);
+// The same for the name tip, which must not lie over the row that it belongs to: above that row, or
+// below it where the screen ends. row: on the screen; empty for a tip of no row.
+QPoint TipPlace(const QPoint& mouse, const QSize& tip, const QRect& row, const QRect& screen);
 
 }  // namespace shell
 

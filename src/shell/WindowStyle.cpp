@@ -3,6 +3,7 @@
 #include <QMenu>
 
 #include "ui_orvane.h"
+#include "widgets/theme/FocusRing.h"
 #include "widgets/theme/TitleButtons.h"
 
 namespace shell {
@@ -31,6 +32,9 @@ void StyleAddButtons(const Ui::orvaneClass& ui) {
       QStringLiteral("QPushButton{border-image:url(:/orvane/qietu/bottombar-addwindow.png)}"));
   ui.m_AddTuC->setStyleSheet(
       QStringLiteral("QPushButton{border-image:url(:/orvane/qietu/bottombar-addlayer.png)}"));
+  // Their captions stand right below.
+  ui.m_AddWinBtn->setProperty(theme::FocusRing::kDistanceProperty, 0);
+  ui.m_AddTuC->setProperty(theme::FocusRing::kDistanceProperty, 0);
   for (QLabel* label : {ui.m_AddWinLable, ui.m_AddTuCLabel}) {
     label->setStyleSheet(QStringLiteral("QLabel{color:#B4BECC;font:12px bold 宋体}"));
   }

@@ -136,6 +136,7 @@ class orvane : public QWidget {
 
  private:
   void InitUi();
+  void KeepPlaces();
   void FillMenus();
   void InitStyle();
   void ConnectUi();

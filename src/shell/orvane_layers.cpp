@@ -1,6 +1,8 @@
 // The layers of the scene: a row of the list, a slot of the renderer and a node in m_layers, kept
 // in step. Rows count from the top, the drawing order from the bottom.
 #include <QFileDialog>
+#include <QGuiApplication>
+#include <QScreen>
 
 #include "media/CSrcInterface.h"
 #include "output/CRender.h"
@@ -269,7 +271,8 @@ void orvane::RecvStatusTip(QString str, QPoint point) {
   }
   m_tip.setModal(false);
   m_tip.SetTipText(str);
-  m_tip.move(shell::PanelPlace(point));
+  m_tip.move(shell::TipPlace(point, m_tip.size(), ui.m_tabLayer->RowOnScreen(point),
+                             QGuiApplication::primaryScreen()->availableGeometry()));
   m_tip.show();
   m_tipShown = true;
 }

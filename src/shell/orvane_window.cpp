@@ -85,9 +85,25 @@ void orvane::InitUi() {
   ui.startTime->hide();
   ui.m_LiveBtn->hide();
   m_liveMonitor.AddTo(ui.buttomLayout, ui.startTime);
+  KeepPlaces();
+  setTabOrder(ui.m_AddTuC, ui.m_tabLayer->Keys());
+  setTabOrder(ui.m_tabLayer->Keys(), ui.m_BtnMin);
   // With the keyboard on no control, a key that was meant for the login presses nothing here.
   setFocus();
   ConnectUi();
+}
+
+// The live button must not move under the mouse that has just pressed it: what comes and goes
+// beside it with the broadcast keeps its place.
+void orvane::KeepPlaces() {
+  const int live = ui.buttomLayout->indexOf(ui.m_LiveBtn);
+  for (int place = ui.buttomLayout->indexOf(ui.m_reselectBtn); place < live; ++place) {
+    if (QWidget* widget = ui.buttomLayout->itemAt(place)->widget()) {
+      QSizePolicy policy = widget->sizePolicy();
+      policy.setRetainSizeWhenHidden(true);
+      widget->setSizePolicy(policy);
+    }
+  }
 }
 
 void orvane::FillMenus() {

@@ -34,7 +34,7 @@ constexpr Area kScene = {0, 0, 1920, 1080};
 constexpr Point kDelete = {130, 70};
 constexpr Point kKeep = {50, 70};
 constexpr Point kCameraOk = {410, 510};
-constexpr Point kFileCancel = {580, 392};
+constexpr Point kFileCancel = {552, 391};
 constexpr Point kNoticeOk = {240, 280};
 // In the window.
 constexpr Point kMaximise = {-57, 36};

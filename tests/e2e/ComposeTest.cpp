@@ -293,6 +293,45 @@ TEST_F(ComposeScene, IsMadeOfTheSixKindsAndChangedByHand) {
   EXPECT_EQ(m_hand.End(), 0);
 }
 
+// From the account's menu on: the buttons of the bar, and then the list of layers.
+TEST_F(ComposeScene, IsChangedByTheKeyboardAlone) {
+  ASSERT_TRUE(m_hand.Start());
+  ASSERT_TRUE(m_hand.ShowsRows(2));
+  ASSERT_TRUE(m_hand.Shows({kDesktopSeen, kFirstCameraSeen}));
+  m_hand.MoveTo(m_hand.InWindow(kBottomBar));
+
+  // A text, by the button that the fourth Tab comes to.
+  m_hand.Keys({"Tab", "Tab", "Tab", "Tab"});
+  m_hand.Keep("keyboard-add-layer");
+  m_hand.Keys({"space"});
+  ASSERT_TRUE(m_hand.Opens());
+  m_hand.Keys({"Down", "Return"});
+  ASSERT_TRUE(m_hand.Closes());
+  ASSERT_TRUE(m_hand.Opens());
+  m_hand.Type("keys");
+  m_hand.Keys({"Tab", "Tab", "Tab"});
+  m_hand.Keep("keyboard-text");
+  m_hand.Keys({"Escape"});
+  ASSERT_TRUE(m_hand.Closes());
+
+  // The first camera, on top of the list: its eye, and its bin.
+  m_hand.Keys({"Tab"});
+  m_hand.Keep("keyboard-eye");
+  m_hand.Keys({"space"});
+  ASSERT_TRUE(m_hand.Shows({{kFirstCameraSeen.at, kWindowColour}}));
+  m_hand.Keys({"space"});
+  ASSERT_TRUE(m_hand.Shows({kFirstCameraSeen}));
+  m_hand.Keys({"Right"});
+  m_hand.Keep("keyboard-bin");
+  m_hand.Keys({"Return"});
+  ASSERT_TRUE(m_hand.Opens());
+  m_hand.Keys({"Tab", "space"});
+  ASSERT_TRUE(m_hand.Closes());
+  ASSERT_TRUE(m_hand.ShowsRows(1));
+  ASSERT_TRUE(m_hand.Shows({{kFirstCameraSeen.at, kWindowColour}}));
+  EXPECT_EQ(m_hand.End(), 0);
+}
+
 }  // namespace
 
 }  // namespace e2e

@@ -77,15 +77,15 @@ class ComposeTrouble : public Compose {
     ASSERT_TRUE(m_hand.Shows({{{390, 190}, kPictureColour}, {{20, 180}, kPictureColour}}));
   }
 
-  // A text without a glyph, one without a letter, and then one that is seen: two clicks on the
-  // button are one text.
+  // A text without a glyph, one without a letter, which is none, and then one that is seen: two
+  // clicks on the button are one text.
   void TextsWithNothingToSee() {
     for (const char* text : {"   ", "", "Here"}) {
       ASSERT_TRUE(m_hand.Choose(Menu::kOfLayers, kText));
       ASSERT_TRUE(m_hand.Opens());
       ASSERT_TRUE(m_hand.AnswerText(text, std::string(text) == "Here", 2));
     }
-    ASSERT_TRUE(m_hand.ShowsRows(6));
+    ASSERT_TRUE(m_hand.ShowsRows(5));
     ASSERT_TRUE(m_hand.ShowsGlyphs({0, 0, 320, 140}, kWhite, 100));
     ASSERT_TRUE(m_hand.Shows({{{390, 190}, kPictureColour}, kDesktopSeen}));
     m_hand.Keep("texts");
@@ -98,7 +98,7 @@ class ComposeTrouble : public Compose {
     m_filmed.Close();
     m_hand.Click(m_hand.InDialog(Composer::kWindowOk), 2);
     ASSERT_TRUE(m_hand.Closes());
-    ASSERT_TRUE(m_hand.ShowsRows(7));
+    ASSERT_TRUE(m_hand.ShowsRows(6));
     ASSERT_TRUE(m_hand.Shows({{{390, 190}, kPictureColour}, {{160, 900}, kBackdrop}}));
     m_hand.Keep("vanished-window");
   }
@@ -111,7 +111,7 @@ class ComposeTrouble : public Compose {
     m_camera.Unplug();
     m_hand.Click(m_hand.InDialog(kCameraOk));
     ASSERT_TRUE(m_hand.Closes());
-    ASSERT_TRUE(m_hand.ShowsRows(8));
+    ASSERT_TRUE(m_hand.ShowsRows(7));
     ASSERT_TRUE(m_hand.Shows({{{390, 190}, kPictureColour}, kDesktopSeen}));
     m_hand.Keep("vanished-camera");
   }
@@ -150,9 +150,9 @@ class ComposeTrouble : public Compose {
 
   void DoubleClicks() {
     // The eye takes one press, and the list the other.
-    m_hand.Click(m_hand.InRow(5, RowPart::kEye), 2);
+    m_hand.Click(m_hand.InRow(4, RowPart::kEye), 2);
     ASSERT_TRUE(m_hand.Shows({{{250, 300}, kBackdrop}}));
-    m_hand.Click(m_hand.InRow(5, RowPart::kEye));
+    m_hand.Click(m_hand.InRow(4, RowPart::kEye));
     ASSERT_TRUE(m_hand.Shows({{{250, 300}, kPictureColour}}));
     // The preview takes both, and steps through the stack.
     ClickBeside();
@@ -168,12 +168,12 @@ class ComposeTrouble : public Compose {
     m_hand.Keep("double-click-on-delete");
     m_hand.Click(m_hand.InDialog(kKeep));
     ASSERT_TRUE(m_hand.Closes());
-    ASSERT_TRUE(m_hand.ShowsRows(8));
+    ASSERT_TRUE(m_hand.ShowsRows(7));
   }
 
   // All of it goes, and the desktop is alone again.
   void Clearing() {
-    for (int rows = 7; rows > 0; --rows) {
+    for (int rows = 6; rows > 0; --rows) {
       ASSERT_TRUE(m_hand.OpensFromRow(0, RowPart::kDelete));
       m_hand.Click(m_hand.InDialog(kDelete));
       ASSERT_TRUE(m_hand.Closes());

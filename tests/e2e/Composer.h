@@ -54,7 +54,7 @@ class Composer {
   static constexpr Point kAddWindow = {1116, 664};
   static constexpr Point kAddLayer = {1205, 664};
   // The first row of the file dialog in its size as it opens, for a name of two lines.
-  static constexpr Point kFirstFile = {175, 82};
+  static constexpr Point kFirstFile = {149, 82};
   // In the window chooser.
   static constexpr Point kFirstOfWindows = {100, 82};
   static constexpr Point kWindowOk = {310, 500};

@@ -19,10 +19,10 @@ const char kLoginTitle[] = "^登录$";
 const char kWindowTitle[] = "^orvane$";
 const char kDialogTitle[] = "^选择活动$";
 // The middle of the live button.
-constexpr int kLiveX = 624;
+constexpr int kLiveX = 910;
 constexpr int kLiveY = 671;
 // The beginning of the system sound's bar, on the screen.
-constexpr int kBarX = 962;
+constexpr int kBarX = 994;
 constexpr int kBarY = 862;
 constexpr support::Colour kSilentBar = 0x1B1D21;
 constexpr support::Colour kToneBar = 0xF7BA2A;  // the tone of ffmpeg peaks at -18 dBFS

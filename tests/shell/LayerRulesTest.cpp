@@ -70,3 +70,19 @@ TEST(Rows, AreNamedAfterWhatTheyShow) {
   EXPECT_EQ(FileName(), QString("视频文件"));
   EXPECT_EQ(kRowSize, QSize(280, 40));
 }
+
+TEST(LayerRules, TheTipLiesBesideItsRow) {
+  const QSize tip(183, 114);
+  const QRect screen(0, 0, 1920, 1080);
+  const QPoint mouse(1400, 400);
+  const QRect row(1300, 380, 280, 40);
+  // Of no row: above the mouse.
+  EXPECT_EQ(shell::TipPlace(mouse, tip, QRect(), screen), QPoint(1250, 286));
+  EXPECT_EQ(shell::TipPlace(mouse, tip, row, screen), QPoint(1250, 266));
+  EXPECT_FALSE(QRect(QPoint(1250, 266), tip).intersects(row));
+  // At the upper edge of the screen: below.
+  EXPECT_EQ(shell::TipPlace(QPoint(1400, 100), tip, QRect(1300, 90, 280, 40), screen),
+            QPoint(1250, 130));
+  EXPECT_EQ(shell::TipPlace(QPoint(1400, 130), tip, QRect(1300, 114, 280, 40), screen),
+            QPoint(1250, 0));
+}

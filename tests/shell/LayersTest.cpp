@@ -2,9 +2,11 @@
 #include <QFile>
 #include <QGraphicsEffect>
 #include <QTimer>
+#include <atomic>
 #include <set>
 
 #include "media/CMixFrame.h"
+#include "media/ffmpeg/Scoped.h"
 #include "output/CRender.h"
 #include "shell/LayerRules.h"
 #include "shell/LayersRig.h"
@@ -69,6 +71,16 @@ TEST_F(Layers, WithoutACameraTheListHoldsTheDesktopAlone) {
   EXPECT_EQ(window->Order(), Ints({0}));
   EXPECT_EQ(window->m_layers.size(), 1U);
   EXPECT_TRUE(desk->IsOpen());
+}
+
+// Of whatever size the screen is: the fake one has 64 x 48.
+TEST_F(Layers, TheDesktopFillsTheScene) {
+  Open();
+  ASSERT_TRUE(Shows(0));
+  int width = 0;
+  int height = 0;
+  window->m_render->GetLayerNaturalSize(0, &width, &height);
+  EXPECT_EQ(QSize(width, height), QSize(1920, 1080));
 }
 
 TEST_F(Layers, TheFirstCameraStartsInTheCorner) {
@@ -498,6 +510,45 @@ TEST_F(Layers, AnEditedTextShowsInTheRow) {
   EXPECT_EQ(window->Rows(), QStringList({"B", "换"}));
 }
 
+// Seen in the picture that leaves the renderer: a wide text on black.
+TEST_F(Layers, ATextHasTheColourThatWasChosenLast) {
+  // Counts what it is given that is mostly of one colour.
+  class Viewer : public CSrcInterface {
+   public:
+    Viewer() : CSrcInterface(0, 1) {}
+    void EnqueueVideo(int /*index*/, void* media) override {
+      ffmpeg::ScopedFrame frame(static_cast<AVFrame*>(media));
+      int red = 0;
+      int blue = 0;
+      for (int y = 0; y < frame->height / 2; ++y) {
+        for (int x = 0; x < frame->width / 2; ++x) {
+          red += frame->data[2][y * frame->linesize[2] + x] > 200 ? 1 : 0;
+          blue += frame->data[1][y * frame->linesize[1] + x] > 200 ? 1 : 0;
+        }
+      }
+      shown = red > 100 ? 'r' : blue > 100 ? 'b' : '-';
+    }
+    std::atomic<char> shown{'-'};
+  };
+  Viewer viewer;
+  OpenEmpty();
+  const std::string black = samples.Make(
+      "black.png", {"-f", "lavfi", "-i", "color=black:size=1920x1080", "-frames:v", "1"});
+  AddPicture(black);
+  window->m_render->AddVideoOutput(&viewer);
+  answers.color = 0xFF0000FF;
+  AddText("MMMMMMMM");
+  EXPECT_TRUE(SpinUntil([&] { return viewer.shown == 'r'; }));
+  answers.color = 0x0000FFFF;
+  answers.text = "WWWWWWWW";
+  emit window->ui.m_tabLayer->editItem(0);
+  EXPECT_TRUE(SpinUntil([&] { return viewer.shown == 'b'; }));
+  answers.text = "";
+  emit window->ui.m_tabLayer->editItem(0);
+  EXPECT_TRUE(SpinUntil([&] { return viewer.shown == '-'; })) << "an empty text shows nothing";
+  window->m_render->RemoveVideoOutput(&viewer);
+}
+
 TEST_F(Layers, ATextWithoutANodeIsRenamedInTheListOnly) {
   OpenEmpty();
   AddText("A");
@@ -534,6 +585,20 @@ TEST_F(Layers, TheTipStaysWhereItFirstOpenedUntilItIsHidden) {
   EXPECT_FALSE(window->m_tip.isVisible());
   window->RecvStatusTip("another", QPoint(700, 500));
   EXPECT_EQ(window->m_tip.pos(), QPoint(550, 386));
+}
+
+TEST_F(Layers, TheTipDoesNotLieOverTheRowThatItBelongsTo) {
+  Open();
+  window->show();
+  window->move(100, 200);
+  QApplication::processEvents();
+  MyListView* list = window->ui.m_tabLayer;
+  const QPoint mouse = list->viewport()->mapToGlobal(QPoint(100, 25));
+  const QRect row = list->RowOnScreen(mouse);
+  ASSERT_FALSE(row.isEmpty());
+  window->RecvStatusTip("a long name", mouse);
+  EXPECT_FALSE(window->m_tip.geometry().intersects(row));
+  EXPECT_EQ(window->m_tip.x(), mouse.x() - 150);
 }
 
 TEST_F(Layers, ATipThatWasClosedOtherwiseComesBackOnlyAfterAHide) {

@@ -25,6 +25,26 @@ const ScriptedReply kRefused = JsonReply(R"({"code":-1})");
 
 class LiveControl : public LiveControlRig {};
 
+TEST_F(LiveControl, TheBarKeepsItsPlacesAtStartAndStop) {
+  m_window->show();
+  ChooseWith();
+  const auto places = [&] {
+    QApplication::processEvents();
+    QList<int> left;
+    for (const char* name : {"m_LiveBtn", "m_AddWinBtn", "m_AddTuC"}) {
+      left += Button(name)->x();
+    }
+    return left += Label("activitiesTitleLabel")->x();
+  };
+  const QList<int> before = places();
+  Press("m_LiveBtn");
+  ASSERT_TRUE(IsLive());
+  EXPECT_EQ(places(), before);
+  Press("m_LiveBtn");
+  ASSERT_FALSE(IsLive());
+  EXPECT_EQ(places(), before);
+}
+
 TEST_F(LiveControl, AtTheStartOnlyTheChooseButtonIsThere) {
   ExpectUnchosen();
 }

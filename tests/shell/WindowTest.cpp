@@ -22,6 +22,7 @@
 #include "support/ScriptedHttp.h"
 #include "widgets/CLoginDlg.h"
 #include "widgets/LoginInfoControl.h"
+#include "widgets/theme/CustomShadowEffect.h"
 
 namespace {
 
@@ -509,7 +510,10 @@ TEST_F(ChangeOfAccount, KeepsTheDialogAndTheLayers) {
   const CustomShadowEffect* shadow = main->m_loginShadow;
   emit CEvent::instance()->loginChange();
   EXPECT_EQ(main->m_loginDlg, dialog);
+  ASSERT_NE(shadow, nullptr);
   EXPECT_EQ(main->m_loginShadow, shadow);
+  EXPECT_EQ(dialog->graphicsEffect(), static_cast<const QGraphicsEffect*>(shadow));
+  EXPECT_TRUE(dialog->autoFillBackground());
   EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t3"));
   EXPECT_EQ(main->Rows(), rows);
 }
@@ -593,12 +597,13 @@ TEST_F(MainWindow, LetsTabReachEveryControlAndNoList) {
   Run();
   EXPECT_EQ(
       support::TabRound(main).join(' '),
-      QStringLiteral("menuButton m_chooseBtn m_AddWinBtn m_AddTuC m_BtnMin m_BtnMax m_BtnExit"));
+      QStringLiteral(
+          "menuButton m_chooseBtn m_AddWinBtn m_AddTuC layerKeys m_BtnMin m_BtnMax m_BtnExit"));
   EXPECT_EQ(Find("m_tabLayer")->focusPolicy(), Qt::NoFocus);
   for (const char* shown : {"m_reselectBtn", "m_LiveBtn"}) {
     Find(shown)->show();
   }
-  EXPECT_EQ(support::TabRound(main).size(), 9);
+  EXPECT_EQ(support::TabRound(main).size(), 10);
 }
 
 }  // namespace
