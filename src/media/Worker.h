@@ -7,9 +7,16 @@
 
 namespace media {
 
+// What a busy machine serves first. Threads that the stream waits for run as the program does;
+// those that prepare pictures stand a little behind them, and those that only show something
+// further. It holds for what such a thread starts in turn, so no encoder is opened on one that
+// stands behind: an unprivileged program can't take it back.
+enum class WorkerRole { kStream, kPrepare, kShow };
+
 // Creates *thread running entry(node). name: at most 15 bytes. False when the system refuses;
 // *thread is then unset and must not be joined.
-bool StartWorker(pthread_t* thread, const char* name, void* (*entry)(void*), void* node);
+bool StartWorker(pthread_t* thread, const char* name, void* (*entry)(void*), void* node,
+                 WorkerRole role = WorkerRole::kStream);
 
 }  // namespace media
 

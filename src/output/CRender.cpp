@@ -86,12 +86,15 @@ int CRender::Start() {
     return -1;
   }
   MakeSlots();
-  if (!media::StartWorker(&m_composeThread, "compose", RunCompose, this)) {
+  if (!media::StartWorker(&m_composeThread, "compose", RunCompose, this,
+                          media::WorkerRole::kPrepare)) {
     m_stopped = true;
-  } else if (!media::StartWorker(&m_scaleThread, "scale", RunScale, this)) {
+  } else if (!media::StartWorker(&m_scaleThread, "scale", RunScale, this,
+                                 media::WorkerRole::kPrepare)) {
     m_stopped = true;
     pthread_join(m_composeThread, nullptr);
-  } else if (!media::StartWorker(&m_presentThread, "present", RunPresent, this)) {
+  } else if (!media::StartWorker(&m_presentThread, "present", RunPresent, this,
+                                 media::WorkerRole::kPrepare)) {
     m_stopped = true;
     pthread_join(m_composeThread, nullptr);
     pthread_join(m_scaleThread, nullptr);

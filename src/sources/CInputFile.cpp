@@ -43,7 +43,8 @@ int CInputFile::Start() {
     return -1;
   }
   m_running = true;
-  if (!media::StartWorker(&m_readThread, "file-read", ReadEntry, this)) {
+  if (!media::StartWorker(&m_readThread, "file-read", ReadEntry, this,
+                          media::WorkerRole::kPrepare)) {
     m_running = false;
     return Fail("no thread to read it");
   }

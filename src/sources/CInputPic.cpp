@@ -92,7 +92,8 @@ int CInputPic::Start() {
     return -1;
   }
   m_stop = false;
-  m_started = media::StartWorker(&m_thread, "picture", PictureEntry, this);
+  m_started =
+      media::StartWorker(&m_thread, "picture", PictureEntry, this, media::WorkerRole::kPrepare);
   return m_started ? 0 : -1;
 }
 

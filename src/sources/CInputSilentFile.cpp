@@ -42,7 +42,7 @@ int CInputSilentFile::Start() {
     return -1;
   }
   m_running = true;
-  if (!media::StartWorker(&m_thread, "film", Run, this)) {
+  if (!media::StartWorker(&m_thread, "film", Run, this, media::WorkerRole::kPrepare)) {
     m_running = false;
     return Fail("no thread to play it");
   }

@@ -44,7 +44,7 @@ int CWndCapture::Start() {
   if (m_running) {
     return -1;
   }
-  m_running = media::StartWorker(&m_thread, "window", Run, this);
+  m_running = media::StartWorker(&m_thread, "window", Run, this, media::WorkerRole::kPrepare);
   return m_running ? 0 : -1;
 }
 

@@ -116,7 +116,8 @@ void CCamDlg::StartPreview() {
     ui.m_labRender->LeaveToOthers();
   }
   stopPreview = false;
-  if (!media::StartWorker(&previewThread, "preview", PreviewEntry, this)) {
+  if (!media::StartWorker(&previewThread, "preview", PreviewEntry, this,
+                          media::WorkerRole::kShow)) {
     previewThread = 0;
     StopCamera();  // nobody would take its pictures
     return;
