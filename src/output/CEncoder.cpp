@@ -27,6 +27,7 @@ CEncoder::CEncoder(int width, int height)
       m_fifo(nullptr),
       m_audioContext(nullptr),
       m_videoContext(nullptr),
+      m_videoParameters(nullptr),
       m_audioStream(nullptr),
       m_videoStream(nullptr),
       m_encodeThread(),
@@ -90,6 +91,7 @@ int CEncoder::Start() {
 
 int CEncoder::StartThreads() {
   m_stopDeadline->Clear();
+  m_counters.effort = 0;
   Report(PublishState::kWaiting);  // before anybody can look
   m_started = true;
   m_encodeRuns = media::StartWorker(&m_encodeThread, "encode", &CEncoder::EncodeEntry, this);
@@ -126,6 +128,7 @@ int CEncoder::Stop() {
 void CEncoder::CloseCodecs() {
   avcodec_free_context(&m_audioContext);
   avcodec_free_context(&m_videoContext);
+  avcodec_parameters_free(&m_videoParameters);
   av_audio_fifo_free(m_fifo);
   m_fifo = nullptr;
   swr_free(&m_resampler);
@@ -162,7 +165,11 @@ int CEncoder::OpenVideo() {
   bool sizeRefused = false;
   for (const char* encoder : {output::kHardwareEncoder, output::kSoftwareEncoder}) {
     if (OpenVideoWith(encoder, &sizeRefused) == 0) {
-      return 0;
+      m_videoParameters = avcodec_parameters_alloc();
+      return m_videoParameters != nullptr &&
+                     avcodec_parameters_from_context(m_videoParameters, m_videoContext) >= 0
+                 ? 0
+                 : -1;
     }
     if (sizeRefused) {
       return -1;
@@ -192,6 +199,29 @@ int CEncoder::OpenVideoWith(const char* encoder, bool* sizeRefused) {
   av_log(nullptr, AV_LOG_ERROR, "the picture encoder %s can't be used: %s\n", encoder,
          ffmpeg::ErrorText(error).c_str());
   return -1;
+}
+
+// The new one is opened before the old one goes: without it the broadcast goes on as it is.
+void CEncoder::ChangeEffort(int level) {
+  AVCodecContext* next = output::NewVideoEncoder(output::kSoftwareEncoder, m_width, m_height);
+  int error = AVERROR_ENCODER_NOT_FOUND;
+  if (next != nullptr) {
+    output::SetBitRate(next, output::VideoBitRate(m_width, m_height));
+    error = output::OpenVideoEncoder(next, output::Effort::Preset(level));
+  }
+  if (error < 0) {
+    av_log(nullptr, AV_LOG_ERROR, "x264 can't go on with preset %s: %s\n",
+           output::Effort::Name(level), ffmpeg::ErrorText(error).c_str());
+    avcodec_free_context(&next);
+    return;
+  }
+  av_log(nullptr, AV_LOG_INFO, "x264 goes on with preset %s instead of %s\n",
+         output::Effort::Name(level), output::Effort::Name(m_counters.effort));
+  // At zero latency it holds no picture back.
+  avcodec_free_context(&m_videoContext);
+  m_videoContext = next;
+  m_counters.effort = level;
+  ++m_counters.effortSteps;
 }
 
 int CEncoder::OpenResampler() {

@@ -13,6 +13,11 @@
 // (output/PictureClock). Of a picture's pts only this is looked at, whether it is the one before
 // once more. Packets carry milliseconds.
 //
+// Effort: a broadcast starts with the prescribed settings. While x264 can't keep up with them it
+// goes on with a faster preset, at the same size and rate (output/Effort): another context, whose
+// first picture is a key frame. Each key frame carries the header that it is decoded with, so that
+// the muxer sends a new one where it changes, whatever was skipped in between.
+//
 // Ownership: input frames are references shared with other nodes, so their pixels are only read.
 // Encoded packets belong to the queue they wait in. The contexts live from Start to Stop, after a
 // failed Start too; the destructor frees what is left.
@@ -54,6 +59,7 @@ extern "C" {
 #include "media/CMyQueue.h"
 #include "media/CSrcInterface.h"
 #include "output/Deadline.h"
+#include "output/Effort.h"
 #include "output/EncoderStatistics.h"
 #include "output/PictureClock.h"
 #include "output/PublishRules.h"
@@ -91,7 +97,10 @@ class CEncoder : public CSrcInterface {
   struct EncodeClock {
     std::int64_t samples = 0;
     output::PictureClock picture;
-    int lost = 0;                             // pictures since the clock was asked
+    int lost = 0;  // pictures since the clock was asked
+    output::Effort effort;
+    int effortLevel = 0;                      // that it asked for
+    std::uint64_t dropped = 0;                // of those that the effort knows
     std::int64_t canvasPts = AV_NOPTS_VALUE;  // of the last one, which may come again
   };
   enum class Sent { kNothing, kPacket, kFailed };
@@ -99,6 +108,8 @@ class CEncoder : public CSrcInterface {
   // Set-up and tear-down of the encode thread's objects: 0 or -1.
   int OpenCodecs();
   void CloseCodecs();
+  // Goes on with that level of effort; the next picture is a key frame. Software only.
+  void ChangeEffort(int level);
   // Encodes all waiting sound and at most one picture. False when there was neither.
   bool EncodeTurn(EncodeClock* clock);
 
@@ -116,11 +127,12 @@ class CEncoder : public CSrcInterface {
   std::atomic<bool> m_started;  // the stop signal of both threads
   std::string m_url;
   DeviceCatalogue* m_catalogue;
-  AVAudioFifo* m_fifo;             // encode thread; regroups sound into the encoder's frames
-  AVCodecContext* m_audioContext;  // encode thread; the publish thread copies its parameters
-  AVCodecContext* m_videoContext;  // encode thread; the publish thread copies its parameters
-  AVStream* m_audioStream;         // publish thread; of the current connection
-  AVStream* m_videoStream;         // publish thread; of the current connection
+  AVAudioFifo* m_fifo;                   // encode thread; regroups sound into the encoder's frames
+  AVCodecContext* m_audioContext;        // encode thread; the publish thread copies its parameters
+  AVCodecContext* m_videoContext;        // encode thread; another one at each change of effort
+  AVCodecParameters* m_videoParameters;  // of the one that was opened first; never written again
+  AVStream* m_audioStream;               // publish thread; of the current connection
+  AVStream* m_videoStream;               // publish thread; of the current connection
   pthread_t m_encodeThread;
   pthread_t m_publishThread;
   CMyQueue m_audioPackets;  // time stamps in milliseconds
@@ -157,10 +169,12 @@ class CEncoder : public CSrcInterface {
   output::PictureClock::Picture See(EncodeClock* clock, const AVFrame& input, int waiting) const;
   AVFrame* PictureToEncode(AVFrame* input);
   void Encode(AVFrame* picture, std::int64_t step);
+  void KeepUp(EncodeClock* clock, std::int64_t tookMs);
   int TakePackets(AVCodecContext* context, int stream, CMyQueue* queue);
 
   // Publish thread.
   bool AwaitFirstPackets();
+  void TakeHeader();
   bool Connect(AVFormatContext* context, output::PublishConnection* connection, bool* again);
   bool SendUntilTheEnd(AVFormatContext* context);
   int SendSound(AVFormatContext* context);

@@ -2,6 +2,7 @@
 #include <SDL.h>
 
 #include <QtGlobal>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -32,6 +33,16 @@ AVFrame* NewSound(const AVCodecContext* context, int samples, std::int64_t pts) 
     return nullptr;
   }
   return sound.Release();
+}
+
+// What a key frame is decoded with goes along with it.
+void AddHeader(const AVCodecContext& context, AVPacket* packet) {
+  const auto size = static_cast<std::size_t>(context.extradata_size);
+  std::uint8_t* header =
+      size > 0 ? av_packet_new_side_data(packet, AV_PKT_DATA_NEW_EXTRADATA, size) : nullptr;
+  if (header != nullptr) {
+    std::memcpy(header, context.extradata, size);
+  }
 }
 
 void LogPictureError(int error) {
@@ -148,9 +159,12 @@ bool CEncoder::EncodePicture(EncodeClock* clock) {
   const output::PictureClock::Verdict verdict =
       clock->picture.Next(See(clock, *input.Get(), waiting));
   switch (verdict.fate) {
-    case output::PictureClock::Fate::kEncode:
+    case output::PictureClock::Fate::kEncode: {
+      const std::uint64_t begin = SDL_GetTicks64();
       Encode(PictureToEncode(input.Get()), verdict.step);
+      KeepUp(clock, static_cast<std::int64_t>(SDL_GetTicks64() - begin));
       break;
+    }
     case output::PictureClock::Fate::kLeaveOut:
       ++m_counters.videoFramesLeftOut;
       break;
@@ -229,6 +243,20 @@ void CEncoder::Encode(AVFrame* picture, std::int64_t step) {
   }
 }
 
+// Only x264 has presets to choose from.
+void CEncoder::KeepUp(EncodeClock* clock, std::int64_t tookMs) {
+  if (std::strcmp(m_videoContext->codec->name, output::kSoftwareEncoder) != 0) {
+    return;
+  }
+  const std::uint64_t dropped = m_counters.videoFramesDropped;
+  const int level = clock->effort.Next(
+      {static_cast<std::int64_t>(SDL_GetTicks64()), tookMs, m_firstVideoQueue->Size(),
+       static_cast<int>(dropped - std::exchange(clock->dropped, dropped))});
+  if (level != std::exchange(clock->effortLevel, level)) {
+    ChangeEffort(level);
+  }
+}
+
 // One that is not the canvas would be read past its end.
 bool CEncoder::IsCanvas(const AVFrame& input) const {
   return input.width == m_catalogue->renderWidth && input.height == m_catalogue->renderHeight &&
@@ -273,6 +301,9 @@ int CEncoder::TakePackets(AVCodecContext* context, int stream, CMyQueue* queue) 
     } else {
       ++m_counters.videoPacketsEncoded;
       m_counters.newestVideoPts = packet->pts;
+    }
+    if (stream == kVideoStream && (packet->flags & AV_PKT_FLAG_KEY) != 0) {
+      AddHeader(*context, packet.Get());
     }
     queue->PushBack(packet.Release());
   }

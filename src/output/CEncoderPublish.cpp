@@ -2,6 +2,7 @@
 #include <SDL.h>
 
 #include <QtGlobal>
+#include <cstring>
 #include <limits>
 
 #include "media/ffmpeg/ErrorText.h"
@@ -30,15 +31,12 @@ void FreeOutput(AVFormatContext** context) {
 
 using ScopedOutput = ffmpeg::Scoped<AVFormatContext, FreeOutput>;
 
-int AddStream(AVFormatContext* context, const AVCodecContext* codec, AVRational timeBase,
-              AVStream** stream) {
-  *stream = avformat_new_stream(context, codec->codec);
-  if (*stream == nullptr) {
-    return AVERROR(ENOMEM);
+AVStream* AddStream(AVFormatContext* context, AVRational timeBase) {
+  AVStream* stream = avformat_new_stream(context, nullptr);
+  if (stream != nullptr) {
+    stream->time_base = timeBase;
   }
-  const int error = avcodec_parameters_from_context((*stream)->codecpar, codec);
-  (*stream)->time_base = timeBase;
-  return error;
+  return stream;
 }
 
 std::uint64_t FreeAll(CMyQueue* queue) {
@@ -106,10 +104,11 @@ bool CEncoder::PublishOnce() {
     ReportFailure(PublishState::kEnded, PublishFault::kContext, error);
     return false;
   }
-  output::PublishConnection connection(m_url, m_stopDeadline, m_protocols);
+  output::PublishConnection connection(
+      m_url, m_stopDeadline, m_protocols,
+      output::SendBufferBytes(output::VideoBitRate(m_width, m_height)));
   bool again = false;
   if (Connect(context.Get(), &connection, &again)) {
-    BeginWithPicture();
     again = SendUntilTheEnd(context.Get());
     connection.FinishWithin(kFarewellMs);
     if (av_write_trailer(context.Get()) < 0) {
@@ -124,11 +123,32 @@ bool CEncoder::PublishOnce() {
 // Stream 0 is sound and stream 1 the picture: that is the order of making.
 int CEncoder::AddStreams(AVFormatContext* context) {
   context->max_interleave_delta = kInterleaveUs;
-  const int error = AddStream(context, m_audioContext, m_streamTimeBase, &m_audioStream);
-  if (error < 0) {
-    return error;
+  m_audioStream = AddStream(context, m_streamTimeBase);
+  m_videoStream = m_audioStream != nullptr ? AddStream(context, m_streamTimeBase) : nullptr;
+  if (m_videoStream == nullptr) {
+    return AVERROR(ENOMEM);
   }
-  return AddStream(context, m_videoContext, m_streamTimeBase, &m_videoStream);
+  const int error = avcodec_parameters_from_context(m_audioStream->codecpar, m_audioContext);
+  return error < 0 ? error : avcodec_parameters_copy(m_videoStream->codecpar, m_videoParameters);
+}
+
+// The header of the key frame that the connection begins with: the effort may have changed since
+// the first.
+void CEncoder::TakeHeader() {
+  const auto* head = static_cast<const AVPacket*>(m_videoPackets.Peek());
+  std::size_t size = 0;
+  const std::uint8_t* header =
+      head != nullptr ? av_packet_get_side_data(head, AV_PKT_DATA_NEW_EXTRADATA, &size) : nullptr;
+  AVCodecParameters* parameters = m_videoStream->codecpar;
+  auto* copy = header != nullptr
+                   ? static_cast<std::uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE))
+                   : nullptr;
+  if (copy != nullptr) {
+    std::memcpy(copy, header, size);
+    av_freep(&parameters->extradata);
+    parameters->extradata = copy;
+    parameters->extradata_size = static_cast<int>(size);
+  }
 }
 
 // True with the header written. Otherwise *again tells whether a new try may help.
@@ -147,6 +167,8 @@ bool CEncoder::Connect(AVFormatContext* context, output::PublishConnection* conn
     return false;
   }
   context->pb = connection->Bytes();
+  BeginWithPicture();
+  TakeHeader();
   const int error = avformat_write_header(context, nullptr);
   if (error < 0) {
     *again = false;

@@ -42,6 +42,8 @@ EncoderStatistics EncoderCounters::Copy() const {
   copy.videoPacketsDropped = videoPacketsDropped;
   copy.bytesSent = bytesSent;
   copy.connections = connections;
+  copy.effort = effort;
+  copy.effortSteps = effortSteps;
   // The packet may have left between the two reads.
   const std::int64_t left = leftVideoPts;
   copy.queuedMs = std::max<std::int64_t>(0, newestVideoPts - left);

@@ -56,7 +56,9 @@ struct EncoderStatistics {
   std::uint64_t videoPacketsDropped = 0;
   std::uint64_t bytesSent = 0;  // payload, without what FLV and RTMP add
   std::uint64_t connections = 0;
-  std::int64_t queuedMs = 0;  // delay that the waiting video packets stand for
+  int effort = 0;                 // level of output/Effort; 0 is the prescribed one
+  std::uint64_t effortSteps = 0;  // changes of it
+  std::int64_t queuedMs = 0;      // delay that the waiting video packets stand for
 };
 
 namespace output {
@@ -79,6 +81,8 @@ struct EncoderCounters {
   std::atomic<std::uint64_t> videoPacketsDropped{0};
   std::atomic<std::uint64_t> bytesSent{0};
   std::atomic<std::uint64_t> connections{0};
+  std::atomic<int> effort{0};
+  std::atomic<std::uint64_t> effortSteps{0};
   std::atomic<std::int64_t> newestVideoPts{0};  // of the last packet that entered the video queue
   std::atomic<std::int64_t> leftVideoPts{0};    // of the last one that left it
 

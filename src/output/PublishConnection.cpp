@@ -51,6 +51,7 @@ int LookUp(const std::string& host) {
 struct PublishConnection::Attempt {
   std::string address;
   std::string protocols;
+  int sendBufferBytes = 0;
   std::string host;
   std::shared_ptr<const Deadline> stop;
   Deadline end;
@@ -94,10 +95,11 @@ struct PublishConnection::Attempt {
 
 PublishConnection::PublishConnection(const std::string& address,
                                      std::shared_ptr<const Deadline> stop,
-                                     const std::string& protocols)
+                                     const std::string& protocols, int sendBufferBytes)
     : m_attempt(std::make_shared<Attempt>()) {
   m_attempt->address = address;
   m_attempt->protocols = protocols;
+  m_attempt->sendBufferBytes = sendBufferBytes;
   m_attempt->host = HostOf(address);
   m_attempt->stop = std::move(stop);
 }
@@ -152,6 +154,8 @@ PublishConnection::Result PublishConnection::Connect(Attempt* attempt) {
   ffmpeg::ScopedDictionary options;
   av_dict_set(options.Address(), "rw_timeout", kPeerTimeoutUs, 0);
   av_dict_set(options.Address(), "protocol_whitelist", attempt->protocols.c_str(), 0);
+  // RTMP hands it on to its socket.
+  av_dict_set_int(options.Address(), "send_buffer_size", attempt->sendBufferBytes, 0);
   const AVIOInterruptCB interrupt = {&Attempt::Interrupted, attempt};
   const int error = avio_open2(&attempt->bytes, attempt->address.c_str(), AVIO_FLAG_READ_WRITE,
                                &interrupt, options.Address());

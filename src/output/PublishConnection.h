@@ -40,9 +40,10 @@ class PublishConnection {
     int error = 0;  // AVERROR_EXIT when the wait was given up; getaddrinfo's code for kLookup
   };
 
-  // protocols: those that may be opened, as libavformat's "protocol_whitelist".
+  // protocols: those that may be opened, as libavformat's "protocol_whitelist". sendBufferBytes: of
+  // the socket.
   PublishConnection(const std::string& address, std::shared_ptr<const Deadline> stop,
-                    const std::string& protocols);
+                    const std::string& protocols, int sendBufferBytes);
   ~PublishConnection();  // Close
 
   PublishConnection(const PublishConnection&) = delete;

@@ -44,6 +44,11 @@ std::int64_t VideoBitRate(int width, int height) {
   return 0;
 }
 
+int SendBufferBytes(std::int64_t videoBitRate) {
+  constexpr std::int64_t kAudioBitRate = 128000;
+  return static_cast<int>((videoBitRate + kAudioBitRate) / 8 / 2);
+}
+
 bool DropsInput(int framesLeft) {
   return framesLeft > kInputFramesKept;
 }

@@ -23,6 +23,11 @@ constexpr std::uint32_t kRetryMs = 3000;
 // Bits a second of H.264 for that size; 0 for a size that is not published.
 std::int64_t VideoBitRate(int width, int height);
 
+// What the system may hold of a stream with that much video, in bytes: about a second, since what
+// lies there counts as sent although the server may have stopped to read. The system doubles the
+// size that it is asked for, to have room for its own records.
+int SendBufferBytes(std::int64_t videoBitRate);
+
 // framesLeft: pictures that still wait after one was taken. True: they are thinned out.
 bool DropsInput(int framesLeft);
 // Of those, whether the one at that place is kept: kInputFramesKept are, in equal distances, so

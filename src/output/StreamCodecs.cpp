@@ -8,7 +8,8 @@ extern "C" {
 
 namespace output {
 
-std::vector<std::pair<std::string, std::string>> VideoOptions(const std::string& encoder) {
+std::vector<std::pair<std::string, std::string>> VideoOptions(const std::string& encoder,
+                                                              const std::string& preset) {
   if (encoder == kHardwareEncoder) {
     // Its "tune" has no zerolatency; that is a flag of its own, and the profile of the context is
     // overridden by the default of its own option.
@@ -19,7 +20,10 @@ std::vector<std::pair<std::string, std::string>> VideoOptions(const std::string&
             {"profile", "baseline"},
             {"forced-idr", "1"}};
   }
-  return {{"threads", "auto"}, {"tune", "zerolatency"}};
+  if (preset.empty()) {
+    return {{"threads", "auto"}, {"tune", "zerolatency"}};
+  }
+  return {{"threads", "auto"}, {"preset", preset}, {"tune", "zerolatency"}};
 }
 
 AVCodecContext* NewAudioEncoder() {
@@ -68,9 +72,9 @@ void SetBitRate(AVCodecContext* video, std::int64_t bitRate) {
   video->rc_max_rate = bitRate * 3 / 2;
 }
 
-int OpenVideoEncoder(AVCodecContext* video) {
+int OpenVideoEncoder(AVCodecContext* video, const std::string& preset) {
   ffmpeg::ScopedDictionary options;
-  for (const auto& [name, value] : VideoOptions(video->codec->name)) {
+  for (const auto& [name, value] : VideoOptions(video->codec->name, preset)) {
     av_dict_set(options.Address(), name.c_str(), value.c_str(), 0);
   }
   return avcodec_open2(video, video->codec, options.Address());

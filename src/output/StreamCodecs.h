@@ -21,7 +21,9 @@ constexpr int kPicturesPerSecond = 25;
 
 // The options that an H.264 encoder is opened with. Their names and values are each encoder's own:
 // one that it doesn't know makes it refuse to open.
-std::vector<std::pair<std::string, std::string>> VideoOptions(const std::string& encoder);
+// preset: of x264, "" for its own choice; the hardware encoder has none of these.
+std::vector<std::pair<std::string, std::string>> VideoOptions(const std::string& encoder,
+                                                              const std::string& preset = "");
 
 // A context with the stream's settings, not opened. Null when the encoder is not in the library.
 AVCodecContext* NewAudioEncoder();
@@ -31,7 +33,7 @@ AVCodecContext* NewVideoEncoder(const char* encoder, int width, int height);
 void SetBitRate(AVCodecContext* video, std::int64_t bitRate);
 
 // avcodec_open2 with VideoOptions.
-int OpenVideoEncoder(AVCodecContext* video);
+int OpenVideoEncoder(AVCodecContext* video, const std::string& preset = "");
 
 }  // namespace output
 

@@ -10,6 +10,8 @@ extern "C" {
 #include <libavutil/error.h>
 }
 
+#include "output/Effort.h"
+
 namespace shell {
 
 namespace {
@@ -188,10 +190,13 @@ QString DownWords(const StreamHistory& history) {
       }
       [[fallthrough]];
     case PublishState::kRetrying:
-      return status.tries > 0 ? QStringLiteral("推流中断：%1，第 %2 次重试")
-                                    .arg(CauseWords(status))
-                                    .arg(status.tries)
-                              : QString();
+      return status.tries > 0
+                 ? QStringLiteral("%1：%2，第 %3 次重试")
+                       .arg(history.back().encoder.connections > 0 ? QStringLiteral("推流中断")
+                                                                   : QStringLiteral("未推流"))
+                       .arg(CauseWords(status))
+                       .arg(status.tries)
+                 : QString();
     case PublishState::kPublishing:
       return StandstillWords(history);
   }
@@ -221,6 +226,9 @@ QStringList TroubleWords(const StreamHistory& history) {
   const std::uint64_t unencoded = encoder.videoFramesDropped - before.videoFramesDropped;
   if (unencoded > 0) {
     words.append(QStringLiteral("编码丢帧 %1").arg(unencoded));
+  }
+  if (encoder.effort > 0) {
+    words.append(QStringLiteral("画质已自动降低"));
   }
   const std::uint64_t unsent = encoder.videoPacketsDropped - before.videoPacketsDropped;
   if (unsent > 0) {
@@ -254,6 +262,10 @@ QString Details(const StreamHistory& history, const QStringList& stopped) {
         << QStringLiteral("已连接 %1 次，连续失败 %2 次")
                .arg(encoder.connections)
                .arg(encoder.status.tries);
+  if (encoder.effort > 0) {
+    lines << QStringLiteral("画质：已自动降低到 %1，机器有余力时恢复")
+                 .arg(QLatin1String(output::Effort::Name(encoder.effort)));
+  }
   if (encoder.videoFramesLeftOut > 0) {
     lines << QStringLiteral("为与声音同步略去：%1 帧").arg(encoder.videoFramesLeftOut);
   }

@@ -56,6 +56,11 @@ class EncodeTurn : public testing::Test {
       encoder.TurnUntilIdle();
     }
   }
+  // What the encoder of now makes is decoded with.
+  std::vector<std::uint8_t> Header() {
+    const AVCodecContext* video = encoder.VideoContext();
+    return {video->extradata, video->extradata + video->extradata_size};
+  }
   int VideoPackets() { return static_cast<int>(TakePts(&encoder.Video()).size()); }
 
   support::FakeClock clock;
@@ -295,6 +300,35 @@ TEST_F(EncodeTurn, WithoutSoundPicturesAreTheirOwnMeasure) {
   EXPECT_EQ(60, VideoPackets());
 }
 
+// The same stream, but for how well it is made: no break in time, and a key frame that carries what
+// it is decoded with.
+TEST_F(EncodeTurn, AnotherEffortGoesOnWithAKeyFrameAndItsHeader) {
+  FeedPictures(3);
+  encoder.TurnUntilIdle();
+  EXPECT_EQ((Times{0, 40, 80}), TakePts(&encoder.Video()));
+  const std::vector<std::uint8_t> before = Header();
+  encoder.ChangeEffort(4);
+  FeedPictures(3);
+  encoder.TurnUntilIdle();
+  const ffmpeg::ScopedPacket first(static_cast<AVPacket*>(encoder.Video().Pop()));
+  ASSERT_TRUE(first);
+  EXPECT_EQ(120, first->pts);
+  EXPECT_NE(0, first->flags & AV_PKT_FLAG_KEY);
+  std::size_t size = 0;
+  const std::uint8_t* header =
+      av_packet_get_side_data(first.Get(), AV_PKT_DATA_NEW_EXTRADATA, &size);
+  ASSERT_NE(nullptr, header);
+  EXPECT_EQ(Header(), std::vector<std::uint8_t>(header, header + size));
+  EXPECT_NE(Header(), before) << "or nothing here is tested";
+  EXPECT_EQ((Times{160, 200}), TakePts(&encoder.Video()));
+  EXPECT_EQ(960, encoder.VideoContext()->width);
+  EXPECT_EQ(FF_PROFILE_H264_BASELINE, encoder.VideoContext()->profile & 0xff);
+  EXPECT_EQ(500000, encoder.VideoContext()->bit_rate);
+  EXPECT_EQ(50, encoder.VideoContext()->gop_size);
+  EXPECT_EQ(4, encoder.Statistics().effort);
+  EXPECT_EQ(1U, encoder.Statistics().effortSteps);
+}
+
 // An encoder that can't keep up must come back to the sound between two pictures.
 TEST_F(EncodeTurn, SoundIsServedBetweenTwoPictures) {
   FeedPictures(2);
@@ -358,6 +392,24 @@ TEST_F(EncodeTurn, PixelsOfTheInputAreOnlyReadAndNotKept) {
   encoder.Turn();
   EXPECT_EQ(0, std::memcmp(before->data[0], canvas->data[0], 1920 * 1080));
   EXPECT_EQ(1, av_frame_is_writable(canvas.Get())) << "the encoder still holds the picture";
+}
+
+TEST(OpenedEncoder, HasTheBitRateOfItsSize) {
+  struct Case {
+    int width;
+    int height;
+    std::int64_t bitRate;
+  };
+  for (const Case& c :
+       {Case{960, 540, 500000}, Case{1280, 720, 1000000}, Case{1920, 1080, 2000000}}) {
+    EncoderUnderTest encoder(c.width, c.height);
+    ASSERT_TRUE(encoder.Open());
+    EXPECT_EQ(c.bitRate, encoder.VideoContext()->bit_rate) << c.height;
+    EXPECT_EQ(c.bitRate * 3 / 2, encoder.VideoContext()->rc_max_rate) << c.height;
+    encoder.ChangeEffort(2);
+    EXPECT_EQ(c.bitRate, encoder.VideoContext()->bit_rate) << c.height;
+    EXPECT_EQ(c.bitRate * 3 / 2, encoder.VideoContext()->rc_max_rate) << c.height;
+  }
 }
 
 TEST(EncodeTurnAtFullSize, PublishesTheCanvasAsItIs) {

@@ -36,6 +36,21 @@ TEST(EncoderLife, SecondStartIsRefusedAndTheFirstGoesOn) {
   EXPECT_EQ(0, encoder.Stop());
 }
 
+TEST(EncoderLife, TheHardwareIsTriedAnewAtEachStart) {
+  for (int round = 0; round < 2; ++round) {
+    const MessageCapture log;
+    EncoderUnderTest encoder;
+    ASSERT_EQ(0, encoder.Start());
+    const std::string chosen = encoder.VideoContext()->codec->name;
+    EXPECT_EQ(chosen != "h264_nvenc",
+              log.ErrorText().find("the picture encoder h264_nvenc can't") != std::string::npos);
+    EXPECT_EQ(0, encoder.Stop());
+    ASSERT_EQ(0, encoder.Start()) << "the same node once more";
+    EXPECT_EQ(chosen, encoder.VideoContext()->codec->name);
+    EXPECT_EQ(0, encoder.Stop());
+  }
+}
+
 // Many times, since its threads may or may not have run by then.
 TEST(EncoderLife, AStartedEncoderIsNeverSeenStopped) {
   const MessageCapture log;

@@ -43,6 +43,7 @@ class EncoderUnderTest : public CEncoder {
 
   using CEncoder::AddStreams;
   using CEncoder::AwaitRetry;
+  using CEncoder::ChangeEffort;
   using CEncoder::HasFirstPackets;
   using CEncoder::PublishOnce;
   using CEncoder::PublishTurn;

@@ -43,6 +43,14 @@ TEST(PublishRules, BitRateIsByPictureSizeAndOtherSizesAreRefused) {
   EXPECT_EQ(0, output::VideoBitRate(0, 0));
 }
 
+TEST(PublishRules, TheSocketHoldsASecondOfTheStreamAtMost) {
+  for (const std::int64_t bitRate : {500000, 1000000, 2000000}) {
+    const std::int64_t second = (bitRate + 128000) / 8;
+    EXPECT_LE(2 * output::SendBufferBytes(bitRate), second);
+    EXPECT_GE(2 * output::SendBufferBytes(bitRate), second * 9 / 10);
+  }
+}
+
 TEST(PublishRules, AnInputFrameIsDroppedWithMoreThanFifteenLeft) {
   EXPECT_FALSE(output::DropsInput(0));
   EXPECT_FALSE(output::DropsInput(15));

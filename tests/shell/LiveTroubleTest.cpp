@@ -276,7 +276,7 @@ TEST_F(LiveTrouble, TheStateTurnsRedWhenNobodyListensAtTheAddress) {
   Press("m_LiveBtn");
   ASSERT_TRUE(Await([this] {
     m_window->updateTime();
-    return Label("streamState")->accessibleName().contains("推流中断：连接被拒绝");
+    return Label("streamState")->accessibleName().contains("未推流：连接被拒绝");
   })) << Label("streamState")->accessibleName().toStdString();
   EXPECT_TRUE(Label("streamState")->styleSheet().contains("#FF4949"));
 }

@@ -30,6 +30,7 @@ StreamSight WellAt(int second) {
   StreamSight sight;
   sight.timeMs = second * 1000;
   sight.encoder.status.state = PublishState::kPublishing;
+  sight.encoder.connections = 1;
   sight.encoder.bytesSent = static_cast<std::uint64_t>(second) * 250'000;  // 2000 kb/s
   sight.encoder.queuedMs = 600;
   sight.encoder.audioPacketsEncoded = static_cast<std::uint64_t>(second) * 47;
@@ -103,6 +104,25 @@ TEST(StreamHealth, PacketsThatWereSkippedCountAsDroppedByTheNetwork) {
   }));
   EXPECT_EQ(health.light, StreamLight::kAmber);
   EXPECT_EQ(health.words, "编码丢帧 2  网络丢帧 101  2000 kb/s");
+}
+
+TEST(StreamHealth, IsAmberWhileTheEffortIsBelowThePrescribedOne) {
+  const StreamHealth health =
+      JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) { sight->encoder.effort = 2; }));
+  EXPECT_EQ(health.light, StreamLight::kAmber);
+  EXPECT_EQ(health.words, "画质已自动降低  2000 kb/s");
+  EXPECT_TRUE(health.details.contains("veryfast")) << health.details.toStdString();
+  EXPECT_FALSE(JudgeStream(Seconds(0, 10)).details.contains("画质"));
+}
+
+TEST(StreamHealth, AFirstConnectionThatFailsInterruptsNothing) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
+    sight->encoder.connections = 0;
+    sight->encoder.status =
+        Status(PublishState::kRetrying, PublishFault::kConnect, 2, AVERROR(ECONNREFUSED));
+  }));
+  EXPECT_EQ(health.light, StreamLight::kRed);
+  EXPECT_EQ(health.words, "未推流：连接被拒绝，第 2 次重试");
 }
 
 TEST(StreamHealth, IsAmberWithTheDelayWhenTheNetworkIsTooSlow) {

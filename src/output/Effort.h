@@ -1,0 +1,68 @@
+// How hard the software encoder tries: which preset of x264 the machine has time for.
+//
+// Flow: after each picture the encode thread tells how long it took, how many wait and how many
+// were dropped; the answer is the level to go on with. Level 0 is the one that a broadcast starts
+// with; each further one is faster and its picture plainer.
+//
+// A second in which encoding took all the time there is, or in which pictures always waited, or in
+// which many were dropped, is one step down, at most one a second. A second in which the encoder
+// would have had time for a better level too is room: after kRoomMs of it in a row the effort goes
+// up to the best level for which there is time, by what the levels cost. A step up that did not
+// hold for kHoldMs doubles the room that the next one needs, so that a load which comes and goes
+// doesn't make the picture change with it.
+//
+// Pure arithmetic; for one thread.
+#ifndef ORVANE_OUTPUT_EFFORT_H
+#define ORVANE_OUTPUT_EFFORT_H
+
+#include <cstdint>
+#include <optional>
+
+namespace output {
+
+class Effort {
+ public:
+  static constexpr int kLevels = 5;
+  static constexpr std::int64_t kRoomMs = 20'000;
+  static constexpr std::int64_t kMostRoomMs = 30 * 60'000;
+  static constexpr std::int64_t kHoldMs = 5 * 60'000;
+
+  // The preset of x264; "" for level 0, which is opened without any.
+  static const char* Preset(int level);
+  // What it is called; "medium" for level 0.
+  static const char* Name(int level);
+
+  struct Encoded {
+    std::int64_t nowMs = 0;
+    std::int64_t tookMs = 0;
+    int waiting = 0;  // behind it
+    int dropped = 0;  // since the one before
+  };
+  // The level for the next picture.
+  int Next(const Encoded& picture);
+
+ private:
+  bool IsSlow() const;
+  // The best level that there would have been time for in this second; the present one if none.
+  int BestLevel() const;
+  void BeginSecond(std::int64_t nowMs);
+  void GoDown(std::int64_t nowMs);
+  void GoUp(std::int64_t nowMs, int level);
+
+  int m_level = 0;
+  // The second that is looked at.
+  std::optional<std::int64_t> m_secondMs;
+  std::int64_t m_tookMs = 0;
+  int m_pictures = 0;
+  int m_dropped = 0;
+  int m_leastWaiting = 0;
+  int m_leastBefore = 0;  // in the second before: what waits may be on its way out
+  // Steps.
+  std::optional<std::int64_t> m_roomSinceMs;
+  std::optional<std::int64_t> m_upMs;  // the last one up, until it is judged
+  std::int64_t m_roomMs = kRoomMs;     // that the next one needs
+};
+
+}  // namespace output
+
+#endif

@@ -1,0 +1,184 @@
+#include "output/Effort.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using output::Effort;
+
+// What each level costs; level 0 takes baseMs of an idle machine.
+constexpr double kCost[Effort::kLevels] = {1.0, 0.83, 0.43, 0.36, 0.21};
+
+struct Step {
+  std::int64_t atMs;
+  int level;
+};
+
+// An encoder on a machine that is load times slower than an idle one.
+class Machine {
+ public:
+  explicit Machine(double baseMs = 18) : m_baseMs(baseMs) {}
+
+  void Run(std::int64_t forMs, const std::function<double(std::int64_t)>& load) {
+    const std::int64_t end = m_now + forMs;
+    while (m_now < end) {
+      const double took = m_baseMs * kCost[m_level] * load(m_now) + 1;
+      m_behind = std::max(0.0, m_behind + took - 40);
+      int dropped = 0;
+      for (; m_behind > 15 * 40; m_behind -= 40) {
+        ++dropped;
+      }
+      m_now += std::max<std::int64_t>(40, std::llround(took));
+      const int level =
+          m_effort.Next({m_now, std::llround(took), static_cast<int>(m_behind / 40), dropped});
+      m_dropped += dropped;
+      if (level != m_level) {
+        EXPECT_LE(level, m_level + 1) << "one step down at a time";
+        if (level > m_level && !m_steps.empty()) {
+          EXPECT_GE(m_now - m_steps.back().atMs, 1000);
+        }
+        m_steps.push_back({m_now, level});
+      }
+      m_level = level;
+    }
+  }
+  void Run(std::int64_t forMs, double load) {
+    Run(forMs, [load](std::int64_t) { return load; });
+  }
+
+  int Level() const { return m_level; }
+  int Dropped() const { return m_dropped; }
+  const std::vector<Step>& Steps() const { return m_steps; }
+
+ private:
+  double m_baseMs;
+  std::int64_t m_now = 1000;
+  double m_behind = 0;
+  int m_level = 0;
+  int m_dropped = 0;
+  std::vector<Step> m_steps;
+  Effort m_effort;
+};
+
+TEST(Effort, LevelsAreThePresetsFromThePrescribedOneOn) {
+  std::vector<std::string> presets;
+  for (int level = 0; level < Effort::kLevels; ++level) {
+    presets.emplace_back(Effort::Preset(level));
+  }
+  EXPECT_EQ((std::vector<std::string>{"", "faster", "veryfast", "superfast", "ultrafast"}),
+            presets);
+  EXPECT_STREQ("medium", Effort::Name(0));
+}
+
+TEST(Effort, StaysWhereItIsWhileThereIsTime) {
+  Machine machine;
+  machine.Run(3'600'000, 1.9);  // 35 of 40 ms
+  EXPECT_EQ(0U, machine.Steps().size());
+}
+
+TEST(Effort, ASecondDecides) {
+  struct Case {
+    std::int64_t tookMs;
+    int waiting;
+    int dropped;
+    int level;  // after the second
+  };
+  for (const Case& c : {Case{36, 0, 0, 0}, Case{37, 0, 0, 1}, Case{10, 2, 0, 0}, Case{10, 3, 0, 1},
+                        Case{10, 0, 4, 0}, Case{10, 0, 5, 1}, Case{5000, 15, 9, 1}}) {
+    Effort effort;
+    int level = 0;
+    for (int i = 0; i <= 25; ++i) {
+      EXPECT_EQ(0, level) << i;
+      level = effort.Next({i * 40, c.tookMs, c.waiting, i == 12 ? c.dropped : 0});
+    }
+    EXPECT_EQ(c.level, level) << c.tookMs << ' ' << c.waiting << ' ' << c.dropped;
+  }
+}
+
+TEST(Effort, AMomentInWhichTheMachineIsHeldIsNothing) {
+  Effort effort;
+  for (int i = 0; i <= 100; ++i) {
+    const bool held = i == 40;
+    EXPECT_EQ(0, effort.Next({i * 40, held ? 500 : 18, i > 40 && i < 52 ? 52 - i : 0, 0})) << i;
+  }
+}
+
+TEST(Effort, GoesDownStepByStepUntilThereIsTime) {
+  Machine machine;
+  machine.Run(10'000, 5);
+  EXPECT_EQ(3, machine.Level());
+  ASSERT_EQ(3U, machine.Steps().size());
+  EXPECT_LE(machine.Steps().back().atMs, 1000 + 4500);
+  Machine slower;
+  slower.Run(60'000, 50);
+  EXPECT_EQ(Effort::kLevels - 1, slower.Level());
+  EXPECT_EQ(4U, slower.Steps().size()) << "there is nothing below";
+}
+
+TEST(Effort, IsBackAMinuteAfterALoadOfAMinute) {
+  Machine machine;
+  for (int round = 0; round < 100; ++round) {
+    machine.Run(60'000, 6);
+    EXPECT_GE(machine.Level(), 3);
+    machine.Run(60'000, 1);
+    EXPECT_EQ(0, machine.Level()) << round;
+    machine.Run(480'000, 1);
+    EXPECT_EQ(0, machine.Level());
+  }
+}
+
+TEST(Effort, WhatDidNotHoldIsTriedEverLater) {
+  Machine machine;
+  // Room for long enough to go up, and never to stay there.
+  std::vector<std::int64_t> ups;
+  for (int round = 0; round < 400; ++round) {
+    const std::size_t before = machine.Steps().size();
+    machine.Run(90'000, 6);
+    machine.Run(90'000, 1);
+    for (std::size_t i = before; i < machine.Steps().size(); ++i) {
+      const int last = i > 0 ? machine.Steps()[i - 1].level : 0;
+      if (machine.Steps()[i].level < last) {
+        ups.push_back(machine.Steps()[i].atMs);
+      }
+    }
+  }
+  EXPECT_LE(ups.size(), 8U) << "in twenty hours";
+}
+
+// A day of an operator's machine: idle hours, a virus scanner, a browser that loads now and then,
+// loads that last between a second and an hour.
+TEST(Effort, DoesNotFlutterThroughADay) {
+  for (unsigned seed = 1; seed <= 20; ++seed) {
+    std::mt19937 random(seed);
+    Machine machine(15 + random() % 20);
+    std::int64_t left = 24 * 3'600'000LL;
+    while (left > 0) {
+      const double length = std::exp(std::uniform_real_distribution<>(7, 15)(random));  // 1 s, 1 h
+      const double load = std::uniform_real_distribution<>(0.7, 8)(random);
+      const auto span = std::min<std::int64_t>(left, std::llround(length));
+      machine.Run(span, [&](std::int64_t) {
+        return load * std::uniform_real_distribution<>(0.8, 1.2)(random);
+      });
+      left -= span;
+    }
+    // Up and down again and up within a minute is what an eye would see.
+    int flutter = 0;
+    for (std::size_t i = 2; i < machine.Steps().size(); ++i) {
+      const auto& steps = machine.Steps();
+      const bool turned =
+          (steps[i].level < steps[i - 1].level) != (steps[i - 1].level < steps[i - 2].level);
+      flutter += turned && steps[i].atMs - steps[i - 2].atMs < 15'000 ? 1 : 0;
+    }
+    EXPECT_EQ(0, flutter) << seed;
+    EXPECT_LE(machine.Steps().size(), 24U * 20U) << seed;
+  }
+}
+
+}  // namespace
