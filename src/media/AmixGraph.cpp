@@ -22,6 +22,9 @@ constexpr int kSampleRate = 48000;
 constexpr AVSampleFormat kSampleFormat = AV_SAMPLE_FMT_S16;
 constexpr std::int64_t kChannelLayout = 3;  // stereo, as a mask
 constexpr int kMsPerSecond = 1000;
+// amix keeps what an input gives while it waits for another one. More than a thread can be late by
+// is an input that will not come.
+constexpr std::int64_t kMostWaiting = 10 * INT64_C(48000);
 constexpr std::size_t kArgumentBytes = 512;
 
 std::string InputName(int input) {
@@ -63,11 +66,6 @@ AVFilterInOut* NewPad(const std::string& name, AVFilterContext* filter, AVFilter
   return pad.Release();
 }
 
-// In a graph that was not connected a source has no way on, and a frame given to it would crash.
-bool IsLinked(const AVFilterContext* source) {
-  return source != nullptr && source->nb_outputs > 0 && source->outputs[0] != nullptr;
-}
-
 void FixPayload(AVFrame* frame) {
   const int payload = av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame->format)) *
                       frame->ch_layout.nb_channels * frame->nb_samples;
@@ -95,11 +93,14 @@ AmixGraph::~AmixGraph() {
 }
 
 void AmixGraph::Free() {
+  m_ready = false;
   for (AVFilterContext*& source : m_sources) {
     avfilter_free(source);
     source = nullptr;
   }
   m_sources.clear();
+  m_fed.clear();
+  m_drained = 0;
   avfilter_free(m_sink);
   m_sink = nullptr;
   avfilter_graph_free(&m_graph);
@@ -117,11 +118,13 @@ AmixGraph::Result AmixGraph::Build(int count, const std::atomic<bool>& stop) {
   if (stop) {
     return Result::kStopped;
   }
-  return RestrictSink() && Connect() ? Result::kReady : Result::kIncomplete;
+  m_ready = RestrictSink() && Connect();
+  return m_ready ? Result::kReady : Result::kIncomplete;
 }
 
 AmixGraph::Result AmixGraph::CreateEnds(int count) {
   m_sources.assign(static_cast<std::size_t>(count), nullptr);
+  m_fed.assign(static_cast<std::size_t>(count), 0);
   m_graph = avfilter_graph_alloc();
   int error = AVERROR(ENOMEM);
   if (m_graph != nullptr) {
@@ -184,11 +187,19 @@ bool AmixGraph::Connect() {
 }
 
 int AmixGraph::Feed(int input, AVFrame* frame) {
-  int result = AVERROR(EINVAL);
-  if (input < InputCount() && IsLinked(m_sources[static_cast<std::size_t>(input)])) {
-    result = av_buffersrc_add_frame_flags(m_sources[static_cast<std::size_t>(input)], frame, 0);
+  const auto index = static_cast<std::size_t>(input);
+  const int samples = frame->nb_samples;
+  int result = 0;
+  if (!m_ready || input >= InputCount()) {
+    result = AVERROR(EINVAL);
+  } else if (m_fed[index] - m_drained >= kMostWaiting) {
+    result = AVERROR(ENOBUFS);
+  } else {
+    result = av_buffersrc_add_frame_flags(m_sources[index], frame, 0);
   }
-  if (result < 0) {
+  if (result >= 0) {
+    m_fed[index] += samples;
+  } else {
     av_frame_unref(frame);
   }
   // A graph that took the frame has taken its data, and only the shell is left.
@@ -198,9 +209,10 @@ int AmixGraph::Feed(int input, AVFrame* frame) {
 
 AVFrame* AmixGraph::Drain() {
   ffmpeg::ScopedFrame out(av_frame_alloc());
-  if (!out || m_sink == nullptr || av_buffersink_get_frame_flags(m_sink, out.Get(), 0) < 0) {
+  if (!out || !m_ready || av_buffersink_get_frame_flags(m_sink, out.Get(), 0) < 0) {
     return nullptr;
   }
+  m_drained += out->nb_samples;
   FixPayload(out.Get());
   FixTime(out.Get());
   return out.Release();

@@ -7,7 +7,8 @@
 // Flow: frames go in with Feed, one input at a time, and mixed frames come out with Drain after
 // each. In and out is signed 16-bit interleaved stereo at 48000 Hz with pts in milliseconds. A
 // mixed frame has the length and the time of the frame of input 0 that it was made from, and comes
-// only when every input has given sound for it: amix waits for the slowest.
+// only when every input has given sound for it: amix waits for the slowest. What the others give
+// meanwhile is kept for 10 s of sound, and dropped beyond.
 //
 // Ownership: Feed takes its frame over, whatever becomes of it. Drain's frame is the caller's. The
 // graph frees itself, and what is still buffered in it, at the next Build, with Free, and at the
@@ -67,6 +68,9 @@ class AmixGraph {
   AVFilterGraph* m_graph = nullptr;
   AVFilterContext* m_sink = nullptr;
   std::vector<AVFilterContext*> m_sources;
+  bool m_ready = false;             // linked and configured: frames may be given to it
+  std::vector<std::int64_t> m_fed;  // samples, by input
+  std::int64_t m_drained = 0;       // samples
 };
 
 // "[in0][in1]amix=inputs=2[out]" for 2 inputs.

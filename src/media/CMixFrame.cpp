@@ -139,11 +139,33 @@ void CMixFrame::MoveFrames(Mixing* mixing) {
     if (!m_active[position]) {
       continue;
     }
-    // By rank, not by position, on purpose: see the head of the header. After a flag in the middle
-    // was cleared there may be more set flags than graph inputs; what has none waits.
+    // By rank, not by position, on purpose: see the head of the header.
     const int input = media::RankOf(m_active, position);
-    if (input < mixing->graph.InputCount() && EmptyQueue(mixing, input)) {
+    if (input >= mixing->graph.InputCount()) {
+      LeaveUnread(position, input);
+    } else if (EmptyQueue(mixing, input)) {
       mixing->idle = false;
+    }
+  }
+  TrimUnread(mixing->graph.InputCount());
+}
+
+// After a flag in the middle was cleared there may be more set flags than graph inputs. What has
+// none waits while there is a hole below it. Once the hole is filled the flag gives way, so that
+// the input joins anew, and is read.
+void CMixFrame::LeaveUnread(std::size_t position, int rank) {
+  if (static_cast<std::size_t>(rank) == position) {
+    m_active[position] = false;
+  }
+}
+
+// Of a queue that nobody reads so much is kept as an input brings along when it joins: it is then
+// as far behind as any other, if it is ever read again.
+void CMixFrame::TrimUnread(int inputs) {
+  for (auto i = static_cast<std::size_t>(inputs); i < m_audioQueues.size(); ++i) {
+    while (m_audioQueues[i]->Size() > media::kFramesToJoin + 1) {
+      auto* unread = static_cast<AVFrame*>(m_audioQueues[i]->Pop());
+      av_frame_free(&unread);
     }
   }
 }

@@ -220,41 +220,90 @@ TEST(CMixFrame, AfterAnInputInTheMiddleLeftQueuesAreReadByRank) {
   for (int i = 0; i < 40; ++i) {
     rig.Step({2});
   }
-  EXPECT_EQ(rig.mixer.Queued(2), 41);
+  EXPECT_EQ(rig.mixer.Queued(2), 26);  // the newest; nobody reads them
   EXPECT_EQ(rig.Resets(), "0>1 1>2 2>3 3>2");
 }
 
+namespace {
+
+// The flags 0 and 2 are set, and there is one graph input: the source of 1 is gone, and that of 2,
+// which nobody reads, goes on.
+void LeaveAHole(MixerRig* rig) {
+  rig->Join(0);
+  rig->Join(1);
+  rig->Join(2);
+  rig->Step({0, 1, 2});
+  rig->mixing.lastPts[1] = rig->mixing.lastPts[0] - 1001;
+  rig->Step({0, 2});  // two graph inputs
+  rig->Step({0, 2});  // graph input 1 had no frame
+  ASSERT_EQ(rig->Resets(), "0>1 1>2 2>3 3>2 2>1");
+  ASSERT_EQ(rig->mixer.GetFreeAudioIndex(), 1);
+}
+
+}  // namespace
+
 TEST(CMixFrame, WithMoreFlagsThanGraphInputsTheOnesWithoutAreSkipped) {
   MixerRig rig;
-  rig.Join(0);
-  rig.Join(1);
-  rig.Join(2);
-  rig.Step({0, 1, 2});
-  rig.mixing.lastPts[1] = rig.mixing.lastPts[0] - 1001;
-  rig.Step({0, 2});  // flags 0 and 2, two graph inputs
-  rig.Step({0, 2});  // graph input 1 had no frame: one graph input, flags as they were
-  EXPECT_EQ(rig.Resets(), "0>1 1>2 2>3 3>2 2>1");
-  EXPECT_EQ(rig.mixer.GetFreeAudioIndex(), 1);
+  LeaveAHole(&rig);
   rig.Queue(1);
   rig.TakeMixed();
   rig.Step({0, 2});
   EXPECT_EQ(rig.TakeMixed().size(), 1U);
   EXPECT_EQ(rig.mixer.Queued(1), 1);
   EXPECT_EQ(rig.mixing.lastPts.size(), 1U);
-
-  // The next source at index 1 joins: three flags, two graph inputs, and queue 2 holds frames.
-  rig.Queue(1, 26);
-  rig.clock.TakeDelays();
-  rig.Turn();
-  EXPECT_EQ(rig.Resets(), "0>1 1>2 2>3 3>2 2>1 1>2");
-  EXPECT_EQ(rig.mixing.lastPts.size(), 2U);
-  EXPECT_GT(rig.mixer.Queued(2), 0);
-  EXPECT_EQ(rig.mixer.GetFreeAudioIndex(), 3);
   // What can't be read does not keep the worker awake.
   rig.Turn();
   rig.clock.TakeDelays();
   rig.Turn();
   EXPECT_EQ(rig.clock.TakeDelays(), (Delays{10}));
+}
+
+TEST(CMixFrame, WhatNobodyReadsDoesNotGrow) {
+  MixerRig rig;
+  LeaveAHole(&rig);
+  for (int i = 0; i < 500; ++i) {
+    rig.Step({0, 2});
+  }
+  EXPECT_EQ(rig.mixer.Queued(2), 26);
+}
+
+TEST(CMixFrame, AHoleThatIsFilledLetsTheInputsAboveItInAgain) {
+  MixerRig rig;
+  LeaveAHole(&rig);
+  for (int i = 0; i < 40; ++i) {
+    rig.Step({0, 2});
+  }
+  rig.nextPts[1] = rig.nextPts[0] - 26 * MixerRig::kFrameMs;
+  rig.Queue(1, 26);
+  rig.Step({0, 2});  // index 1 joins: three flags, two graph inputs
+  EXPECT_EQ(rig.Resets(), "0>1 1>2 2>3 3>2 2>1 1>2");
+  rig.Step({0, 1, 2});
+  EXPECT_EQ(rig.Resets(), "0>1 1>2 2>3 3>2 2>1 1>2 2>3");
+  for (int i = 0; i < 40; ++i) {
+    rig.Step({0, 1, 2});
+    EXPECT_EQ(rig.mixer.Queued(2), 0);
+  }
+  EXPECT_EQ(rig.Resets(), "0>1 1>2 2>3 3>2 2>1 1>2 2>3");
+  EXPECT_EQ(rig.mixer.GetFreeAudioIndex(), 3);
+}
+
+// How the shell leaves no hole when the layer at index 1 is deleted: the one at 2 moves there.
+TEST(CMixFrame, ASourceThatTakesOverTheIndexThatBecameFreeIsHeardOn) {
+  MixerRig rig;
+  rig.Join(0);
+  rig.Join(1);
+  rig.Join(2);
+  for (int i = 0; i < 3; ++i) {
+    rig.Step({0, 1, 2});
+  }
+  rig.nextPts[1] = rig.nextPts[2];
+  for (int i = 0; i < 120; ++i) {
+    rig.Step({0, 1});
+  }
+  EXPECT_EQ(rig.Resets(), "0>1 1>2 2>3 3>2");
+  EXPECT_EQ(rig.mixer.GetFreeAudioIndex(), 2);
+  EXPECT_EQ(rig.mixer.Queued(1), 0);
+  EXPECT_EQ(rig.mixer.Queued(2), 0);
 }
 
 TEST(CMixFrame, ASourceOf25FramesIsNeverMixed) {
