@@ -12,12 +12,15 @@
 // read by one thread; it may be made and deleted by another while no Read is running.
 //
 // Time: Open and the deletion of a stream return in bounded time in every state of a device (a
-// camera that is frozen, a sound source that is suspended). Read never blocks for more than 100 ms.
+// camera that is frozen, a sound source that is suspended). What asks a sound server takes no more
+// than 0.1 s: it may be asked on the user interface thread, and a server may be frozen. Read never
+// blocks for more than 100 ms.
 //
 // Sound is special. Mixers and the encoder downstream count samples and have no clock of their
 // own, so a sound stream gives 48000 sample frames for each second of the system's clock for as
 // long as it is open: what the device leaves out is filled with silence, and the drift of its clock
-// is taken up by resampling.
+// is taken up by resampling. A device whose server has not answered when Open returns is opened
+// behind the stream, which is silent meanwhile, and heard as soon as the server answers.
 #ifndef ORVANE_PLATFORM_CAPTURELAYER_H
 #define ORVANE_PLATFORM_CAPTURELAYER_H
 
@@ -62,6 +65,9 @@ class CaptureStream {
   // True when the packet that was read last holds nothing of the device's: silence in the place of
   // sound that it left out. The reader's thread.
   virtual bool IsFiller() const { return false; }
+
+  // False while the device itself is still to be opened: sound is silence until then. Any thread.
+  virtual bool HasOpened() const { return true; }
 };
 
 enum class OpenFailure {
@@ -80,8 +86,13 @@ class CaptureLayer {
  public:
   virtual ~CaptureLayer() = default;
 
+  // Begins to look for devices, so that a later ListDevices finds the answer there. Returns at
+  // once.
+  virtual void Prepare() {}
+
   // The devices now present, without the two fixed names. For sound: microphones and line inputs,
-  // the one that the user chose as default first.
+  // the one that the user chose as default first; while the sound server doesn't answer, those that
+  // it told of last.
   virtual std::vector<std::string> ListDevices(CaptureKind kind) = 0;
 
   // Opens a listed device or one of the fixed names at its default mode.

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <cstdio>
 
+#include "platform/CaptureLayer.h"
 #include "platform/DisplayGuard.h"
 #include "shell/Libraries.h"
 #include "shell/QuitSignals.h"
@@ -39,6 +40,8 @@ int main(int argc, char** argv) {
   }
   const platform::DisplayGuard displayGuard;
   const shell::QuitSignals quitSignals;
+  // By the time of the login the sound server has answered.
+  platform::CaptureLayer::Current().Prepare();
   PrepareTheme();
   orvane window;
   window.ShowLogin();

@@ -23,8 +23,10 @@
 // touch the catalogue's list of used cameras. The worker touches the decoder, the converters and
 // the frames from Start to Stop. Delivered and TakeLevel may be called on any one thread.
 //
-// Failure: a device that can't be opened makes Start negative. An error while reading ends the
-// worker; consumers keep the last picture. Both are in the log, with the device and the cause.
+// Failure: a device that can't be opened makes Start negative. Of a sound server that doesn't
+// answer that is not known in time: Start is then 0, the sound silence, and HasOpened false until
+// it does. An error while reading ends the worker; consumers keep the last picture. Both are in the
+// log, with the device and the cause.
 #ifndef ORVANE_SOURCES_CINPUTDEV_H
 #define ORVANE_SOURCES_CINPUTDEV_H
 
@@ -59,6 +61,9 @@ class CInputDev : public CSrcInterface {
   const std::string& DeviceName() const { return m_deviceName; }
   // Pictures or blocks of sound that have come from the device since Start.
   std::uint64_t Delivered() const { return m_delivered; }
+  // False while a device that did not answer at Start is still to be opened: it is silent until
+  // then. Between Start and Stop, on their thread.
+  bool HasOpened() const { return m_device != nullptr && m_device->HasOpened(); }
   // How loud what was pushed since the last call is; of sound only.
   sources::SoundMeasure TakeLevel() { return m_level.Take(); }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/linux/PulseCapture.h"
 #include "platform/linux/V4l2Camera.h"
 #include "platform/linux/X11Desktop.h"
 
@@ -12,13 +11,18 @@ extern "C" {
 
 namespace platform {
 
-LinuxCaptureLayer::LinuxCaptureLayer() {
+LinuxCaptureLayer::LinuxCaptureLayer(int soundListMs, int soundOpenMs)
+    : m_soundListMs(soundListMs), m_soundOpenMs(soundOpenMs) {
   avdevice_register_all();
+}
+
+void LinuxCaptureLayer::Prepare() {
+  PreparePulseMicrophones();
 }
 
 std::vector<std::string> LinuxCaptureLayer::ListDevices(CaptureKind kind) {
   if (kind == CaptureKind::Audio) {
-    return ListPulseMicrophones();
+    return ListPulseMicrophones(m_soundListMs);
   }
   std::vector<std::string> names;
   RefreshCameras();
@@ -30,7 +34,7 @@ std::vector<std::string> LinuxCaptureLayer::ListDevices(CaptureKind kind) {
 
 OpenResult LinuxCaptureLayer::Open(CaptureKind kind, const std::string& name) {
   if (kind == CaptureKind::Audio) {
-    return OpenPulseStream(name);
+    return OpenPulseStream(name, m_soundOpenMs);
   }
   return name == kDesktopName ? OpenX11Desktop() : OpenCamera(name);
 }

@@ -11,13 +11,16 @@
 
 #include "platform/CaptureLayer.h"
 #include "platform/linux/CameraNames.h"
+#include "platform/linux/PulseCapture.h"
 
 namespace platform {
 
 class LinuxCaptureLayer : public CaptureLayer {
  public:
-  LinuxCaptureLayer();
+  // The longest wait for a sound server, of a listing and of an opening.
+  explicit LinuxCaptureLayer(int soundListMs = kPulseListMs, int soundOpenMs = kPulseOpenMs);
 
+  void Prepare() override;
   std::vector<std::string> ListDevices(CaptureKind kind) override;
   OpenResult Open(CaptureKind kind, const std::string& name) override;
 
@@ -25,6 +28,8 @@ class LinuxCaptureLayer : public CaptureLayer {
   OpenResult OpenCamera(const std::string& name);
   void RefreshCameras();
 
+  int m_soundListMs;
+  int m_soundOpenMs;
   std::vector<NamedCamera> m_cameras;
 };
 

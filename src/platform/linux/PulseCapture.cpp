@@ -7,14 +7,12 @@ extern "C" {
 }
 
 #include "platform/linux/MicrophoneNames.h"
-#include "platform/linux/PulseSources.h"
+#include "platform/linux/PulseListing.h"
 #include "platform/linux/PulseStream.h"
 
 namespace platform {
 
 namespace {
-
-constexpr int kTimeoutMs = 1000;
 
 MicrophoneNames& Names() {
   static MicrophoneNames names(kSystemSoundName);
@@ -28,12 +26,18 @@ OpenResult Failed(const std::string& name, const std::string& cause) {
   return result;
 }
 
+// Never destroyed: what it waits for may outlast the process's static objects.
+PulseListing& Listing() {
+  static auto* const listing = new PulseListing;
+  return *listing;
+}
+
 // The source of a name, which may come from an earlier run of the program and not yet be known.
-bool FindSource(const std::string& name, std::string* source, std::string* cause) {
+bool FindSource(const std::string& name, int waitMs, std::string* source, std::string* cause) {
   *source = Names().Source(name);
   if (source->empty()) {
     std::vector<SoundSource> sources;
-    if (!QueryPulseSources(kTimeoutMs, &sources, cause)) {
+    if (!Listing().Take(waitMs, &sources, cause)) {
       return false;
     }
     Names().Names(sources);
@@ -45,24 +49,27 @@ bool FindSource(const std::string& name, std::string* source, std::string* cause
 
 }  // namespace
 
-std::vector<std::string> ListPulseMicrophones() {
+std::vector<std::string> ListPulseMicrophones(int waitMs) {
   std::vector<SoundSource> sources;
   std::string cause;
-  if (!QueryPulseSources(kTimeoutMs, &sources, &cause)) {
+  if (!Listing().Take(waitMs, &sources, &cause)) {
     av_log(nullptr, AV_LOG_ERROR, "The microphones can't be listed: %s\n", cause.c_str());
-    return {};
   }
   return Names().Names(sources);
 }
 
-OpenResult OpenPulseStream(const std::string& name) {
+void PreparePulseMicrophones() {
+  Listing().Begin();
+}
+
+OpenResult OpenPulseStream(const std::string& name, int waitMs) {
   std::string source;
   std::string cause;
-  if (name != kSystemSoundName && !FindSource(name, &source, &cause)) {
+  if (name != kSystemSoundName && !FindSource(name, waitMs, &source, &cause)) {
     return Failed(name, cause);
   }
   auto stream = std::make_unique<PulseStream>(name, source);
-  if (!stream->Open(kTimeoutMs, &cause)) {
+  if (!stream->Open(waitMs, &cause)) {
     return Failed(name, cause);
   }
   OpenResult result;

@@ -12,13 +12,15 @@
 // while the next packet is not due and no other failure.
 //
 // Latency: what is heard or said at time t leaves the stream as the samples for time t plus a fixed
-// time, kLatency of ContinuousSound.h, which also says why.
+// time, kHoldUs of ContinuousSound.h, which also says why.
 //
 // Ownership and threads: as in CaptureLayer.h. Each open stream has a connection and a thread
 // ("pulse") of its own, which end with it. Both functions may be called from any thread.
 //
-// Time and failure: with no server, or one that doesn't answer, the list is empty and opening
-// fails, each after one second at most. Closing takes a few milliseconds in every state.
+// Time and failure: both are called on the user interface thread, and a server may be frozen, so
+// neither waits for more than 0.1 s. Without a server the list is empty and opening fails. With one
+// that doesn't answer the list is the one that it gave last, and opening gives a stream that is
+// silent until the server answers. Closing takes a few milliseconds in every state.
 #ifndef ORVANE_PLATFORM_LINUX_PULSECAPTURE_H
 #define ORVANE_PLATFORM_LINUX_PULSECAPTURE_H
 
@@ -29,12 +31,18 @@
 
 namespace platform {
 
+// How long a caller waits for the list, and for an opening: a server that works takes 5 to 20 ms.
+inline constexpr int kPulseListMs = 50;
+inline constexpr int kPulseOpenMs = 45;
+
 // The sources that monitor no output, the server's default one first. Descriptions in UTF-8, made
 // unique where two are equal; a name means the same source for the life of the process.
-std::vector<std::string> ListPulseMicrophones();
+std::vector<std::string> ListPulseMicrophones(int waitMs = kPulseListMs);
+// Begins to ask for them, and returns at once.
+void PreparePulseMicrophones();
 
 // name: kSystemSoundName or a listed microphone.
-OpenResult OpenPulseStream(const std::string& name);
+OpenResult OpenPulseStream(const std::string& name, int waitMs = kPulseOpenMs);
 
 }  // namespace platform
 

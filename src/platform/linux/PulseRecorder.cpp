@@ -49,7 +49,7 @@ PulseRecorder::~PulseRecorder() {
   Detach();
 }
 
-bool PulseRecorder::Open(int timeoutMs, std::string* cause) {
+bool PulseRecorder::Open(int waitMs, std::string* cause) {
   if (pthread_create(&m_thread, nullptr, ThreadEntry, this) != 0) {
     *cause = "no thread to be had";
     return false;
@@ -57,9 +57,17 @@ bool PulseRecorder::Open(int timeoutMs, std::string* cause) {
   m_threadRuns = true;
   pthread_setname_np(m_thread, "pulse");
   std::unique_lock<std::mutex> locked(m_openingLock);
-  m_openingChanged.wait_for(locked, std::chrono::milliseconds(timeoutMs),
-                            [this] { return m_opening != Opening::UnderWay; });
-  *cause = m_opening == Opening::UnderWay ? "the sound server does not answer" : m_openingCause;
+  const bool known = m_openingChanged.wait_for(locked, std::chrono::milliseconds(waitMs),
+                                               [this] { return m_opening != Opening::UnderWay; });
+  if (!known) {
+    // Whatever comes later is told by the thread.
+    m_opening = Opening::Left;
+    m_lost = true;
+    av_log(nullptr, AV_LOG_ERROR, "%s gives no sound: the sound server does not answer\n",
+           m_label.c_str());
+    return true;
+  }
+  *cause = m_openingCause;
   return m_opening == Opening::Done;
 }
 
@@ -100,11 +108,11 @@ void PulseRecorder::ReportLoss(const std::string& cause) {
   }
 }
 
-void PulseRecorder::ReportSound() {
+void PulseRecorder::ReportAttached() {
+  m_hasOpened = true;
   ReportOpening(Opening::Done, "");
-  if (m_lost) {
-    av_log(nullptr, AV_LOG_INFO, "%s is back\n", m_label.c_str());
-    m_lost = false;
+  if (m_lost.exchange(false)) {
+    av_log(nullptr, AV_LOG_INFO, "%s gives sound\n", m_label.c_str());
   }
 }
 
@@ -157,7 +165,7 @@ void PulseRecorder::KeepAttached(std::int64_t nowUs) {
     Detach();
     m_retryUs = nowUs + kRetryUs;
   } else if (state == PA_STREAM_READY) {
-    ReportSound();
+    ReportAttached();
   }
   if (m_lookAgain || (m_stream == nullptr && nowUs >= m_retryUs)) {
     m_lookAgain = false;

@@ -40,12 +40,15 @@ class PulseRecorder {
   PulseRecorder(const PulseRecorder&) = delete;
   PulseRecorder& operator=(const PulseRecorder&) = delete;
 
-  // Starts the thread and waits until it records. False with the cause when the first attempt fails
-  // or takes longer than that; the recorder is then of no further use.
-  bool Open(int timeoutMs, std::string* cause);
+  // Starts the thread and waits that long for it to record. False with the cause when the first
+  // attempt has failed by then; the recorder is then of no further use. A server that has not
+  // answered by then is named in the log, and heard once it does.
+  bool Open(int waitMs, std::string* cause);
+  // It has recorded at some time. Any thread.
+  bool HasOpened() const { return m_hasOpened; }
 
  private:
-  enum class Opening { UnderWay, Done, Failed };
+  enum class Opening { UnderWay, Done, Failed, Left };  // Left: nobody waits for it any more
 
   static void* ThreadEntry(void* self);
   void Turn();
@@ -75,7 +78,7 @@ class PulseRecorder {
   // What the opener and the log are told. ReportOpening: false when the opening is over.
   bool ReportOpening(Opening result, const std::string& cause);
   void ReportLoss(const std::string& cause);
-  void ReportSound();
+  void ReportAttached();
 
   const std::string m_label;
   const std::string m_fixedSource;
@@ -92,10 +95,11 @@ class PulseRecorder {
 
   // The thread's own; m_connection's Wake is called by the destructor too.
   PulseConnection m_connection;
-  bool m_connected = false;    // and asked for events
-  bool m_lookAgain = false;    // the default output or the set of sources may have changed
-  std::int64_t m_retryUs = 0;  // no attempt before
-  bool m_lost = false;         // and the log told
+  bool m_connected = false;         // and asked for events
+  bool m_lookAgain = false;         // the default output or the set of sources may have changed
+  std::int64_t m_retryUs = 0;       // no attempt before
+  std::atomic<bool> m_lost{false};  // and the log told; the opener sets it when it waits no longer
+  std::atomic<bool> m_hasOpened{false};
 
   std::string m_source;  // the source attached to
   pa_stream* m_stream = nullptr;

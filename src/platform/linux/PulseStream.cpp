@@ -32,12 +32,12 @@ PulseStream::~PulseStream() {
   avcodec_parameters_free(&m_parameters);
 }
 
-bool PulseStream::Open(int timeoutMs, std::string* cause) {
+bool PulseStream::Open(int waitMs, std::string* cause) {
   if (m_parameters == nullptr) {
     *cause = "out of memory";
     return false;
   }
-  if (!m_recorder.Open(timeoutMs, cause)) {
+  if (!m_recorder.Open(waitMs, cause)) {
     return false;
   }
   m_sound.emplace(MonotonicUs());

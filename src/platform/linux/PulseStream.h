@@ -21,12 +21,13 @@ class PulseStream : public CaptureStream {
   PulseStream(const PulseStream&) = delete;
   PulseStream& operator=(const PulseStream&) = delete;
 
-  // Once, before all else. The stream's time begins when it returns true.
-  bool Open(int timeoutMs, std::string* cause);
+  // Once, before all else; as PulseRecorder's. The stream's time begins when it returns true.
+  bool Open(int waitMs, std::string* cause);
 
   bool FindStream(CaptureKind kind, StreamInfo* info) const override;
   int Read(AVPacket* packet) override;
   bool IsFiller() const override { return m_sound->IsFiller(); }
+  bool HasOpened() const override { return m_recorder.HasOpened(); }
 
  private:
   AVCodecParameters* m_parameters;
