@@ -50,7 +50,6 @@ CRender::CRender(int layerCapacity)
       m_passes{},
       m_retiredLock(QMutex::NonRecursive),
       m_anyRetired(false),
-      m_audioFailed(false),
       m_counters(static_cast<std::size_t>(layerCapacity)) {}
 
 CRender::~CRender() {

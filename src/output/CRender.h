@@ -98,7 +98,8 @@ class CRender : public CSrcInterface {
   void SetLayerText(int id, unsigned color, const std::string& text);
   void SetLayerAutoFit(int id, int autoFit);
 
-  // Opens the default sound device in the format of frame. 0 or -1. Scale thread.
+  // Opens the default sound device in the format of frame; one whose server is slow to answer is
+  // opened behind the caller. 0 or -1. Scale thread.
   int OpenAudioOutput(AVFrame* frame);
   // Fills stream with length bytes of sound, waiting for sound that is not there yet, or with
   // silence once the node is stopped. SDL's audio thread.
@@ -174,6 +175,8 @@ class CRender : public CSrcInterface {
   std::vector<output::Line> SelectionOutline(const output::Extent& drawn);
 
   // CRenderAudio.cpp
+  static void TellNoDevice(const std::string& error);
+  void TrimSound();
   void StartAtPicture();
   bool EnsureResampler();
   AVFrame* Shorten(AVFrame* frame);
@@ -204,7 +207,6 @@ class CRender : public CSrcInterface {
   std::atomic<bool> m_anyRetired;
   std::vector<LayerSlot*> m_formerLayers;  // of earlier runs, freed with the node
   output::MonitorDevice m_device;          // scale thread, and the destructor after it
-  std::atomic<bool> m_audioFailed;         // there is no device: nobody reads the sound
   output::RenderCounters m_counters;
 };
 

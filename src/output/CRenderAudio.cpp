@@ -29,6 +29,10 @@ constexpr std::uint32_t kWaitMs = 10;
 // Frames waiting behind the one in hand above which the sound is played faster.
 constexpr int kAudioBacklog = 3;
 constexpr double kShorterBy = 0.95;
+// 1.4 s of sound: more than the mixer ever gives at once.
+constexpr int kMostWaiting = 64;
+// An opening takes 20 to 50 ms; one that takes longer goes on behind the scale thread.
+constexpr int kOpenMs = 80;
 
 // The payload in bytes as the frame says, and never more than its buffer holds.
 int PayloadOf(const AVFrame* frame) {
@@ -87,13 +91,32 @@ int CRender::OpenAudioOutput(AVFrame* frame) {
   wanted.silence = 0;
   wanted.samples = static_cast<Uint16>(
       std::max(512, 2 << av_log2(static_cast<unsigned>(std::max(wanted.freq, 0)) / 15)));
-  if (!m_device.Open(&wanted, AudioCallback, this)) {
-    av_log(nullptr, AV_LOG_ERROR, "Monitor sound: no device for %d Hz, %d channels: %s\n",
-           wanted.freq, wanted.channels, SDL_GetError());
-    std::printf("can't open audio.\n");
+  std::string error;
+  if (!m_device.Open(wanted, AudioCallback, this, kOpenMs, &error)) {
+    TellNoDevice(error);
     return -1;
   }
   return 0;
+}
+
+void CRender::TellNoDevice(const std::string& error) {
+  av_log(nullptr, AV_LOG_ERROR, "Monitor sound: no device: %s\n", error.c_str());
+  std::printf("can't open audio.\n");
+}
+
+// Sound that waits for longer than a moment has nobody who asks for it: there is no device, or its
+// server is frozen. All but the newest goes, so that what is heard afterwards is of the picture on
+// the screen.
+void CRender::TrimSound() {
+  if (m_firstAudioQueue->Size() <= kMostWaiting) {
+    return;
+  }
+  m_device.WhileNotAsking([this] {
+    while (m_firstAudioQueue->Size() > kAudioBacklog) {
+      auto* old = static_cast<AVFrame*>(m_firstAudioQueue->Pop());
+      av_frame_free(&old);
+    }
+  });
 }
 
 void CRender::AudioCallback(void* node, std::uint8_t* stream, int length) {

@@ -2,6 +2,7 @@
 #include <SDL.h>
 
 #include <QMutexLocker>
+#include <string>
 #include <utility>
 
 extern "C" {
@@ -18,8 +19,6 @@ namespace {
 constexpr std::uint32_t kIdleMs = 10;
 // Frames of sound that must be exceeded before the device is opened.
 constexpr int kFramesToOpen = 2;
-// Sound kept where no device ever reads it: a minute of it, for nobody.
-constexpr int kUnreadFrames = 3000;
 constexpr int kBytesPerPixel = 3;
 
 bool IsPackedRgb(const AVFrame* frame, const output::Extent& size) {
@@ -66,14 +65,13 @@ void CRender::ScaleTurn() {
 
 void CRender::OpenAudioWhenFed() {
   if (m_audioOpened) {
-    if (m_audioFailed && m_firstAudioQueue->Size() > kUnreadFrames) {
-      auto* unread = static_cast<AVFrame*>(m_firstAudioQueue->Pop());
-      av_frame_free(&unread);
+    std::string error;
+    if (m_device.TakeFailure(&error)) {
+      TellNoDevice(error);
     }
-    return;
-  }
-  if (m_firstAudioQueue->Size() > kFramesToOpen) {
-    m_audioFailed = OpenAudioOutput(static_cast<AVFrame*>(m_firstAudioQueue->Peek())) < 0;
+    TrimSound();
+  } else if (m_firstAudioQueue->Size() > kFramesToOpen) {
+    OpenAudioOutput(static_cast<AVFrame*>(m_firstAudioQueue->Peek()));
     m_audioOpened = true;
   }
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/ProcessMemory.h"
+#include "platform/SdlSound.h"
 #include "widgets/ItemData.h"
 
 extern "C" {
@@ -21,6 +22,8 @@ namespace shell {
 namespace {
 
 std::string g_sdlFailure;  // until there is a log to write it to
+// For the sound server's first answer; it takes 10 to 30 ms.
+constexpr int kSoundMs = 90;
 
 }  // namespace
 
@@ -49,13 +52,18 @@ void StartLibraries() {
 bool StartSdl() {
   // The program ends in its own way on SIGINT and SIGTERM.
   SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
-  if (SDL_Init(SDL_INIT_TIMER | SDL_INIT_AUDIO | SDL_INIT_VIDEO) == 0) {
-    return true;
+  // Apart from each other: one subsystem that fails takes the others of its call down with it, and
+  // a frozen sound server would hold this thread.
+  const bool shows = SDL_Init(SDL_INIT_TIMER | SDL_INIT_VIDEO) == 0;
+  if (!shows) {
+    g_sdlFailure = SDL_GetError();
   }
-  g_sdlFailure = SDL_GetError();
-  // One subsystem that fails takes the others down with it.
-  SDL_Init(SDL_INIT_TIMER | SDL_INIT_VIDEO);
-  return false;
+  std::string error;
+  const bool sounds = platform::StartSdlSound(kSoundMs, &error);
+  if (!sounds) {
+    g_sdlFailure += (shows ? "" : "; ") + error;
+  }
+  return shows && sounds;
 }
 
 }  // namespace shell

@@ -113,8 +113,14 @@ TEST(CInputDevByCatalogue, SystemSoundAndMicrophoneAreHeard) {
   support::SoundServerEnvironment environment(server);
   ASSERT_TRUE(server.KeepAwake());
   DeviceCatalogue* catalogue = DeviceCatalogue::Instance();
-  catalogue->RefreshDevices();
-  EXPECT_EQ(catalogue->AudioDevice(1), QString::fromUtf8(SoundServer::kMicrophoneDescription));
+  // A loaded machine's server may be late with its list.
+  EXPECT_TRUE(support::WaitFor(
+      [&] {
+        catalogue->RefreshDevices();
+        return catalogue->AudioDevice(1) ==
+               QString::fromUtf8(SoundServer::kMicrophoneDescription);
+      },
+      kWaitMs));
   ASSERT_GE(server.StartTone(SoundServer::kSpeakers, 1000), 0);
   ASSERT_GE(server.StartTone(SoundServer::kMicrophoneFeed, 3000), 0);
   const struct {
@@ -135,6 +141,9 @@ TEST(CInputDevByCatalogue, WithoutASoundServerNothingHangs) {
   catalogue->RefreshDevices();
   EXPECT_TRUE(catalogue->AudioDevice(1).isEmpty());
   CInputDev node(true, catalogue->AudioDevice(0).toStdString(), 0, 0, AV_PIX_FMT_RGB24);
-  node.Start();
+  // Refused, or not yet known to be so.
+  if (node.Start() == 0) {
+    EXPECT_FALSE(node.HasOpened());
+  }
   EXPECT_EQ(node.Stop(), 0);
 }

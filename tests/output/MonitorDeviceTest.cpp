@@ -8,6 +8,8 @@
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
+#include <string>
+#include <thread>
 
 #include "support/Process.h"
 
@@ -18,7 +20,7 @@ using support::WaitFor;
 constexpr int kPatienceMs = 10000;
 constexpr Uint32 kTenPeriodsMs = 110;
 
-// A sound server that has stopped answering, to SDL_CloseAudio.
+// A sound server that has stopped answering, to SDL_OpenAudio and SDL_CloseAudio.
 std::mutex g_mutex;
 std::condition_variable g_answers;
 bool g_frozen = false;  // guarded by g_mutex
@@ -47,13 +49,13 @@ class MonitorDevice : public testing::Test {
     SDL_QuitSubSystem(SDL_INIT_AUDIO);
   }
 
-  bool Open() {
+  bool Open(int waitMs = kPatienceMs) {
     SDL_AudioSpec wanted{};
     wanted.freq = 48000;
     wanted.format = AUDIO_S16SYS;
     wanted.channels = 2;
     wanted.samples = 512;
-    return device.Open(&wanted, Count, &calls);
+    return device.Open(wanted, Count, &calls, waitMs, &error);
   }
   bool IsPlaying() {
     const int before = calls;
@@ -61,6 +63,7 @@ class MonitorDevice : public testing::Test {
   }
 
   std::atomic<int> calls{0};
+  std::string error;
   output::MonitorDevice device;
 };
 
@@ -93,13 +96,85 @@ TEST_F(MonitorDevice, ADeviceThatIsNotThereIsRefused) {
   SDL_QuitSubSystem(SDL_INIT_AUDIO);
   SDL_setenv("SDL_AUDIODRIVER", "none-at-all", 1);
   EXPECT_FALSE(Open());
+  EXPECT_NE("", error);
+  EXPECT_FALSE(device.TakeFailure(&error));
   device.Close();
   EXPECT_EQ(0, g_closed);
+}
+
+TEST_F(MonitorDevice, AServerThatDoesNotAnswerAnOpeningHoldsNobodyUp) {
+  SetFrozen(true);
+  EXPECT_TRUE(Open(0));
+  EXPECT_FALSE(device.TakeFailure(&error));
+  bool ran = false;
+  device.WhileNotAsking([&] { ran = true; });
+  EXPECT_TRUE(ran);
+  EXPECT_EQ(0, calls);
+  SetFrozen(false);
+  EXPECT_TRUE(IsPlaying());
+}
+
+TEST_F(MonitorDevice, ADeviceThatOpensAfterItWasGivenUpIsClosed) {
+  SetFrozen(true);
+  EXPECT_TRUE(Open(0));
+  device.Close();
+  EXPECT_EQ(0, g_closed);
+  SetFrozen(false);
+  EXPECT_TRUE(WaitFor([] { return g_closed == 1; }, kPatienceMs));
+  EXPECT_EQ(0, calls);
+  EXPECT_TRUE(Open());
+  EXPECT_TRUE(IsPlaying());
+}
+
+TEST_F(MonitorDevice, AFailureThatComesLateIsToldOnce) {
+  SDL_QuitSubSystem(SDL_INIT_AUDIO);
+  SDL_setenv("SDL_AUDIODRIVER", "none-at-all", 1);
+  SetFrozen(true);
+  EXPECT_TRUE(Open(0));
+  EXPECT_FALSE(device.TakeFailure(&error));
+  SetFrozen(false);
+  EXPECT_TRUE(WaitFor([&] { return device.TakeFailure(&error); }, kPatienceMs));
+  EXPECT_NE("", error);
+  EXPECT_FALSE(device.TakeFailure(&error));
+}
+
+// What empties the node's queue in its place must not meet it.
+TEST_F(MonitorDevice, NothingRunsBesideTheNode) {
+  struct Sight {
+    output::MonitorDevice* device;
+    std::atomic<int> beside{0};
+    std::atomic<int> calls{0};
+  } sight{&device, {}, {}};
+  SDL_AudioSpec wanted{};
+  wanted.freq = 48000;
+  wanted.format = AUDIO_S16SYS;
+  wanted.channels = 2;
+  wanted.samples = 512;
+  const auto fill = [](void* node, std::uint8_t* stream, int length) {
+    std::memset(stream, 0, static_cast<std::size_t>(length));
+    auto* self = static_cast<Sight*>(node);
+    std::thread([self] { self->device->WhileNotAsking([self] { ++self->beside; }); }).join();
+    ++self->calls;
+  };
+  ASSERT_TRUE(device.Open(wanted, fill, &sight, kPatienceMs, &error));
+  EXPECT_TRUE(WaitFor([&] { return sight.calls > 3; }, kPatienceMs));
+  device.Close();
+  EXPECT_EQ(0, sight.beside);
 }
 
 }  // namespace
 
 extern "C" {
+int __real_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained);
+int __wrap_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained);
+int __wrap_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained) {
+  {
+    std::unique_lock<std::mutex> lock(g_mutex);
+    g_answers.wait(lock, [] { return !g_frozen; });
+  }
+  return __real_SDL_OpenAudio(wanted, obtained);
+}
+
 void __real_SDL_CloseAudio();
 void __wrap_SDL_CloseAudio();
 void __wrap_SDL_CloseAudio() {

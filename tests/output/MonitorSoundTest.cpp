@@ -31,6 +31,12 @@ constexpr int kPatienceMs = 20000;
 constexpr int kFrameSamples = 1024;
 constexpr double kTone = 1000;
 
+class HeardRender : public CRender {
+ public:
+  using CRender::CRender;
+  int Waiting() { return m_firstAudioQueue->Size(); }
+};
+
 class MonitorSound : public testing::Test {
  protected:
   void SetUp() override {
@@ -44,7 +50,7 @@ class MonitorSound : public testing::Test {
                                server.Environment(), files.File("heard")));
     ASSERT_TRUE(WaitFor([&] { return Heard() > 0; }, kPatienceMs));
     tone = support::ToneSamples(kTone, 1.0);
-    render = std::make_unique<CRender>(1);
+    render = std::make_unique<HeardRender>(1);
     ASSERT_EQ(0, render->Start());
   }
 
@@ -91,7 +97,7 @@ class MonitorSound : public testing::Test {
   bool StopsAtOnce() {
     const auto start = std::chrono::steady_clock::now();
     render->Stop();
-    return std::chrono::steady_clock::now() - start < std::chrono::seconds(5);
+    return std::chrono::steady_clock::now() - start < std::chrono::seconds(2);
   }
 
   SoundServer server;
@@ -99,7 +105,7 @@ class MonitorSound : public testing::Test {
   support::TempDir files;
   Process recorder;
   std::vector<std::int16_t> tone;
-  std::unique_ptr<CRender> render;
+  std::unique_ptr<HeardRender> render;
   std::thread feeder;
   std::atomic<bool> stopFeeding{false};
   std::atomic<bool> sounding{true};
@@ -132,6 +138,39 @@ TEST_F(MonitorSound, ASoundServerThatDiesHoldsUpNothing) {
   EXPECT_TRUE(StopsAtOnce());
   ASSERT_EQ(0, render->Start());
   EXPECT_TRUE(StopsAtOnce());
+}
+
+TEST_F(MonitorSound, AServerThatIsFrozenAtTheOpeningHoldsUpNoPicture) {
+  server.Freeze();
+  Feed();
+  const int id = render->AddVideoInput();
+  ASSERT_EQ(0, render->InsertLayer(id, -1));
+  render->SetLayerRect(id, 0, 0, 32, 24);
+  EXPECT_TRUE(WaitFor(
+      [&] {
+        render->EnqueueVideo(id, support::NewPicture(64, 48, support::kRed));
+        return render->Statistics().scaled > 20;
+      },
+      kPatienceMs));
+  EXPECT_TRUE(StopsAtOnce());
+  ASSERT_EQ(0, render->Start());
+  server.Thaw();
+  EXPECT_TRUE(WaitFor([&] { return Level() > 0.3; }, kPatienceMs)) << Level();
+}
+
+// Sound that nobody plays meanwhile is not played afterwards: it would come minutes late.
+TEST_F(MonitorSound, AServerThatIsFrozenLaterLetsNoSoundPileUp) {
+  Feed();
+  ASSERT_TRUE(WaitFor([&] { return Level() > 0.3; }, kPatienceMs));
+  server.Freeze();
+  for (int i = 0; i < 1000; ++i) {
+    render->EnqueueAudio(0, support::NewSound(kFrameSamples, 0));
+  }
+  EXPECT_TRUE(WaitFor([&] { return render->Waiting() <= 64; }, kPatienceMs)) << render->Waiting();
+  EXPECT_TRUE(StopsAtOnce());
+  ASSERT_EQ(0, render->Start());
+  server.Thaw();
+  EXPECT_TRUE(WaitFor([&] { return Level() > 0.3; }, kPatienceMs)) << Level();
 }
 
 // The mixer dries up while the callback waits for it.
