@@ -13,12 +13,12 @@
 // last pts, and the queue that is read for them go by rank, the k-th set flag standing for graph
 // input k and queue k. While the set flags are the lowest ones the two agree. After an input in the
 // middle has left they don't: with 0, 1 and 2 in the mix and the source of 1 gone, the flags 0 and
-// 2 are set, graph input 1 reads queue 1, and queue 2 is not read: the source of 2 is mute. Eviction
-// rests on the same reading, it clears flag i for graph input i, so with nothing in queue 1 that
-// graph input goes too, and there are more set flags than graph inputs. So whoever deletes a source
-// leaves no hole: another source takes over the index that became free (SetAudioIndex). When a hole
-// is filled, and every flag below an unread input is set again, that input joins anew. Of a queue
-// that is not read 26 frames are kept, the newest.
+// 2 are set, graph input 1 reads queue 1, and queue 2 is not read: the source of 2 is mute.
+// Eviction rests on the same reading, it clears flag i for graph input i, so with nothing in queue
+// 1 that graph input goes too, and there are more set flags than graph inputs. So whoever deletes a
+// source leaves no hole: another source takes over the index that became free (SetAudioIndex). When
+// a hole is filled, and every flag below an unread input is set again, that input joins anew. Of a
+// queue that is not read 26 frames are kept, the newest.
 //
 // Ownership: of frames as in CSrcInterface. Queues are not cleared when an input leaves or its
 // index is given anew: the next source at that index starts behind what was left.

@@ -38,7 +38,8 @@ class PreviewTarget {
   virtual void MoveTo(int x, int y) = 0;
 };
 
-// Null when there is no window system to ask.
+// Null when there is no window system to ask. One that doesn't answer within a second is silent
+// until it does.
 std::unique_ptr<PreviewTarget> OpenPreviewTarget(WindowHandle window);
 
 // False where all graphics are drawn by the processor.

@@ -49,6 +49,9 @@ class WindowGrabber {
  public:
   virtual ~WindowGrabber() = default;
 
+  // True while the window system has not yet said whether there is such a window: it then has
+  // neither size nor picture.
+  virtual bool IsSilent() { return false; }
   // False once the window is closed; it then stays false.
   virtual bool Exists() = 0;
   // True while the window shows no picture: iconic or unmapped.
@@ -65,7 +68,8 @@ class WindowSystem {
 
   // Visible, not minimised, titled top-level windows, in the system's own order.
   virtual std::vector<WindowInfo> List() = 0;
-  // Null when there is no such window or no window system.
+  // Null when there is no such window or no window system. Returns in less than half a second: from
+  // a window system that doesn't answer with a grabber that is silent.
   virtual std::unique_ptr<WindowGrabber> Open(WindowHandle window) = 0;
 
   // The window system of this process: the real one, or what a test has installed.

@@ -69,6 +69,12 @@ void* CWndCapture::Run(void* node) {
 std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {
   std::unique_ptr<platform::WindowGrabber> grabber =
       platform::WindowSystem::Current().Open(m_window);
+  while (grabber && grabber->IsSilent() && !m_stop) {
+    SDL_Delay(kPollMs);
+  }
+  if (m_stop) {
+    return nullptr;
+  }
   const platform::Size size = grabber ? grabber->ClientSize() : platform::Size();
   if (IsEmpty(size)) {
     av_log(nullptr, AV_LOG_ERROR, "window 0x%zx: nothing to capture\n",

@@ -11,8 +11,9 @@
 // the window is opened on it and touched by no other.
 //
 // Failure: a window that is gone or has no client area at Start ends the worker at once, and the
-// layer stays empty. A window that is closed, minimised or can't be grabbed at the moment gives no
-// frame: the layer keeps the last picture, and a window that comes back goes on by itself.
+// layer stays empty; while the window system doesn't answer it waits for that. A window that is
+// closed, minimised or can't be grabbed at the moment gives no frame: the layer keeps the last
+// picture, and a window that comes back goes on by itself.
 #ifndef ORVANE_SOURCES_CWNDCAPTURE_H
 #define ORVANE_SOURCES_CWNDCAPTURE_H
 

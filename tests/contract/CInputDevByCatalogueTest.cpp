@@ -117,8 +117,7 @@ TEST(CInputDevByCatalogue, SystemSoundAndMicrophoneAreHeard) {
   EXPECT_TRUE(support::WaitFor(
       [&] {
         catalogue->RefreshDevices();
-        return catalogue->AudioDevice(1) ==
-               QString::fromUtf8(SoundServer::kMicrophoneDescription);
+        return catalogue->AudioDevice(1) == QString::fromUtf8(SoundServer::kMicrophoneDescription);
       },
       kWaitMs));
   ASSERT_GE(server.StartTone(SoundServer::kSpeakers, 1000), 0);

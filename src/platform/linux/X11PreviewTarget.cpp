@@ -22,10 +22,26 @@ constexpr int kAnswerMs = 100;
 
 class X11PreviewTarget : public PreviewTarget {
  public:
-  X11PreviewTarget(std::unique_ptr<XcbLink> link, WindowHandle window)
-      : m_link(std::move(link)), m_window(static_cast<xcb_window_t>(window)) {}
+  explicit X11PreviewTarget(WindowHandle window)
+      : m_attempt(std::make_unique<XcbAttempt>(kAnswerMs)),
+        m_window(static_cast<xcb_window_t>(window)) {}
+
+  // False while the display has not let this process in; m_link is null when it never will.
+  bool Connect(int waitMs) {
+    if (m_attempt && m_attempt->Await(waitMs, &m_link)) {
+      m_attempt.reset();
+    }
+    return m_attempt == nullptr;
+  }
+  bool IsRefused() const { return m_attempt == nullptr && m_link == nullptr; }
 
   Answer Look(PreviewPlace* place) override {
+    if (!Connect(0)) {
+      return Answer::kSilent;
+    }
+    if (m_link == nullptr) {
+      return Answer::kDisconnected;
+    }
     while (m_link->NextEvent()) {
     }
     if (m_link->Broken()) {
@@ -35,13 +51,13 @@ class X11PreviewTarget : public PreviewTarget {
       return Answer::kSilent;
     }
     const auto request = xcb_get_geometry(m_link->Get(), m_window);
-    const auto geometry = m_link->Take<xcb_get_geometry_reply_t>(request.sequence);
+    bool refused = false;
+    const auto geometry = m_link->Take<xcb_get_geometry_reply_t>(request.sequence, &refused);
     if (!geometry) {
       if (m_link->Broken()) {
         return Answer::kDisconnected;
       }
-      // No geometry although the server answers.
-      return m_link->Answering() ? Answer::kNoWindow : Answer::kSilent;
+      return refused ? Answer::kNoWindow : Answer::kSilent;
     }
     place->x = geometry->x;
     place->y = geometry->y;
@@ -50,6 +66,9 @@ class X11PreviewTarget : public PreviewTarget {
   }
 
   void MoveTo(int x, int y) override {
+    if (m_link == nullptr) {
+      return;
+    }
     const std::uint32_t values[] = {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
     xcb_configure_window(m_link->Get(), m_window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y,
                          values);
@@ -57,6 +76,7 @@ class X11PreviewTarget : public PreviewTarget {
   }
 
  private:
+  std::unique_ptr<XcbAttempt> m_attempt;  // null once it is over
   std::unique_ptr<XcbLink> m_link;
   xcb_window_t m_window;
 };
@@ -99,11 +119,9 @@ void StayAlive(Display*, void*) {}
 }  // namespace
 
 std::unique_ptr<PreviewTarget> OpenPreviewTarget(WindowHandle window) {
-  std::unique_ptr<XcbLink> link = XcbLink::Connect(kConnectMs, kAnswerMs);
-  if (!link) {
-    return nullptr;
-  }
-  return std::make_unique<X11PreviewTarget>(std::move(link), window);
+  auto target = std::make_unique<X11PreviewTarget>(window);
+  target->Connect(kConnectMs);
+  return target->IsRefused() ? nullptr : std::move(target);
 }
 
 bool HasGraphicsHardware() {

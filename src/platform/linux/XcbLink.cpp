@@ -6,9 +6,11 @@
 #include <xcb/shm.h>
 #include <xcb/xcbext.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <limits>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -22,15 +24,6 @@ namespace platform {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// A connection being made by a thread of its own, since the library's set-up can't be interrupted.
-// Shared by that thread and the one that waits for it; whichever is later disposes of the link.
-struct Attempt {
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool done = false;              // guarded by mutex
-  std::unique_ptr<XcbLink> link;  // guarded by mutex
-};
 
 // Handing over file descriptors needs a local socket.
 bool IsLocal(int fd) {
@@ -102,7 +95,9 @@ void InternAtoms(xcb_connection_t* connection, XcbAtoms* atoms) {
 }  // namespace
 
 XcbLink::XcbLink(xcb_connection_t* connection, int screen, int answerMs)
-    : m_connection(connection), m_answerMs(answerMs) {
+    : m_connection(connection),
+      m_answerMs(answerMs),
+      m_patienceMs(std::numeric_limits<int>::max()) {
   if (!Broken()) {
     m_screen = FindScreen(connection, screen);
   }
@@ -113,29 +108,12 @@ XcbLink::~XcbLink() {
 }
 
 std::unique_ptr<XcbLink> XcbLink::Connect(int connectMs, int answerMs) {
-  const char* variable = std::getenv("DISPLAY");
-  const std::string display = variable != nullptr ? variable : "";
-  const auto attempt = std::make_shared<Attempt>();
-  try {
-    std::thread([attempt, display, answerMs] {
-      std::unique_ptr<XcbLink> link = Establish(display, answerMs);
-      const std::lock_guard<std::mutex> lock(attempt->mutex);
-      attempt->link = std::move(link);
-      attempt->done = true;
-      attempt->changed.notify_one();
-    }).detach();
-  } catch (const std::system_error& error) {
-    av_log(nullptr, AV_LOG_ERROR, "X display \"%s\": %s\n", display.c_str(), error.what());
-    return nullptr;
+  XcbAttempt attempt(answerMs);
+  std::unique_ptr<XcbLink> link;
+  if (!attempt.Await(connectMs, &link)) {
+    av_log(nullptr, AV_LOG_ERROR, "X display \"%s\": does not answer\n", attempt.Display().c_str());
   }
-  std::unique_lock<std::mutex> lock(attempt->mutex);
-  const bool done = attempt->changed.wait_for(lock, std::chrono::milliseconds(connectMs),
-                                              [&attempt] { return attempt->done; });
-  if (!attempt->link) {
-    av_log(nullptr, AV_LOG_ERROR, "X display \"%s\": %s\n", display.c_str(),
-           done ? "can't be reached" : "does not answer");
-  }
-  return std::move(attempt->link);
+  return link;
 }
 
 std::unique_ptr<XcbLink> XcbLink::Establish(const std::string& display, int answerMs) {
@@ -166,7 +144,7 @@ bool XcbLink::Answering() {
   }
   if (m_overdue) {
     void* reply = nullptr;
-    m_overdue = !Poll(m_overdueSequence, 0, &reply);
+    m_overdue = !Poll(m_overdueSequence, 0, &reply, nullptr);
     std::free(reply);
   }
   return !m_overdue && !Broken();
@@ -176,24 +154,35 @@ XcbReply<xcb_generic_event_t> XcbLink::NextEvent() {
   return XcbReply<xcb_generic_event_t>(xcb_poll_for_event(m_connection));
 }
 
-void* XcbLink::TakeRaw(unsigned int sequence) {
+void* XcbLink::TakeRaw(unsigned int sequence, bool* refused) {
   void* reply = nullptr;
+  if (refused != nullptr) {
+    *refused = false;
+  }
   if (m_overdue) {
     // Sent before the server was found to be late, in one go with the request that is overdue.
     xcb_discard_reply(m_connection, sequence);
-  } else if (!Poll(sequence, m_answerMs, &reply)) {
+    return nullptr;
+  }
+  const auto start = Clock::now();
+  if (!Poll(sequence, std::min(m_answerMs, m_patienceMs), &reply, refused)) {
     m_overdue = true;
     m_overdueSequence = sequence;
   }
+  const auto waited = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+  m_patienceMs -= static_cast<int>(std::min<std::int64_t>(waited.count(), m_patienceMs));
   return reply;
 }
 
-bool XcbLink::Poll(unsigned int sequence, int timeoutMs, void** reply) {
+bool XcbLink::Poll(unsigned int sequence, int timeoutMs, void** reply, bool* refused) {
   const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
   xcb_flush(m_connection);
   for (;;) {
     xcb_generic_error_t* error = nullptr;
     if (xcb_poll_for_reply(m_connection, sequence, reply, &error) != 0) {
+      if (refused != nullptr) {
+        *refused = error != nullptr;
+      }
       std::free(error);
       return true;
     }
@@ -203,6 +192,46 @@ bool XcbLink::Poll(unsigned int sequence, int timeoutMs, void** reply) {
       return false;
     }
   }
+}
+
+// Whichever of the two is later disposes of the link. All of it is guarded by the mutex.
+struct XcbAttempt::Shared {
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool done = false;
+  std::unique_ptr<XcbLink> link;
+};
+
+XcbAttempt::XcbAttempt(int answerMs) : m_shared(std::make_shared<Shared>()) {
+  const char* variable = std::getenv("DISPLAY");
+  m_display = variable != nullptr ? variable : "";
+  try {
+    std::thread([shared = m_shared, display = m_display, answerMs] {
+      std::unique_ptr<XcbLink> link = XcbLink::Establish(display, answerMs);
+      const std::lock_guard<std::mutex> lock(shared->mutex);
+      shared->link = std::move(link);
+      shared->done = true;
+      shared->changed.notify_one();
+    }).detach();
+  } catch (const std::system_error& error) {
+    av_log(nullptr, AV_LOG_ERROR, "X display \"%s\": %s\n", m_display.c_str(), error.what());
+    m_shared->done = true;
+  }
+}
+
+XcbAttempt::~XcbAttempt() = default;
+
+bool XcbAttempt::Await(int waitMs, std::unique_ptr<XcbLink>* link) {
+  std::unique_lock<std::mutex> lock(m_shared->mutex);
+  if (!m_shared->changed.wait_for(lock, std::chrono::milliseconds(waitMs),
+                                  [this] { return m_shared->done; })) {
+    return false;
+  }
+  *link = std::move(m_shared->link);
+  if (*link == nullptr) {
+    av_log(nullptr, AV_LOG_ERROR, "X display \"%s\": can't be reached\n", m_display.c_str());
+  }
+  return true;
 }
 
 }  // namespace platform

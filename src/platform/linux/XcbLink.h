@@ -4,7 +4,8 @@
 // asks a server which has stopped would never come back. Here every answer is waited for up to the
 // limit given to Connect. When one is late, no further request goes out before it has come
 // (Answering), so a frozen server costs one limit and then nothing, and the connection goes on
-// where it was once the server is back.
+// where it was once the server is back. That an answer is late tells nothing: only an error, which
+// Take tells apart, is a no.
 //
 // Errors that answer requests without reply are events, which Answering and Take consume. A server
 // that dies breaks the connection, for good; it ends nothing else.
@@ -44,7 +45,7 @@ class XcbLink {
  public:
   // To the display that the environment names. Null, with a line in the log, when there is none or
   // when it has not let this process in within connectMs. Each later answer is waited for up to
-  // answerMs.
+  // answerMs. Whoever would wait on takes an XcbAttempt instead.
   static std::unique_ptr<XcbLink> Connect(int connectMs, int answerMs);
   ~XcbLink();
 
@@ -63,30 +64,59 @@ class XcbLink {
   bool Broken() const;
   // False while it is gone or an answer is overdue: then send nothing.
   bool Answering();
-  // The answer to a request just sent; null when that is an error, late, or will never come.
+  // The answer to a request just sent; null when that is an error, which *refused tells, is late or
+  // will never come.
   template <typename T>
-  XcbReply<T> Take(unsigned int sequence) {
-    return XcbReply<T>(static_cast<T*>(TakeRaw(sequence)));
+  XcbReply<T> Take(unsigned int sequence, bool* refused = nullptr) {
+    return XcbReply<T>(static_cast<T*>(TakeRaw(sequence, refused)));
   }
+  // From now on all answers together are waited for no longer than that, until the next Allow; once
+  // it is used up they are late.
+  void Allow(int patienceMs) { m_patienceMs = patienceMs; }
   // The next event, null when none has come.
   XcbReply<xcb_generic_event_t> NextEvent();
 
  private:
+  friend class XcbAttempt;
+
   XcbLink(xcb_connection_t* connection, int screen, int answerMs);
   static std::unique_ptr<XcbLink> Establish(const std::string& display, int answerMs);
   bool Handshake();
-  void* TakeRaw(unsigned int sequence);
+  void* TakeRaw(unsigned int sequence, bool* refused);
   // False when nothing has come in time.
-  bool Poll(unsigned int sequence, int timeoutMs, void** reply);
+  bool Poll(unsigned int sequence, int timeoutMs, void** reply, bool* refused);
 
   xcb_connection_t* m_connection;
   const xcb_screen_t* m_screen = nullptr;
   int m_answerMs;
+  int m_patienceMs;  // left for further answers
   XcbAtoms m_atoms;
   bool m_hasComposite = false;
   bool m_hasSharedMemory = false;
   bool m_overdue = false;  // the answer to m_overdueSequence has not come in time
   unsigned int m_overdueSequence = 0;
+};
+
+// A connection being made by a thread of its own, since the library's set-up can't be interrupted.
+// That thread may outlive the attempt; it then disposes of what comes. One thread at a time.
+class XcbAttempt {
+ public:
+  // Begins to connect to the display that the environment names.
+  explicit XcbAttempt(int answerMs);
+  ~XcbAttempt();
+
+  XcbAttempt(const XcbAttempt&) = delete;
+  XcbAttempt& operator=(const XcbAttempt&) = delete;
+
+  // True once it is over; *link is then the connection, or null, which the log says. Once only.
+  bool Await(int waitMs, std::unique_ptr<XcbLink>* link);
+  const std::string& Display() const { return m_display; }
+
+ private:
+  struct Shared;
+
+  std::string m_display;
+  std::shared_ptr<Shared> m_shared;
 };
 
 }  // namespace platform

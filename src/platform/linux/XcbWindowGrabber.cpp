@@ -1,6 +1,5 @@
 #include "platform/linux/XcbWindowGrabber.h"
 
-#include <cinttypes>
 #include <limits>
 
 #include "platform/linux/XcbWindowState.h"
@@ -13,9 +12,11 @@ namespace platform {
 
 namespace {
 
-// Together below what the end of a capture may take.
-constexpr int kConnectMs = 300;
+// What the end of a capture may have to wait for: a connection and one answer, or all answers of
+// one tick.
+constexpr int kConnectMs = 250;
 constexpr int kAnswerMs = 150;
+constexpr int kTickMs = 300;
 constexpr int kBytesPerPixel = 4;
 constexpr std::uint32_t kAllPlanes = ~0U;
 // Twice the area of the largest screens: a window beyond that is not one that somebody looks at,
@@ -60,47 +61,79 @@ std::unique_ptr<XcbWindowGrabber> XcbWindowGrabber::Open(WindowHandle window) {
   if (window == 0 || window > std::numeric_limits<xcb_window_t>::max()) {
     return nullptr;
   }
-  std::unique_ptr<XcbLink> link = XcbLink::Connect(kConnectMs, kAnswerMs);
-  if (!link) {
-    return nullptr;
-  }
-  if (!link->HasComposite()) {
-    av_log(nullptr, AV_LOG_ERROR, "window 0x%" PRIxPTR ": the X server has no Composite\n", window);
-    return nullptr;
-  }
   std::unique_ptr<XcbWindowGrabber> grabber(
-      new XcbWindowGrabber(std::move(link), static_cast<xcb_window_t>(window)));
-  return grabber->Attach() ? std::move(grabber) : nullptr;
+      new XcbWindowGrabber(static_cast<xcb_window_t>(window)));
+  grabber->Connect(kConnectMs);
+  return grabber->m_gone ? nullptr : std::move(grabber);
 }
 
-XcbWindowGrabber::XcbWindowGrabber(std::unique_ptr<XcbLink> link, xcb_window_t window)
-    : m_link(std::move(link)),
-      m_window(window),
-      m_pixmap(xcb_generate_id(m_link->Get())),
-      m_segment(xcb_generate_id(m_link->Get())),
-      m_sharing(m_link->HasSharedMemory()) {}
+XcbWindowGrabber::XcbWindowGrabber(xcb_window_t window)
+    : m_attempt(std::make_unique<XcbAttempt>(kAnswerMs)), m_window(window) {}
 
-bool XcbWindowGrabber::Attach() {
+bool XcbWindowGrabber::IsSilent() {
+  if (!m_gone && !m_attached) {
+    Connect(0);
+  }
+  return !m_gone && !m_attached;
+}
+
+// Comes as far on the way to the window as the server answers in time.
+void XcbWindowGrabber::Connect(int waitMs) {
+  if (m_attempt) {
+    if (!m_attempt->Await(waitMs, &m_link)) {
+      return;
+    }
+    m_attempt.reset();
+    m_gone = !m_link || !HasMeans();
+  }
+  if (!m_gone && m_link->Answering()) {
+    m_link->Allow(kAnswerMs);
+    Attach();
+  }
+  m_gone = m_gone || m_link->Broken();
+}
+
+bool XcbWindowGrabber::HasMeans() {
+  m_pixmap = xcb_generate_id(m_link->Get());
+  m_segment = xcb_generate_id(m_link->Get());
+  m_sharing = m_link->HasSharedMemory();
+  if (!m_link->HasComposite()) {
+    av_log(nullptr, AV_LOG_ERROR, "window 0x%x: the X server has no Composite\n", m_window);
+  }
+  return m_link->HasComposite();
+}
+
+void XcbWindowGrabber::Attach() {
   xcb_connection_t* c = m_link->Get();
   // The end of the window comes as an event, so that another window that the server gives the same
   // number is not taken for it.
   const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
   xcb_change_window_attributes(c, m_window, XCB_CW_EVENT_MASK, &events);
-  const auto attributes = m_link->Take<xcb_get_window_attributes_reply_t>(
-      xcb_get_window_attributes(c, m_window).sequence);
-  const auto geometry =
-      m_link->Take<xcb_get_geometry_reply_t>(xcb_get_geometry(c, m_window).sequence);
-  if (!attributes || !geometry || attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT) {
+  const auto attributesAsked = xcb_get_window_attributes(c, m_window);
+  const auto geometryAsked = xcb_get_geometry(c, m_window);
+  bool noAttributes = false;
+  bool noGeometry = false;
+  const auto attributes =
+      m_link->Take<xcb_get_window_attributes_reply_t>(attributesAsked.sequence, &noAttributes);
+  const auto geometry = m_link->Take<xcb_get_geometry_reply_t>(geometryAsked.sequence, &noGeometry);
+  if (noAttributes || noGeometry ||
+      (attributes && attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT)) {
     av_log(nullptr, AV_LOG_ERROR, "window 0x%x: there is none\n", m_window);
-    return false;
-  }
-  if (!Readable(*m_link, attributes->visual, geometry->depth)) {
+    m_gone = true;
+  } else if (attributes && geometry && !Readable(*m_link, attributes->visual, geometry->depth)) {
     av_log(nullptr, AV_LOG_ERROR, "window 0x%x: pixels of depth %d can't be read\n", m_window,
            geometry->depth);
-    return false;
+    m_gone = true;
+  } else if (attributes && geometry) {
+    m_attached = true;
+    xcb_composite_redirect_window(c, m_window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    TakeGeometry(*geometry);
   }
-  xcb_composite_redirect_window(c, m_window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-  return UpdateGeometry();
+}
+
+void XcbWindowGrabber::TakeGeometry(const xcb_get_geometry_reply_t& geometry) {
+  m_size = {geometry.width, geometry.height};
+  m_border = geometry.border_width;
 }
 
 void XcbWindowGrabber::Lose(const char* cause) {
@@ -111,10 +144,13 @@ void XcbWindowGrabber::Lose(const char* cause) {
 }
 
 bool XcbWindowGrabber::Ready() {
+  if (IsSilent() || m_gone) {
+    return false;
+  }
   if (m_link->Broken()) {
     Lose("the X server is gone");
   }
-  const bool answering = !m_gone && m_link->Answering();
+  const bool answering = m_link->Answering();
   TakeEvents();
   return answering && !m_gone;
 }
@@ -132,12 +168,12 @@ bool XcbWindowGrabber::UpdateGeometry() {
   if (!Ready()) {
     return false;
   }
-  const auto geometry =
-      m_link->Take<xcb_get_geometry_reply_t>(xcb_get_geometry(m_link->Get(), m_window).sequence);
+  bool refused = false;
+  const auto geometry = m_link->Take<xcb_get_geometry_reply_t>(
+      xcb_get_geometry(m_link->Get(), m_window).sequence, &refused);
   if (geometry) {
-    m_size = {geometry->width, geometry->height};
-    m_border = geometry->border_width;
-  } else if (m_link->Answering()) {
+    TakeGeometry(*geometry);
+  } else if (refused) {
     Lose("closed");
   }
   // What ended while the answer was on its way.
@@ -151,6 +187,9 @@ bool XcbWindowGrabber::Exists() {
 }
 
 Size XcbWindowGrabber::ClientSize() {
+  if (m_link) {
+    m_link->Allow(kTickMs);
+  }
   UpdateGeometry();
   return m_gone ? Size() : m_size;
 }
@@ -235,8 +274,9 @@ bool XcbWindowGrabber::GrabShared(GrabbedPicture* picture) {
       0);
   Release();
   const bool fits = Fits(named);
-  const auto image = m_link->Take<xcb_shm_get_image_reply_t>(requested.sequence);
-  if (!fits || !Ready()) {
+  bool refused = false;
+  const auto image = m_link->Take<xcb_shm_get_image_reply_t>(requested.sequence, &refused);
+  if (!fits || (!image && !refused) || !Ready()) {
     return false;
   }
   if (!image) {

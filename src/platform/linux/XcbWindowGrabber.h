@@ -9,7 +9,9 @@
 //
 // The size that Grab expects is the one that ClientSize gave last: a window resized in between
 // gives no picture this time. While the server does not answer, everything stays as it was last
-// seen and there are no pictures; each call returns at once, but the first, which waits 0.15 s.
+// seen and there are no pictures; each call returns at once, but the first, which waits 0.15 s. A
+// tick begins with ClientSize: a slow server is waited for 0.3 s in each. One that doesn't answer
+// at the opening is asked on, with each call, until it does.
 #ifndef ORVANE_PLATFORM_LINUX_XCBWINDOWGRABBER_H
 #define ORVANE_PLATFORM_LINUX_XCBWINDOWGRABBER_H
 
@@ -30,14 +32,18 @@ class XcbWindowGrabber : public WindowGrabber {
   // Null when there is no such window, it can have no picture, or its pixels can't be read.
   static std::unique_ptr<XcbWindowGrabber> Open(WindowHandle window);
 
+  bool IsSilent() override;
   bool Exists() override;
   bool IsMinimised() override;
   Size ClientSize() override;
   bool Grab(GrabbedPicture* picture) override;
 
  private:
-  XcbWindowGrabber(std::unique_ptr<XcbLink> link, xcb_window_t window);
-  bool Attach();
+  explicit XcbWindowGrabber(xcb_window_t window);
+  void Connect(int waitMs);
+  bool HasMeans();
+  void Attach();
+  void TakeGeometry(const xcb_get_geometry_reply_t& geometry);
   void Lose(const char* cause);
   // False when nothing may be asked now; m_gone tells whether for good.
   bool Ready();
@@ -55,16 +61,18 @@ class XcbWindowGrabber : public WindowGrabber {
   bool TooLarge();
   std::size_t PictureBytes() const;
 
-  std::unique_ptr<XcbLink> m_link;
+  std::unique_ptr<XcbAttempt> m_attempt;  // null once it is over
+  std::unique_ptr<XcbLink> m_link;        // null before
   xcb_window_t m_window;
-  xcb_pixmap_t m_pixmap;  // named for the length of one grab
-  xcb_shm_seg_t m_segment;
+  xcb_pixmap_t m_pixmap = 0;  // named for the length of one grab
+  xcb_shm_seg_t m_segment = 0;
   Size m_size;
   int m_border = 0;
+  bool m_attached = false;  // the window was there and its picture can be read
   bool m_gone = false;
   bool m_minimised = false;
   bool m_tooLarge = false;
-  bool m_sharing;                          // the server takes memory of this process
+  bool m_sharing = false;                  // the server takes memory of this process
   SharedBlock m_block;                     // what it has taken
   XcbReply<xcb_get_image_reply_t> m_sent;  // the picture lent, where it does not
 };

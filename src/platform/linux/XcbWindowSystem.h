@@ -6,8 +6,8 @@
 // connection lasts no longer than the call, so that a display which comes back is found again.
 //
 // A display that can't be reached gives an empty list and no grabber; one that does not answer is
-// given up by List after 2 s, or 2 s after it fell silent in the middle, and by Open, which a
-// worker calls, in less than half a second.
+// given up by List after 2 s, or 2 s after it fell silent in the middle. Open, which a worker
+// calls, gives a silent grabber in less than half a second.
 #ifndef ORVANE_PLATFORM_LINUX_XCBWINDOWSYSTEM_H
 #define ORVANE_PLATFORM_LINUX_XCBWINDOWSYSTEM_H
 
