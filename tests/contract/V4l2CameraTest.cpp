@@ -179,6 +179,24 @@ TEST_F(V4l2Camera, BusyIsToldInTheSystemsWords) {
   EXPECT_EQ(result.cause, "Webcam (/dev/video0): Device or resource busy");
 }
 
+// The counters of what the camera made tell how many of its pictures went on.
+TEST_F(V4l2Camera, AFasterOneIsThinnedToTheRateOfTheScene) {
+  FakeCameraMode mode = Webcam();
+  mode.framesPerSecond = 60;
+  FakeCamera camera;
+  ASSERT_TRUE(camera.Plug(mode)) << camera.Failure();
+  const auto stream = Open("Webcam");
+  ASSERT_NE(stream, nullptr);
+  StreamReader reader(stream.get(), CaptureKind::Video);
+  RgbPicture picture;
+  ASSERT_TRUE(reader.NextPicture(&picture));
+  const int first = picture.Counter();
+  for (int i = 0; i < 50; ++i) {
+    ASSERT_TRUE(reader.NextPicture(&picture));
+  }
+  EXPECT_GE(picture.Counter() - first, 110);
+}
+
 // With the reader slower than the camera the driver runs out of buffers, loses pictures and goes
 // on.
 TEST_F(V4l2Camera, ASlowReaderLosesPicturesButNotTheStream) {

@@ -9,9 +9,11 @@
 #include <utility>
 
 #include "platform/linux/AvInputStream.h"
+#include "platform/linux/CameraPace.h"
 
 extern "C" {
 #include <libavdevice/avdevice.h>
+#include <libavutil/time.h>
 }
 
 namespace platform {
@@ -24,7 +26,13 @@ namespace {
 // pool and cost 0.2 ms for a 720p picture.
 class V4l2Camera : public AvInputStream {
  public:
-  explicit V4l2Camera(AvInput input) : AvInputStream(std::move(input)) {}
+  explicit V4l2Camera(AvInput input) : AvInputStream(std::move(input)) {
+    StreamInfo stream;
+    const AVCodecDescriptor* codec = FindStream(CaptureKind::Video, &stream)
+                                         ? avcodec_descriptor_get(stream.parameters->codec_id)
+                                         : nullptr;
+    m_mayThin = codec != nullptr && (codec->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+  }
   ~V4l2Camera() override { av_buffer_pool_uninit(&m_pool); }
   V4l2Camera(const V4l2Camera&) = delete;
   V4l2Camera& operator=(const V4l2Camera&) = delete;
@@ -38,6 +46,10 @@ class V4l2Camera : public AvInputStream {
     // A picture that the driver calls damaged arrives empty, which a decoder would take for the
     // end of the stream.
     if (packet->size == 0) {
+      av_packet_unref(packet);
+      return AVERROR(EAGAIN);
+    }
+    if (m_mayThin && !m_pace.Take(av_gettime_relative())) {
       av_packet_unref(packet);
       return AVERROR(EAGAIN);
     }
@@ -70,6 +82,8 @@ class V4l2Camera : public AvInputStream {
     return m_pool != nullptr ? av_buffer_pool_get(m_pool) : nullptr;
   }
 
+  bool m_mayThin = false;  // every picture stands for itself
+  CameraPace m_pace;
   AVBufferPool* m_pool = nullptr;
   std::size_t m_bufferSize = 0;
 };

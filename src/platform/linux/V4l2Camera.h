@@ -1,8 +1,9 @@
 // Cameras of Video4Linux.
 //
-// Every V4L2 node that captures pictures is a camera; a camera opens at its default mode and is
-// read without blocking, so that one that hangs is a camera without a picture yet. Unplugging is a
-// read error. Threads: as CaptureStream; the two functions one at a time.
+// Every V4L2 node that captures pictures is a camera; a camera opens at its default mode, is
+// thinned to 25 pictures a second (see CameraPace.h) and is read without blocking, so that one that
+// hangs is a camera without a picture yet. Unplugging is a read error. Threads: as CaptureStream;
+// the two functions one at a time.
 #ifndef ORVANE_PLATFORM_LINUX_V4L2CAMERA_H
 #define ORVANE_PLATFORM_LINUX_V4L2CAMERA_H
 
