@@ -19,12 +19,11 @@ extern "C" {
 #include "sources/DeviceCatalogue.h"
 #include "sources/MediaFile.h"
 #include "sources/OpenDeadline.h"
+#include "sources/StillSize.h"
 
 namespace {
 
 constexpr int kNotDueMs = 10;
-// Room for a full-frame camera's 61 megapixels, and no more memory than the program can bear.
-constexpr std::int64_t kMaxPixels = 64LL * 1024 * 1024;
 constexpr std::int64_t kMaxBytes = 256LL * 1024 * 1024;
 
 using ScopedFile = ffmpeg::Scoped<AVFormatContext, sources::CloseMediaFile>;
@@ -32,9 +31,9 @@ using ScopedFile = ffmpeg::Scoped<AVFormatContext, sources::CloseMediaFile>;
 // Fills packet with the file's first one and gives its picture; null with *cause on failure.
 AVFrame* DecodeFirst(AVFormatContext* file, int stream, AVPacket* packet, std::string* cause) {
   ffmpeg::ScopedCodec codec;
-  int result =
-      sources::OpenDecoder(file->streams[stream]->codecpar, file->streams[stream]->time_base,
-                           sources::DecoderThreads::One, kMaxPixels, codec.Address());
+  int result = sources::OpenDecoder(file->streams[stream]->codecpar,
+                                    file->streams[stream]->time_base, sources::DecoderThreads::One,
+                                    sources::kMostStillPixels, codec.Address());
   if (result >= 0) {
     result = av_read_frame(file, packet);
   }
@@ -43,6 +42,9 @@ AVFrame* DecodeFirst(AVFormatContext* file, int stream, AVPacket* packet, std::s
     return nullptr;
   }
   ffmpeg::ScopedFrame frame(av_frame_alloc());
+  if (!frame) {
+    result = AVERROR(ENOMEM);
+  }
   if (result >= 0) {
     result = avcodec_send_packet(codec.Get(), packet);
   }
@@ -51,23 +53,23 @@ AVFrame* DecodeFirst(AVFormatContext* file, int stream, AVPacket* packet, std::s
   }
   if (result < 0) {
     *cause = ffmpeg::ErrorText(result) + " (damaged, or of more than " +
-             std::to_string(kMaxPixels) + " pixels)";
+             std::to_string(sources::kMostStillPixels) + " pixels)";
     return nullptr;
   }
   return frame.Release();
 }
 
-// The same picture in RGB24 with packed rows.
-AVFrame* ToPackedRgb(const AVFrame* decoded, std::string* cause) {
+// The same picture in RGB24 with packed rows, at the size at which it is kept.
+AVFrame* ToPackedRgb(const AVFrame* decoded, const platform::Size& canvas, std::string* cause) {
+  const platform::Size size = sources::KeptSize({decoded->width, decoded->height}, canvas);
   ffmpeg::FramePool once;
-  ffmpeg::ScopedFrame picture(once.Get(decoded->width, decoded->height, AV_PIX_FMT_RGB24));
+  ffmpeg::ScopedFrame picture(once.Get(size.width, size.height, AV_PIX_FMT_RGB24));
   if (!picture) {
     *cause = "no memory for the picture";
     return nullptr;
   }
   ffmpeg::PixelConvert convert;
-  const int result = decoded->format == AV_PIX_FMT_RGB24 ? av_frame_copy(picture.Get(), decoded)
-                                                         : convert.Convert(decoded, picture.Get());
+  const int result = convert.Convert(decoded, picture.Get());
   if (result < 0) {
     *cause = ffmpeg::ErrorText(result);
     return nullptr;
@@ -112,7 +114,7 @@ int CInputPic::Open() {
     std::printf("Couldn't open input stream.\n");
     return failed();
   }
-  const int found = sources::FindStreamInfo(file.Get(), kMaxPixels);
+  const int found = sources::FindStreamInfo(file.Get(), sources::kMostStillPixels);
   if (found < 0) {
     std::printf("Couldn't find stream information.\n");
     cause = ffmpeg::ErrorText(found);
@@ -124,12 +126,17 @@ int CInputPic::Open() {
     return failed();
   }
   ffmpeg::ScopedPacket packet(av_packet_alloc());
+  if (!packet) {
+    cause = "no memory to read it";
+    return failed();
+  }
   m_catalogue->ResetPacket(packet.Get());
   ffmpeg::ScopedFrame decoded(DecodeFirst(file.Get(), stream, packet.Get(), &cause));
   if (!decoded) {
     return failed();
   }
-  m_picture = ToPackedRgb(decoded.Get(), &cause);
+  m_picture =
+      ToPackedRgb(decoded.Get(), {m_catalogue->renderWidth, m_catalogue->renderHeight}, &cause);
   return m_picture != nullptr ? 0 : failed();
 }
 

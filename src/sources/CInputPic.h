@@ -3,7 +3,8 @@
 // Flow: Start decodes the first picture of the file; a worker then sends it to the video outputs 25
 // times a second, so that to a consumer it looks like any live source. All that goes out are
 // references to one buffer in RGB24 with packed rows: a still picture costs one decoding, whatever
-// its size. Transparency is dropped; a picture is shown as it is stored, not as its orientation tag
+// its size. One that is larger than the scene can ever show is reduced at once (see StillSize.h).
+// Transparency is dropped; a picture is shown as it is stored, not as its orientation tag
 // says.
 //
 // Ownership: the node owns the picture from Start to Stop; references that went out outlive it.
@@ -11,8 +12,8 @@
 // Threads: Start, Stop and deletion on the user interface thread. From Start to Stop the worker
 // alone touches the picture.
 //
-// Failure: a file that is missing, no regular file, over 256 MiB, of more than 64 Mi pixels or no
-// picture makes Start -1 and leaves the node without a worker; the log names the path and the
+// Failure: a file that is missing, no regular file, over 256 MiB, of more than 200 million pixels
+// or no picture makes Start -1 and leaves the node without a worker; the log names the path and the
 // cause.
 #ifndef ORVANE_SOURCES_CINPUTPIC_H
 #define ORVANE_SOURCES_CINPUTPIC_H
@@ -39,7 +40,8 @@ class CInputPic : public CSrcInterface {
   // Frees what a failed Start left. Stop comes before.
   ~CInputPic() override;
 
-  // 0, or -1 when the file gives no picture. Returns after 5 s at the latest when its disk stalls.
+  // 0, or -1 when the file gives no picture. A file that keeps its reader busy for 5 s is given up;
+  // a read that the kernel holds, on a network disk that is gone, can't be.
   int Start() override;
   // Returns 0 with the worker joined and the picture given up; no effect when it is not running.
   int Stop() override;

@@ -107,6 +107,9 @@ Pixel ExactRgb(const AVFrame* frame, int x, int y, const Weights& weights) {
     raw[static_cast<std::size_t>(c)] =
         rgb ? value * 255.0 / (std::ldexp(1.0, d->comp[c].depth) - 1) : value / unit;
   }
+  if (frame->format == AV_PIX_FMT_MONOWHITE) {
+    return {255 - raw[0], 255 - raw[0], 255 - raw[0]};
+  }
   if (d->nb_components < 3) {
     return {raw[0], raw[0], raw[0]};
   }

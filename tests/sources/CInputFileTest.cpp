@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "media/ffmpeg/Scoped.h"
+#include "sources/UnknownStreams.h"
 #include "support/FakeClock.h"
 #include "support/LogRecord.h"
 #include "support/MediaSamples.h"
@@ -453,7 +454,8 @@ TEST_F(CInputFileTest, LargePicturesAreDecodedShortlyBeforeTheyAreShown) {
   Player player(m_samples.Clip("large.mp4", options));
   ASSERT_EQ(player.Opened(), 0);
   player.Run(4000);
-  EXPECT_LE(player.mostPictures, 25 + 8);
+  // What 24 MiB hold, and what the decoder gives at once.
+  EXPECT_LE(player.mostPictures, 10 + 2);
   EXPECT_GE(player.pictures.size(), 56U);
   ExpectCountersRise(player.pictures);
 }
@@ -490,6 +492,15 @@ TEST_F(CInputFileTest, FilesWithoutSoundOrWithoutPicturesAreRefusedWithoutAWord)
     EXPECT_TRUE(log.HasError(file.path, file.cause));
     EXPECT_EQ(node.Stop(), 0);
   }
+}
+
+TEST_F(CInputFileTest, AFileInWhichNothingIsMadeOutIsRefusedWithTheText) {
+  const support::UnknownStreams unknown;
+  support::LogRecord log;
+  CInputFile node(m_samples.Clip("unknown.mp4"));
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(node.Start(), -1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Couldn't find stream information.\n");
 }
 
 TEST_F(CInputFileTest, FilesThatAreNoMediaAreRefusedWithTheText) {

@@ -4,12 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include "media/ffmpeg/Scoped.h"
+#include "sources/UnknownStreams.h"
 #include "support/FakeClock.h"
 #include "support/LogRecord.h"
 #include "support/MediaSamples.h"
@@ -141,16 +143,76 @@ TEST_F(CInputPicTest, ACamerasPhotographOf24MegapixelsIsTaken) {
                      "-update", "1", "-pix_fmt", "yuvj420p", "-q:v", "2"});
   ScopedFrame frame(Decode(path));
   ASSERT_TRUE(frame);
-  EXPECT_EQ(frame->width, 6000);
-  EXPECT_EQ(frame->height, 4000);
-  EXPECT_NEAR(At(frame.Get(), 3000, 2000).green, 0xa0, 6);
+  EXPECT_EQ(frame->width, 3528);
+  EXPECT_EQ(frame->height, 2352);
+  EXPECT_NEAR(At(frame.Get(), 1000, 2000).green, 0xa0, 6);
+}
+
+TEST_F(CInputPicTest, ATelephonesPhotographOf108MegapixelsIsTaken) {
+  const std::string path = m_samples.Make(
+      "telephone.jpg", {"-f", "lavfi", "-i", "color=c=0x20A060:s=12000x9000", "-frames:v", "1",
+                        "-update", "1", "-pix_fmt", "yuvj420p", "-q:v", "2"});
+  ScopedFrame frame(Decode(path));
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(frame->width, 3326);
+  EXPECT_EQ(frame->height, 2494);
+  EXPECT_NEAR(At(frame.Get(), 3300, 2400).green, 0xa0, 6);
+}
+
+TEST_F(CInputPicTest, APictureOfOneBitIsNoNegative) {
+  // Of 16 x 1 pixels, in a portable bitmap a set bit is black.
+  const std::string bits = std::string("P4\n16 1\n") + '\xf0' + '\x01';
+  ScopedFrame frame(Decode(m_samples.Write("line.pbm", bits)));
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(At(frame.Get(), 0, 0).red, 0);
+  EXPECT_EQ(At(frame.Get(), 3, 0).green, 0);
+  EXPECT_EQ(At(frame.Get(), 4, 0).blue, 255);
+  EXPECT_EQ(At(frame.Get(), 14, 0).red, 255);
+  EXPECT_EQ(At(frame.Get(), 15, 0).red, 0);
+}
+
+TEST_F(CInputPicTest, APaletteIsLookedUp) {
+  // An uncompressed bitmap of 2 x 1 pixels with 256 colours, of which the second and third are
+  // used.
+  std::string bmp("BM", 2);
+  const auto append = [&bmp](std::uint32_t value, int bytes) {
+    for (int i = 0; i < bytes; ++i) {
+      bmp += static_cast<char>(value >> (8 * i) & 0xff);
+    }
+  };
+  append(14 + 40 + 1024 + 4, 4);
+  append(0, 4);
+  append(14 + 40 + 1024, 4);
+  append(40, 4);
+  append(2, 4);
+  append(1, 4);
+  append(1, 2);
+  append(8, 2);
+  append(0, 4);
+  append(4, 4);
+  append(0, 4);
+  append(0, 4);
+  append(256, 4);
+  append(0, 4);
+  for (std::uint32_t colour = 0; colour < 256; ++colour) {
+    append(colour == 1 ? 0x00c81e28 : colour == 2 ? 0x001e64fa : 0, 4);
+  }
+  append(0x0201, 4);
+  ScopedFrame frame(Decode(m_samples.Write("colours.bmp", bmp)));
+  ASSERT_TRUE(frame);
+  const CameraColour first = At(frame.Get(), 0, 0);
+  const CameraColour second = At(frame.Get(), 1, 0);
+  EXPECT_EQ((std::array<int, 3>{first.red, first.green, first.blue}),
+            (std::array<int, 3>{0xc8, 0x1e, 0x28}));
+  EXPECT_EQ((std::array<int, 3>{second.red, second.green, second.blue}),
+            (std::array<int, 3>{0x1e, 0x64, 0xfa}));
 }
 
 TEST_F(CInputPicTest, AnEnormousPictureIsRefusedWithTheReason) {
   support::LogRecord log;
   EXPECT_EQ(Decode(m_samples.HugePng("huge.png", 60000, 60000)), nullptr);
   EXPECT_TRUE(log.HasError("60000x60000")) << log.Errors();
-  EXPECT_TRUE(log.HasError("huge.png", "of more than 67108864 pixels")) << log.Errors();
+  EXPECT_TRUE(log.HasError("huge.png", "of more than 200000000 pixels")) << log.Errors();
   EXPECT_EQ(Decode(m_samples.HugePng("wide.png", 0x7fffffff, 1)), nullptr);
   EXPECT_EQ(Decode(m_samples.HugePng("none.png", 0, 0)), nullptr);
 }
@@ -187,6 +249,11 @@ TEST_F(CInputPicTest, TheTwoFailureTextsArePrinted) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(CInputPic(m_samples.Path("missing.png")).Start(), -1);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Couldn't open input stream.\n");
+  const support::UnknownStreams unknown;
+  const std::string path = m_samples.Picture("whole.png");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(CInputPic(path).Start(), -1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Couldn't find stream information.\n");
 }
 
 TEST_F(CInputPicTest, APipeIsRefusedAtOnce) {

@@ -44,6 +44,14 @@ Formula RgbFormula(const AVPixFmtDescriptor* d) {
 
 Formula GreyFormula(const AVPixFmtDescriptor* d, bool full) {
   Formula f{};
+  if (std::strcmp(d->name, "monow") == 0) {
+    // The one format in which 0 is white.
+    for (int i = 0; i < 3; ++i) {
+      f.factor[i][0] = -255;
+      f.offset[i] = 255;
+    }
+    return f;
+  }
   const double unit = std::ldexp(1.0, d->comp[0].depth - 8);
   for (int i = 0; i < 3; ++i) {
     f.factor[i][0] = static_cast<float>(full ? 255 / Largest(d, 0) : 255.0 / 219 / unit);
