@@ -115,7 +115,7 @@ int CInputFile::Stop() {
     return 0;
   }
   m_running = false;
-  m_deadline.Raise();  // ends a read that hangs
+  m_deadline.Raise();  // ends a search between two reads
   pthread_join(m_readThread, nullptr);
   pthread_join(m_paceThread, nullptr);
   std::vector<std::uint8_t>().swap(m_audioBuffer);

@@ -14,9 +14,10 @@
 // demuxer, the decoders and the converters from Start to Stop; the two threads share nothing but
 // the private queues, which lock themselves.
 //
-// Failure: a file that can't be played makes Start -1, within 5 s also when its disk stalls. What
-// can't be decoded is left out. A read error is in the log, and reading is tried again. All log
-// lines name the path and the cause.
+// Failure: a file that can't be played makes Start -1, within 5 s also where it is made to keep its
+// reader busy. A read that the kernel holds, on a network disk that is gone, holds Start and Stop
+// too. What can't be decoded is left out. A read error is in the log, and reading is tried again.
+// All log lines name the path and the cause.
 #ifndef ORVANE_SOURCES_CINPUTFILE_H
 #define ORVANE_SOURCES_CINPUTFILE_H
 

@@ -115,8 +115,8 @@ void CInputFile::HandleReadError(int error) {
   DrainFirstStream();
 }
 
-// The end is told to the decoder of stream 0 only. The pictures that the decoder of a later stream
-// still holds are younger than the last sound, and would not be shown.
+// The end is told to the decoder of stream 0 only, as it always was: of a film whose picture comes
+// second the last ones, which its decoder still holds, are not shown.
 void CInputFile::DrainFirstStream() {
   const bool sound = m_audioStream == 0;
   if (m_drained || (!sound && m_videoStream != 0)) {
@@ -142,7 +142,10 @@ void CInputFile::TakePacket(AVPacket* packet) {
       Decode(packet->stream_index, packet);
       break;
     case sources::PacketUse::Keep:
-      (sound ? m_keptSound : m_keptPictures).Keep(packet);
+      if (!(sound ? m_keptSound : m_keptPictures).Keep(packet)) {
+        m_skipToKey = m_skipToKey || !sound;
+        return;
+      }
       break;
     case sources::PacketUse::Drop:
       m_skipToKey = true;

@@ -2,7 +2,7 @@
 //
 // The sound is the master clock. The first sound frame leaves at once; each later one when the wall
 // clock has moved as far as the file's time stamps. What leaves is stamped by the count of samples
-// that have left before it, so that the stamps follow what was really played.
+// that have left, its own included, so that the stamps follow what was really played.
 //
 // The clock is SDL_GetTicks64. The mixer compares these stamps with those of the silence generator,
 // which go on where the 32-bit clock wraps around after 49 days: stamps that began again at 0 would

@@ -1,5 +1,6 @@
-// Compressed packets that wait for room to be decoded, first in first out, with their bytes
-// counted. Owned by the queue until TakeFirst. One thread uses it.
+// Compressed packets that wait for room to be decoded, first in first out, with their memory
+// counted: what they hold, and what each costs beside it, which is more where packets are small.
+// Owned by the queue until TakeFirst. One thread uses it.
 #ifndef ORVANE_SOURCES_KEPTPACKETS_H
 #define ORVANE_SOURCES_KEPTPACKETS_H
 
@@ -14,6 +15,9 @@ namespace sources {
 
 class KeptPackets {
  public:
+  // A packet, its buffer with the padding, their bookkeeping and the allocator's.
+  static constexpr std::int64_t kBytesBeside = 400;
+
   KeptPackets() = default;
   ~KeptPackets() { Clear(); }
 
@@ -27,7 +31,7 @@ class KeptPackets {
       return false;
     }
     av_packet_move_ref(own, packet);
-    m_bytes += own->size;
+    m_bytes += own->size + kBytesBeside;
     m_packets.push_back(own);
     return true;
   }
@@ -35,7 +39,7 @@ class KeptPackets {
   void TakeFirst(AVPacket* packet) {
     AVPacket* own = m_packets.front();
     m_packets.pop_front();
-    m_bytes -= own->size;
+    m_bytes -= own->size + kBytesBeside;
     av_packet_move_ref(packet, own);
     av_packet_free(&own);
   }
