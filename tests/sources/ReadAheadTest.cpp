@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "sources/KeptPackets.h"
-
 using sources::Ahead;
 using sources::PacketUse;
 using sources::ReadStep;
@@ -78,25 +76,4 @@ TEST(ReadAhead, TooManyKeptPicturesWaitOnlyWhileThereIsSound) {
       << "without sound nothing would ever drain them";
   EXPECT_EQ(sources::UseOfPicture(Kept(250, 900, 64 * kMiB)), PacketUse::Drop);
   EXPECT_EQ(sources::UseOfPicture(Kept(250, 900, 64 * kMiB - 1)), PacketUse::Keep);
-}
-
-TEST(KeptPackets, GivesThemBackInOrderAndCountsTheirBytes) {
-  sources::KeptPackets kept;
-  for (const int size : {10, 20, 30}) {
-    AVPacket* packet = av_packet_alloc();
-    ASSERT_EQ(av_new_packet(packet, size), 0);
-    ASSERT_TRUE(kept.Keep(packet));
-    EXPECT_EQ(packet->data, nullptr);
-    av_packet_free(&packet);
-  }
-  EXPECT_EQ(kept.Count(), 3);
-  EXPECT_EQ(kept.Bytes(), 60);
-  AVPacket* first = av_packet_alloc();
-  kept.TakeFirst(first);
-  EXPECT_EQ(first->size, 10);
-  av_packet_free(&first);
-  EXPECT_EQ(kept.Bytes(), 50);
-  kept.Clear();
-  EXPECT_EQ(kept.Count(), 0);
-  EXPECT_EQ(kept.Bytes(), 0);
 }
