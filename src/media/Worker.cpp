@@ -3,7 +3,12 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <memory>
+
+extern "C" {
+#include <libavutil/log.h>
+}
 
 namespace media {
 
@@ -42,7 +47,10 @@ void* Run(void* argument) {
 bool StartWorker(pthread_t* thread, const char* name, void* (*entry)(void*), void* node,
                  WorkerRole role) {
   auto job = std::make_unique<Job>(Job{entry, node, role});
-  if (pthread_create(thread, nullptr, Run, job.get()) != 0) {
+  const int error = pthread_create(thread, nullptr, Run, job.get());
+  if (error != 0) {
+    av_log(nullptr, AV_LOG_ERROR, "the system gives no thread for \"%s\": %s\n", name,
+           std::strerror(error));
     return false;
   }
   static_cast<void>(job.release());

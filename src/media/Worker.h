@@ -13,8 +13,8 @@ namespace media {
 // stands behind: an unprivileged program can't take it back.
 enum class WorkerRole { kStream, kPrepare, kShow };
 
-// Creates *thread running entry(node). name: at most 15 bytes. False when the system refuses;
-// *thread is then unset and must not be joined.
+// Creates *thread running entry(node). name: at most 15 bytes. False when the system refuses, which
+// is then in the log; *thread is unset and must not be joined.
 bool StartWorker(pthread_t* thread, const char* name, void* (*entry)(void*), void* node,
                  WorkerRole role = WorkerRole::kStream);
 
