@@ -4,6 +4,7 @@
 #include <SDL_ttf.h>
 
 #include <QCoreApplication>
+#include <csignal>
 #include <cstdint>
 #include <string>
 
@@ -29,6 +30,8 @@ constexpr int kSoundMs = 90;
 
 void PrepareProcess() {
   platform::ReturnLargeBlocks();
+  // A server of windows or sound that dies while it is written to is an error like any other.
+  std::signal(SIGPIPE, SIG_IGN);
   // A drag of a list's row streams its record.
   widgets::RegisterItemData();
   // The handle of the preview would otherwise make its translucent siblings native too, with a

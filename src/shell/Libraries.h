@@ -6,7 +6,7 @@
 
 namespace shell {
 
-// What the C library and Qt have to be told before the application object is made.
+// What the system, the C library and Qt have to be told before the application object is made.
 void PrepareProcess();
 
 // With the log open: it is told why SDL did not come up, if it didn't.

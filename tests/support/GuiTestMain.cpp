@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <csignal>
 
 #include "widgets/theme/Theme.h"
 
 int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // as the program does
   ::testing::InitGoogleTest(&argc, argv);
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
