@@ -8,6 +8,7 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace platform {
 
@@ -31,10 +32,12 @@ SetUp& State() {
 void Run() {
   pthread_setname_np(pthread_self(), "sdl-sound");
   const bool failed = SDL_InitSubSystem(SDL_INIT_AUDIO) != 0;
+  std::string error = failed ? SDL_GetError() : "";
+  SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
   SetUp& state = State();
   const std::lock_guard<std::mutex> lock(state.mutex);
   state.failed = failed;
-  state.error = failed ? SDL_GetError() : "";
+  state.error = std::move(error);
   state.underWay = false;
   state.ended.notify_all();
 }
