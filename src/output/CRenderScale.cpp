@@ -84,6 +84,9 @@ bool CRender::ScaleInput(LayerSlot* slot) {
   }
   ffmpeg::ScopedFrame frame(PopInput(slot));
   if (!frame) {
+    if (!slot->inUse) {
+      slot->scaling.Forget();
+    }
     return false;
   }
   if (!ffmpeg::HasSoundGeometry(frame.Get())) {

@@ -22,6 +22,14 @@ struct LayerScaling {
   ffmpeg::ScopedFrame source;  // a reference to the last shared source picture
   ffmpeg::ScopedFrame scaled;  // and what became of it
   bool faultLogged = false;    // a picture with no sound geometry has been reported
+
+  // The layer is gone: a photograph may take 200 MB.
+  void Forget() {
+    source.Reset();
+    scaled.Reset();
+    pool.Clear();
+    faultLogged = false;
+  }
 };
 
 struct LayerSlot {

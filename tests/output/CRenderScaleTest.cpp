@@ -36,6 +36,25 @@ int Height(HandRender* render, int id) {
   return height;
 }
 
+// A photograph of 200 MB would stay until the end of the program.
+TEST(CRenderScale, ADeletedLayerKeepsNoPicture) {
+  FakeClock clock;
+  HandRender render;
+  const int id = render.AddLayer();
+  const ScopedFrame photograph(NewPicture(640, 480, kRed));
+  render.Feed(id, av_frame_clone(photograph.Get()));
+  render.ScaleTurn();
+  render.SetLayerRect(id, 0, 0, 64, 48);
+  render.Feed(id, av_frame_clone(photograph.Get()));
+  render.ScaleTurn();
+  ScopedFrame(render.Compose()).Reset();
+  ScopedFrame(render.Compose()).Reset();
+  ASSERT_EQ(2, av_buffer_get_ref_count(photograph->buf[0])) << "for the next of them";
+  render.RemoveLayer(0);
+  render.ScaleTurn();
+  EXPECT_EQ(1, av_buffer_get_ref_count(photograph->buf[0]));
+}
+
 TEST(CRenderScale, TheFirstPictureGivesTheLayerItsSize) {
   FakeClock clock;
   HandRender render;

@@ -40,6 +40,11 @@ bool FramePool::Begin(int width, int height, AVPixelFormat format) {
   return m_pool != nullptr;
 }
 
+void FramePool::Clear() {
+  av_buffer_pool_uninit(&m_pool);
+  m_made = 0;
+}
+
 bool FramePool::HasSpare() {
   if (++m_sinceGrowth < kCalmFrames) {
     return false;

@@ -38,6 +38,8 @@ class FramePool {
   // A frame of that geometry, or null when it can't be had. A change of size or format drops the
   // spare buffers of the former one.
   AVFrame* Get(int width, int height, AVPixelFormat format);
+  // Leaves all buffers to the frames that still have them.
+  void Clear();
   // Those that it keeps, in use or not.
   int Buffers() const { return m_made; }
 
