@@ -21,6 +21,8 @@ namespace {
 
 constexpr int kMeterMs = 50;
 constexpr int kLabelWidth = 300;
+// A sound server may take so long over a device that will be heard.
+constexpr std::int64_t kOpeningMs = 1000;
 constexpr double kFullScale = 32768;
 
 std::int64_t Now() {
@@ -42,19 +44,13 @@ void NoteCapture(int place, const CInputDev* device, std::vector<CaptureSight>* 
   }
 }
 
-// Null where there is no such device.
-std::optional<widgets::MeterState> Advance(CInputDev* device, double seconds,
-                                           widgets::MeterState* state) {
-  if (device == nullptr) {
-    return std::nullopt;
-  }
+void Advance(CInputDev* device, double seconds, widgets::MeterState* state) {
   const sources::SoundMeasure sound = device->TakeLevel();
   widgets::MeterMeasure measure;
   measure.any = sound.blocks > 0;
   measure.peak = sound.peak / kFullScale;
   measure.meanSquare = sound.meanSquare / (kFullScale * kFullScale);
   *state = widgets::AdvanceMeter(*state, measure, seconds);
-  return *state;
 }
 
 }  // namespace
@@ -84,7 +80,8 @@ void LiveMonitor::Begin(bool hasMicrophone) {
   m_systemSound = {};
   m_microphone = {};
   m_meterTime = Now();
-  m_meter->SetRefused(SoundMeter::kMicrophone, hasMicrophone && m_nodes.mic == nullptr);
+  m_beginTime = m_meterTime;
+  m_hasMicrophone = hasMicrophone;
   Refresh();
   m_label->show();
   m_meter->show();
@@ -146,8 +143,23 @@ void LiveMonitor::MoveMeter() {
   }
   const double seconds = static_cast<double>(now - m_meterTime) / 1000;
   m_meterTime = now;
-  m_meter->SetRow(SoundMeter::kSystemSound, Advance(m_nodes.loopback, seconds, &m_systemSound));
-  m_meter->SetRow(SoundMeter::kMicrophone, Advance(m_nodes.mic, seconds, &m_microphone));
+  MoveRow(SoundMeter::kSystemSound, m_nodes.loopback, seconds, &m_systemSound);
+  MoveRow(SoundMeter::kMicrophone, m_nodes.mic, seconds, &m_microphone);
+}
+
+// Every machine has a system's sound: where it did not open that is told like a microphone's.
+void LiveMonitor::MoveRow(int row, CInputDev* device, double seconds, widgets::MeterState* state) {
+  const auto which = static_cast<SoundMeter::Row>(row);
+  const bool expected = which == SoundMeter::kSystemSound || m_hasMicrophone;
+  const bool opens =
+      device != nullptr && (device->HasOpened() || m_meterTime - m_beginTime <= kOpeningMs);
+  m_meter->SetRefused(which, expected && !opens);
+  if (!opens) {
+    m_meter->SetRow(which, std::nullopt);
+    return;
+  }
+  Advance(device, seconds, state);
+  m_meter->SetRow(which, *state);
 }
 
 }  // namespace shell

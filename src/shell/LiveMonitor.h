@@ -28,6 +28,7 @@
 #include "shell/StreamHealth.h"
 #include "widgets/MeterRules.h"
 
+class CInputDev;
 class QBoxLayout;
 class QLabel;
 class QWidget;
@@ -53,6 +54,7 @@ class LiveMonitor : public QObject {
 
  private:
   void MoveMeter();
+  void MoveRow(int row, CInputDev* device, double seconds, widgets::MeterState* state);
   StreamSight Look() const;
   void Show(const StreamHealth& health);
 
@@ -61,7 +63,9 @@ class LiveMonitor : public QObject {
   QLabel* m_label = nullptr;
   SoundMeter* m_meter = nullptr;
   QTimer m_meterTimer;
+  std::int64_t m_beginTime = 0;
   std::int64_t m_meterTime = 0;  // of the last move
+  bool m_hasMicrophone = false;  // the machine
   StreamHistory m_history;
   std::optional<QString> m_refusal;
   std::optional<StreamLight> m_shownLight;

@@ -163,6 +163,28 @@ TEST_F(LiveMonitorTest, AMicrophoneThatDidNotOpenIsNotTakenForOneThatIsNotThere)
   EXPECT_TRUE(Meter()->accessibleDescription().contains("麦克风：未接入"));
 }
 
+// Without it the whole broadcast stands still, so it is not called silent.
+TEST_F(LiveMonitorTest, SystemSoundThatDidNotOpenIsNotTakenForSilence) {
+  m_capture.AddMicrophone("Speakers");
+  Device shut(true, "Speakers");
+  CInputDev* loopback = &shut;
+  QWidget window;
+  QHBoxLayout bar(&window);
+  shell::LiveMonitor monitor({loopback, m_mic, m_mixOut, m_encoder}, m_layers);
+  monitor.AddTo(&bar, new QLabel(&window));
+  const auto* meter = window.findChild<SoundMeter*>(QStringLiteral("soundMeter"));
+  monitor.Begin(false);
+  EXPECT_FALSE(meter->accessibleDescription().contains("系统声音：无法打开")) << "it still may";
+  m_clock.Advance(1001);
+  monitor.Refresh();
+  EXPECT_TRUE(meter->accessibleDescription().contains("系统声音：无法打开"))
+      << meter->accessibleDescription().toStdString();
+  ASSERT_EQ(0, shut.Open());
+  m_clock.Advance(1000);
+  monitor.Refresh();
+  EXPECT_FALSE(meter->accessibleDescription().contains("系统声音：无法打开"));
+}
+
 TEST_F(LiveMonitorTest, AfterASuspendedMachineNothingIsSaidOfTheTimeBefore) {
   m_monitor.Begin(false);
   for (int second = 0; second < 5; ++second) {
