@@ -328,6 +328,26 @@ TEST_F(PulseCapture, OpenedWhileTheServerIsFrozenItIsHeardOnceThatGoesOn) {
   ExpectWhole(&microphone);
 }
 
+// As on a machine that is too busy to refuse at once.
+TEST_F(PulseCapture, ARefusalThatIsLateEndsItBeforeItHasGivenAnySilence) {
+  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 1u);
+  m_server.Freeze();
+  const auto stream = OpenPulseStream(kSystemSoundName).stream;
+  ASSERT_TRUE(stream);
+  m_server.Kill();
+  AVPacket* packet = av_packet_alloc();
+  int result = AVERROR(EAGAIN);
+  EXPECT_TRUE(WaitFor(
+      [&] {
+        result = stream->Read(packet);
+        return result != AVERROR(EAGAIN);
+      },
+      kPatienceMs));
+  EXPECT_EQ(AVERROR(ECONNREFUSED), result);
+  EXPECT_EQ(0, packet->size);
+  av_packet_free(&packet);
+}
+
 TEST_F(PulseCapture, OpenedWhileTheServerIsFrozenItClosesAtOnce) {
   m_server.Freeze();
   auto stream = OpenPulseStream(kSystemSoundName).stream;

@@ -102,7 +102,13 @@ bool PulseRecorder::ReportOpening(Opening result, const std::string& cause) {
 
 void PulseRecorder::ReportLoss(const std::string& cause) {
   // A failure to open is the opener's to tell.
-  if (!ReportOpening(Opening::Failed, cause) && !m_lost) {
+  if (ReportOpening(Opening::Failed, cause)) {
+    return;
+  }
+  if (!m_hasOpened) {
+    m_wasRefused = true;
+  }
+  if (!m_lost) {
     av_log(nullptr, AV_LOG_ERROR, "%s gives no sound: %s\n", m_label.c_str(), cause.c_str());
     m_lost = true;
   }

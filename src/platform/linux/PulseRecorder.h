@@ -46,6 +46,8 @@ class PulseRecorder {
   bool Open(int waitMs, std::string* cause);
   // It has recorded at some time. Any thread.
   bool HasOpened() const { return m_hasOpened; }
+  // The first answer, which the opener had not waited for, was a refusal. Any thread.
+  bool WasRefused() const { return m_wasRefused; }
 
  private:
   enum class Opening { UnderWay, Done, Failed, Left };  // Left: nobody waits for it any more
@@ -100,6 +102,7 @@ class PulseRecorder {
   std::int64_t m_retryUs = 0;       // no attempt before
   std::atomic<bool> m_lost{false};  // and the log told; the opener sets it when it waits no longer
   std::atomic<bool> m_hasOpened{false};
+  std::atomic<bool> m_wasRefused{false};
 
   std::string m_source;  // the source attached to
   pa_stream* m_stream = nullptr;

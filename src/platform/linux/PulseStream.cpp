@@ -8,6 +8,8 @@ namespace platform {
 
 namespace {
 
+constexpr std::int64_t kAnswerUs = 1'000'000;
+
 AVCodecParameters* NewParameters() {
   AVCodecParameters* parameters = avcodec_parameters_alloc();
   if (parameters != nullptr) {
@@ -40,7 +42,9 @@ bool PulseStream::Open(int waitMs, std::string* cause) {
   if (!m_recorder.Open(waitMs, cause)) {
     return false;
   }
-  m_sound.emplace(MonotonicUs());
+  const std::int64_t nowUs = MonotonicUs();
+  m_sound.emplace(nowUs);
+  m_silentUntilUs = m_recorder.HasOpened() ? 0 : nowUs + kAnswerUs;
   return true;
 }
 
@@ -55,6 +59,15 @@ bool PulseStream::FindStream(CaptureKind kind, StreamInfo* info) const {
 }
 
 int PulseStream::Read(AVPacket* packet) {
+  if (m_silentUntilUs != 0) {
+    if (m_recorder.WasRefused()) {
+      return AVERROR(ECONNREFUSED);
+    }
+    if (!m_recorder.HasOpened() && MonotonicUs() < m_silentUntilUs) {
+      return AVERROR(EAGAIN);
+    }
+    m_silentUntilUs = 0;
+  }
   for (const SoundBlock& block : m_inbox.TakeAll()) {
     if (block.newDevice) {
       m_sound->NewDevice();

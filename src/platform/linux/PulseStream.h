@@ -1,8 +1,14 @@
 // The capture stream of one sound source of the server: PulseRecorder hears, ContinuousSound keeps
 // it continuous, this cuts packets. Contract in PulseCapture.h.
+//
+// A source that had not answered when it was opened gives nothing for a second, and ends if what
+// comes by then is a refusal: on a busy machine that of a server which isn't there takes its time
+// too, and a broadcast must not begin with the silence of a device that nobody has. After that it
+// is silent like any other that says nothing.
 #ifndef ORVANE_PLATFORM_LINUX_PULSESTREAM_H
 #define ORVANE_PLATFORM_LINUX_PULSESTREAM_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -34,6 +40,7 @@ class PulseStream : public CaptureStream {
   SoundInbox m_inbox;
   PulseRecorder m_recorder;
   std::optional<ContinuousSound> m_sound;
+  std::int64_t m_silentUntilUs = 0;  // unless it opens before; 0: it may be read
 };
 
 }  // namespace platform
