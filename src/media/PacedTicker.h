@@ -38,8 +38,6 @@ class PacedTicker {
     return static_cast<std::uint32_t>(
         std::clamp<std::int64_t>((m_ticks + 24) / 25 - m_elapsed, 1, most));
   }
-  // Moves all further ticks by that much.
-  void Delay(std::uint32_t ms) { m_ticks += std::int64_t{25} * ms; }
 
  private:
   std::uint32_t m_lastLook;

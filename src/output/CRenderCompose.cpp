@@ -89,7 +89,6 @@ void CRender::ComposePass(output::ComposeState* state) {
   if (!state->hasBase) {
     state->hasBase = true;
     state->basePts = first->head->pts;
-    state->ticker.Delay(output::ComposeDelayMs(SDL_GetTicks(), first->head->pts));
   }
   // Of the bottom picture, for whoever has to be in step with the canvas.
   const std::int64_t capturedMs = first->head->pts;

@@ -65,12 +65,6 @@ int TextHeight(int width, const Extent& measured) {
   return Scaled(measured.height, width, measured.width);
 }
 
-std::uint32_t ComposeDelayMs(std::uint32_t nowMs, std::int64_t capturedMs) {
-  constexpr std::int64_t kStepMs = 40;
-  const std::int64_t off = (kComposeAfterMs - nowMs % kStepMs + capturedMs % kStepMs) % kStepMs;
-  return static_cast<std::uint32_t>((off + kStepMs) % kStepMs);
-}
-
 int FramesToDrop(int queued) {
   return queued > 1 ? std::max(1, queued - kLayerBacklog) : 0;
 }

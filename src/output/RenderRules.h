@@ -5,7 +5,6 @@
 #define ORVANE_OUTPUT_RENDERRULES_H
 
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
 namespace output {
@@ -63,13 +62,6 @@ Rect CornerPlacement(const Extent& canvas, const Extent& picture, int layerWidth
 
 // The height of a text of that width, in the shape in which it was measured; 0 when it was not.
 int TextHeight(int width, const Extent& measured);
-
-// By how much composing has to put its passes off, when a picture captured at capturedMs is the
-// first that it finds: they then come kComposeAfterMs after each picture of a source of 25 a
-// second. What comes at the very moment of a pass would be early for one and late for the next, and
-// each time it is late it would be 40 ms late for good.
-constexpr std::int64_t kComposeAfterMs = 18;  // half a step, and the scale thread's sleep of 10
-std::uint32_t ComposeDelayMs(std::uint32_t nowMs, std::int64_t capturedMs);
 
 // How many of a layer's queued frames the compose thread drops after it has used the first: with
 // one alone none, so that the last picture stays.

@@ -46,16 +46,6 @@ TEST(PacedTicker, SleepsToTheTickAndNoFurther) {
   EXPECT_EQ(DueAt(&ticker, 140), 1);
 }
 
-TEST(PacedTicker, ADelayMovesAllFurtherTicks) {
-  PacedTicker ticker(0);
-  EXPECT_EQ(DueAt(&ticker, 0), 1);
-  ticker.Delay(17);
-  EXPECT_EQ(DueAt(&ticker, 56), 0);
-  EXPECT_EQ(DueAt(&ticker, 57), 1);
-  EXPECT_EQ(DueAt(&ticker, 96), 0);
-  EXPECT_EQ(DueAt(&ticker, 97), 1);
-}
-
 TEST(PacedTicker, CatchesUpWhenLate) {
   PacedTicker ticker(0);
   EXPECT_EQ(DueAt(&ticker, 1000), 26);

@@ -285,22 +285,6 @@ TEST(CRenderCompose, WhatACoveringLayerHidesLeavesNoTrace) {
   EXPECT_EQ(kRed, PixelAt(black.Get(), 7, 7));
 }
 
-// A source that comes at the moment of a pass would be late for every second one.
-TEST(CRenderCompose, PassesComeBetweenTheFirstSourcesPictures) {
-  FakeClock clock;
-  clock.Advance(1000);
-  for (const std::int64_t age : {0, 7, 23, 39}) {
-    HandRender render;
-    const int id = render.AddLayer();
-    const std::int64_t captured = std::int64_t{clock.Now()} - age;
-    ScopedFrame first(render.Show(id, NewPicture(8, 8, kRed, captured)));
-    for (int pass = 0; pass < 3; ++pass) {
-      ScopedFrame next(render.Compose());
-      EXPECT_EQ(output::kComposeAfterMs, (clock.Now() - captured) % 40) << "age " << age;
-    }
-  }
-}
-
 // Copying it would cost two of the six megabytes' passes that a picture makes on its way.
 TEST(CRenderCompose, APictureOfTheCanvasSizeBecomesTheCanvasWhenAnotherFollows) {
   FakeClock clock;
@@ -434,7 +418,6 @@ TEST(CRenderCompose, PassesComeEveryFortyMilliseconds) {
   HandRender render;
   const int id = render.AddLayer();
   ScopedFrame first(render.Show(id, NewPicture(8, 8, kRed)));
-  ScopedFrame putOff(render.Compose());
   clock.TakeDelays();
   std::vector<std::uint32_t> times;
   for (int i = 0; i < 5; ++i) {

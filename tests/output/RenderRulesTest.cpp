@@ -60,23 +60,6 @@ TEST(TextureSize, IsWhatIsDrawnWhereNoCardScales) {
   }
 }
 
-TEST(ComposeDelay, PutsPassesBetweenTwoPictures) {
-  const struct {
-    std::uint32_t now;
-    std::int64_t captured;
-    std::uint32_t expected;
-  } cases[] = {
-      {1018, 1000, 0}, {1000, 1000, 18}, {1019, 1000, 39},     {1039, 1000, 19},
-      {1058, 1000, 0}, {1000, 1001, 19}, {4294967295U, 7, 10}, {5, 4294967290, 23},
-      {0, -40, 18},    {0, -1, 17},
-  };
-  for (const auto& c : cases) {
-    const std::uint32_t delay = output::ComposeDelayMs(c.now, c.captured);
-    EXPECT_EQ(c.expected, delay) << c.now << " " << c.captured;
-    EXPECT_LT(delay, 40U);
-  }
-}
-
 TEST(Outline, IsFourLinesInDrawingOrder) {
   const auto lines = Outline({100, 50, 640, 360}, kCanvas, {960, 540});
   ASSERT_EQ(4U, lines.size());
