@@ -16,6 +16,7 @@ target_compile_options(
             -Wundef
             -Wunused
             -Wvla
+            $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
             $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond>
             $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op>
             $<$<CXX_COMPILER_ID:GNU>:-Wsuggest-override>

@@ -19,28 +19,31 @@ ConnectionWatch::~ConnectionWatch() {
 }
 
 void ConnectionWatch::Start() {
-  m_stopping = false;
+  {
+    const platform::Lock lock(m_mutex);
+    m_stopping = false;
+  }
   m_thread = std::thread([this] { Run(); });
 }
 
 void ConnectionWatch::Stop() {
   {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const platform::Lock lock(m_mutex);
     m_stopping = true;
   }
-  m_changed.notify_all();
+  m_changed.NotifyAll();
   if (m_thread.joinable()) {
     m_thread.join();
   }
 }
 
 void ConnectionWatch::Came(const void* connection, int socket) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
+  const platform::Lock lock(m_mutex);
   m_connections[connection] = {socket, m_clock.Milliseconds() + kRequestMs};
 }
 
 void ConnectionWatch::Gone(const void* connection) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
+  const platform::Lock lock(m_mutex);
   m_connections.erase(connection);
 }
 
@@ -57,7 +60,7 @@ void ConnectionWatch::Finished(const void* connection) {
 }
 
 void ConnectionWatch::SetDeadline(const void* connection, std::int64_t deadline) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
+  const platform::Lock lock(m_mutex);
   const auto entry = m_connections.find(connection);
   if (entry != m_connections.end()) {
     entry->second.deadline = deadline;
@@ -65,9 +68,10 @@ void ConnectionWatch::SetDeadline(const void* connection, std::int64_t deadline)
 }
 
 void ConnectionWatch::Run() {
-  std::unique_lock<std::mutex> lock(m_mutex);
+  const platform::Lock lock(m_mutex);
   while (!m_stopping) {
-    m_changed.wait_for(lock, kLookEvery);
+    m_changed.WaitFor(m_mutex, kLookEvery,
+                      [this]() ORVANE_REQUIRES(m_mutex) { return m_stopping; });
     const std::int64_t now = m_clock.Milliseconds();
     for (auto& [connection, entry] : m_connections) {
       if (now >= entry.deadline) {

@@ -8,12 +8,11 @@
 #ifndef ORVANE_SERVICE_CONNECTIONWATCH_H
 #define ORVANE_SERVICE_CONNECTIONWATCH_H
 
-#include <condition_variable>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <thread>
 
+#include "platform/Lock.h"
 #include "service/Clock.h"
 
 namespace service {
@@ -48,10 +47,10 @@ class ConnectionWatch {
   void Run();
 
   const Clock& m_clock;
-  std::mutex m_mutex;  // guards all below
-  std::map<const void*, Entry> m_connections;
-  bool m_stopping = false;
-  std::condition_variable m_changed;
+  platform::Mutex m_mutex;
+  std::map<const void*, Entry> m_connections ORVANE_GUARDED_BY(m_mutex);
+  bool m_stopping ORVANE_GUARDED_BY(m_mutex) = false;
+  platform::Condition m_changed;
   std::thread m_thread;
 };
 

@@ -10,13 +10,12 @@
 #include <QHostAddress>
 #include <algorithm>
 #include <cerrno>
-#include <condition_variable>
 #include <cstring>
 #include <deque>
 #include <iterator>
-#include <mutex>
 #include <thread>
 
+#include "platform/Lock.h"
 #include "service/ConnectionWatch.h"
 #include "service/FormReader.h"
 #include "service/Log.h"
@@ -127,10 +126,10 @@ class HttpServer::Implementation {
   MHD_Daemon* m_daemon = nullptr;
 
   std::thread m_loginThread;
-  std::mutex m_loginMutex;  // guards the two below
-  std::deque<std::pair<MHD_Connection*, Call*>> m_logins;
-  bool m_stopping = false;
-  std::condition_variable m_loginWaiting;
+  platform::Mutex m_loginMutex;
+  std::deque<std::pair<MHD_Connection*, Call*>> m_logins ORVANE_GUARDED_BY(m_loginMutex);
+  bool m_stopping ORVANE_GUARDED_BY(m_loginMutex) = false;
+  platform::Condition m_loginWaiting;
 };
 
 bool HttpServer::Implementation::Start(QString* error) {
@@ -179,10 +178,10 @@ void HttpServer::Implementation::Stop() {
   }
   const MHD_socket listening = MHD_quiesce_daemon(m_daemon);
   {
-    const std::lock_guard<std::mutex> lock(m_loginMutex);
+    const platform::Lock lock(m_loginMutex);
     m_stopping = true;
   }
-  m_loginWaiting.notify_all();
+  m_loginWaiting.NotifyAll();
   m_loginThread.join();  // it resumes every connection that it holds: none stays suspended
   MHD_stop_daemon(m_daemon);
   m_daemon = nullptr;
@@ -280,7 +279,7 @@ Response HttpServer::Implementation::Handle(const Request& request) {
 }
 
 bool HttpServer::Implementation::QueueLogin(MHD_Connection* connection, Call* call) {
-  const std::lock_guard<std::mutex> lock(m_loginMutex);
+  const platform::Lock lock(m_loginMutex);
   const auto ofNetwork =
       std::count_if(m_logins.begin(), m_logins.end(), [call](const auto& waiting) {
         return waiting.second->request.network == call->request.network;
@@ -292,28 +291,30 @@ bool HttpServer::Implementation::QueueLogin(MHD_Connection* connection, Call* ca
   // Under the lock: the login thread must not resume the connection before it is suspended.
   MHD_suspend_connection(connection);
   m_logins.emplace_back(connection, call);
-  m_loginWaiting.notify_one();
+  m_loginWaiting.NotifyOne();
   return true;
 }
 
 void HttpServer::Implementation::RunLogins() {
   // A hash needs a core for tens of milliseconds; where there are few, others go first.
   setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kLoginNice);
-  std::unique_lock<std::mutex> lock(m_loginMutex);
+  platform::Lock lock(m_loginMutex);
   while (true) {
-    m_loginWaiting.wait(lock, [this] { return m_stopping || !m_logins.empty(); });
+    m_loginWaiting.Wait(m_loginMutex, [this]() ORVANE_REQUIRES(m_loginMutex) {
+      return m_stopping || !m_logins.empty();
+    });
     if (m_logins.empty()) {
       return;
     }
     const auto [connection, call] = m_logins.front();
     m_logins.pop_front();
     const bool stopping = m_stopping;
-    lock.unlock();
+    lock.Unlock();
     call->response = stopping ? Api::Refuse(503, kUnavailable, QStringLiteral("服务正在关闭"))
                               : Handle(call->request);
     call->answered = true;
     MHD_resume_connection(connection);
-    lock.lock();
+    lock.Relock();
   }
 }
 

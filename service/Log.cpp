@@ -4,7 +4,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <cstdio>
-#include <mutex>
+
+#include "platform/Lock.h"
 
 namespace service {
 
@@ -22,7 +23,7 @@ QJsonValue Bounded(const QVariant& value) {
 }
 
 void Write(const char* level, const char* event, LogFields fields) {
-  static std::mutex mutex;  // lines of two threads must not mix
+  static platform::Mutex mutex;  // lines of two threads must not mix
   QJsonObject line{
       {QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
       {QStringLiteral("level"), QLatin1String(level)},
@@ -32,7 +33,7 @@ void Write(const char* level, const char* event, LogFields fields) {
     line.insert(QLatin1String(field.first), Bounded(field.second));
   }
   const QByteArray text = QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
-  const std::lock_guard<std::mutex> lock(mutex);
+  const platform::Lock lock(mutex);
   std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stderr);
   std::fflush(stderr);
 }

@@ -5,7 +5,7 @@
 namespace service {
 
 bool RequestLimit::Allow(const std::string& caller, std::int64_t nowMs) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
+  const platform::Lock lock(m_mutex);
   Bucket& bucket = m_callers.Find(caller);
   const double most = 2 * m_perSecond;
   if (bucket.tokens < 0) {
@@ -23,7 +23,7 @@ bool RequestLimit::Allow(const std::string& caller, std::int64_t nowMs) {
 }
 
 bool LoginLimit::Allow(const std::string& caller, std::int64_t nowMs) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
+  const platform::Lock lock(m_mutex);
   Failures& failures = m_callers.Find(caller);
   if (nowMs - failures.first >= kWindowMs) {
     failures = {};
@@ -32,7 +32,7 @@ bool LoginLimit::Allow(const std::string& caller, std::int64_t nowMs) {
 }
 
 void LoginLimit::Failed(const std::string& caller, std::int64_t nowMs) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
+  const platform::Lock lock(m_mutex);
   Failures& failures = m_callers.Find(caller);
   if (failures.count == 0) {
     failures.first = nowMs;
@@ -41,7 +41,7 @@ void LoginLimit::Failed(const std::string& caller, std::int64_t nowMs) {
 }
 
 void LoginLimit::Succeeded(const std::string& caller) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
+  const platform::Lock lock(m_mutex);
   m_callers.Find(caller) = {};
 }
 

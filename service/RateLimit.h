@@ -10,8 +10,9 @@
 #include <QByteArray>
 #include <QCache>
 #include <cstdint>
-#include <mutex>
 #include <string>
+
+#include "platform/Lock.h"
 
 namespace service {
 
@@ -49,8 +50,8 @@ class RequestLimit {
     std::int64_t filled = 0;
   };
   const double m_perSecond;
-  std::mutex m_mutex;
-  RecentCallers<Bucket> m_callers;  // guarded by m_mutex
+  platform::Mutex m_mutex;
+  RecentCallers<Bucket> m_callers ORVANE_GUARDED_BY(m_mutex);
 };
 
 // After so many failures within kWindowMs a caller is refused until the window has passed.
@@ -71,8 +72,8 @@ class LoginLimit {
     std::int64_t first = 0;
   };
   const int m_mostFailures;
-  std::mutex m_mutex;
-  RecentCallers<Failures> m_callers;  // guarded by m_mutex
+  platform::Mutex m_mutex;
+  RecentCallers<Failures> m_callers ORVANE_GUARDED_BY(m_mutex);
 };
 
 }  // namespace service

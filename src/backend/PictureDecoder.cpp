@@ -6,13 +6,12 @@
 #include <QImageReader>
 #include <QTimer>
 #include <atomic>
-#include <condition_variable>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "backend/Until.h"
+#include "platform/Lock.h"
 
 namespace backend {
 
@@ -82,12 +81,13 @@ namespace {
 
 // What a decoder and whoever waits for it share; the last of the two frees it.
 struct Decoding {
-  explicit Decoding(const QByteArray& bytes) : source(bytes) {}
+  Decoding(const QByteArray& bytes, QTimer* done) : source(bytes), waits(done) {}
 
   StoppableBytes source;
-  std::mutex mutex;
-  QImage picture;           // guarded by the mutex, as the next
-  QTimer* waits = nullptr;  // fires when the picture is there; null once nobody waits
+  platform::Mutex mutex;
+  QImage picture ORVANE_GUARDED_BY(mutex);
+  // Fires when the picture is there; null once nobody waits.
+  QTimer* waits ORVANE_GUARDED_BY(mutex);
 };
 
 // The decoders that run, waited on or not: none may run into the end of the process.
@@ -95,47 +95,46 @@ class Decoders {
  public:
   void Start(const std::shared_ptr<Decoding>& decoding, const QSize& atMost) {
     {
-      const std::lock_guard<std::mutex> lock(m_mutex);
+      const platform::Lock lock(m_mutex);
       ++m_running;
     }
     std::thread([this, decoding, atMost] {
       pthread_setname_np(pthread_self(), "decode-cover");
       Decode(decoding.get(), atMost);
-      const std::lock_guard<std::mutex> lock(m_mutex);
+      const platform::Lock lock(m_mutex);
       --m_running;
-      m_ended.notify_all();
+      m_ended.NotifyAll();
     }).detach();
   }
   ~Decoders() {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_ended.wait(lock, [this] { return m_running == 0; });
+    const platform::Lock lock(m_mutex);
+    m_ended.Wait(m_mutex, [this]() ORVANE_REQUIRES(m_mutex) { return m_running == 0; });
   }
 
  private:
   static void Decode(Decoding* decoding, const QSize& atMost) {
     const QImage picture = ReadPicture(&decoding->source, atMost);
-    const std::lock_guard<std::mutex> lock(decoding->mutex);
+    const platform::Lock lock(decoding->mutex);
     decoding->picture = picture;
     if (decoding->waits != nullptr) {
       QMetaObject::invokeMethod(decoding->waits, "start", Qt::QueuedConnection, Q_ARG(int, 0));
     }
   }
 
-  std::mutex m_mutex;
-  std::condition_variable m_ended;
-  int m_running = 0;
+  platform::Mutex m_mutex;
+  platform::Condition m_ended;
+  int m_running ORVANE_GUARDED_BY(m_mutex) = 0;
 };
 
 }  // namespace
 
 QImage DecodePicture(const QByteArray& bytes, const QSize& atMost, const Until& until) {
   static Decoders decoders;
-  const auto decoding = std::make_shared<Decoding>(bytes);
   QTimer done;
-  decoding->waits = &done;
+  const auto decoding = std::make_shared<Decoding>(bytes, &done);
   decoders.Start(decoding, atMost);
   const bool came = until.Wait(&done, &QTimer::timeout);
-  const std::lock_guard<std::mutex> lock(decoding->mutex);
+  const platform::Lock lock(decoding->mutex);
   decoding->waits = nullptr;
   decoding->source.Stop();
   return came ? decoding->picture : QImage();

@@ -1,6 +1,5 @@
 #include "media/CMyQueue.h"
 
-#include <QMutexLocker>
 #include <cstdint>
 
 extern "C" {
@@ -8,19 +7,19 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
-CMyQueue::CMyQueue(int isPacket) : m_mutex(QMutex::NonRecursive), m_isPacket(isPacket) {}
+CMyQueue::CMyQueue(int isPacket) : m_isPacket(isPacket) {}
 
 CMyQueue::~CMyQueue() {
   Clear();
 }
 
 void CMyQueue::PushBack(void* entry) {
-  QMutexLocker lock(&m_mutex);
+  media::MutexLocker lock(&m_mutex);
   m_items.push_back(entry);
 }
 
 void CMyQueue::PushFront(void* entry) {
-  QMutexLocker lock(&m_mutex);
+  media::MutexLocker lock(&m_mutex);
   m_items.push_front(entry);
 }
 
@@ -30,7 +29,7 @@ void* CMyQueue::Pop() {
 }
 
 void* CMyQueue::Pop(int* remaining) {
-  QMutexLocker lock(&m_mutex);
+  media::MutexLocker lock(&m_mutex);
   void* head = nullptr;
   if (!m_items.empty()) {
     head = m_items.front();
@@ -41,17 +40,17 @@ void* CMyQueue::Pop(int* remaining) {
 }
 
 void* CMyQueue::Peek() {
-  QMutexLocker lock(&m_mutex);
+  media::MutexLocker lock(&m_mutex);
   return m_items.empty() ? nullptr : m_items.front();
 }
 
 int CMyQueue::Size() {
-  QMutexLocker lock(&m_mutex);
+  media::MutexLocker lock(&m_mutex);
   return static_cast<int>(m_items.size());
 }
 
 void CMyQueue::Clear() {
-  QMutexLocker lock(&m_mutex);
+  media::MutexLocker lock(&m_mutex);
   for (void* item : m_items) {
     if (m_isPacket != 0) {
       auto* packet = static_cast<AVPacket*>(item);

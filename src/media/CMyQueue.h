@@ -13,8 +13,9 @@
 #ifndef ORVANE_MEDIA_CMYQUEUE_H
 #define ORVANE_MEDIA_CMYQUEUE_H
 
-#include <QMutex>
 #include <deque>
+
+#include "media/QtLock.h"
 
 class CMyQueue {
  public:
@@ -41,9 +42,9 @@ class CMyQueue {
   void Clear();
 
  private:
-  QMutex m_mutex;             // guards m_items
-  std::deque<void*> m_items;  // head first
-  int m_isPacket;             // decides how Clear frees, and nothing else
+  media::Mutex m_mutex;
+  std::deque<void*> m_items ORVANE_GUARDED_BY(m_mutex);  // head first
+  int m_isPacket;  // decides how Clear frees, and nothing else
 };
 
 #endif

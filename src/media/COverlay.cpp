@@ -2,7 +2,6 @@
 
 #include <SDL_ttf.h>
 
-#include <QMutexLocker>
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -119,8 +118,7 @@ COverlay::COverlay()
       m_extraFilter(nullptr),
       m_sink(nullptr),
       m_graph(nullptr),
-      m_enabled(false),
-      m_lock(QMutex::NonRecursive) {}
+      m_enabled(false) {}
 
 COverlay::~COverlay() {
   FreeGraph();
@@ -131,14 +129,14 @@ void COverlay::MeasureText(std::string fontPath, int fontSize, std::string text,
   const TextSize size = Measure(fontPath, fontSize, text);
   *width = size.width;
   *height = size.height;
-  QMutexLocker lock(&m_lock);
+  media::MutexLocker lock(&m_lock);
   m_measuredWidth = size.width;
   m_measuredHeight = size.height;
   m_measureFontSize = fontSize;
 }
 
 void COverlay::GetMeasuredSize(int* width, int* height) {
-  QMutexLocker lock(&m_lock);
+  media::MutexLocker lock(&m_lock);
   *width = m_measuredWidth;
   *height = m_measuredHeight;
 }
@@ -152,21 +150,21 @@ bool COverlay::IsEnabled() const {
 }
 
 void COverlay::SetTextSize(int width, int height) {
-  QMutexLocker lock(&m_lock);
+  media::MutexLocker lock(&m_lock);
   m_textWidth = width;
   m_textHeight = height;
   m_dirty = true;
 }
 
 void COverlay::SetTextPosition(int x, int y) {
-  QMutexLocker lock(&m_lock);
+  media::MutexLocker lock(&m_lock);
   m_x = x;
   m_y = y;
   m_dirty = true;
 }
 
 void COverlay::SetTextContent(unsigned color, std::string text) {
-  QMutexLocker lock(&m_lock);
+  media::MutexLocker lock(&m_lock);
   m_color = color;
   m_text = std::move(text);
   m_dirty = true;
@@ -227,7 +225,7 @@ int COverlay::DrawText(AVFrame* canvas) {
 }
 
 COverlay::Text COverlay::CopyText() {
-  QMutexLocker lock(&m_lock);
+  media::MutexLocker lock(&m_lock);
   return {m_textWidth, m_x, m_y, m_measureFontSize, m_measuredWidth, m_color, m_text};
 }
 

@@ -29,7 +29,6 @@
 #ifndef ORVANE_MEDIA_COVERLAY_H
 #define ORVANE_MEDIA_COVERLAY_H
 
-#include <QMutex>
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -38,6 +37,8 @@ extern "C" {
 #include <libavfilter/avfilter.h>
 #include <libavutil/frame.h>
 }
+
+#include "media/QtLock.h"
 
 class COverlay {
  public:
@@ -89,17 +90,17 @@ class COverlay {
   int CreateTextFilter(const Text& text, int fontSize, AVFilterContext** filter);
   void FreeGraph();
 
-  int m_frameWidth;       // canvas size at the last build; compose thread
-  int m_frameHeight;      // the same
-  int m_textWidth;        // guarded by m_lock
-  int m_textHeight;       // guarded by m_lock
-  int m_x;                // guarded by m_lock
-  int m_y;                // guarded by m_lock
-  int m_measureFontSize;  // guarded by m_lock
-  int m_measuredWidth;    // guarded by m_lock
-  int m_measuredHeight;   // guarded by m_lock
-  std::uint32_t m_color;  // guarded by m_lock
-  std::string m_text;     // guarded by m_lock
+  int m_frameWidth;   // canvas size at the last build; compose thread
+  int m_frameHeight;  // the same
+  int m_textWidth ORVANE_GUARDED_BY(m_lock);
+  int m_textHeight ORVANE_GUARDED_BY(m_lock);
+  int m_x ORVANE_GUARDED_BY(m_lock);
+  int m_y ORVANE_GUARDED_BY(m_lock);
+  int m_measureFontSize ORVANE_GUARDED_BY(m_lock);
+  int m_measuredWidth ORVANE_GUARDED_BY(m_lock);
+  int m_measuredHeight ORVANE_GUARDED_BY(m_lock);
+  std::uint32_t m_color ORVANE_GUARDED_BY(m_lock);
+  std::string m_text ORVANE_GUARDED_BY(m_lock);
   // Set by a setter after its store, cleared by the build before its read: a change made during a
   // build causes one more build and is never lost.
   std::atomic<bool> m_dirty;
@@ -108,7 +109,7 @@ class COverlay {
   AVFilterContext* m_sink;
   AVFilterGraph* m_graph;
   std::atomic<bool> m_enabled;
-  QMutex m_lock;
+  media::Mutex m_lock;
 };
 
 #endif

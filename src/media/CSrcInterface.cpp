@@ -1,6 +1,5 @@
 #include "media/CSrcInterface.h"
 
-#include <QMutexLocker>
 #include <algorithm>
 #include <cstdint>
 
@@ -92,7 +91,7 @@ void CSrcInterface::PushAudio(void* media, int isPacket) {
   if (media == nullptr) {
     return;
   }
-  QMutexLocker lock(&m_audioOutputsMutex);
+  media::MutexLocker lock(&m_audioOutputsMutex);
   for (CSrcInterface* node : m_audioOutputs) {
     const int index = m_audioIndex;
     if (!Accepts(node->m_audioQueues, index)) {
@@ -108,7 +107,7 @@ void CSrcInterface::PushVideo(void* media, int isPacket) {
   if (media == nullptr) {
     return;
   }
-  QMutexLocker lock(&m_videoOutputsMutex);
+  media::MutexLocker lock(&m_videoOutputsMutex);
   for (CSrcInterface* node : m_videoOutputs) {
     const int index = m_videoIndex;
     if (!Accepts(node->m_videoQueues, index)) {
@@ -139,22 +138,22 @@ bool CSrcInterface::IsReady() {
 }
 
 void CSrcInterface::AddAudioOutput(CSrcInterface* node) {
-  QMutexLocker lock(&m_audioOutputsMutex);
+  media::MutexLocker lock(&m_audioOutputsMutex);
   AddOnce(&m_audioOutputs, node);
 }
 
 void CSrcInterface::AddVideoOutput(CSrcInterface* node) {
-  QMutexLocker lock(&m_videoOutputsMutex);
+  media::MutexLocker lock(&m_videoOutputsMutex);
   AddOnce(&m_videoOutputs, node);
 }
 
 void CSrcInterface::RemoveAudioOutput(CSrcInterface* node) {
-  QMutexLocker lock(&m_audioOutputsMutex);
+  media::MutexLocker lock(&m_audioOutputsMutex);
   Remove(&m_audioOutputs, node);
 }
 
 void CSrcInterface::RemoveVideoOutput(CSrcInterface* node) {
-  QMutexLocker lock(&m_videoOutputsMutex);
+  media::MutexLocker lock(&m_videoOutputsMutex);
   Remove(&m_videoOutputs, node);
 }
 
@@ -167,11 +166,11 @@ void CSrcInterface::SetVideoIndex(int index) {
 }
 
 std::string CSrcInterface::Failure() const {
-  QMutexLocker lock(&m_failureMutex);
+  media::MutexLocker lock(&m_failureMutex);
   return m_failure;
 }
 
 void CSrcInterface::SetFailure(const std::string& cause) {
-  QMutexLocker lock(&m_failureMutex);
+  media::MutexLocker lock(&m_failureMutex);
   m_failure = cause;
 }

@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "media/CMyQueue.h"
+#include "media/QtLock.h"
 
 class CSrcInterface {
  public:
@@ -71,21 +72,21 @@ class CSrcInterface {
  protected:
   std::atomic<int> m_audioIndex;
   std::atomic<int> m_videoIndex;
-  CMyQueue* m_firstAudioQueue;                 // shortcut to m_audioQueues[0]
-  CMyQueue* m_firstVideoQueue;                 // shortcut to m_videoQueues[0]
-  std::vector<CMyQueue*> m_audioQueues;        // owned; fixed in number from construction
-  std::vector<CMyQueue*> m_videoQueues;        // owned; fixed in number from construction
-  std::vector<CSrcInterface*> m_audioOutputs;  // guarded by m_audioOutputsMutex
-  std::vector<CSrcInterface*> m_videoOutputs;  // guarded by m_videoOutputsMutex
+  CMyQueue* m_firstAudioQueue;           // shortcut to m_audioQueues[0]
+  CMyQueue* m_firstVideoQueue;           // shortcut to m_videoQueues[0]
+  std::vector<CMyQueue*> m_audioQueues;  // owned; fixed in number from construction
+  std::vector<CMyQueue*> m_videoQueues;  // owned; fixed in number from construction
+  std::vector<CSrcInterface*> m_audioOutputs ORVANE_GUARDED_BY(m_audioOutputsMutex);
+  std::vector<CSrcInterface*> m_videoOutputs ORVANE_GUARDED_BY(m_videoOutputsMutex);
   int m_kind;
 
   void SetFailure(const std::string& cause);
 
  private:
-  QMutex m_audioOutputsMutex;
-  QMutex m_videoOutputsMutex;
-  mutable QMutex m_failureMutex;
-  std::string m_failure;  // guarded by m_failureMutex
+  media::Mutex m_audioOutputsMutex;
+  media::Mutex m_videoOutputsMutex;
+  mutable media::Mutex m_failureMutex;
+  std::string m_failure ORVANE_GUARDED_BY(m_failureMutex);
 };
 
 #endif

@@ -2,7 +2,6 @@
 
 #include <SDL.h>
 
-#include <QMutexLocker>
 #include <algorithm>
 #include <utility>
 
@@ -42,13 +41,10 @@ CRender::CRender(int layerCapacity)
       m_audioOpened(false),
       m_catalogue(DeviceCatalogue::Instance()),
       m_composed(0),
-      m_orderLock(QMutex::NonRecursive),
       m_displayedPts(0),
-      m_spareLock(QMutex::NonRecursive),
       m_resampler(nullptr),
       m_stopped(true),
       m_passes{},
-      m_retiredLock(QMutex::NonRecursive),
       m_anyRetired(false),
       m_counters(static_cast<std::size_t>(layerCapacity)) {}
 
@@ -132,7 +128,7 @@ output::Extent CRender::CanvasSize() const {
 // A slot that stands in the order is a layer's, marked or not. One that is marked and stands there
 // not was marked for the length of the order, and is nobody's; it comes last.
 int CRender::FirstFreeSlot() {
-  QMutexLocker lock(&m_orderLock);
+  media::MutexLocker lock(&m_orderLock);
   int free = -1;
   for (const LayerSlot* slot : m_layers) {
     if (std::find(m_order.begin(), m_order.end(), slot->index) != m_order.end()) {
@@ -162,12 +158,12 @@ void CRender::ResetSlot(LayerSlot* slot) {
   Retire(slot->frames.exchange(new CMyQueue(0)), slot->overlay.exchange(new COverlay));
   slot->hidden = false;
   {
-    QMutexLocker lock(&slot->positionLock);
+    media::MutexLocker lock(&slot->positionLock);
     slot->x = 0;
     slot->y = 0;
   }
   {
-    QMutexLocker lock(&slot->sizeLock);
+    media::MutexLocker lock(&slot->sizeLock);
     slot->width = 0;
     slot->height = 0;
     slot->naturalWidth = 0;
@@ -185,7 +181,7 @@ void CRender::Retire(CMyQueue* frames, COverlay* overlay) {
     retired.passes[worker] = m_passes[worker];
   }
   {
-    QMutexLocker lock(&m_retiredLock);
+    media::MutexLocker lock(&m_retiredLock);
     m_retired.push_back(retired);
   }
   m_anyRetired = true;
@@ -194,7 +190,7 @@ void CRender::Retire(CMyQueue* frames, COverlay* overlay) {
 void CRender::FreeRetired(bool all) {
   std::vector<Retired> free;
   {
-    QMutexLocker lock(&m_retiredLock);
+    media::MutexLocker lock(&m_retiredLock);
     const auto kept = std::partition(m_retired.begin(), m_retired.end(), [&](const Retired& r) {
       for (int worker = 0; worker < kWorkers && !all; ++worker) {
         if (m_passes[worker] == r.passes[worker]) {
@@ -221,7 +217,7 @@ void CRender::FinishPass(int worker) {
 }
 
 int CRender::InsertLayer(int id, int position) {
-  QMutexLocker lock(&m_orderLock);
+  media::MutexLocker lock(&m_orderLock);
   const auto length = static_cast<int>(m_order.size());
   LayerSlot* marked = nullptr;
   if (position == -1 || position == length) {
@@ -240,7 +236,7 @@ int CRender::InsertLayer(int id, int position) {
 }
 
 int CRender::RemoveLayer(int position) {
-  QMutexLocker lock(&m_orderLock);
+  media::MutexLocker lock(&m_orderLock);
   if (position < 0 || static_cast<std::size_t>(position) >= m_order.size()) {
     return -1;
   }
@@ -254,23 +250,23 @@ int CRender::RemoveLayer(int position) {
 }
 
 int CRender::LayerAt(int position) {
-  QMutexLocker lock(&m_orderLock);
+  media::MutexLocker lock(&m_orderLock);
   const bool known = position >= 0 && static_cast<std::size_t>(position) < m_order.size();
   return known ? m_order[static_cast<std::size_t>(position)] : -1;
 }
 
 void CRender::CopyLayerOrder(std::vector<int>* order) {
-  QMutexLocker lock(&m_orderLock);
+  media::MutexLocker lock(&m_orderLock);
   *order = m_order;
 }
 
 int CRender::LayerCount() {
-  QMutexLocker lock(&m_orderLock);
+  media::MutexLocker lock(&m_orderLock);
   return static_cast<int>(m_order.size());
 }
 
 int CRender::SwapLayers(int first, int second) {
-  QMutexLocker lock(&m_orderLock);
+  media::MutexLocker lock(&m_orderLock);
   const auto length = static_cast<int>(m_order.size());
   if (first < 0 || second < 0 || first >= length || second >= length) {
     return -1;
@@ -286,14 +282,14 @@ output::Extent CRender::SizeOf(LayerSlot* slot) {
   if (isText) {
     overlay->GetMeasuredSize(&measured.width, &measured.height);
   }
-  QMutexLocker lock(&slot->sizeLock);
+  media::MutexLocker lock(&slot->sizeLock);
   return {slot->width, isText ? output::TextHeight(slot->width, measured) : slot->height};
 }
 
 output::Rect CRender::RectOf(LayerSlot* slot) {
   output::Rect rect;
   {
-    QMutexLocker lock(&slot->positionLock);
+    media::MutexLocker lock(&slot->positionLock);
     rect.x = slot->x;
     rect.y = slot->y;
   }
@@ -328,7 +324,7 @@ void CRender::GetLayerNaturalSize(int id, int* width, int* height) {
   *width = 0;
   *height = 0;
   if (LayerSlot* slot = SlotOf(id)) {
-    QMutexLocker lock(&slot->sizeLock);
+    media::MutexLocker lock(&slot->sizeLock);
     *width = slot->naturalWidth;
     *height = slot->naturalHeight;
   }
@@ -354,7 +350,7 @@ void CRender::SetLayerRect(int id, int x, int y, int width, int height) {
 }
 
 void CRender::SetLayerPosition(LayerSlot* slot, int x, int y) {
-  QMutexLocker lock(&slot->positionLock);
+  media::MutexLocker lock(&slot->positionLock);
   slot->x = x;
   slot->y = y;
   COverlay* overlay = slot->overlay;
@@ -364,7 +360,7 @@ void CRender::SetLayerPosition(LayerSlot* slot, int x, int y) {
 }
 
 void CRender::SetLayerSize(LayerSlot* slot, int width, int height) {
-  QMutexLocker lock(&slot->sizeLock);
+  media::MutexLocker lock(&slot->sizeLock);
   slot->width = width;
   slot->height = height;
   COverlay* overlay = slot->overlay;

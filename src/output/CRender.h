@@ -39,7 +39,6 @@
 
 #include <pthread.h>
 
-#include <QMutex>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -47,6 +46,7 @@
 #include <vector>
 
 #include "media/CSrcInterface.h"
+#include "media/QtLock.h"
 #include "output/AtomicSize.h"
 #include "output/LayerSlot.h"
 #include "output/MonitorDevice.h"
@@ -188,11 +188,12 @@ class CRender : public CSrcInterface {
   std::atomic<bool> m_audioOpened;   // tried, whatever the outcome
   std::vector<LayerSlot*> m_layers;  // by id; changed while no worker runs
   DeviceCatalogue* m_catalogue;
-  CMyQueue m_composed;       // canvases for the present thread
-  std::vector<int> m_order;  // ids, bottom first; guarded by m_orderLock
-  QMutex m_orderLock;
-  std::int64_t m_displayedPts;  // of the canvas last sent out, in ms; guarded by m_orderLock
-  QMutex m_spareLock;
+  CMyQueue m_composed;                                      // canvases for the present thread
+  std::vector<int> m_order ORVANE_GUARDED_BY(m_orderLock);  // ids, bottom first
+  media::Mutex m_orderLock;
+  // Of the canvas last sent out, in ms.
+  std::int64_t m_displayedPts ORVANE_GUARDED_BY(m_orderLock);
+  media::Mutex m_spareLock;
   SwrContext* m_resampler;  // SDL's audio thread, or under SDL_LockAudio
 
  protected:
@@ -202,8 +203,8 @@ class CRender : public CSrcInterface {
   // What a reset took out of a slot, until no worker can still hold it.
   enum Worker { kScale, kCompose, kPresent, kWorkers };
   std::atomic<std::uint64_t> m_passes[kWorkers];
-  QMutex m_retiredLock;
-  std::vector<Retired> m_retired;  // guarded by m_retiredLock
+  media::Mutex m_retiredLock;
+  std::vector<Retired> m_retired ORVANE_GUARDED_BY(m_retiredLock);
   std::atomic<bool> m_anyRetired;
   std::vector<LayerSlot*> m_formerLayers;  // of earlier runs, freed with the node
   output::MonitorDevice m_device;          // scale thread, and the destructor after it

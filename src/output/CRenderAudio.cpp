@@ -2,7 +2,6 @@
 #include <SDL.h>
 
 #include <QDebug>
-#include <QMutexLocker>
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -176,7 +175,7 @@ void CRender::StartAtPicture() {
 }
 
 std::int64_t CRender::DisplayedPts() {
-  QMutexLocker lock(&m_orderLock);
+  media::MutexLocker lock(&m_orderLock);
   return m_displayedPts;
 }
 

@@ -1,7 +1,6 @@
 // The compose thread: 25 times a second, all layers onto one canvas.
 #include <SDL.h>
 
-#include <QMutexLocker>
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -144,7 +143,7 @@ bool CRender::CollectLayers(const std::vector<int>& order, std::vector<Drawn>* l
                                        [](const Drawn& below) { return below.head != nullptr; });
     // An empty text leaves its layer unmarked and what it showed before in the overlay.
     const bool hidden = slot->hidden || (isText && !slot->inUse);
-    QMutexLocker lock(&slot->positionLock);
+    media::MutexLocker lock(&slot->positionLock);
     layers->push_back({slot, overlay, head, slot->x, slot->y, isText, hidden, onCanvas});
   }
   return true;
@@ -153,7 +152,7 @@ bool CRender::CollectLayers(const std::vector<int>& order, std::vector<Drawn>* l
 // A layer that was removed since the order was copied must not become taken again: nobody would
 // ever free it.
 void CRender::MarkInUse(LayerSlot* slot) {
-  QMutexLocker lock(&m_orderLock);
+  media::MutexLocker lock(&m_orderLock);
   if (std::find(m_order.begin(), m_order.end(), slot->index) != m_order.end()) {
     slot->inUse = true;
   }
@@ -166,13 +165,13 @@ void CRender::PlaceInCorner(LayerSlot* slot, const AVFrame* head) {
   }
   output::Rect rect;
   {
-    QMutexLocker lock(&slot->sizeLock);
+    media::MutexLocker lock(&slot->sizeLock);
     rect = output::CornerPlacement(CanvasSize(), picture, slot->width);
     slot->width = rect.width;
     slot->height = rect.height;
   }
   {
-    QMutexLocker lock(&slot->positionLock);
+    media::MutexLocker lock(&slot->positionLock);
     slot->x = rect.x;
     slot->y = rect.y;
   }

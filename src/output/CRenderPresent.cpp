@@ -1,8 +1,6 @@
 // The present thread: 25 times a second, the canvas to the outputs and onto the screen.
 #include <SDL.h>
 
-#include <QMutexLocker>
-
 extern "C" {
 #include <libavutil/frame.h>
 }
@@ -107,7 +105,7 @@ void CRender::SendHead(output::PresentState* state, AVFrame* head) {
     ++m_counters.pushed;
   }
   {
-    QMutexLocker lock(&m_orderLock);
+    media::MutexLocker lock(&m_orderLock);
     m_displayedPts = head->pts;
   }
   state->headSent = true;

@@ -1,7 +1,6 @@
 // The scale thread: pictures of the sources become RGB24 at their layer's size.
 #include <SDL.h>
 
-#include <QMutexLocker>
 #include <string>
 #include <utility>
 
@@ -119,7 +118,7 @@ AVFrame* CRender::PopInput(LayerSlot* slot) {
 output::Extent CRender::TakeSize(LayerSlot* slot, const AVFrame* frame) {
   output::Extent size;
   {
-    QMutexLocker lock(&slot->sizeLock);
+    media::MutexLocker lock(&slot->sizeLock);
     size = {slot->width, slot->height};
   }
   if (size.width != 0 && size.height != 0 && !IsMarked(frame)) {
@@ -127,11 +126,11 @@ output::Extent CRender::TakeSize(LayerSlot* slot, const AVFrame* frame) {
   }
   size = output::ClampToCanvas({frame->width, frame->height}, CanvasSize());
   {
-    QMutexLocker lock(&slot->sizeLock);
+    media::MutexLocker lock(&slot->sizeLock);
     slot->width = size.width;
     slot->height = size.height;
   }
-  QMutexLocker lock(&slot->sizeLock);
+  media::MutexLocker lock(&slot->sizeLock);
   slot->naturalWidth = size.width;
   slot->naturalHeight = size.height;
   return size;

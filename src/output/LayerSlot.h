@@ -6,11 +6,11 @@
 #ifndef ORVANE_OUTPUT_LAYERSLOT_H
 #define ORVANE_OUTPUT_LAYERSLOT_H
 
-#include <QMutex>
 #include <atomic>
 
 #include "media/CMyQueue.h"
 #include "media/COverlay.h"
+#include "media/QtLock.h"
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "media/ffmpeg/Scoped.h"
@@ -45,18 +45,21 @@ struct LayerSlot {
   int index;
   std::atomic<CMyQueue*> frames;    // RGB24 pictures at the layer's size; replaced by a reset
   std::atomic<bool> hidden{false};  // not drawn, but its pictures are consumed
-  int x = 0;                        // position on the canvas; guarded by positionLock
-  int y = 0;                        // guarded by positionLock
-  int width = 0;                    // 0 x 0: no picture has given a size yet; guarded by sizeLock
-  int height = 0;                   // guarded by sizeLock
-  int naturalWidth = 0;             // of the first picture, cut to the canvas; by sizeLock
-  int naturalHeight = 0;            // guarded by sizeLock
-  ffmpeg::PixelConvert scaler;      // scale thread
-  std::atomic<COverlay*> overlay;   // never null while running; replaced by a reset
-  std::atomic<bool> inUse{false};   // taken
-  std::atomic<int> autoFit{0};      // 1: take the corner placement at the next compose pass
-  QMutex positionLock;
-  QMutex sizeLock;
+  // The position on the canvas.
+  int x ORVANE_GUARDED_BY(positionLock) = 0;
+  int y ORVANE_GUARDED_BY(positionLock) = 0;
+  // 0 x 0: no picture has given a size yet.
+  int width ORVANE_GUARDED_BY(sizeLock) = 0;
+  int height ORVANE_GUARDED_BY(sizeLock) = 0;
+  // Of the first picture, cut to the canvas.
+  int naturalWidth ORVANE_GUARDED_BY(sizeLock) = 0;
+  int naturalHeight ORVANE_GUARDED_BY(sizeLock) = 0;
+  ffmpeg::PixelConvert scaler;     // scale thread
+  std::atomic<COverlay*> overlay;  // never null while running; replaced by a reset
+  std::atomic<bool> inUse{false};  // taken
+  std::atomic<int> autoFit{0};     // 1: take the corner placement at the next compose pass
+  media::Mutex positionLock;
+  media::Mutex sizeLock;
   output::StandingQueue standing;  // of frames; compose thread
 
   LayerScaling scaling;

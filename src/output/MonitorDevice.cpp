@@ -4,10 +4,8 @@
 #include <pthread.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 extern "C" {
@@ -15,6 +13,7 @@ extern "C" {
 }
 
 #include "media/Worker.h"
+#include "platform/Lock.h"
 #include "platform/SdlSound.h"
 
 namespace output {
@@ -25,9 +24,9 @@ constexpr std::chrono::milliseconds kPatience(500);
 
 // SDL_CloseAudio on a thread of its own.
 struct Closing {
-  std::mutex mutex;
-  std::condition_variable finished;
-  bool done = false;  // guarded by mutex
+  platform::Mutex mutex;
+  platform::Condition finished;
+  bool done ORVANE_GUARDED_BY(mutex) = false;
   // What SDL's thread may call until the device is closed; goes with the last who looks at this.
   std::shared_ptr<void> link;
 };
@@ -35,13 +34,15 @@ struct Closing {
 }  // namespace
 
 struct MonitorDevice::Link {
-  std::mutex mutex;
-  Fill fill = nullptr;  // null once the node has let go; guarded by mutex
-  void* node = nullptr;
+  Link(Fill whoFills, void* itsNode) : fill(whoFills), node(itsNode) {}
+
+  platform::Mutex mutex;
+  Fill fill ORVANE_GUARDED_BY(mutex);  // null once the node has let go
+  void* const node;
 
   static void Callback(void* link, Uint8* stream, int length) {
     auto* self = static_cast<Link*>(link);
-    std::lock_guard<std::mutex> lock(self->mutex);
+    const platform::Lock lock(self->mutex);
     if (self->fill != nullptr) {
       self->fill(self->node, stream, length);
     } else {
@@ -50,17 +51,17 @@ struct MonitorDevice::Link {
   }
 };
 
-// SDL_OpenAudio on a thread of its own. All but the first two is guarded by the mutex.
+// SDL_OpenAudio on a thread of its own.
 struct MonitorDevice::Opening {
   SDL_AudioSpec wanted{};
   std::shared_ptr<Link> link;  // what SDL calls back
-  std::mutex mutex;
-  std::condition_variable ended;
-  bool done = false;
-  bool open = false;
-  bool told = false;       // a failure, to the owner
-  bool abandoned = false;  // nobody wants it any more
-  std::string error;
+  platform::Mutex mutex;
+  platform::Condition ended;
+  bool done ORVANE_GUARDED_BY(mutex) = false;
+  bool open ORVANE_GUARDED_BY(mutex) = false;
+  bool told ORVANE_GUARDED_BY(mutex) = false;       // a failure, to the owner
+  bool abandoned ORVANE_GUARDED_BY(mutex) = false;  // nobody wants it any more
+  std::string error ORVANE_GUARDED_BY(mutex);
 };
 
 namespace {
@@ -69,9 +70,9 @@ void* CloseDevice(void* closing) {
   const std::unique_ptr<std::shared_ptr<Closing>> share(
       static_cast<std::shared_ptr<Closing>*>(closing));
   SDL_CloseAudio();
-  std::lock_guard<std::mutex> lock((*share)->mutex);
+  const platform::Lock lock((*share)->mutex);
   (*share)->done = true;
-  (*share)->finished.notify_all();
+  (*share)->finished.NotifyAll();
   return nullptr;
 }
 
@@ -87,8 +88,9 @@ bool CloseInTime(std::shared_ptr<void> link) {
   }
   share.release();  // the thread's
   pthread_detach(thread);
-  std::unique_lock<std::mutex> lock(closing->mutex);
-  return closing->finished.wait_for(lock, kPatience, [&] { return closing->done; });
+  const platform::Lock lock(closing->mutex);
+  return closing->finished.WaitFor(closing->mutex, kPatience,
+                                   [&]() ORVANE_REQUIRES(closing->mutex) { return closing->done; });
 }
 
 }  // namespace
@@ -109,12 +111,12 @@ void* MonitorDevice::OpenDevice(void* share) {
   const bool open = SDL_OpenAudio(&opening.wanted, nullptr) >= 0;
   bool abandoned = false;
   {
-    std::lock_guard<std::mutex> lock(opening.mutex);
+    const platform::Lock lock(opening.mutex);
     opening.done = true;
     opening.open = open;
     opening.error = open ? "" : SDL_GetError();
     abandoned = opening.abandoned;
-    opening.ended.notify_all();
+    opening.ended.NotifyAll();
     if (open && !abandoned) {
       SDL_PauseAudio(0);
     }
@@ -129,9 +131,7 @@ void* MonitorDevice::OpenDevice(void* share) {
 bool MonitorDevice::Open(const SDL_AudioSpec& wanted, Fill fill, void* node, int waitMs,
                          std::string* error) {
   Close();
-  m_link = std::make_shared<Link>();
-  m_link->fill = fill;
-  m_link->node = node;
+  m_link = std::make_shared<Link>(fill, node);
   m_opening = std::make_shared<Opening>();
   m_opening->link = m_link;
   m_opening->wanted = wanted;
@@ -148,9 +148,10 @@ bool MonitorDevice::Open(const SDL_AudioSpec& wanted, Fill fill, void* node, int
   share.release();  // the thread's
   pthread_detach(thread);
   {
-    std::unique_lock<std::mutex> lock(m_opening->mutex);
-    m_opening->ended.wait_for(lock, std::chrono::milliseconds(waitMs),
-                              [this] { return m_opening->done; });
+    const platform::Lock lock(m_opening->mutex);
+    m_opening->ended.WaitFor(m_opening->mutex, std::chrono::milliseconds(waitMs),
+                             [this]()
+                                 ORVANE_REQUIRES(m_opening->mutex) { return m_opening->done; });
   }
   return !TakeFailure(error);
 }
@@ -159,7 +160,7 @@ bool MonitorDevice::TakeFailure(std::string* error) {
   if (m_opening == nullptr) {
     return false;
   }
-  std::lock_guard<std::mutex> lock(m_opening->mutex);
+  const platform::Lock lock(m_opening->mutex);
   if (!m_opening->done || m_opening->open || m_opening->told) {
     return false;
   }
@@ -169,14 +170,14 @@ bool MonitorDevice::TakeFailure(std::string* error) {
 }
 
 void MonitorDevice::WhileNotAsking(const std::function<void()>& work) {
-  std::unique_lock<std::mutex> lock;
-  if (m_link != nullptr) {
-    lock = std::unique_lock<std::mutex>(m_link->mutex, std::try_to_lock);
-    if (!lock.owns_lock()) {
-      return;
-    }
+  if (m_link == nullptr) {
+    work();
+    return;
   }
-  work();
+  if (m_link->mutex.try_lock()) {
+    const platform::Lock lock(m_link->mutex, std::adopt_lock);
+    work();
+  }
 }
 
 void MonitorDevice::Close() {
@@ -184,12 +185,12 @@ void MonitorDevice::Close() {
     return;
   }
   {
-    std::lock_guard<std::mutex> lock(m_link->mutex);
+    const platform::Lock lock(m_link->mutex);
     m_link->fill = nullptr;
   }
   bool isOpen = false;
   {
-    std::lock_guard<std::mutex> lock(m_opening->mutex);
+    const platform::Lock lock(m_opening->mutex);
     isOpen = m_opening->open;
     m_opening->abandoned = true;
   }

@@ -2,8 +2,6 @@
 
 #include <SDL.h>
 
-#include <mutex>
-
 extern "C" {
 #include <libavutil/frame.h>
 }
@@ -17,7 +15,7 @@ namespace {
 // Passes, half a second, in which the native window may still be on its way to a new size.
 constexpr int kPassesToSettle = 12;
 
-using Lock = std::lock_guard<std::mutex>;
+using platform::Lock;
 
 }  // namespace
 
@@ -75,7 +73,6 @@ bool PreviewWindow::Make() {
   return m_surface.Open();
 }
 
-// Under SDL's lock.
 bool PreviewWindow::FitTexture(const Extent& size) {
   if (m_texture != nullptr && m_textureSize == size) {
     return true;

@@ -24,6 +24,7 @@
 #include "media/ffmpeg/Scoped.h"
 #include "output/RenderRules.h"
 #include "platform/SdlSurface.h"
+#include "platform/SdlVideo.h"
 #include "platform/WindowSystem.h"
 
 struct AVFrame;
@@ -47,7 +48,7 @@ class PreviewWindow {
 
  private:
   bool Make();
-  bool FitTexture(const Extent& size);
+  bool FitTexture(const Extent& size) ORVANE_REQUIRES(platform::SdlVideoMutex());
   const AVFrame* PictureOfSize(const Extent& size);
   bool Follow(const Extent& preview, const Extent& actual);
   void SizeNativeWindow(const Extent& preview);

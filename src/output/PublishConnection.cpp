@@ -5,8 +5,6 @@
 #include <sys/socket.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -14,6 +12,7 @@ extern "C" {
 
 #include "media/Worker.h"
 #include "media/ffmpeg/Scoped.h"
+#include "platform/Lock.h"
 
 namespace output {
 
@@ -57,11 +56,11 @@ struct PublishConnection::Attempt {
   Deadline end;
   std::atomic<bool> abandoned{false};
 
-  std::mutex mutex;
-  std::condition_variable finished;
-  bool lookedUp = false;  // guarded by mutex
-  bool done = false;      // guarded by mutex
-  Result result;          // guarded by mutex until done
+  platform::Mutex mutex;
+  platform::Condition finished;
+  bool lookedUp ORVANE_GUARDED_BY(mutex) = false;
+  bool done ORVANE_GUARDED_BY(mutex) = false;
+  Result result ORVANE_GUARDED_BY(mutex);
   // Of the opening thread until done, then of the connection.
   AVIOContext* bytes = nullptr;
 
@@ -77,13 +76,18 @@ struct PublishConnection::Attempt {
 
   // False when limit came first.
   bool AwaitDone(Clock::time_point limit) {
-    std::unique_lock<std::mutex> lock(mutex);
-    return finished.wait_until(lock, limit, [this] { return done; });
+    const platform::Lock lock(mutex);
+    return finished.WaitUntil(mutex, limit, [this]() ORVANE_REQUIRES(mutex) { return done; });
   }
 
   bool IsLookedUp() {
-    std::lock_guard<std::mutex> lock(mutex);
+    const platform::Lock lock(mutex);
     return lookedUp;
+  }
+
+  Result TakeResult() {
+    const platform::Lock lock(mutex);
+    return result;
   }
 
   Result GiveUp(PublishFault fault, int error) {
@@ -126,17 +130,17 @@ PublishConnection::Result PublishConnection::Open(const std::atomic<bool>& start
       return {PublishFault::kLookup, EAI_AGAIN};
     }
   }
-  return m_attempt->result;
+  return m_attempt->TakeResult();
 }
 
 void* PublishConnection::Entry(void* attempt) {
   auto* share = static_cast<std::shared_ptr<Attempt>*>(attempt);
   const Result result = Connect(share->get());
   {
-    std::lock_guard<std::mutex> lock((*share)->mutex);
+    const platform::Lock lock((*share)->mutex);
     (*share)->result = result;
     (*share)->done = true;
-    (*share)->finished.notify_all();
+    (*share)->finished.NotifyAll();
   }
   delete share;
   return nullptr;
@@ -148,7 +152,7 @@ PublishConnection::Result PublishConnection::Connect(Attempt* attempt) {
     return {PublishFault::kLookup, lookup};
   }
   {
-    std::lock_guard<std::mutex> lock(attempt->mutex);
+    const platform::Lock lock(attempt->mutex);
     attempt->lookedUp = true;
   }
   ffmpeg::ScopedDictionary options;

@@ -4,23 +4,22 @@
 #include <pthread.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
+
+#include "platform/Lock.h"
 
 namespace platform {
 
 namespace {
 
-// All of it is guarded by the mutex.
 struct SetUp {
-  std::mutex mutex;
-  std::condition_variable ended;
-  bool underWay = false;
-  bool failed = false;
-  std::string error;
+  Mutex mutex;
+  Condition ended;
+  bool underWay ORVANE_GUARDED_BY(mutex) = false;
+  bool failed ORVANE_GUARDED_BY(mutex) = false;
+  std::string error ORVANE_GUARDED_BY(mutex);
 };
 
 // Never destroyed: its thread may outlast the process's static objects.
@@ -35,18 +34,18 @@ void Run() {
   std::string error = failed ? SDL_GetError() : "";
   SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
   SetUp& state = State();
-  const std::lock_guard<std::mutex> lock(state.mutex);
+  const Lock lock(state.mutex);
   state.failed = failed;
   state.error = std::move(error);
   state.underWay = false;
-  state.ended.notify_all();
+  state.ended.NotifyAll();
 }
 
 }  // namespace
 
 bool StartSdlSound(int waitMs, std::string* error) {
   SetUp& state = State();
-  std::unique_lock<std::mutex> lock(state.mutex);
+  const Lock lock(state.mutex);
   state.underWay = true;
   state.failed = false;
   try {
@@ -56,15 +55,16 @@ bool StartSdlSound(int waitMs, std::string* error) {
     *error = refused.what();
     return false;
   }
-  state.ended.wait_for(lock, std::chrono::milliseconds(waitMs), [&] { return !state.underWay; });
+  state.ended.WaitFor(state.mutex, std::chrono::milliseconds(waitMs),
+                      [&]() ORVANE_REQUIRES(state.mutex) { return !state.underWay; });
   *error = state.error;
   return state.underWay || !state.failed;
 }
 
 void AwaitSdlSound() {
   SetUp& state = State();
-  std::unique_lock<std::mutex> lock(state.mutex);
-  state.ended.wait(lock, [&] { return !state.underWay; });
+  const Lock lock(state.mutex);
+  state.ended.Wait(state.mutex, [&]() ORVANE_REQUIRES(state.mutex) { return !state.underWay; });
 }
 
 }  // namespace platform

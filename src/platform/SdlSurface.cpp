@@ -3,7 +3,6 @@
 #include <SDL.h>
 
 #include <cstring>
-#include <mutex>
 
 extern "C" {
 #include <libavutil/log.h>
@@ -15,10 +14,8 @@ namespace platform {
 
 namespace {
 
-using Lock = std::lock_guard<std::mutex>;
-
-// Drawing by SDL itself is cheapest on this machine. Guarded by SdlVideoMutex.
-bool& SoftwareOnly() {
+// Drawing by SDL itself is cheapest on this machine.
+bool& SoftwareOnly() ORVANE_REQUIRES(SdlVideoMutex()) {
   static bool softwareOnly = !HasGraphicsHardware();
   return softwareOnly;
 }

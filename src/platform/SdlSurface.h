@@ -27,6 +27,7 @@
 #include <memory>
 
 #include "platform/PreviewTarget.h"
+#include "platform/SdlVideo.h"
 #include "platform/WindowSystem.h"
 
 struct SDL_Renderer;
@@ -67,8 +68,8 @@ class SdlSurface {
   void GiveUp(const char* why);
 
  private:
-  bool Make();
-  void Destroy();
+  bool Make() ORVANE_REQUIRES(SdlVideoMutex());
+  void Destroy() ORVANE_REQUIRES(SdlVideoMutex());
 
   WindowHandle m_handle;
   const char* m_name;

@@ -4,14 +4,17 @@
 
 namespace platform {
 
-std::mutex& SdlVideoMutex() {
-  static std::mutex mutex;
+Mutex& SdlVideoMutex() {
+  static Mutex mutex;
   return mutex;
 }
 
 void FlushSdlEvents() {
-  const std::unique_lock<std::mutex> lock(SdlVideoMutex(), std::try_to_lock);
-  if (!lock.owns_lock() || SDL_WasInit(SDL_INIT_VIDEO) == 0) {
+  if (!SdlVideoMutex().try_lock()) {
+    return;
+  }
+  const Lock lock(SdlVideoMutex(), std::adopt_lock);
+  if (SDL_WasInit(SDL_INIT_VIDEO) == 0) {
     return;
   }
   SDL_PumpEvents();

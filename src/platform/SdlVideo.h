@@ -7,12 +7,12 @@
 #ifndef ORVANE_PLATFORM_SDLVIDEO_H
 #define ORVANE_PLATFORM_SDLVIDEO_H
 
-#include <mutex>
+#include "platform/Lock.h"
 
 namespace platform {
 
 // Held for one drawing of one window at most; never while waiting for anything but the X server.
-std::mutex& SdlVideoMutex();
+Mutex& SdlVideoMutex();
 
 // Takes what SDL has collected and throws it away. SDL selects the input events of the windows that
 // it draws in, so that without this the memory grows with every move of the mouse. User interface

@@ -102,7 +102,7 @@ AVFrame* DeviceCatalogue::NewPackedFrame(int width, int height, AVPixelFormat fo
     ffmpeg::FramePool once;
     return once.Get(width, height, format);
   }
-  const std::lock_guard<std::mutex> lock(m_canvasMutex);
+  const platform::Lock lock(m_canvasMutex);
   return (format == AV_PIX_FMT_RGB24 ? m_rgbCanvases : m_yuvCanvases).Get(width, height, format);
 }
 

@@ -22,7 +22,6 @@
 #include <QString>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <vector>
 
 extern "C" {
@@ -33,6 +32,7 @@ extern "C" {
 }
 
 #include "media/ffmpeg/FramePool.h"
+#include "platform/Lock.h"
 #include "platform/WindowSystem.h"
 
 class DeviceCatalogue {
@@ -74,14 +74,15 @@ class DeviceCatalogue {
 
   AVFrame* NewPackedFrame(int width, int height, AVPixelFormat format);
 
-  void* m_spareFirst = nullptr;
-  void* m_spareSecond = nullptr;
+  [[maybe_unused]] void* m_spareFirst = nullptr;
+  [[maybe_unused]] void* m_spareSecond = nullptr;
   std::vector<QString> audioDevices;
   std::vector<QString> videoDevices;
 
-  std::mutex m_canvasMutex;         // guards the pools
-  ffmpeg::FramePool m_rgbCanvases;  // 1920 x 1080 each, so that no canvas costs fresh pages
-  ffmpeg::FramePool m_yuvCanvases;
+  platform::Mutex m_canvasMutex;
+  // 1920 x 1080 each, so that no canvas costs fresh pages.
+  ffmpeg::FramePool m_rgbCanvases ORVANE_GUARDED_BY(m_canvasMutex);
+  ffmpeg::FramePool m_yuvCanvases ORVANE_GUARDED_BY(m_canvasMutex);
 };
 
 #endif

@@ -2,8 +2,6 @@
 
 #include <SDL.h>
 
-#include <mutex>
-
 extern "C" {
 #include <libavutil/log.h>
 }
@@ -101,7 +99,7 @@ bool CameraPreview::Ready() {
 }
 
 void CameraPreview::Draw() {
-  const std::lock_guard<std::mutex> lock(platform::SdlVideoMutex());
+  const platform::Lock lock(platform::SdlVideoMutex());
   SDL_Renderer* renderer = m_surface.Renderer();
   if (m_picture && FitTexture()) {
     if (m_stale) {

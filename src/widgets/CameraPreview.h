@@ -23,6 +23,7 @@
 #include "media/ffmpeg/PixelConvert.h"
 #include "media/ffmpeg/Scoped.h"
 #include "platform/SdlSurface.h"
+#include "platform/SdlVideo.h"
 #include "platform/WindowSystem.h"
 
 class CMyQueue;
@@ -51,7 +52,7 @@ class CameraPreview {
   void Show();
   bool Ready();
   void Draw();
-  bool FitTexture();
+  bool FitTexture() ORVANE_REQUIRES(platform::SdlVideoMutex());
 
   media::PacedTicker m_ticker;
   ffmpeg::PixelConvert m_convert;

@@ -5,7 +5,7 @@
 namespace platform {
 
 std::vector<std::string> MicrophoneNames::Names(const std::vector<SoundSource>& sources) {
-  const std::lock_guard<std::mutex> locked(m_lock);
+  const Lock locked(m_lock);
   std::vector<std::string> names;
   for (const SoundSource& source : sources) {
     names.push_back(NameOf(source));
@@ -14,7 +14,7 @@ std::vector<std::string> MicrophoneNames::Names(const std::vector<SoundSource>& 
 }
 
 std::string MicrophoneNames::Source(const std::string& name) const {
-  const std::lock_guard<std::mutex> locked(m_lock);
+  const Lock locked(m_lock);
   const auto found = m_idByName.find(name);
   return found != m_idByName.end() ? found->second : "";
 }

@@ -8,9 +8,10 @@
 #define ORVANE_PLATFORM_LINUX_MICROPHONENAMES_H
 
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "platform/Lock.h"
 
 namespace platform {
 
@@ -30,10 +31,10 @@ class MicrophoneNames {
   std::string Source(const std::string& name) const;
 
  private:
-  std::string NameOf(const SoundSource& source);
+  std::string NameOf(const SoundSource& source) ORVANE_REQUIRES(m_lock);
 
-  mutable std::mutex m_lock;
-  std::map<std::string, std::string> m_idByName;
+  mutable Mutex m_lock;
+  std::map<std::string, std::string> m_idByName ORVANE_GUARDED_BY(m_lock);
 };
 
 }  // namespace platform

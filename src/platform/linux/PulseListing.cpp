@@ -3,11 +3,10 @@
 #include <pthread.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <system_error>
 #include <utility>
 
+#include "platform/Lock.h"
 #include "platform/linux/PulseSources.h"
 
 namespace platform {
@@ -19,14 +18,14 @@ constexpr int kGiveUpMs = 10'000;
 
 }  // namespace
 
-// Shared by the asker and its thread. All of it is guarded by the mutex.
+// Shared by the asker and its thread.
 struct PulseListing::Question {
-  std::mutex mutex;
-  std::condition_variable answered;
-  bool done = false;
-  bool good = false;
-  std::vector<SoundSource> sources;
-  std::string cause;
+  Mutex mutex;
+  Condition answered;
+  bool done ORVANE_GUARDED_BY(mutex) = false;
+  bool good ORVANE_GUARDED_BY(mutex) = false;
+  std::vector<SoundSource> sources ORVANE_GUARDED_BY(mutex);
+  std::string cause ORVANE_GUARDED_BY(mutex);
 };
 
 PulseListing::PulseListing() = default;
@@ -48,14 +47,15 @@ void PulseListing::Begin() {
       std::vector<SoundSource> sources;
       std::string cause;
       const bool good = QueryPulseSources(kGiveUpMs, &sources, &cause);
-      const std::lock_guard<std::mutex> lock(question->mutex);
+      const Lock lock(question->mutex);
       question->good = good;
       question->sources = std::move(sources);
       question->cause = std::move(cause);
       question->done = true;
-      question->answered.notify_one();
+      question->answered.NotifyOne();
     });
   } catch (const std::system_error& error) {
+    const Lock lock(question->mutex);
     question->cause = error.what();
     question->done = true;
   }
@@ -76,19 +76,22 @@ bool PulseListing::TakeAnswer(int waitMs, std::string* cause) {
   if (m_question == nullptr) {
     return false;
   }
-  std::unique_lock<std::mutex> lock(m_question->mutex);
-  if (!m_question->answered.wait_for(lock, std::chrono::milliseconds(waitMs),
-                                     [this] { return m_question->done; })) {
-    *cause = "the sound server does not answer";
-    return false;
+  bool good = false;
+  {
+    const Lock lock(m_question->mutex);
+    if (!m_question->answered.WaitFor(
+            m_question->mutex, std::chrono::milliseconds(waitMs),
+            [this]() ORVANE_REQUIRES(m_question->mutex) { return m_question->done; })) {
+      *cause = "the sound server does not answer";
+      return false;
+    }
+    good = m_question->good;
+    m_last = std::move(m_question->sources);
+    *cause = m_question->cause;
   }
-  lock.unlock();
   if (m_thread.joinable()) {
     m_thread.join();
   }
-  const bool good = m_question->good;
-  m_last = std::move(m_question->sources);
-  *cause = m_question->cause;
   m_question.reset();
   return good;
 }

@@ -56,9 +56,10 @@ bool PulseRecorder::Open(int waitMs, std::string* cause) {
   }
   m_threadRuns = true;
   pthread_setname_np(m_thread, "pulse");
-  std::unique_lock<std::mutex> locked(m_openingLock);
-  const bool known = m_openingChanged.wait_for(locked, std::chrono::milliseconds(waitMs),
-                                               [this] { return m_opening != Opening::UnderWay; });
+  const Lock locked(m_openingLock);
+  const bool known = m_openingChanged.WaitFor(
+      m_openingLock, std::chrono::milliseconds(waitMs),
+      [this]() ORVANE_REQUIRES(m_openingLock) { return m_opening != Opening::UnderWay; });
   if (!known) {
     // Whatever comes later is told by the thread.
     m_opening = Opening::Left;
@@ -90,13 +91,13 @@ void PulseRecorder::Turn() {
 }
 
 bool PulseRecorder::ReportOpening(Opening result, const std::string& cause) {
-  const std::lock_guard<std::mutex> locked(m_openingLock);
+  const Lock locked(m_openingLock);
   if (m_opening != Opening::UnderWay) {
     return false;
   }
   m_opening = result;
   m_openingCause = cause;
-  m_openingChanged.notify_all();
+  m_openingChanged.NotifyAll();
   return true;
 }
 

@@ -19,12 +19,11 @@
 #include <pulse/subscribe.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "platform/Lock.h"
 #include "platform/linux/LeadEstimate.h"
 #include "platform/linux/PulseConnection.h"
 #include "platform/linux/SoundInbox.h"
@@ -89,11 +88,10 @@ class PulseRecorder {
   bool m_threadRuns = false;
   std::atomic<bool> m_stop{false};
 
-  // Guarded by the lock.
-  std::mutex m_openingLock;
-  std::condition_variable m_openingChanged;
-  Opening m_opening = Opening::UnderWay;
-  std::string m_openingCause;
+  Mutex m_openingLock;
+  Condition m_openingChanged;
+  Opening m_opening ORVANE_GUARDED_BY(m_openingLock) = Opening::UnderWay;
+  std::string m_openingCause ORVANE_GUARDED_BY(m_openingLock);
 
   // The thread's own; m_connection's Wake is called by the destructor too.
   PulseConnection m_connection;

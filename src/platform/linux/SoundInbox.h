@@ -7,9 +7,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <utility>
 #include <vector>
+
+#include "platform/Lock.h"
 
 namespace platform {
 
@@ -26,7 +27,7 @@ class SoundInbox {
   static constexpr std::size_t kMaxSamples = 4 * 48000 * 2;
 
   void Put(SoundBlock block) {
-    const std::lock_guard<std::mutex> locked(m_lock);
+    const Lock locked(m_lock);
     if (m_samples + block.samples.size() > kMaxSamples) {
       m_blocks.clear();
       m_samples = 0;
@@ -38,15 +39,15 @@ class SoundInbox {
 
   // All that has come, in order.
   std::vector<SoundBlock> TakeAll() {
-    const std::lock_guard<std::mutex> locked(m_lock);
+    const Lock locked(m_lock);
     m_samples = 0;
     return std::exchange(m_blocks, {});
   }
 
  private:
-  std::mutex m_lock;
-  std::vector<SoundBlock> m_blocks;
-  std::size_t m_samples = 0;
+  Mutex m_lock;
+  std::vector<SoundBlock> m_blocks ORVANE_GUARDED_BY(m_lock);
+  std::size_t m_samples ORVANE_GUARDED_BY(m_lock) = 0;
 };
 
 }  // namespace platform

@@ -3,13 +3,12 @@
 #include <pthread.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
 
+#include "platform/Lock.h"
 #include "platform/linux/AvInputStream.h"
 #include "platform/linux/GrabPace.h"
 
@@ -39,16 +38,18 @@ using Packet = std::unique_ptr<AVPacket, FreePacket>;
 struct Desktop {
   std::string display;  // set before the thread starts
 
-  std::mutex mutex;  // guards all below
-  std::condition_variable changed;
-  bool opened = false;   // the opening ended, in result
-  bool closing = false;  // nobody waits for pictures any more
-  bool finished = false;
-  OpenResult result;
+  Mutex mutex;
+  Condition changed;
+  bool opened ORVANE_GUARDED_BY(mutex) = false;   // the opening ended, in result
+  bool closing ORVANE_GUARDED_BY(mutex) = false;  // nobody waits for pictures any more
+  bool finished ORVANE_GUARDED_BY(mutex) = false;
+  OpenResult result ORVANE_GUARDED_BY(mutex);
+  Packet picture ORVANE_GUARDED_BY(mutex);  // the one at hand
+  int ended ORVANE_GUARDED_BY(mutex) = 0;   // the error that ended the reading
+
+  // The thread's until opened, and the same ever after.
   std::unique_ptr<AVCodecParameters, FreeParameters> parameters{avcodec_parameters_alloc()};
   AVRational timeBase{1, 1};
-  Packet picture;  // the one at hand
-  int ended = 0;   // the error that ended the reading
 };
 
 AvInput Open(Desktop* desktop) {
@@ -62,26 +63,28 @@ AvInput Open(Desktop* desktop) {
   if (!input && result.failure == OpenFailure::CannotOpen) {
     result.cause += " (no X display there that this program may read)";
   }
-  std::lock_guard<std::mutex> lock(desktop->mutex);
+  const Lock lock(desktop->mutex);
   if (input) {
     avcodec_parameters_copy(desktop->parameters.get(), input->streams[0]->codecpar);
     desktop->timeBase = input->streams[0]->time_base;
   }
   desktop->result = std::move(result);
   desktop->opened = true;
-  desktop->changed.notify_all();
+  desktop->changed.NotifyAll();
   return input;
 }
 
 // Hands over what was read and waits until it was taken; false when the reading is over.
 bool HandOver(Desktop* desktop, Packet picture, int error) {
-  std::unique_lock<std::mutex> lock(desktop->mutex);
+  const Lock lock(desktop->mutex);
   desktop->ended = error;
   if (error == 0) {
     desktop->picture = std::move(picture);
   }
-  desktop->changed.notify_all();
-  desktop->changed.wait(lock, [&] { return desktop->picture == nullptr || desktop->closing; });
+  desktop->changed.NotifyAll();
+  desktop->changed.Wait(desktop->mutex, [&]() ORVANE_REQUIRES(desktop->mutex) {
+    return desktop->picture == nullptr || desktop->closing;
+  });
   return error == 0 && !desktop->closing;
 }
 
@@ -105,9 +108,9 @@ void RunDesktop(const std::shared_ptr<Desktop>& desktop) {
   if (AvInput input = Open(desktop.get())) {
     ReadPictures(desktop.get(), input.get());
   }
-  std::lock_guard<std::mutex> lock(desktop->mutex);
+  const Lock lock(desktop->mutex);
   desktop->finished = true;
-  desktop->changed.notify_all();
+  desktop->changed.NotifyAll();
 }
 
 class X11Desktop : public CaptureStream {
@@ -141,8 +144,10 @@ OpenResult X11Desktop::Start() {
   } catch (const std::system_error& error) {
     return failed(error.what());
   }
-  std::unique_lock<std::mutex> lock(m_desktop->mutex);
-  if (!m_desktop->changed.wait_for(lock, kOpenLimit, [this] { return m_desktop->opened; })) {
+  const Lock lock(m_desktop->mutex);
+  if (!m_desktop->changed.WaitFor(
+          m_desktop->mutex, kOpenLimit,
+          [this]() ORVANE_REQUIRES(m_desktop->mutex) { return m_desktop->opened; })) {
     return failed("the X server does not answer");
   }
   return std::move(m_desktop->result);
@@ -152,12 +157,15 @@ X11Desktop::~X11Desktop() {
   if (!m_thread.joinable()) {
     return;
   }
-  std::unique_lock<std::mutex> lock(m_desktop->mutex);
-  m_desktop->closing = true;
-  m_desktop->changed.notify_all();
-  const bool finished =
-      m_desktop->changed.wait_for(lock, kCloseLimit, [this] { return m_desktop->finished; });
-  lock.unlock();
+  bool finished = false;
+  {
+    const Lock lock(m_desktop->mutex);
+    m_desktop->closing = true;
+    m_desktop->changed.NotifyAll();
+    finished = m_desktop->changed.WaitFor(
+        m_desktop->mutex, kCloseLimit,
+        [this]() ORVANE_REQUIRES(m_desktop->mutex) { return m_desktop->finished; });
+  }
   if (finished) {
     m_thread.join();
   } else {
@@ -176,9 +184,11 @@ bool X11Desktop::FindStream(CaptureKind kind, StreamInfo* info) const {
 }
 
 int X11Desktop::Read(AVPacket* packet) {
-  std::unique_lock<std::mutex> lock(m_desktop->mutex);
-  const bool ready = m_desktop->changed.wait_for(
-      lock, kReadLimit, [this] { return m_desktop->picture != nullptr || m_desktop->ended != 0; });
+  const Lock lock(m_desktop->mutex);
+  const bool ready = m_desktop->changed.WaitFor(
+      m_desktop->mutex, kReadLimit, [this]() ORVANE_REQUIRES(m_desktop->mutex) {
+        return m_desktop->picture != nullptr || m_desktop->ended != 0;
+      });
   if (!ready) {
     return AVERROR(EAGAIN);
   }
@@ -187,7 +197,7 @@ int X11Desktop::Read(AVPacket* packet) {
   }
   av_packet_move_ref(packet, m_desktop->picture.get());
   m_desktop->picture.reset();
-  m_desktop->changed.notify_all();
+  m_desktop->changed.NotifyAll();
   return 0;
 }
 

@@ -8,16 +8,16 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <limits>
-#include <mutex>
 #include <system_error>
 #include <thread>
 
 extern "C" {
 #include <libavutil/log.h>
 }
+
+#include "platform/Lock.h"
 
 namespace platform {
 
@@ -194,12 +194,12 @@ bool XcbLink::Poll(unsigned int sequence, int timeoutMs, void** reply, bool* ref
   }
 }
 
-// Whichever of the two is later disposes of the link. All of it is guarded by the mutex.
+// Whichever of the two is later disposes of the link.
 struct XcbAttempt::Shared {
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool done = false;
-  std::unique_ptr<XcbLink> link;
+  Mutex mutex;
+  Condition changed;
+  bool done ORVANE_GUARDED_BY(mutex) = false;
+  std::unique_ptr<XcbLink> link ORVANE_GUARDED_BY(mutex);
 };
 
 XcbAttempt::XcbAttempt(int answerMs) : m_shared(std::make_shared<Shared>()) {
@@ -208,13 +208,14 @@ XcbAttempt::XcbAttempt(int answerMs) : m_shared(std::make_shared<Shared>()) {
   try {
     std::thread([shared = m_shared, display = m_display, answerMs] {
       std::unique_ptr<XcbLink> link = XcbLink::Establish(display, answerMs);
-      const std::lock_guard<std::mutex> lock(shared->mutex);
+      const Lock lock(shared->mutex);
       shared->link = std::move(link);
       shared->done = true;
-      shared->changed.notify_one();
+      shared->changed.NotifyOne();
     }).detach();
   } catch (const std::system_error& error) {
     av_log(nullptr, AV_LOG_ERROR, "X display \"%s\": %s\n", m_display.c_str(), error.what());
+    const Lock lock(m_shared->mutex);
     m_shared->done = true;
   }
 }
@@ -222,9 +223,10 @@ XcbAttempt::XcbAttempt(int answerMs) : m_shared(std::make_shared<Shared>()) {
 XcbAttempt::~XcbAttempt() = default;
 
 bool XcbAttempt::Await(int waitMs, std::unique_ptr<XcbLink>* link) {
-  std::unique_lock<std::mutex> lock(m_shared->mutex);
-  if (!m_shared->changed.wait_for(lock, std::chrono::milliseconds(waitMs),
-                                  [this] { return m_shared->done; })) {
+  const Lock lock(m_shared->mutex);
+  if (!m_shared->changed.WaitFor(m_shared->mutex, std::chrono::milliseconds(waitMs),
+                                 [this]()
+                                     ORVANE_REQUIRES(m_shared->mutex) { return m_shared->done; })) {
     return false;
   }
   *link = std::move(m_shared->link);
