@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace output {
 
@@ -17,7 +18,7 @@ constexpr Level kTable[Effort::kLevels] = {
 constexpr std::int64_t kSecondMs = 1000;
 // Of the 40 ms that there are for a picture.
 constexpr std::int64_t kFullMs = 36;
-constexpr std::int64_t kRoomyMs = 26;
+constexpr std::int64_t kRoomyMs = 30;
 // Pictures that wait at every look of a second: the encoder is behind and doesn't catch up.
 constexpr int kBehind = 3;
 constexpr int kManyDropped = 5;
@@ -50,7 +51,9 @@ int Effort::Next(const Encoded& picture) {
     return m_level;
   }
   const int best = BestLevel();
-  if (IsSlow()) {
+  if (!std::exchange(m_warm, true)) {
+    // Everything was cold.
+  } else if (IsSlow()) {
     GoDown(picture.nowMs);
   } else if (best == m_level) {
     m_roomSinceMs.reset();
@@ -66,15 +69,20 @@ int Effort::Next(const Encoded& picture) {
 
 void Effort::BeginSecond(std::int64_t nowMs) {
   m_secondMs = nowMs;
+  m_fullBefore = IsFull();
   m_leastBefore = m_leastWaiting;
   m_tookMs = 0;
   m_pictures = 0;
   m_dropped = 0;
 }
 
+bool Effort::IsFull() const {
+  return m_tookMs > kFullMs * m_pictures;
+}
+
 bool Effort::IsSlow() const {
   const bool behind = m_leastWaiting >= kBehind && m_leastWaiting >= m_leastBefore;
-  return m_tookMs > kFullMs * m_pictures || behind || m_dropped >= kManyDropped;
+  return (IsFull() && m_fullBefore) || behind || m_dropped >= kManyDropped;
 }
 
 int Effort::BestLevel() const {

@@ -4,12 +4,15 @@
 // were dropped; the answer is the level to go on with. Level 0 is the one that a broadcast starts
 // with; each further one is faster and its picture plainer.
 //
-// A second in which encoding took all the time there is, or in which pictures always waited, or in
-// which many were dropped, is one step down, at most one a second. A second in which the encoder
-// would have had time for a better level too is room: after kRoomMs of it in a row the effort goes
-// up to the best level for which there is time, by what the levels cost. A step up that did not
-// hold for kHoldMs doubles the room that the next one needs, so that a load which comes and goes
-// doesn't make the picture change with it.
+// A second in which pictures always waited or in which many were dropped, or the second one in a
+// row in which encoding took all the time there is, is one step down: what a single slow second
+// leaves waits in the queue and is caught up. The first second of all says nothing, since
+// everything is cold: memory is touched for the first time, sources start, the connection is made.
+//
+// A second in which the encoder would have had time for a better level too is room: after kRoomMs
+// of it in a row the effort goes up to the best level for which there is time, by what the levels
+// cost. A step up that did not hold for kHoldMs doubles the room that the next one needs, so that a
+// load which comes and goes doesn't make the picture change with it.
 //
 // Pure arithmetic; for one thread.
 #ifndef ORVANE_OUTPUT_EFFORT_H
@@ -42,6 +45,7 @@ class Effort {
   int Next(const Encoded& picture);
 
  private:
+  bool IsFull() const;
   bool IsSlow() const;
   // The best level that there would have been time for in this second; the present one if none.
   int BestLevel() const;
@@ -50,13 +54,15 @@ class Effort {
   void GoUp(std::int64_t nowMs, int level);
 
   int m_level = 0;
+  bool m_warm = false;  // the first second is over
   // The second that is looked at.
   std::optional<std::int64_t> m_secondMs;
   std::int64_t m_tookMs = 0;
   int m_pictures = 0;
   int m_dropped = 0;
   int m_leastWaiting = 0;
-  int m_leastBefore = 0;  // in the second before: what waits may be on its way out
+  bool m_fullBefore = false;  // the second before took all its time
+  int m_leastBefore = 0;      // in the second before: what waits may be on its way out
   // Steps.
   std::optional<std::int64_t> m_roomSinceMs;
   std::optional<std::int64_t> m_upMs;  // the last one up, until it is judged

@@ -83,22 +83,57 @@ TEST(Effort, StaysWhereItIsWhileThereIsTime) {
   EXPECT_EQ(0U, machine.Steps().size());
 }
 
-TEST(Effort, ASecondDecides) {
+// Pictures of a second, 40 ms apart unless they took longer, from the first on.
+int AfterSecond(Effort* effort, std::int64_t* nowMs, const Effort::Encoded& each, int dropped = 0) {
+  int level = 0;
+  for (int i = 0; i < 25; ++i) {
+    *nowMs += 40;
+    level = effort->Next({*nowMs, each.tookMs, each.waiting, i == 12 ? dropped : 0});
+  }
+  return level;
+}
+
+TEST(Effort, SecondsDecide) {
   struct Case {
     std::int64_t tookMs;
     int waiting;
     int dropped;
-    int level;  // after the second
+    int afterOne;  // the level after such a second
+    int afterTwo;
   };
-  for (const Case& c : {Case{36, 0, 0, 0}, Case{37, 0, 0, 1}, Case{10, 2, 0, 0}, Case{10, 3, 0, 1},
-                        Case{10, 0, 4, 0}, Case{10, 0, 5, 1}, Case{5000, 15, 9, 1}}) {
+  for (const Case& c :
+       {Case{36, 0, 0, 0, 0}, Case{37, 0, 0, 0, 1}, Case{10, 2, 0, 0, 0}, Case{10, 3, 0, 1, 2},
+        Case{10, 0, 4, 0, 0}, Case{10, 0, 5, 1, 2}, Case{5000, 15, 9, 1, 2}}) {
     Effort effort;
-    int level = 0;
-    for (int i = 0; i <= 25; ++i) {
-      EXPECT_EQ(0, level) << i;
-      level = effort.Next({i * 40, c.tookMs, c.waiting, i == 12 ? c.dropped : 0});
+    std::int64_t now = 0;
+    effort.Next({now, 18, 0, 0});
+    EXPECT_EQ(0, AfterSecond(&effort, &now, {0, 18, 0, 0}));
+    EXPECT_EQ(c.afterOne, AfterSecond(&effort, &now, {0, c.tookMs, c.waiting, 0}, c.dropped))
+        << c.tookMs << ' ' << c.waiting << ' ' << c.dropped;
+    EXPECT_EQ(c.afterTwo, AfterSecond(&effort, &now, {0, c.tookMs, c.waiting, 0}, c.dropped))
+        << c.tookMs << ' ' << c.waiting << ' ' << c.dropped;
+  }
+}
+
+TEST(Effort, TheFirstSecondOfABroadcastIsColdAndSaysNothing) {
+  Effort effort;
+  std::int64_t now = 0;
+  effort.Next({now, 52, 5, 0});
+  EXPECT_EQ(0, AfterSecond(&effort, &now, {0, 52, 5, 0}, 9));
+  for (int second = 0; second < 60; ++second) {
+    EXPECT_EQ(0, AfterSecond(&effort, &now, {0, 30, 0, 0})) << second;
+  }
+}
+
+TEST(Effort, OneSlowSecondThatIsCaughtUpIsNothing) {
+  Effort effort;
+  std::int64_t now = 0;
+  effort.Next({now, 18, 0, 0});
+  for (int minute = 0; minute < 60; ++minute) {
+    for (int second = 0; second < 59; ++second) {
+      EXPECT_EQ(0, AfterSecond(&effort, &now, {0, 18, 0, 0}));
     }
-    EXPECT_EQ(c.level, level) << c.tookMs << ' ' << c.waiting << ' ' << c.dropped;
+    EXPECT_EQ(0, AfterSecond(&effort, &now, {0, 52, 2, 0})) << minute;
   }
 }
 

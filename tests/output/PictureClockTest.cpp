@@ -40,7 +40,7 @@ class Broadcast {
   void Sound(std::int64_t ms) { m_soundMs += ms; }
   // Of the sound behind a picture at that step, as the clock has it.
   std::int64_t Distance(std::int64_t step) const {
-    return m_soundMs - kRoadMs + 80 - 79 - step * 40;
+    return m_soundMs - kRoadMs + 72 - 79 - step * 40;
   }
 
   PictureClock clock;
@@ -188,7 +188,7 @@ TEST(PictureClock, WhatStandsForASecondIsMadeUpFor) {
     std::int64_t steps;    // that the clock goes on by
   };
   for (const Case& c : {Case{30, 1}, Case{0, 0}, Case{22, 0}, Case{-22, 0}, Case{-30, -1}}) {
-    Broadcast broadcast(1000 + 88);
+    Broadcast broadcast(1000 + 96);
     const std::int64_t step = broadcast.Run(40);
     ASSERT_EQ(19, broadcast.Distance(step) % 40);
     broadcast.Sound(c.soundMs);
