@@ -58,4 +58,18 @@ bool StartWorker(pthread_t* thread, const char* name, void* (*entry)(void*), voi
   return true;
 }
 
+void RunAs(WorkerRole role, const std::function<void()>& work) {
+  const auto entry = [](void* called) -> void* {
+    (*static_cast<const std::function<void()>*>(called))();
+    return nullptr;
+  };
+  pthread_t thread{};
+  void* called = const_cast<std::function<void()>*>(&work);
+  if (StartWorker(&thread, "opening", entry, called, role)) {
+    pthread_join(thread, nullptr);
+  } else {
+    work();
+  }
+}
+
 }  // namespace media

@@ -5,6 +5,8 @@
 
 #include <pthread.h>
 
+#include <functional>
+
 namespace media {
 
 // What a busy machine serves first. Threads that the stream waits for run as the program does;
@@ -17,6 +19,10 @@ enum class WorkerRole { kStream, kPrepare, kShow };
 // is then in the log; *thread is unset and must not be joined.
 bool StartWorker(pthread_t* thread, const char* name, void* (*entry)(void*), void* node,
                  WorkerRole role = WorkerRole::kStream);
+
+// Calls work() on a thread of that role and returns when it is done: the threads that a library
+// starts in it have the role too. Called here and now when the system gives no thread.
+void RunAs(WorkerRole role, const std::function<void()>& work);
 
 }  // namespace media
 

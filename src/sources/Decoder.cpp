@@ -1,5 +1,6 @@
 #include "sources/Decoder.h"
 
+#include "media/Worker.h"
 #include "media/ffmpeg/Scoped.h"
 
 namespace sources {
@@ -25,7 +26,9 @@ int OpenDecoder(const AVCodecParameters* parameters, AVRational timeBase, Decode
   if (threads == DecoderThreads::Auto) {
     av_dict_set(options.Address(), "threads", "auto", 0);
   }
-  result = avcodec_open2(decoder.Get(), codec, options.Address());
+  // The decoder's own threads stand behind the stream, whoever opens it.
+  media::RunAs(media::WorkerRole::kPrepare,
+               [&] { result = avcodec_open2(decoder.Get(), codec, options.Address()); });
   if (result < 0) {
     return result;
   }

@@ -43,4 +43,17 @@ TEST(Worker, TheStreamComesBeforeWhatPreparesAndThatBeforeWhatShows) {
   EXPECT_EQ(mine, Niceness()) << "whoever starts them stays where it is";
 }
 
+TEST(Worker, WhatALibraryStartsHasTheRoleOfItsOpening) {
+  const int mine = Niceness();
+  int own = -100;
+  int child = -100;
+  media::RunAs(WorkerRole::kPrepare, [&] {
+    Note(&own);
+    NoteOfAChild(&child);
+  });
+  EXPECT_GT(own, mine);
+  EXPECT_EQ(own, child);
+  EXPECT_EQ(mine, Niceness());
+}
+
 }  // namespace
