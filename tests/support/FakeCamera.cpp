@@ -103,7 +103,9 @@ bool FakeCamera::StartDevice(const FakeCameraMode& mode) {
        std::to_string(mode.width), std::to_string(mode.height), FormatName(mode.format),
        std::to_string(mode.framesPerSecond), std::to_string(mode.background.red),
        std::to_string(mode.background.green), std::to_string(mode.background.blue),
-       mode.capturesPictures ? "pictures" : "metadata"},
+       !mode.capturesPictures ? "metadata"
+       : mode.showsClock      ? "clock"
+                              : "pictures"},
       {}, m_directory.File("output"));
   close(sockets[1]);
   return (started && Answered()) || Fail("the device did not start: " + m_answer + "\n" +

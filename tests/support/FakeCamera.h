@@ -32,6 +32,9 @@ struct FakeCameraMode {
   int framesPerSecond = 25;
   CameraColour background;
   bool capturesPictures = true;  // false: the second node of a USB camera, which gives metadata
+  // Each picture's top tells when it was captured (TimeCode.h, on CLOCK_MONOTONIC) in place of its
+  // number, as a stage window's does. At least 1216 pixels wide.
+  bool showsClock = false;
 };
 
 class FakeCamera {

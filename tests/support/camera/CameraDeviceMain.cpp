@@ -2,6 +2,8 @@
 //
 // orvane_fake_camera_device SOCKET FILE CARD WIDTH HEIGHT FORMAT FPS RED GREEN BLUE KIND
 //
+// KIND: pictures, clock (they tell when they were captured) or metadata (none).
+//
 // FILE, an empty file, becomes the device; SOCKET is an inherited descriptor on which commands come
 // in, one a message, each answered "done". Three threads: the FUSE loop answers the calls, one
 // makes pictures, one takes commands. The picture maker writes into the kernel's cache of the file
@@ -252,8 +254,12 @@ int Main(char** argv) {
   mode.height = std::atoi(argv[5]);
   mode.pixelFormat = PixelFormat(argv[6]);
   mode.framesPerSecond = std::atoi(argv[7]);
-  mode.capturesPictures = std::string(argv[11]) == "pictures";
+  const std::string kind = argv[11];
+  mode.capturesPictures = kind != "metadata";
   CameraPicture picture(mode.pixelFormat, mode.width, mode.height, background);
+  if (kind == "clock") {
+    picture.ShowClock();
+  }
   mode.rowBytes = picture.RowBytes();
   mode.pictureBytes = picture.LargestBytes();
   Device device(mode, &picture);

@@ -2,6 +2,11 @@
 
 #include <linux/videodev2.h>
 
+#include <algorithm>
+#include <chrono>
+
+#include "support/TimeCode.h"
+
 extern "C" {
 #include <libswscale/swscale.h>
 }
@@ -45,6 +50,9 @@ std::size_t CameraPicture::LargestBytes() const {
 const std::vector<std::uint8_t>& CameraPicture::Make(unsigned frame) {
   PaintCameraPicture(m_rgb.data(), static_cast<std::size_t>(m_width) * 3, m_width, m_height, frame,
                      m_background);
+  if (m_clock) {
+    PaintClock();
+  }
   if (m_pixelFormat == V4L2_PIX_FMT_RGB24) {
     return m_rgb;
   }
@@ -54,6 +62,18 @@ const std::vector<std::uint8_t>& CameraPicture::Make(unsigned frame) {
     ToJpeg();
   }
   return m_picture;
+}
+
+void CameraPicture::PaintClock() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  const TimeCells cells = EncodeTime(static_cast<std::uint32_t>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(now).count()));
+  for (int y = 0; y < kTimeCellSize; ++y) {
+    std::uint8_t* row = m_rgb.data() + static_cast<std::size_t>(y * m_width) * 3;
+    for (const bool white : cells) {
+      row = std::fill_n(row, kTimeCellSize * 3, static_cast<std::uint8_t>(white ? 255 : 0));
+    }
+  }
 }
 
 void CameraPicture::ToYuyv() {

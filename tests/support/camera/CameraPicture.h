@@ -26,10 +26,13 @@ class CameraPicture {
 
   std::size_t RowBytes() const;  // 0 for compressed formats
   std::size_t LargestBytes() const;
-  // Frame number frame as the camera sends it; valid until the next call.
+  // Frame number frame as the camera sends it; valid until the next call. With a clock it shows
+  // this moment at its top, and no number.
   const std::vector<std::uint8_t>& Make(unsigned frame);
+  void ShowClock() { m_clock = true; }
 
  private:
+  void PaintClock();
   void ToYuyv();
   void ToJpeg();
   bool OpenJpeg();
@@ -38,6 +41,7 @@ class CameraPicture {
   const int m_width;
   const int m_height;
   const CameraColour m_background;
+  bool m_clock = false;
   std::vector<std::uint8_t> m_rgb;
   std::vector<std::uint8_t> m_picture;
   AVCodecContext* m_jpeg = nullptr;
