@@ -1,82 +1,16 @@
-#include "backend/BackendClient.h"
-
+// What goes over the wire, and what a reply of any shape makes of a call.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <QApplication>
 #include <QBuffer>
-#include <QDialog>
 #include <QImage>
-#include <QLabel>
-#include <QNetworkReply>
 #include <QPixmap>
-#include <QPushButton>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTimer>
-#include <functional>
-#include <memory>
-#include <utility>
 
-#include "backend/TestAddress.h"
-#include "support/Notices.h"
-#include "support/ScriptedHttp.h"
-#include "widgets/theme/InformationDlg.h"
+#include "backend/BackendClientFixture.h"
 
 namespace {
-
-using support::JsonReply;
-using support::Notices;
-using support::ScriptedHttp;
-using support::ScriptedReply;
-
-using backend::Until;
-
-constexpr Until::Brief kBrief{2000, true};
-const QString kNoNetwork = QStringLiteral("网络不通畅，请检查网络连接");
-
-class BackendClientTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_TRUE(server.Listening());
-    SetTestAddress(server.Address());
-  }
-  QByteArray OnlyRequest() {
-    return server.Requests().size() == 1 ? server.Requests().first() : QByteArray("<none or many>");
-  }
-  ScriptedHttp server;
-  Notices notices;
-  BackendClient* client = BackendClient::Instance();
-};
-
-// Acts right behind the client's own handling of the end of a reply, before it goes on.
-class AtTheEndOfAReply : public QObject {
- public:
-  explicit AtTheEndOfAReply(std::function<void()> action) : m_action(std::move(action)) {
-    qApp->installEventFilter(this);
-  }
-  bool Came() const { return m_came; }
-  bool eventFilter(QObject* watched, QEvent* event) override {
-    const auto* reply = qobject_cast<QNetworkReply*>(watched);
-    if (reply != nullptr && event->type() == QEvent::MetaCall && !m_waits) {
-      m_waits = true;
-      connect(reply, &QNetworkReply::finished, this, [this] {
-        m_came = true;
-        m_action();
-      });
-    }
-    return false;
-  }
-
- private:
-  std::function<void()> m_action;
-  bool m_waits = false;
-  bool m_came = false;
-};
-
-QByteArray RequestLine(const QByteArray& request) {
-  return request.left(request.indexOf("\r\n"));
-}
 
 QByteArray Header(const QByteArray& request, const QByteArray& name) {
   const QRegularExpression line(
@@ -104,8 +38,6 @@ QByteArray FormBody(const QByteArray& request, const QList<QPair<QByteArray, QBy
 QByteArray Body(const QByteArray& request) {
   return request.mid(request.indexOf("\r\n\r\n") + 4);
 }
-
-}  // namespace
 
 TEST_F(BackendClientTest, LoginSendsItsFormByteForByte) {
   server.SetReplies({JsonReply(R"({"code":0,"token":"t"})")});
@@ -215,21 +147,6 @@ TEST_F(BackendClientTest, AReplyThatIsNoObjectIsASuccessWithNothingSet) {
   EXPECT_TRUE(notices.texts.isEmpty());
 }
 
-TEST_F(BackendClientTest, ASlowReplyIsWaitedForWhileTheInterfaceLives) {
-  ScriptedReply slow = JsonReply(R"({"code":0,"token":"late"})");
-  slow.delayMs = 50;
-  slow.byteByByte = true;
-  server.SetReplies({slow});
-  int ticks = 0;
-  QTimer timer;
-  QObject::connect(&timer, &QTimer::timeout, [&ticks] { ++ticks; });
-  timer.start(1);
-  LoginResult login;
-  EXPECT_EQ(client->Login(QString(), QString(), &login), 0);
-  EXPECT_EQ(login.token, QStringLiteral("late"));
-  EXPECT_GT(ticks, 5);
-}
-
 TEST_F(BackendClientTest, AReplyThatIsCutOffFails) {
   ScriptedReply cut = JsonReply(R"({"code":0,"token":"never whole"})");
   cut.bytes.chop(10);
@@ -297,139 +214,11 @@ TEST_F(BackendClientTest, ARefusedStartGivesTheServicesWords) {
   EXPECT_EQ(message, QString());
 }
 
-// Each of the seven, while the service says nothing.
-TEST_F(BackendClientTest, EveryCallEndsWithItsUntilAndShowsNothing) {
-  LoginResult login;
-  AdResult ad;
-  ActivityList list;
-  QPixmap picture;
-  int code = 11;
-  const std::function<int(const Until&)> calls[] = {
-      [&](const Until& until) { return client->Login("a", "b", &login, until); },
-      [&](const Until& until) { return client->Logout("t", &code, until); },
-      [&](const Until& until) { return client->GetHomepageAds(&ad, until); },
-      [&](const Until& until) { return client->GetHostList("t", 1, &list, until); },
-      [&](const Until& until) { return client->HostStart("7", "t", &code, until); },
-      [&](const Until& until) { return client->HostEnd("7", "t", &code, until); },
-      [&](const Until& until) {
-        return client->FetchPixmap(server.Address(), &picture, QSize(), until) - 1;
-      },
-  };
-  ScriptedReply never;
-  never.never = true;
-  for (const auto& call : calls) {
-    server.SetReplies({never});
-    auto dialog = std::make_unique<QDialog>();
-    const Until until(dialog.get());
-    QTimer hand;
-    QObject::connect(&hand, &QTimer::timeout, [&] {
-      if (server.Requests().size() == 1) {
-        dialog->reject();
-      }
-    });
-    hand.start(1);
-    EXPECT_EQ(call(until), -1);
-    // From now on every call is over before it begins.
-    EXPECT_EQ(call(until), -1);
-    EXPECT_EQ(server.Requests().size(), 1);
-  }
-  EXPECT_EQ(code, 11);
-  EXPECT_TRUE(notices.texts.isEmpty());
-}
-
-// Its own wait can't return before the one on top of it; its connection may not stay as long, since
-// one that dies without a byte has its request sent again.
-TEST_F(BackendClientTest, ARequestThatIsGivenUpBelowAnotherIsClosedAtOnce) {
-  ScriptedReply never;
-  never.never = true;
-  ScriptedReply slow = JsonReply(R"({"code":0})");
-  slow.delayMs = 100;
-  server.SetReplies({never, slow});
-  Until start;
-  int code = 0;
-  bool looked = false;
-  QTimer hand;
-  QObject::connect(&hand, &QTimer::timeout, [&] {
-    if (server.Requests().size() < 1) {
-      return;
-    }
-    hand.stop();
-    start.End();
-    QTimer::singleShot(50, &hand, [&] {
-      looked = true;
-      EXPECT_EQ(server.Connections(), 1);
-    });
-    EXPECT_EQ(client->HostEnd("7", "t", &code), 0);
-  });
-  hand.start(1);
-  EXPECT_EQ(client->HostStart("7", "t", &code, start), -1);
-  EXPECT_TRUE(looked);
-  EXPECT_TRUE(notices.texts.isEmpty());
-}
-
 TEST_F(BackendClientTest, ADeepDocumentIsNoObject) {
   server.SetReplies({JsonReply("{\"code\":" + QByteArray(100000, '[') + "}")});
   LoginResult login;
   EXPECT_EQ(client->Login(QString(), QString(), &login), 0);
   EXPECT_LT(login.code, 0);
-}
-
-TEST_F(BackendClientTest, APendingCallEndsWhenTheApplicationQuits) {
-  ScriptedReply never;
-  never.never = true;
-  server.SetReplies({never});
-  LoginResult login;
-  int returned = 1;
-  QTimer::singleShot(0, [&] {
-    QTimer::singleShot(50, qApp, &QCoreApplication::quit);
-    returned = client->Login(QString(), QString(), &login);
-  });
-  QApplication::exec();
-  EXPECT_EQ(returned, -1);
-  EXPECT_TRUE(notices.texts.isEmpty());
-}
-
-// Nobody would read it, and it would come up for a moment.
-TEST_F(BackendClientTest, AReplyThatFailsAsTheApplicationQuitsShowsNoNotice) {
-  class Shown : public QObject {
-   public:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-      notice = notice || (event->type() == QEvent::Show && watched->inherits("InformationDlg"));
-      return false;
-    }
-    bool notice = false;
-  } shown;
-  qApp->installEventFilter(&shown);
-  server.SetReplies({JsonReply("{}", 500)});
-  QTimer::singleShot(0, [&] {
-    const AtTheEndOfAReply atTheEnd([] { QCoreApplication::quit(); });
-    LoginResult login;
-    EXPECT_EQ(client->Login(QString(), QString(), &login), -1);
-    EXPECT_TRUE(atTheEnd.Came());
-  });
-  QApplication::exec();
-  EXPECT_FALSE(shown.notice);
-}
-
-TEST_F(BackendClientTest, ABriefCallIsAnsweredAfterTheApplicationWasToldToQuit) {
-  server.SetReplies({JsonReply(R"({"code":-7})")});
-  int code = 0;
-  int returned = 1;
-  QTimer::singleShot(0, [&] {
-    QCoreApplication::quit();
-    returned = client->HostEnd("7", "token", &code, Until(kBrief));
-  });
-  QApplication::exec();
-  EXPECT_EQ(returned, 0);
-  EXPECT_EQ(code, -7);
-}
-
-TEST_F(BackendClientTest, ABriefCallThatFailsSaysNothing) {
-  SetTestAddress(QStringLiteral("http://127.0.0.1:1"));
-  int code = 0;
-  EXPECT_EQ(client->HostEnd("7", "token", &code, Until(kBrief)), -1);
-  EXPECT_EQ(code, 0);
-  EXPECT_TRUE(notices.texts.isEmpty());
 }
 
 TEST_F(BackendClientTest, APictureIsFetchedAndAnythingElseLeavesItNull) {
@@ -478,26 +267,4 @@ TEST_F(BackendClientTest, APictureInAFileOfThisMachineIsNotRead) {
   }
 }
 
-// Between the last byte and the reading of the picture.
-TEST_F(BackendClientTest, ADialogThatEndsAsItsPictureArrivesGetsNone) {
-  QImage image(3, 2, QImage::Format_RGB32);
-  image.fill(Qt::red);
-  QBuffer png;
-  image.save(&png, "PNG");
-  server.SetReplies({JsonReply(png.data())});
-  for (const bool destroyed : {false, true}) {
-    auto asker = std::make_unique<QDialog>();
-    const AtTheEndOfAReply atTheEnd([&] {
-      if (destroyed) {
-        asker.reset();
-      } else {
-        asker->reject();
-      }
-    });
-    QPixmap picture;
-    const Until until(asker.get());
-    EXPECT_EQ(client->FetchPixmap(server.Address(), &picture, QSize(), until), 0);
-    EXPECT_TRUE(atTheEnd.Came());
-    EXPECT_TRUE(picture.isNull()) << destroyed;
-  }
-}
+}  // namespace
