@@ -21,8 +21,6 @@ namespace {
 constexpr qint64 kLargestAnswer = 4LL * 1024 * 1024;
 constexpr qint64 kLargestPicture = 64LL * 1024 * 1024;
 
-constexpr std::uint32_t kNoNetworkNotice = 1;
-
 using backend::Until;
 using Field = std::pair<const char*, QString>;
 
@@ -57,7 +55,7 @@ bool IsAnswered(const QNetworkReply& reply) {
 }
 
 void ShowNoNetwork() {
-  InformationDlg notice(kNoNetworkNotice, QString());
+  InformationDlg notice(InformationDlg::kNoNetwork, QString());
   // On the heap: the dialog owns it.
   ApplyDialogShadow(&notice, new CustomShadowEffect);
   notice.exec();

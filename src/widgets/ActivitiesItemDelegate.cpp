@@ -4,6 +4,7 @@
 #include <QPainter>
 
 #include "widgets/ActItemData.h"
+#include "widgets/theme/Palette.h"
 
 namespace {
 
@@ -17,7 +18,6 @@ constexpr QRect kSelectedMark(QPoint(88, 46), QPoint(128, 75));
 constexpr QRect kHoverText(QPoint(72, 48), QPoint(171, 72));
 constexpr int kBadgeRadius = 10;
 
-const QColor kTitleColor(0xB4, 0xBE, 0xCC);
 const QColor kNoOutline(0x00, 0xA0, 0xE6);
 const QColor kVeil(40, 42, 48, 150);
 
@@ -37,7 +37,7 @@ void UseVeil(QPainter* painter) {
 // Everything that a card shows in each of its states.
 void PaintBase(QPainter* painter, const QPoint& corner, const ActItemData& data) {
   painter->setFont(InterfaceFont(10));
-  painter->setPen(QPen(kTitleColor, 1, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
+  painter->setPen(QPen(theme::kText, 1, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
   painter->drawPixmap(kPicture.translated(corner), data.cover);
   painter->drawText(QRectF(kTitle.translated(corner)), data.title.left(kLongestTitle),
                     QTextOption());

@@ -4,21 +4,13 @@
 #include <iterator>
 
 #include "sources/DeviceCatalogue.h"
+#include "widgets/WndItemData.h"
 #include "widgets/theme/TitleButtons.h"
-
-namespace {
-
-constexpr QSize kRow(460, 30);
-
-}  // namespace
 
 ActivitiesWndDlg::ActivitiesWndDlg(QWidget* parent) : QDialog(parent) {
   ui.setupUi(this);
   KeepSize(this);
-  setAttribute(Qt::WA_TranslucentBackground);
-  // Its end is not the program's, also while no other window is shown.
-  setAttribute(Qt::WA_QuitOnClose, false);
-  setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+  PrepareFrameless(this);
   StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));
 
   connect(ui.m_okBtn, &QPushButton::clicked, this, &ActivitiesWndDlg::SlotOK);
@@ -33,7 +25,7 @@ ActivitiesWndDlg::ActivitiesWndDlg(QWidget* parent) : QDialog(parent) {
 
   DeviceCatalogue::Instance()->ListWindows(&windows);
   for (const auto& window : windows) {
-    ui.listView->AddItem(true, window.second, kRow);
+    ui.listView->AddItem(true, window.second, widgets::kWndRowSize);
   }
 }
 

@@ -26,10 +26,7 @@ QString SwatchStyle(int red, int green, int blue) {
 CAddTextDlg::CAddTextDlg(QWidget* parent) : QDialog(parent) {
   ui.setupUi(this);
   KeepSize(this);
-  setAttribute(Qt::WA_TranslucentBackground);
-  // Its end is not the program's, also while no other window is shown.
-  setAttribute(Qt::WA_QuitOnClose, false);
-  setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+  PrepareFrameless(this);
   StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));
   // An edge of its own, or the style would draw its button there in a pale shade of the colour.
   setStyleSheet(QStringLiteral("QPushButton#m_chooseColorBtn{border:1px solid #5A5F66;}"));

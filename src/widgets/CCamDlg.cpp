@@ -4,7 +4,9 @@
 
 #include <QAbstractItemView>
 #include <QMouseEvent>
+#include <QProxyStyle>
 #include <QSignalBlocker>
+#include <QStyleOptionComplex>
 #include <QTextDocument>
 #include <vector>
 
@@ -19,12 +21,36 @@ extern "C" {
 #include "sources/DeviceCatalogue.h"
 #include "widgets/CameraPreview.h"
 #include "widgets/CameraRules.h"
+#include "widgets/theme/Palette.h"
 #include "widgets/theme/TitleButtons.h"
 
 namespace {
 
 constexpr int kNoSource = 0;
 constexpr int kSurfaceEventsMs = 50;
+constexpr int kMiddleGrey = 128;
+
+bool IsDark(const QPalette& palette) {
+  return palette.color(QPalette::Button).lightness() < kMiddleGrey ||
+         palette.color(QPalette::Window).lightness() < kMiddleGrey;
+}
+
+// The box of cameras has blue letters, and the style would give its arrow their colour, which can't
+// be seen on the dark box that the main window's style sheet makes of it.
+class ArrowStyle : public QProxyStyle {
+ public:
+  void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                          QPainter* painter, const QWidget* widget) const override {
+    const auto* box = qstyleoption_cast<const QStyleOptionComboBox*>(option);
+    if (box == nullptr || !IsDark(box->palette)) {
+      QProxyStyle::drawComplexControl(control, option, painter, widget);
+      return;
+    }
+    QStyleOptionComboBox bright(*box);
+    bright.palette.setColor(QPalette::ButtonText, theme::kText);
+    QProxyStyle::drawComplexControl(control, &bright, painter, widget);
+  }
+};
 
 }  // namespace
 
@@ -47,14 +73,14 @@ CCamDlg::~CCamDlg() {
 }
 
 void CCamDlg::InitUi() {
-  setAttribute(Qt::WA_TranslucentBackground);
-  // Its end is not the program's, also while no other window is shown.
-  setAttribute(Qt::WA_QuitOnClose, false);
   // Before any handle is taken: a change of flags makes the native windows anew.
-  setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+  PrepareFrameless(this);
   ui.setupUi(this);
   KeepSize(this);
   StyleTitleButton(ui.m_BtnExit, QStringLiteral("topbar-close.png"));
+  auto* arrow = new ArrowStyle;
+  arrow->setParent(ui.m_ComDev);
+  ui.m_ComDev->setStyle(arrow);
   // Cameras of one make differ at the end of their names, which the box may be too narrow for.
   ui.m_ComDev->view()->setTextElideMode(Qt::ElideMiddle);
   ui.m_btnOk->setDefault(true);

@@ -15,7 +15,8 @@
 // Threads: user interface thread. The node's worker enters EnqueueVideo only. The preview thread
 // touches the video queue, the stop flag, the flag of a change of camera and the native window.
 // The user interface waits for the opening of a camera, the stopping of a node and one turn of the
-// preview thread, never for a picture.
+// preview thread, and a moment for the sound server, which the list of devices asks as well; never
+// for a picture.
 //
 // Failure: a camera that can't be opened leaves the preview black; the log says why, and the dialog
 // can still be confirmed. One that is unplugged or hangs leaves its last picture.

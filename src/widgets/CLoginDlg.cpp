@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr std::uint32_t kCallersTextNotice = 0;
 const QSize kMaximisedPicture(1440, 1050);
 
 const char kTitleStyle[] = "QLabel{color:#B4BECC;border-width:0px;font-size:13px;font-family:%1}";
@@ -33,10 +32,7 @@ const char kLoginButtonStyle[] =
 }  // namespace
 
 CLoginDlg::CLoginDlg(QWidget* parent) : QDialog(parent), catalogue(DeviceCatalogue::Instance()) {
-  setAttribute(Qt::WA_TranslucentBackground);
-  // Its end is not the program's, also while no other window is shown.
-  setAttribute(Qt::WA_QuitOnClose, false);
-  setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+  PrepareFrameless(this);
   ui.setupUi(this);
   InitStyle();
 
@@ -124,7 +120,7 @@ void CLoginDlg::SlotLogin() {
     accept();
     return;
   }
-  InformationDlg notice(kCallersTextNotice, result.message);
+  InformationDlg notice(InformationDlg::kText, result.message);
   ApplyDialogShadow(&notice, new CustomShadowEffect);
   notice.exec();
 }
@@ -135,6 +131,8 @@ void CLoginDlg::SlotMinSize() {
 
 void CLoginDlg::SlotMaxSize() {
   maximized = !maximized;
+  // A screen that is lower than this picture and the title above it shows all of it, smaller.
+  ui.m_labShowPic->setScaledContents(maximized);
   if (maximized) {
     showMaximized();
     if (!showPic.isNull()) {

@@ -9,8 +9,11 @@
 #define ORVANE_WIDGETS_ITEMDATA_H
 
 #include <QMetaType>
+#include <QSize>
 #include <QString>
 #include <cstdint>
+
+#include "widgets/theme/LayerKind.h"
 
 class QDataStream;
 class QModelIndex;
@@ -32,8 +35,7 @@ constexpr int kItemDataRole = Qt::UserRole + 1;
 // Why the layer's source could not be opened, a QString; none while it could.
 constexpr int kFailureRole = Qt::UserRole + 2;
 
-constexpr std::int32_t kTextLayer = 0;
-constexpr std::int32_t kOtherLayer = 1;  // desktop, camera, window, picture, media file
+constexpr QSize kRowSize(280, 40);
 
 ItemData RecordOf(const QModelIndex& index);
 

@@ -8,15 +8,12 @@
 
 #include "widgets/LayerRowRules.h"
 #include "widgets/OneLine.h"
+#include "widgets/theme/Palette.h"
 
 namespace {
 
 using widgets::PressAction;
 using widgets::RecordOf;
-
-const QColor kBackground(0x28, 0x2A, 0x30);
-const QColor kVisibleText(0x87, 0x8E, 0x99);
-const QColor kHiddenText(0x5A, 0x5F, 0x66);
 
 QPixmap Picture(const char* name) {
   return QPixmap(QStringLiteral(":/orvane/qietu/%1.png").arg(QLatin1String(name)));
@@ -41,7 +38,7 @@ QString FailureOf(const QModelIndex& index) {
 void PaintText(QPainter* painter, const QRect& row, const ItemData& record, bool failed) {
   const QRect place = widgets::TextPaintRect(row);
   painter->setFont(RowFont());
-  painter->setPen(TextPen(record.visible && !failed ? kVisibleText : kHiddenText));
+  painter->setPen(TextPen(record.visible && !failed ? theme::kSecondaryText : theme::kHiddenText));
   painter->drawText(QRectF(place),
                     widgets::OneLine(record.text, painter->fontMetrics(), place.width()),
                     widgets::OneLineOption());
@@ -62,7 +59,7 @@ void PaintResting(QPainter* painter, const QRect& row, const ItemData& record, b
 // Covers all that the row showed before.
 void PaintHovered(QPainter* painter, const QRect& row, const ItemData& record, bool failed) {
   painter->eraseRect(row);
-  painter->fillRect(row, kBackground);
+  painter->fillRect(row, theme::kBackground);
   painter->drawPixmap(row, Picture("layer-hover"));
   painter->drawPixmap(widgets::EyeRect(row), Picture("layer-visible"));
   PaintText(painter, row, record, failed);

@@ -3,6 +3,7 @@
 #include <QFontMetrics>
 
 #include "widgets/TipText.h"
+#include "widgets/theme/Frameless.h"
 
 namespace {
 
@@ -12,10 +13,7 @@ constexpr int kFontPixels = 12;
 }  // namespace
 
 ListTextTip::ListTextTip(QWidget* parent) : QDialog(parent) {
-  setWindowFlags(windowFlags() | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-  setAttribute(Qt::WA_TranslucentBackground);
-  // Its end is not the program's, also while no other window is shown.
-  setAttribute(Qt::WA_QuitOnClose, false);
+  PrepareFrameless(this, Qt::WindowStaysOnTopHint);
   // It comes and goes with the mouse; the keyboard stays where it is.
   setAttribute(Qt::WA_ShowWithoutActivating);
   ui.setupUi(this);

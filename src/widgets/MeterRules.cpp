@@ -47,6 +47,10 @@ bool IsSilent(const MeterState& state) {
   return state.silentSeconds >= kSilenceSeconds;
 }
 
+bool IsLongSilent(const MeterState& state) {
+  return state.silentSeconds >= kLongSilenceSeconds;
+}
+
 double MeterShare(double db) {
   return std::clamp((db - kMeterFloor) / -kMeterFloor, 0.0, 1.0);
 }

@@ -20,8 +20,10 @@ inline constexpr double kMeterFloor = -60;
 inline constexpr double kFallPerSecond = 20 / 1.7;
 inline constexpr double kRmsSeconds = 0.3;
 inline constexpr double kHoldSeconds = 1.5;
-// With no sound at all for so long the meter says so.
+// With no sound at all for so long the meter says so, and after so long as a warning: a microphone
+// behind a gate is silent in every pause of a speech.
 inline constexpr double kSilenceSeconds = 3;
+inline constexpr double kLongSilenceSeconds = 15;
 // Speech belongs below the first; above the second it is about to be clipped.
 inline constexpr double kWarnFrom = -20;
 inline constexpr double kAlarmFrom = -9;
@@ -51,6 +53,7 @@ double PowerDb(double meanSquare);
 MeterState AdvanceMeter(const MeterState& state, const MeterMeasure& measure, double seconds);
 
 bool IsSilent(const MeterState& state);
+bool IsLongSilent(const MeterState& state);
 
 // Where a level stands between the floor (0) and full scale (1).
 double MeterShare(double db);

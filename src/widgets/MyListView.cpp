@@ -14,10 +14,10 @@
 
 namespace {
 
+using widgets::kRowSize;
 using widgets::RecordOf;
 using widgets::RowStep;
 
-const QSize kRowSize(280, 40);
 const QSize kGridSize(284, 40);
 
 const char kItemStyle[] = "QListView::item{border-image:url(:/orvane/qietu/layer-normal.png);}";

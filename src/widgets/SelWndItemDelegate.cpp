@@ -6,20 +6,17 @@
 
 #include "widgets/OneLine.h"
 #include "widgets/WndItemData.h"
+#include "widgets/theme/Palette.h"
 
 namespace {
 
-constexpr int kDataRole = Qt::UserRole + 1;
-constexpr QSize kRow(460, 30);
-const QColor kTitle(0xB4, 0xBE, 0xCC);
-const QColor kChosenTitle(0x20, 0xA0, 0xFF);
 const QColor kNoOutline(0, 160, 230);
 const QColor kHoverVeil(255, 255, 255, 20);
 
 void PaintHover(QPainter* painter, const QPoint& corner) {
   painter->setPen(QPen(kNoOutline, 1, Qt::NoPen));
   painter->setBrush(kHoverVeil);
-  const QRect row(corner, kRow);
+  const QRect row(corner, widgets::kWndRowSize);
   painter->drawRects(&row, 1);
 }
 
@@ -38,7 +35,7 @@ void SelWndItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
   plain.state &= ~QStyle::State_HasFocus;
   QStyledItemDelegate::paint(painter, plain, index);
 
-  const WndItemData data = index.data(kDataRole).value<WndItemData>();
+  const WndItemData data = index.data(widgets::kWndItemDataRole).value<WndItemData>();
   const QString title = widgets::WithoutBreaks(data.title);
   const QPoint corner = option.rect.topLeft();
   const QRectF titleArea(corner + QPoint(20, 10), QSize(460, 20));
@@ -48,12 +45,12 @@ void SelWndItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
   };
   painter->save();
   painter->setFont(QFont(QStringLiteral("黑体"), 10));
-  paintTitle(kTitle);
+  paintTitle(theme::kText);
   if (data.check && option.state.testFlag(QStyle::State_MouseOver)) {
-    paintTitle(kTitle);
+    paintTitle(theme::kText);
     PaintHover(painter, corner);
   } else if (data.check && option.state.testFlag(QStyle::State_Selected)) {
-    paintTitle(kChosenTitle);
+    paintTitle(theme::kAccent);
     PaintMark(painter, corner);
   }
   painter->restore();

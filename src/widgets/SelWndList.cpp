@@ -9,9 +9,6 @@
 
 namespace {
 
-constexpr int kDataRole = Qt::UserRole + 1;
-constexpr QSize kRow(460, 30);
-
 const char kEdgeStyle[] =
     "QListView{background-color:#282A30;border:0px solid #282A30;margin:0px;padding:0px;}";
 
@@ -28,8 +25,8 @@ SelWndList::SelWndList(QWidget* parent)
   setSelectionMode(QAbstractItemView::SingleSelection);
   setAttribute(Qt::WA_MouseTracking);
   setViewMode(QListView::IconMode);
-  setIconSize(kRow);
-  setGridSize(kRow);
+  setIconSize(widgets::kWndRowSize);
+  setGridSize(widgets::kWndRowSize);
   setSpacing(10);
   setFocusPolicy(Qt::NoFocus);
   setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -44,7 +41,8 @@ void SelWndList::AddItem(bool check, QString title, QSize size) {
   auto* item = new QStandardItem;
   item->setFont(QFont(QStringLiteral("微软雅黑"), 10, 1));
   item->setAccessibleText(title);
-  item->setData(QVariant::fromValue(WndItemData{std::move(title), check}), kDataRole);
+  item->setData(QVariant::fromValue(WndItemData{std::move(title), check}),
+                widgets::kWndItemDataRole);
   item->setSizeHint(size);
   model->appendRow(item);
   update();

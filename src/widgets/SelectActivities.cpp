@@ -18,10 +18,7 @@ constexpr int kPaintMs = 50;
 
 SelectActivities::SelectActivities(QWidget* parent)
     : QDialog(parent), token(DeviceCatalogue::Instance()->userToken) {
-  setAttribute(Qt::WA_TranslucentBackground);
-  // Its end is not the program's, also while no other window is shown.
-  setAttribute(Qt::WA_QuitOnClose, false);
-  setWindowFlags(windowFlags() | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+  PrepareFrameless(this, Qt::WindowStaysOnTopHint);
   ui.setupUi(this);
   KeepSize(this);
   ui.selectCombo->setItemDelegate(new QStyledItemDelegate(ui.selectCombo));

@@ -4,6 +4,8 @@
 #include <QPainter>
 #include <QStringList>
 
+#include "widgets/theme/Palette.h"
+
 namespace {
 
 constexpr QSize kSize(220, 40);
@@ -12,11 +14,7 @@ constexpr int kNameWidth = 56;
 constexpr int kFigureWidth = 36;
 constexpr int kBarHeight = 6;
 constexpr int kFontPixels = 12;
-const QColor kBackground(0x28, 0x2A, 0x30);
 const QColor kTrough(0x1B, 0x1D, 0x21);
-const QColor kText(0x87, 0x8E, 0x99);
-const QColor kMissing(0xF7, 0xBA, 0x2A);
-const QColor kHold(0xB4, 0xBE, 0xCC);
 
 QString RowName(int row) {
   return row == SoundMeter::kSystemSound ? QStringLiteral("系统声音") : QStringLiteral("麦克风");
@@ -25,11 +23,11 @@ QString RowName(int row) {
 QColor ZoneColour(widgets::MeterZone zone) {
   switch (zone) {
     case widgets::MeterZone::kGood:
-      return {0x13, 0xCE, 0x66};
+      return theme::kGood;
     case widgets::MeterZone::kWarn:
-      return {0xF7, 0xBA, 0x2A};
+      return theme::kWarning;
     case widgets::MeterZone::kAlarm:
-      return {0xFF, 0x49, 0x49};
+      return theme::kAlarm;
   }
   return {};
 }
@@ -93,7 +91,7 @@ QRect SoundMeter::RowRect(int row) const {
 
 void SoundMeter::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
-  painter.fillRect(event->rect(), kBackground);
+  painter.fillRect(event->rect(), theme::kBackground);
   for (int row = 0; row < kRows; ++row) {
     if (event->rect().intersects(RowRect(row))) {
       PaintRow(&painter, row);
@@ -104,7 +102,7 @@ void SoundMeter::paintEvent(QPaintEvent* event) {
 void SoundMeter::PaintRow(QPainter* painter, int row) const {
   const QRect rect = RowRect(row);
   const auto& state = m_rows[static_cast<std::size_t>(row)];
-  painter->setPen(kText);
+  painter->setPen(theme::kSecondaryText);
   painter->drawText(QRect(rect.left(), rect.top(), kNameWidth, rect.height()),
                     Qt::AlignLeft | Qt::AlignVCenter, RowName(row));
   const QRect bar(rect.left() + kNameWidth, rect.center().y() - kBarHeight / 2,
@@ -113,13 +111,13 @@ void SoundMeter::PaintRow(QPainter* painter, int row) const {
   const QRect figure(bar.right() + 1, rect.top(), kFigureWidth, rect.height());
   if (!state) {
     const bool refused = m_refused[static_cast<std::size_t>(row)];
-    painter->setPen(refused ? kMissing : kText);
+    painter->setPen(refused ? theme::kWarning : theme::kSecondaryText);
     painter->drawText(figure, Qt::AlignRight | Qt::AlignVCenter,
                       refused ? QStringLiteral("失败") : QStringLiteral("—"));
     return;
   }
   PaintBar(painter, bar, *state);
-  painter->setPen(widgets::IsSilent(*state) ? kMissing : kText);
+  painter->setPen(widgets::IsLongSilent(*state) ? theme::kWarning : theme::kSecondaryText);
   painter->drawText(figure, Qt::AlignRight | Qt::AlignVCenter, widgets::MeterFigure(*state));
 }
 
@@ -131,6 +129,7 @@ void SoundMeter::PaintBar(QPainter* painter, const QRect& bar,
   painter->fillRect(QRect(bar.topLeft(), QSize(Reach(bar, state.rms), bar.height())), colour);
   const int hold = Reach(bar, state.hold);
   if (hold > 0) {
-    painter->fillRect(QRect(bar.left() + hold - 1, bar.top() - 1, 1, bar.height() + 2), kHold);
+    painter->fillRect(QRect(bar.left() + hold - 1, bar.top() - 1, 1, bar.height() + 2),
+                      theme::kText);
   }
 }

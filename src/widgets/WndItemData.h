@@ -4,6 +4,7 @@
 #define ORVANE_WIDGETS_WNDITEMDATA_H
 
 #include <QMetaType>
+#include <QSize>
 #include <QString>
 
 struct WndItemData {
@@ -12,5 +13,12 @@ struct WndItemData {
 };
 
 Q_DECLARE_METATYPE(WndItemData)
+
+namespace widgets {
+
+constexpr int kWndItemDataRole = Qt::UserRole + 1;
+constexpr QSize kWndRowSize(460, 30);
+
+}  // namespace widgets
 
 #endif

@@ -2,6 +2,7 @@
 #include "widgets/CCamDlg.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <QAbstractItemView>
 #include <QAccessible>
@@ -10,9 +11,12 @@
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QStyleOptionComboBox>
 #include <QTest>
 #include <QTextDocument>
 #include <QTimer>
+#include <algorithm>
+#include <cerrno>
 #include <tuple>
 
 #include "sources/DeviceCatalogue.h"
@@ -22,6 +26,26 @@
 namespace {
 
 using support::FakeDevice;
+
+// How many threads the system still grants; -1 for all.
+int g_threadsLeft = -1;
+
+}  // namespace
+
+// Linked in the place of the system's, for what is not in a library of its own.
+extern "C" int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                                     void* (*entry)(void*), void* argument);
+extern "C" int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                                     void* (*entry)(void*), void* argument) {
+  if (g_threadsLeft == 0) {
+    return EAGAIN;
+  }
+  g_threadsLeft -= g_threadsLeft > 0 ? 1 : 0;
+  return __real_pthread_create(thread, attributes, entry, argument);
+}
+
+namespace {
+
 using support::LogRecord;
 
 constexpr int kPatienceMs = 15000;
@@ -334,6 +358,44 @@ TEST_F(CamDlgTest, ReturnOnCancelCancels) {
   QTest::keyClick(Find(dialog, "m_btnCancel"), Qt::Key_Return);
   EXPECT_EQ(0, dialog.result());
   EXPECT_FALSE(dialog.isVisible());
+}
+
+// Nobody would take its pictures.
+TEST_F(CamDlgTest, WithoutAThreadForThePreviewTheCameraIsClosedAgain) {
+  const FakeDevice* camera = layer.Add("Only");
+  g_threadsLeft = 1;  // the camera's own
+  CCamDlg dialog;
+  g_threadsLeft = -1;
+  EXPECT_EQ(camera->OpenCount(), 1);
+  EXPECT_FALSE(camera->IsOpen());
+  dialog.SlotOK();
+  EXPECT_EQ(dialog.DeviceName(), "Only");
+}
+
+int Brightness(const QColor& colour) {
+  return colour.red() + colour.green() + colour.blue();
+}
+
+// The letters are blue; an arrow of their colour could not be seen on the dark box.
+TEST_F(CamDlgTest, TheArrowOfTheListStandsOutFromItsBox) {
+  layer.Add("Only");
+  QWidget window;  // as the main window hands its ground down
+  window.setStyleSheet(QStringLiteral("QWidget{background-color:#282A30;}"));
+  CCamDlg dialog(&window);
+  const QComboBox* list = List(dialog);
+  QStyleOptionComboBox option;
+  option.initFrom(list);
+  const QRect arrow =
+      list->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxArrow, list);
+  const QImage image =
+      dialog.grab(QRect(list->pos() + arrow.topLeft(), arrow.size()).adjusted(2, 4, -4, -4))
+          .toImage();
+  int brightest = 0;
+  for (int i = 0; i < image.width() * image.height(); ++i) {
+    brightest =
+        std::max(brightest, Brightness(image.pixelColor(i % image.width(), i / image.width())));
+  }
+  EXPECT_GT(brightest, Brightness(QColor(0x28, 0x2A, 0x30)) + 200);
 }
 
 TEST_F(CamDlgTest, TellsAScreenReaderWhatEverythingIs) {

@@ -98,6 +98,29 @@ TEST_F(FocusRing, GoesWithTheNextPressOfAMouseButton) {
   QTest::mouseRelease(&m_window, Qt::LeftButton);
 }
 
+// It takes what is typed, and its caret alone is easily overlooked.
+TEST_F(FocusRing, AFieldOfOneLineHasItHoweverItCameToTheFocus) {
+  m_edge->setFocus();
+  Settle();
+  EXPECT_EQ(RingPlace(), QRect(0, 167, 400, 33));
+  QTest::mouseClick(m_edge, Qt::LeftButton);
+  Settle();
+  EXPECT_EQ(RingPlace(), QRect(0, 167, 400, 33));
+  m_edge->move(0, 140);
+  Settle();
+  EXPECT_EQ(RingPlace(), QRect(0, 137, 400, 36));
+  // A menu over it is the mouse's.
+  QMenu menu;
+  menu.setActiveAction(menu.addAction(QStringLiteral("a")));
+  menu.popup(QPoint(60, 60));
+  Settle();
+  EXPECT_EQ(RingIn(menu), nullptr);
+  menu.close();
+  m_first->setFocus();
+  Settle();
+  EXPECT_EQ(Ring(), nullptr);
+}
+
 TEST_F(FocusRing, LetsTheMouseThroughAndTakesNoFocus) {
   m_first->setFocus();
   Press(Qt::Key_Tab);

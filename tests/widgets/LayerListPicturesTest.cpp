@@ -17,7 +17,6 @@ namespace {
 using DialogPictures = support::DialogPictures;
 
 constexpr QSize kListSize(290, 540);
-constexpr QSize kRowSize(280, 40);
 // Rows of the list below, from the top.
 enum Row { kHiddenText, kText, kHiddenOther, kOther, kLongName };
 
@@ -36,11 +35,11 @@ class LayerPictures {
     m_list.setFixedSize(kListSize);
     m_list.setWindowFlag(Qt::FramelessWindowHint);
     m_list.AddRow(true, QStringLiteral("A name that is far too long for the row of its layer"),
-                  kRowSize, widgets::kOtherLayer);
-    m_list.AddRow(true, QStringLiteral("全屏桌面"), kRowSize, widgets::kOtherLayer);
-    m_list.AddRow(false, QStringLiteral("摄像头"), kRowSize, widgets::kOtherLayer);
-    m_list.AddRow(true, QStringLiteral("文本 text"), kRowSize, widgets::kTextLayer);
-    m_list.AddRow(false, QStringLiteral("欢迎"), kRowSize, widgets::kTextLayer);
+                  widgets::kRowSize, widgets::kOtherLayer);
+    m_list.AddRow(true, QStringLiteral("全屏桌面"), widgets::kRowSize, widgets::kOtherLayer);
+    m_list.AddRow(false, QStringLiteral("摄像头"), widgets::kRowSize, widgets::kOtherLayer);
+    m_list.AddRow(true, QStringLiteral("文本 text"), widgets::kRowSize, widgets::kTextLayer);
+    m_list.AddRow(false, QStringLiteral("欢迎"), widgets::kRowSize, widgets::kTextLayer);
   }
   ~LayerPictures() { QCursor::setPos(960, 540); }
 

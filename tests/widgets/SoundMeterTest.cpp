@@ -197,9 +197,11 @@ TEST(SoundMeter, ADeviceThatDidNotOpenStandsOutAndOneThatIsNotThereDoesNot) {
   EXPECT_FALSE(FigureStandsOut(&meter, 1)) << "it is there after all";
 }
 
-TEST(SoundMeter, SilenceStandsOut) {
+TEST(SoundMeter, SilenceStandsOutWhenItIsNoPauseOfASpeechAnyMore) {
   SoundMeter meter;
-  meter.SetRow(SoundMeter::kSystemSound, Pass({}, {}, 4));
+  meter.SetRow(SoundMeter::kSystemSound, Pass({}, {}, 14));
+  EXPECT_FALSE(FigureStandsOut(&meter, 0));
+  meter.SetRow(SoundMeter::kSystemSound, Pass({}, {}, 16));
   EXPECT_TRUE(FigureStandsOut(&meter, 0));
 }
 

@@ -2,9 +2,11 @@
 
 #include <QCoreApplication>
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 #include <QApplication>
+#include <QDialog>
 #include <QFrame>
 #include <QImage>
 #include <QImageReader>
@@ -100,6 +102,29 @@ void Send(QWidget* widget, QEvent::Type type, QPoint at, QPoint global,
           Qt::MouseButton button = Qt::LeftButton) {
   QMouseEvent event(type, at, global, button, button, Qt::NoModifier);
   QApplication::sendEvent(widget, &event);
+}
+
+// A dialog that is made anew for each use has a shadow at its first use alone.
+TEST(ShadowOnce, TheFirstDialogGetsItAndNoLaterOne) {
+  QObject owner;
+  CustomShadowEffect* shadow = nullptr;
+  auto first = std::make_unique<QDialog>();
+  ShadowOnce(first.get(), &shadow, &owner);
+  ASSERT_NE(shadow, nullptr);
+  EXPECT_EQ(first->graphicsEffect(), shadow);
+  EXPECT_TRUE(first->autoFillBackground());
+  EXPECT_EQ(shadow->blurRadius, 20);
+  EXPECT_EQ(shadow->distance, 2);
+  EXPECT_EQ(shadow->color, QColor(0, 0, 0, 80));
+  const CustomShadowEffect* const given = shadow;
+  ShadowOnce(first.get(), &shadow, &owner);
+  EXPECT_EQ(first->graphicsEffect(), given);
+  first.reset();
+  QDialog second;
+  ShadowOnce(&second, &shadow, &owner);
+  EXPECT_EQ(second.graphicsEffect(), nullptr);
+  EXPECT_FALSE(second.autoFillBackground());
+  EXPECT_EQ(shadow, given);
 }
 
 }  // namespace

@@ -60,3 +60,10 @@ void ApplyDialogShadow(QWidget* dialog, CustomShadowEffect* effect) {
   dialog->setAutoFillBackground(true);
   dialog->setGraphicsEffect(effect);
 }
+
+void ShadowOnce(QWidget* dialog, CustomShadowEffect** effect, QObject* owner) {
+  if (*effect == nullptr) {
+    *effect = new CustomShadowEffect(owner);
+    ApplyDialogShadow(dialog, *effect);
+  }
+}

@@ -41,4 +41,9 @@ class CustomShadowEffect : public QGraphicsEffect {
 // dialog fills its own background. The dialog owns the effect from here on.
 void ApplyDialogShadow(QWidget* dialog, CustomShadowEffect* effect);
 
+// The same for the first dialog of several that come here with one pointer. The effect goes with
+// that dialog and the pointer stays set, dangling: it only tells that the one shadow has been
+// given.
+void ShadowOnce(QWidget* dialog, CustomShadowEffect** effect, QObject* owner);
+
 #endif

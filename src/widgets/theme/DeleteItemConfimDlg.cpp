@@ -5,10 +5,9 @@
 #include <QPushButton>
 
 #include "widgets/theme/Frameless.h"
+#include "widgets/theme/LayerKind.h"
 
 namespace {
-
-constexpr int kTextLayer = 0;
 
 QFont BoldFont(int points) {
   return QFont(QStringLiteral("黑体"), points, QFont::Bold);
@@ -25,10 +24,7 @@ DeleteItemConfimDlg::DeleteItemConfimDlg(int kind, QWidget* parent)
   setObjectName(QStringLiteral("DeleteItemConfimDlg"));
   resize(183, 114);
   KeepSize(this);
-  setAttribute(Qt::WA_TranslucentBackground);
-  // Its end is not the program's, also while no other window is shown.
-  setAttribute(Qt::WA_QuitOnClose, false);
-  setWindowFlags(windowFlags() | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+  PrepareFrameless(this, Qt::WindowStaysOnTopHint);
 
   frame->setObjectName(QStringLiteral("frame"));
   frame->setGeometry(0, 0, 180, 110);
@@ -42,8 +38,8 @@ DeleteItemConfimDlg::DeleteItemConfimDlg(int kind, QWidget* parent)
   titleLabel->setFont(BoldFont(11));
   titleLabel->setAutoFillBackground(true);
   titleLabel->setStyleSheet(QStringLiteral("color:#B4BECC"));
-  titleLabel->setText(kind != kTextLayer ? QStringLiteral("确认删除该图层")
-                                         : QStringLiteral("确认删除该窗口"));
+  titleLabel->setText(kind != widgets::kTextLayer ? QStringLiteral("确认删除该图层")
+                                                  : QStringLiteral("确认删除该窗口"));
 
   connect(deleteBtn, &QPushButton::clicked, this, &DeleteItemConfimDlg::deleteOk);
   connect(cancelBtn, &QPushButton::clicked, this, &DeleteItemConfimDlg::close);

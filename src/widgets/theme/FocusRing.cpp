@@ -2,16 +2,18 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMenu>
 #include <QPainter>
 #include <QTimer>
 #include <QVariant>
 
+#include "widgets/theme/Palette.h"
+
 namespace theme {
 
 namespace {
 
-const QColor kAccent(0x20, 0xA0, 0xFF);
 constexpr int kDistance = 3;  // from the control to the ring's outer edge
 constexpr int kWidth = 2;
 constexpr int kRadius = 4;
@@ -77,7 +79,7 @@ bool FocusRing::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::Resize:
     case QEvent::Show:
     case QEvent::Hide:
-      if (m_byKeyboard && Concerns(watched)) {
+      if (IsShown() && Concerns(watched)) {
         UpdateSoon();
       }
       break;
@@ -85,6 +87,11 @@ bool FocusRing::eventFilter(QObject* watched, QEvent* event) {
       break;
   }
   return false;
+}
+
+bool FocusRing::IsShown() const {
+  return m_byKeyboard || (QApplication::activePopupWidget() == nullptr &&
+                          qobject_cast<QLineEdit*>(QApplication::focusWidget()) != nullptr);
 }
 
 bool FocusRing::Concerns(const QObject* watched) const {
@@ -126,7 +133,7 @@ QWidget* FocusRing::Target(QRect* place) {
 void FocusRing::Update() {
   m_updateDue = false;
   QRect place;
-  m_target = m_byKeyboard ? Target(&place) : nullptr;
+  m_target = IsShown() ? Target(&place) : nullptr;
   if (m_target.isNull()) {
     delete m_ring;
     return;

@@ -3,7 +3,8 @@
 //
 // The ring appears with the first key that moves the focus (Tab, an arrow), follows the focus
 // through all windows and menus, and goes with the next press of a mouse button: who works with the
-// mouse never sees it.
+// mouse never sees it, but around a field of one line, which takes what is typed however it came to
+// the focus and whose caret alone is easily overlooked.
 //
 // Flow: one object filters the application's events. The ring is a child of the window that has the
 // focus, above its other children; it takes no mouse event, no focus, and no place in a layout.
@@ -52,6 +53,8 @@ class FocusRing : public QObject {
   bool Concerns(const QObject* watched) const;
   void UpdateSoon();
   void Update();
+
+  bool IsShown() const;
 
   bool m_byKeyboard = false;
   bool m_updateDue = false;

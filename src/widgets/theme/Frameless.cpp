@@ -1,22 +1,28 @@
 #include "widgets/theme/Frameless.h"
 
+#include <QDialog>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QWidget>
+
+#include "widgets/theme/Palette.h"
 
 namespace {
 
-constexpr int kMargin = 5;
-constexpr int kTitleHeight = 40;
+constexpr int kMargin = kFramelessMargin;
 constexpr int kRadius = 15;
-const QColor kBackground(0x28, 0x2A, 0x30);
 
 }  // namespace
+
+void PrepareFrameless(QDialog* dialog, Qt::WindowFlags more) {
+  dialog->setAttribute(Qt::WA_TranslucentBackground);
+  dialog->setAttribute(Qt::WA_QuitOnClose, false);
+  dialog->setWindowFlags(dialog->windowFlags() | Qt::FramelessWindowHint | more);
+}
 
 void PaintFramelessBody(QWidget* dialog) {
   QPainter painter(dialog);
   painter.setRenderHint(QPainter::Antialiasing);
-  painter.setBrush(QBrush(kBackground));
+  painter.setBrush(QBrush(theme::kBackground));
   painter.setPen(Qt::transparent);
   const QRect body = dialog->rect().adjusted(kMargin, kMargin, -kMargin, -kMargin);
   painter.drawRoundedRect(body, kRadius, kRadius, Qt::AbsoluteSize);
@@ -36,7 +42,7 @@ void FramelessDrag::Press(const QWidget* dialog, QMouseEvent* event) {
     event->ignore();
     return;
   }
-  if (event->y() < kTitleHeight) {
+  if (event->y() < kFramelessTitle) {
     dragging = true;
     dragStart = event->globalPos();
   }

@@ -9,9 +9,21 @@
 #define ORVANE_WIDGETS_THEME_FRAMELESS_H
 
 #include <QPoint>
+#include <Qt>
 
+class QDialog;
 class QMouseEvent;
 class QWidget;
+
+// The margin around a window in which a press starts nothing, and the height of the area by which
+// it is moved; the main window has the same.
+constexpr int kFramelessMargin = 5;
+constexpr int kFramelessTitle = 40;
+
+// Makes the dialog a frameless one with round corners, whose end is not that of the program, also
+// while no other window is shown. Before any native handle is taken: a change of the flags makes
+// those anew.
+void PrepareFrameless(QDialog* dialog, Qt::WindowFlags more = {});
 
 // Paints the dialog's body: its rectangle less 5 pixels on every side, corners of radius 15, in the
 // background colour. The margin stays transparent, for the shadow.

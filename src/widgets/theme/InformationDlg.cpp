@@ -12,11 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t kCallersText = 0;
-constexpr std::uint32_t kNoNetwork = 1;
-constexpr std::uint32_t kUpdate = 2;
-constexpr std::uint32_t kLiving = 3;
-constexpr std::uint32_t kLastKind = kLiving;
+constexpr std::uint32_t kLastKind = InformationDlg::kLiving;
 
 // One line, and for a text that is longer the room between the title and the button.
 constexpr QRect kTextPlace(10, 136, 460, 28);
@@ -24,11 +20,11 @@ constexpr QRect kLongTextPlace(30, 60, 420, 180);
 
 QString TextOf(std::uint32_t kind, const QString& callersText) {
   switch (kind) {
-    case kCallersText:
+    case InformationDlg::kText:
       return callersText;
-    case kNoNetwork:
+    case InformationDlg::kNoNetwork:
       return QStringLiteral("网络不通畅，请检查网络连接");
-    case kLiving:
+    case InformationDlg::kLiving:
       return QStringLiteral("正在直播过程中，请先停止直播");
     default:
       return QString();
@@ -37,12 +33,12 @@ QString TextOf(std::uint32_t kind, const QString& callersText) {
 
 QString OkTextOf(std::uint32_t kind) {
   switch (kind) {
-    case kCallersText:
-    case kLiving:
+    case InformationDlg::kText:
+    case InformationDlg::kLiving:
       return QStringLiteral("我知道了");
-    case kNoNetwork:
+    case InformationDlg::kNoNetwork:
       return QStringLiteral("好的");
-    case kUpdate:
+    case InformationDlg::kUpdate:
       return QStringLiteral("立即更新");
     default:
       return QString();
@@ -62,10 +58,7 @@ InformationDlg::InformationDlg(std::uint32_t kind, const QString& text, QWidget*
     : QDialog(parent) {
   ui.setupUi(this);
   KeepSize(this);
-  setAttribute(Qt::WA_TranslucentBackground);
-  // Its end is not the program's, also while no other window is shown.
-  setAttribute(Qt::WA_QuitOnClose, false);
-  setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+  PrepareFrameless(this);
   setStyleSheet(
       QStringLiteral("QLabel{color:#B4BECC;}QDialog{background:#282A30;}"
                      "QTextEdit{background:#282A30;color:#B4BECC;}"));

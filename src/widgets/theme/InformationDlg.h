@@ -1,9 +1,5 @@
-// The one notice dialog of the program, in four kinds:
-//   0  a text of the caller's           "我知道了"
-//   1  the network does not answer      "好的"
-//   2  news of an update                "立即更新", "稍后提示"
-//   3  a broadcast is running           "我知道了"
-// Only kind 0 shows the caller's text. Any other kind has no title, no text and one button.
+// The one notice dialog of the program, in four kinds. Only kText shows the caller's text. A number
+// that is none of them has no title, no text and one button.
 //
 // Ownership: made on the stack, run with exec, gone on return. No caller looks at the result.
 // Threads: user interface thread only.
@@ -23,6 +19,13 @@ class InformationDlg : public QDialog {
   Q_OBJECT
 
  public:
+  enum Kind : std::uint32_t {
+    kText,       // a text of the caller's           "我知道了"
+    kNoNetwork,  // the network does not answer      "好的"
+    kUpdate,     // news of an update                "立即更新", "稍后提示"
+    kLiving,     // a broadcast is running           "我知道了"
+  };
+
   InformationDlg(std::uint32_t kind, const QString& text, QWidget* parent = nullptr);
 
  public slots:
@@ -38,10 +41,10 @@ class InformationDlg : public QDialog {
 
   Ui::InformationDlg ui;
   QLabel* titleLabel = nullptr;
-  QLabel* textLabel = nullptr;    // not in kind 2
-  QTextEdit* textEdit = nullptr;  // kind 2 only
+  QLabel* textLabel = nullptr;    // not of an update
+  QTextEdit* textEdit = nullptr;  // of an update
   QPushButton* okButton = nullptr;
-  QPushButton* laterButton = nullptr;  // kind 2 only
+  QPushButton* laterButton = nullptr;  // of an update
 };
 
 #endif

@@ -12,6 +12,7 @@
 #include <QtGlobal>
 
 #include "widgets/theme/FocusRing.h"
+#include "widgets/theme/Palette.h"
 
 // At file scope, as the macro demands: it names a function of the generated resource code, which
 // the linker would otherwise leave out of a static library.
@@ -24,14 +25,12 @@ namespace {
 // Dark as the windows are: a tip takes the letters' colour of the widget that it belongs to, and
 // those are made for a dark ground.
 void DarkenTips() {
-  const QColor ground(0x32, 0x35, 0x3C);
-  const QColor letters(0xB4, 0xBE, 0xCC);
   QPalette palette = QToolTip::palette();
   for (const auto role : {QPalette::ToolTipBase, QPalette::Window, QPalette::Base}) {
-    palette.setColor(role, ground);
+    palette.setColor(role, theme::kTipBackground);
   }
   for (const auto role : {QPalette::ToolTipText, QPalette::WindowText, QPalette::Text}) {
-    palette.setColor(role, letters);
+    palette.setColor(role, theme::kText);
   }
   QToolTip::setPalette(palette);
 }
