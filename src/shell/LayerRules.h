@@ -22,11 +22,6 @@ int PositionOfRow(int rows, int row);
 bool SceneIsFull(int rows);
 QString SceneIsFullText();
 
-// The kinds of row: a text, and all others.
-inline constexpr int kTextRow = 0;
-inline constexpr int kPictureRow = 1;
-inline constexpr QSize kRowSize(280, 40);
-
 // Names of the rows whose source brings none.
 QString DeskName();
 QString CameraName();

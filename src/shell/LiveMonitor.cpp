@@ -40,7 +40,8 @@ CaptureSort SortOf(const CInputDev& device) {
 
 void NoteCapture(int place, const CInputDev* device, std::vector<CaptureSight>* captures) {
   if (device != nullptr) {
-    captures->push_back({place, SortOf(*device), device->DeviceName(), device->Delivered()});
+    captures->push_back(
+        {place, SortOf(*device), device->DeviceName(), device->Delivered(), device->HasOpened()});
   }
 }
 
@@ -122,12 +123,15 @@ void LiveMonitor::Show(const StreamHealth& health) {
     m_shownLight = health.light;
     m_label->setStyleSheet(
         QStringLiteral("#streamState{color:%1;font-family:黑体;font-size:13px;padding-left:12px;}")
-            .arg(QLatin1String(LightColour(health.light))));
+            .arg(LightColour(health.light)));
   }
   m_label->ensurePolished();
   const int room = m_label->contentsRect().width();
   m_label->setText(m_label->fontMetrics().elidedText(health.words, Qt::ElideRight, room));
-  m_label->setAccessibleName(health.words);
+  // Each setting is announced, also of what it was.
+  if (m_label->accessibleName() != health.state) {
+    m_label->setAccessibleName(health.state);
+  }
   // Device names and the library's words may look like markup.
   m_label->setToolTip(Qt::convertFromPlainText(health.words + QLatin1Char('\n') + health.details,
                                                Qt::WhiteSpaceNormal));

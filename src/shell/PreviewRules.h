@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "output/RenderRules.h"
+#include "widgets/theme/Frameless.h"
 
 namespace shell {
 
@@ -26,9 +27,9 @@ using output::Extent;
 using output::Rect;
 
 // Window pixels at the left, top and right edge in which a left press does nothing.
-constexpr int kEdge = 5;
+constexpr int kEdge = kFramelessMargin;
 // Height of the title area, by which the window is dragged, in window pixels.
-constexpr int kTitleHeight = 40;
+constexpr int kTitleHeight = kFramelessTitle;
 // How far from a corner of the selected layer a press still grabs it, in preview pixels and in each
 // axis.
 constexpr int kGrip = 19;

@@ -12,6 +12,7 @@ StreamHealth WithRefusal(StreamHealth health, const std::optional<QString>& mess
   if (health.light == StreamLight::kGreen) {
     health.light = StreamLight::kAmber;
     health.words = words;
+    health.state = words;
   }
   health.details += QLatin1Char('\n') + words;
   return health;

@@ -5,12 +5,14 @@
 #include <cerrno>
 #include <cstdint>
 #include <utility>
+#include <vector>
 
 extern "C" {
 #include <libavutil/error.h>
 }
 
 #include "output/Effort.h"
+#include "widgets/theme/Palette.h"
 
 namespace shell {
 
@@ -89,7 +91,31 @@ QString StateWords(PublishState state) {
   return QString();
 }
 
+// What is said of the stream, and the figure behind it, with what stands between the two.
+struct Phrase {
+  QString name;
+  QString figure;
+};
+using Phrases = std::vector<Phrase>;
+
+QString FailureWords(const CaptureSight& capture) {
+  switch (capture.sort) {
+    case CaptureSort::kDesktop:
+      return QStringLiteral("桌面打开失败");
+    case CaptureSort::kCamera:
+      return QStringLiteral("摄像头“%1”打开失败").arg(QString::fromStdString(capture.device));
+    case CaptureSort::kSystemSound:
+      return QStringLiteral("系统声音打开失败");
+    case CaptureSort::kMicrophone:
+      return QStringLiteral("麦克风打开失败");
+  }
+  return QString();
+}
+
 QString CaptureWords(const CaptureSight& capture) {
+  if (!capture.opened) {
+    return FailureWords(capture);
+  }
   switch (capture.sort) {
     case CaptureSort::kDesktop:
       return QStringLiteral("桌面画面停止");
@@ -174,33 +200,34 @@ QString StandstillWords(const StreamHistory& history) {
       .arg(missing.isEmpty() ? QStringLiteral("服务器不接收数据") : missing);
 }
 
+Phrase RetryWords(const EncoderStatistics& encoder) {
+  const QString what =
+      encoder.connections > 0 ? QStringLiteral("推流中断：") : QStringLiteral("未推流：");
+  return {what + CauseWords(encoder.status),
+          QStringLiteral("，第 %1 次重试").arg(encoder.status.tries)};
+}
+
 // Why nothing reaches the server; empty when something does, or may be about to.
-QString DownWords(const StreamHistory& history) {
+Phrase DownWords(const StreamHistory& history) {
   const PublishStatus& status = history.back().encoder.status;
   switch (status.state) {
     case PublishState::kStopped:
-      return QStringLiteral("编码器未能启动");
+      return {QStringLiteral("编码器未能启动"), {}};
     case PublishState::kEnded:
-      return QStringLiteral("推流已终止：%1").arg(CauseWords(status));
+      return {QStringLiteral("推流已终止：%1").arg(CauseWords(status)), {}};
     case PublishState::kWaiting:
-      return WaitingWords(history);
+      return {WaitingWords(history), {}};
     case PublishState::kConnecting:
       if (status.tries == 0 && HasLasted(history, PublishState::kConnecting)) {
-        return QStringLiteral("未推流：服务器没有应答");
+        return {QStringLiteral("未推流：服务器没有应答"), {}};
       }
       [[fallthrough]];
     case PublishState::kRetrying:
-      return status.tries > 0
-                 ? QStringLiteral("%1：%2，第 %3 次重试")
-                       .arg(history.back().encoder.connections > 0 ? QStringLiteral("推流中断")
-                                                                   : QStringLiteral("未推流"))
-                       .arg(CauseWords(status))
-                       .arg(status.tries)
-                 : QString();
+      return status.tries > 0 ? RetryWords(history.back().encoder) : Phrase();
     case PublishState::kPublishing:
-      return StandstillWords(history);
+      return {StandstillWords(history), {}};
   }
-  return QString();
+  return {};
 }
 
 QString Seconds(std::int64_t ms) {
@@ -215,26 +242,40 @@ QString RateWords(const StreamHistory& history) {
 }
 
 // What deserves attention while it runs.
-QStringList TroubleWords(const StreamHistory& history) {
+Phrases TroubleWords(const StreamHistory& history) {
   const EncoderStatistics& encoder = history.back().encoder;
-  QStringList words;
+  Phrases words;
   if (encoder.queuedMs > kLongDelayMs) {
-    words.append(QStringLiteral("延迟 %1 秒").arg(Seconds(encoder.queuedMs)));
+    words.push_back(
+        {QStringLiteral("延迟"), QStringLiteral(" %1 秒").arg(Seconds(encoder.queuedMs))});
   }
   // Which of the two is too slow for the stream, machine or network.
   const EncoderStatistics& before = history.front().encoder;
   const std::uint64_t unencoded = encoder.videoFramesDropped - before.videoFramesDropped;
   if (unencoded > 0) {
-    words.append(QStringLiteral("编码丢帧 %1").arg(unencoded));
+    words.push_back({QStringLiteral("编码丢帧"), QStringLiteral(" %1").arg(unencoded)});
   }
   if (encoder.effort > 0) {
-    words.append(QStringLiteral("画质已自动降低"));
+    words.push_back({QStringLiteral("画质已自动降低"), {}});
   }
   const std::uint64_t unsent = encoder.videoPacketsDropped - before.videoPacketsDropped;
   if (unsent > 0) {
-    words.append(QStringLiteral("网络丢帧 %1").arg(unsent));
+    words.push_back({QStringLiteral("网络丢帧"), QStringLiteral(" %1").arg(unsent)});
   }
   return words;
+}
+
+void Put(const Phrases& words, StreamHealth* health) {
+  QStringList line;
+  QStringList state;
+  for (const Phrase& phrase : words) {
+    line << phrase.name + phrase.figure;
+    if (!phrase.name.isEmpty()) {
+      state << phrase.name;
+    }
+  }
+  health->words = line.join(QStringLiteral("  "));
+  health->state = state.join(QStringLiteral("  "));
 }
 
 QString NamedWords(const QStringList& stopped) {
@@ -294,43 +335,45 @@ void AddSight(StreamHistory* history, StreamSight sight) {
 
 StreamHealth JudgeStream(const StreamHistory& history) {
   const QStringList stopped = StoppedCaptures(history);
-  const QString down = DownWords(history);
+  const Phrase down = DownWords(history);
+  const bool publishes = history.back().encoder.status.state == PublishState::kPublishing;
   StreamHealth health;
   health.details = Details(history, stopped);
-  QStringList words;
-  if (!down.isEmpty()) {
+  Phrases words;
+  if (!down.name.isEmpty()) {
     health.light = StreamLight::kRed;
-    words << down;
-  } else if (history.back().encoder.status.state == PublishState::kPublishing) {
-    const QStringList trouble = TroubleWords(history);
-    const bool well = trouble.isEmpty() && stopped.isEmpty();
+    words = {down};
+  } else if (publishes) {
+    words = TroubleWords(history);
+    const bool well = words.empty() && stopped.isEmpty();
     health.light = well ? StreamLight::kGreen : StreamLight::kAmber;
-    words << (well ? QStringList(QStringLiteral("直播正常")) : trouble);
+    if (well) {
+      words = {{QStringLiteral("直播正常"), {}}};
+    }
   } else {
     health.light = StreamLight::kAmber;
-    words << QStringLiteral("正在连接…");
+    words = {{QStringLiteral("正在连接…"), {}}};
   }
   if (!stopped.isEmpty()) {
-    words << NamedWords(stopped);
+    words.push_back({NamedWords(stopped), {}});
   }
-  if (down.isEmpty() && history.back().encoder.status.state == PublishState::kPublishing &&
-      history.size() > 1) {
-    words << RateWords(history);
+  if (down.name.isEmpty() && publishes && history.size() > 1) {
+    words.push_back({{}, RateWords(history)});
   }
-  health.words = words.join(QStringLiteral("  "));
+  Put(words, &health);
   return health;
 }
 
-const char* LightColour(StreamLight light) {
+QString LightColour(StreamLight light) {
   switch (light) {
     case StreamLight::kGreen:
-      return "#13CE66";
+      return theme::kGood.name().toUpper();
     case StreamLight::kAmber:
-      return "#F7BA2A";
+      return theme::kWarning.name().toUpper();
     case StreamLight::kRed:
-      return "#FF4949";
+      return theme::kAlarm.name().toUpper();
   }
-  return "";
+  return QString();
 }
 
 int KilobitsPerSecond(const StreamSight& from, const StreamSight& to) {

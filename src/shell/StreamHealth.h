@@ -7,8 +7,9 @@
 //   amber   it runs, but pictures or packets were dropped in the last kRecentMs, or the delay
 //           grows, or a capture has stopped; or the first connection is still being made
 //   red     nothing reaches the server, with the cause
-// A capture has stopped when its count has not moved for kStillMs. What counts is told at
-// CInputDev: of a desktop this is an answer of the X server, whatever moves on it.
+// A capture has stopped when its count has not moved for kStillMs; one that never opened is said to
+// have failed. What counts is told at CInputDev: of a desktop this is an answer of the X server,
+// whatever moves on it.
 //
 // Pure: everything comes from the history, time included. A gap of over kStillMs between two sights
 // is a suspended machine or a blocked window, in which nobody looked: the history begins anew.
@@ -32,6 +33,7 @@ struct CaptureSight {
   CaptureSort sort = CaptureSort::kDesktop;
   std::string device;           // its name in the catalogue
   std::uint64_t delivered = 0;  // pictures or blocks of sound so far
+  bool opened = true;           // its device, at any time so far
 };
 
 struct StreamSight {
@@ -49,6 +51,7 @@ struct StreamHealth {
   StreamLight light = StreamLight::kAmber;
   QString words;    // one line
   QString details;  // the whole snapshot, several lines; plain text
+  QString state;    // the words without the figures, which change each second: for screen readers
 };
 
 inline constexpr std::int64_t kRecentMs = 5000;  // what "the last seconds" are
@@ -63,7 +66,7 @@ void AddSight(StreamHistory* history, StreamSight sight);
 StreamHealth JudgeStream(const StreamHistory& history);
 
 // The colour as style sheets write it.
-const char* LightColour(StreamLight light);
+QString LightColour(StreamLight light);
 
 // What was sent between two sights, in kilobits a second of payload.
 int KilobitsPerSecond(const StreamSight& from, const StreamSight& to);

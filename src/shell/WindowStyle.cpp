@@ -35,6 +35,7 @@ void StyleAddButtons(const Ui::orvaneClass& ui) {
   // Their captions stand right below.
   ui.m_AddWinBtn->setProperty(theme::FocusRing::kDistanceProperty, 0);
   ui.m_AddTuC->setProperty(theme::FocusRing::kDistanceProperty, 0);
+  ui.m_reselectBtn->setProperty(theme::FocusRing::kDistanceProperty, 0);  // behind the title
   for (QLabel* label : {ui.m_AddWinLable, ui.m_AddTuCLabel}) {
     label->setStyleSheet(QStringLiteral("QLabel{color:#B4BECC;font:12px bold 宋体}"));
   }
@@ -76,6 +77,10 @@ void StyleMenu(QMenu* menu, int itemPadding) {
           "QMenu::item{margin:5px;padding:2px %1px 2px %1px;border:1px solid "
           "transparent;color:#B4BECC;}QMenu::separator{height:0px;}")
           .arg(itemPadding));
+}
+
+QPoint CentrePlace(const QRect& available, const QSize& window) {
+  return {available.width() / 2 - window.width() / 2, available.height() / 2 - window.height() / 2};
 }
 
 }  // namespace shell

@@ -1,4 +1,4 @@
-// The style sheets of the main window and its two menus.
+// The style sheets of the main window and its two menus, and where the window opens.
 //
 // They are the theme of the whole program, letter for letter; what is beside them (the ring around
 // the control that has the keyboard) is painted apart.
@@ -8,6 +8,9 @@
 #ifndef ORVANE_SHELL_WINDOWSTYLE_H
 #define ORVANE_SHELL_WINDOWSTYLE_H
 
+#include <QPoint>
+#include <QRect>
+#include <QSize>
 #include <QString>
 
 class QMenu;
@@ -31,6 +34,10 @@ void StyleWindow(QWidget* window, const Ui::orvaneClass& ui);
 
 // Frameless and translucent too: the menu's picture has round corners.
 void StyleMenu(QMenu* menu, int itemPadding);
+
+// Where a window of that size opens: in the middle of the screen's available part, whose own corner
+// is not counted.
+QPoint CentrePlace(const QRect& available, const QSize& window);
 
 }  // namespace shell
 

@@ -21,7 +21,7 @@ void orvane::InitGraph() {
   m_catalogue->RefreshDevices();
   shell::StartMonitorMix(FixedNodes());
   shell::StartRender(FixedNodes(), [] {
-    QSize size(960, 540);
+    QSize size(shell::kNormalPreview.width, shell::kNormalPreview.height);
     emit CEvent::instance()->renderSize(size);
   });
   connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });

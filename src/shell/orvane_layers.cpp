@@ -17,6 +17,7 @@
 #include "widgets/ActivitiesWndDlg.h"
 #include "widgets/CAddTextDlg.h"
 #include "widgets/CCamDlg.h"
+#include "widgets/ItemData.h"
 #include "widgets/theme/CustomShadowEffect.h"
 #include "widgets/theme/DeleteItemConfimDlg.h"
 #include "widgets/theme/InformationDlg.h"
@@ -24,16 +25,6 @@
 namespace {
 
 constexpr int kRgb24 = 2;  // AV_PIX_FMT_RGB24, what the renderer stacks
-constexpr std::uint32_t kTextNotice = 0;
-
-// Shadows the first dialog that comes here with that pointer. The effect goes with its dialog and
-// the pointer stays set, so that no later dialog has one.
-void ShadowFirst(QWidget* dialog, CustomShadowEffect** effect, QWidget* window) {
-  if (*effect == nullptr) {
-    *effect = new CustomShadowEffect(window);
-    ApplyDialogShadow(dialog, *effect);
-  }
-}
 
 CInputDev* NewCamera(const std::string& device) {
   return new CInputDev(false, device, 0, 0, kRgb24);
@@ -63,12 +54,12 @@ bool orvane::MayAddLayer() {
   if (!shell::SceneIsFull(ui.m_tabLayer->RowCount())) {
     return true;
   }
-  InformationDlg(kTextNotice, shell::SceneIsFullText(), this).exec();
+  InformationDlg(InformationDlg::kText, shell::SceneIsFullText(), this).exec();
   return false;
 }
 
 void orvane::ListLayer(int slot, CSrcInterface* node, const QString& text, int kind) {
-  ui.m_tabLayer->AddRow(true, text, shell::kRowSize, kind);
+  ui.m_tabLayer->AddRow(true, text, widgets::kRowSize, kind);
   m_slots.Keep(slot, node);
   ShowFailures();
 }
@@ -84,7 +75,7 @@ void orvane::AddSource(CSrcInterface* node, const QString& name, Corner corner) 
   }
   // A source that does not open tells the log; its layer is listed and stays empty.
   node->Start();
-  ListLayer(slot, node, name, shell::kPictureRow);
+  ListLayer(slot, node, name, widgets::kOtherLayer);
 }
 
 // A film without sound is refused by the node that plays sound and picture together: another one,
@@ -108,7 +99,7 @@ void orvane::AddFilm(const std::string& path) {
       node->Start();
     }
   }
-  ListLayer(slot, node, shell::FileName(), shell::kPictureRow);
+  ListLayer(slot, node, shell::FileName(), widgets::kOtherLayer);
 }
 
 // Most sources open before they are listed. A window is looked at by its worker, a little later.
@@ -135,7 +126,7 @@ void orvane::SlotAddCamera() {
   if (MayAddLayer()) {
     delete m_camDlg;
     m_camDlg = new CCamDlg(this);
-    ShadowFirst(m_camDlg, &m_camShadow, this);
+    ShadowOnce(m_camDlg, &m_camShadow, this);
     if (m_camDlg->exec() == QDialog::Accepted && !m_camDlg->DeviceName().empty()) {
       AddSource(NewCamera(m_camDlg->DeviceName()), shell::CameraName());
     }
@@ -147,7 +138,7 @@ void orvane::SlotAddWindow() {
   if (MayAddLayer()) {
     delete m_wndDlg;
     m_wndDlg = new ActivitiesWndDlg(this);
-    ShadowFirst(m_wndDlg, &m_wndShadow, this);
+    ShadowOnce(m_wndDlg, &m_wndShadow, this);
     if (m_wndDlg->exec() == QDialog::Accepted) {
       AddSource(new CWndCapture(m_wndDlg->selectedWnd), m_wndDlg->selectedTitle);
     }
@@ -158,7 +149,7 @@ void orvane::SlotAddWindow() {
 void orvane::SlotAddText() {
   if (MayAddLayer()) {
     MakeTextDialog();
-    ShadowFirst(m_textDlg, &m_textShadow, this);
+    ShadowOnce(m_textDlg, &m_textShadow, this);
     if (m_textDlg->exec() == QDialog::Accepted && !m_textDlg->text.isEmpty()) {
       AddTextLayer(m_textDlg->text, m_textDlg->color);
     }
@@ -173,7 +164,7 @@ void orvane::AddTextLayer(const QString& text, std::uint32_t color) {
     return;
   }
   m_render->SetLayerText(slot, color, text.toStdString());
-  ListLayer(slot, new CSrcInterface(0, 1), text, shell::kTextRow);
+  ListLayer(slot, new CSrcInterface(0, 1), text, widgets::kTextLayer);
 }
 
 void orvane::SlotAddPic() {

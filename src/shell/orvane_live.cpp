@@ -34,10 +34,7 @@ QString ClockText(const QTime& time) {
 void orvane::SlotChooseBtn() {
   delete m_actDlg;
   m_actDlg = new SelectActivities;
-  if (m_actShadow == nullptr) {
-    m_actShadow = new CustomShadowEffect(this);
-    ApplyDialogShadow(m_actDlg, m_actShadow);
-  }
+  ShadowOnce(m_actDlg, &m_actShadow, this);
   const QPointer<SelectActivities> dialog(m_actDlg);
   const bool accepted = dialog->exec() == QDialog::Accepted;
   if (dialog.isNull()) {
@@ -61,7 +58,10 @@ void orvane::SetActivitySpacer(int width) {
   ui.buttomLayout->invalidate();
 }
 
+// Where the keyboard was on the button that goes, it comes to the one that asks the same question
+// again: never to the live button, which the key that confirmed the choice must not press.
 void orvane::ShowChosen(const QString& title) {
+  const bool hasKeyboard = focusWidget() == ui.m_chooseBtn;
   SetActivitySpacer(0);
   ui.m_chooseBtn->hide();
   QLabel* label = ui.activitiesTitleLabel;
@@ -75,15 +75,22 @@ void orvane::ShowChosen(const QString& title) {
   label->show();
   ui.m_reselectBtn->show();
   ui.m_LiveBtn->show();
+  if (hasKeyboard) {
+    ui.m_reselectBtn->setFocus(Qt::OtherFocusReason);
+  }
 }
 
 void orvane::ShowUnchosen() {
+  const bool hasKeyboard = focusWidget() == ui.m_reselectBtn;
   ui.activitiesTitleLabel->hide();
   ui.m_reselectBtn->hide();
   ui.startTime->hide();
   ui.m_LiveBtn->hide();
   SetActivitySpacer(kSpacerWidth);
   ui.m_chooseBtn->show();
+  if (hasKeyboard) {
+    ui.m_chooseBtn->setFocus(Qt::OtherFocusReason);
+  }
 }
 
 void orvane::RecvStartLiving() {

@@ -12,20 +12,11 @@
 #include "widgets/theme/CustomShadowEffect.h"
 #include "widgets/theme/InformationDlg.h"
 
-namespace {
-
-constexpr std::uint32_t kLivingNotice = 3;
-
-}  // namespace
-
 void orvane::ShowLogin() {
   if (m_loginDlg == nullptr) {
     m_loginDlg = new CLoginDlg;
   }
-  if (m_loginShadow == nullptr) {
-    m_loginShadow = new CustomShadowEffect(this);
-    ApplyDialogShadow(m_loginDlg, m_loginShadow);
-  }
+  ShadowOnce(m_loginDlg, &m_loginShadow, this);
   m_loginDlg->exec();
   m_loginDlg->hide();  // a program that was told to quit leaves it standing
 }
@@ -38,7 +29,7 @@ void orvane::SlotLoginChange() {
   }
   const QScopedValueRollback<bool> changes(m_changesLogin, true);
   if (m_isLiving) {
-    InformationDlg(kLivingNotice, QString()).exec();
+    InformationDlg(InformationDlg::kLiving, QString()).exec();
   }
   m_reports.BeforeLogout();
   int code = 0;

@@ -16,17 +16,14 @@
 #include "widgets/CLoginDlg.h"
 #include "widgets/SelectActivities.h"
 #include "widgets/theme/InformationDlg.h"
+#include "widgets/theme/Palette.h"
 
 namespace {
 
 constexpr int kListWidth = 290;
-constexpr int kListHeight = 540;
 constexpr int kTitleWidth = 200;
 constexpr int kCornerRadius = 10;
 const QSize kWindowSize(1280, 720);
-const QColor kBackground(40, 42, 48, 255);
-
-constexpr std::uint32_t kLivingNotice = 3;
 
 void Fix(QWidget* widget, const QSize& size) {
   widget->setMinimumSize(size);
@@ -74,9 +71,7 @@ void orvane::InitUi() {
   CenterOnScreen();
   ui.m_titleLogo->setText(QStringLiteral("柯维直播助手"));
   ui.m_titleLogo->setMinimumWidth(kTitleWidth);
-  ui.m_tabLayer->setFixedSize(kListWidth, kListHeight);
-  // The renderer draws into the label's own native window: nothing of Qt's may paint over it.
-  ui.m_renderWgt->setAttribute(Qt::WA_OpaquePaintEvent);
+  ui.m_tabLayer->setFixedSize(kListWidth, shell::kNormalPreview.height);
   FillMenus();
   InitStyle();
   ui.activitiesTitleLabel->hide();
@@ -143,7 +138,7 @@ void orvane::ConnectUi() {
 
 void orvane::CenterOnScreen() {
   const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
-  move(available.width() / 2 - width() / 2, available.height() / 2 - height() / 2);
+  move(shell::CentrePlace(available, size()));
 }
 
 void orvane::SlotSetRenderSize(QSize& newSize) {
@@ -162,7 +157,7 @@ void orvane::ConnectSurfaceToRender() {
 
 void orvane::SlotClose() {
   if (m_isLiving) {
-    InformationDlg(kLivingNotice, QString()).exec();
+    InformationDlg(InformationDlg::kLiving, QString()).exec();
     return;
   }
   close();
@@ -184,7 +179,7 @@ void orvane::paintEvent(QPaintEvent* event) {
   shape.fill(Qt::white);
   QPainter painter(&shape);
   painter.setPen(Qt::NoPen);
-  painter.setBrush(kBackground);
+  painter.setBrush(theme::kBackground);
   painter.drawRoundedRect(rect(), kCornerRadius, kCornerRadius);
   painter.end();
   setMask(shape);

@@ -68,7 +68,6 @@ TEST(Rows, AreNamedAfterWhatTheyShow) {
   EXPECT_EQ(CameraName(), QString("摄像头"));
   EXPECT_EQ(PictureName(), QString("图片"));
   EXPECT_EQ(FileName(), QString("视频文件"));
-  EXPECT_EQ(kRowSize, QSize(280, 40));
 }
 
 TEST(LayerRules, TheTipLiesBesideItsRow) {

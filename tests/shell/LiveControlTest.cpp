@@ -76,6 +76,19 @@ TEST_F(LiveControl, ACancelledReselectionLeavesNothingChosen) {
   ExpectUnchosen();
 }
 
+// Never to the live button: the key that confirmed the choice would start the broadcast.
+TEST_F(LiveControl, TheKeyboardStaysWithTheQuestionForTheActivity) {
+  Button("m_chooseBtn")->setFocus();
+  ChooseWith();
+  EXPECT_EQ(m_window->focusWidget(), Button("m_reselectBtn"));
+  Serve(Activity(), {kFine});
+  ASSERT_TRUE(Choose(false, true, 0, "m_reselectBtn"));
+  EXPECT_EQ(m_window->focusWidget(), Button("m_chooseBtn"));
+  Button("m_AddTuC")->setFocus();
+  ChooseWith();
+  EXPECT_EQ(m_window->focusWidget(), Button("m_AddTuC")) << "of whoever uses the mouse";
+}
+
 TEST_F(LiveControl, AReselectionReplacesTheChoice) {
   ChooseWith();
   ListedActivity other = Activity();
@@ -256,7 +269,7 @@ TEST_F(LiveControl, ClosingWhileLiveShowsTheNoticeAndNothingElse) {
   m_window->show();
   Press("m_LiveBtn");
   Press("m_BtnExit");
-  EXPECT_EQ(m_notices.texts.size(), 1);
+  EXPECT_EQ(m_notices.texts, QStringList{QStringLiteral("正在直播过程中，请先停止直播")});
   EXPECT_TRUE(m_window->isVisible());
   ExpectLive();
 }

@@ -21,6 +21,7 @@ using support::ScriptedReply;
 
 const ScriptedReply kFine = JsonReply(R"({"code":0})");
 const ScriptedReply kRefused = JsonReply(R"({"code":-1})");
+const QString kNoNetwork = QStringLiteral("网络不通畅，请检查网络连接");
 
 class LiveLeaving : public LiveControlRig {
  protected:
@@ -69,7 +70,7 @@ TEST_F(LiveLeaving, ABroadcastOutlivesAChangeOfAccountAndEndsWithTheNewToken) {
   hand.start(5);
   emit CEvent::instance()->loginChange();
   EXPECT_TRUE(wasLive);
-  EXPECT_EQ(m_notices.texts.size(), 1);
+  EXPECT_EQ(m_notices.texts, QStringList{QStringLiteral("正在直播过程中，请先停止直播")});
   EXPECT_EQ(Requests("logout"), 1);
   ExpectLive();
   Press("m_LiveBtn");
@@ -101,7 +102,7 @@ TEST_F(LiveLeaving, LeavingWhileLiveEndsTheBroadcastAndTellsTheService) {
   EXPECT_EQ(Requests("host-end"), 1);
 }
 
-TEST_F(LiveLeaving, LeavingDoesNotWaitForAServiceThatIsSilentOrDown) {
+TEST_F(LiveLeaving, LeavingDoesNotWaitForAServiceThatIsSilent) {
   ScriptedReply silent;
   silent.never = true;
   ChooseWith({kFine, silent});
@@ -109,20 +110,32 @@ TEST_F(LiveLeaving, LeavingDoesNotWaitForAServiceThatIsSilentOrDown) {
   m_window->CloseGraph();
   EXPECT_EQ(Requests("host-end"), 1);
   EXPECT_TRUE(m_notices.texts.isEmpty());
+  ExpectNoBroadcastNodes();
+}
+
+TEST_F(LiveLeaving, LeavingAsTheServiceGoesDownSaysNothing) {
+  ScriptedReply cut;
+  cut.cutOff = true;
+  ChooseWith({kFine, cut});
+  Press("m_LiveBtn");
+  m_window->CloseGraph();
+  EXPECT_GE(Requests("host-end"), 1);
+  EXPECT_TRUE(m_notices.texts.isEmpty());
+  ExpectNoBroadcastNodes();
 }
 
 TEST_F(LiveLeaving, AnEndThatTheServiceHasNotHeardOfIsToldOnceMoreOnTheWayOut) {
   ChooseWith({kFine, HalfAReply(), kFine});
   Press("m_LiveBtn");
   Press("m_LiveBtn");
-  EXPECT_EQ(m_notices.texts.size(), 1);
+  EXPECT_EQ(m_notices.texts, QStringList{kNoNetwork});
   EXPECT_EQ(Requests("host-end"), 1);
   m_window->CloseGraph();
   EXPECT_EQ(Requests("host-end"), 2);
   EXPECT_TRUE(Request("host-end").contains("name=\"id\"\r\n\r\n7\r\n"));
   m_window->CloseGraph();
   EXPECT_EQ(Requests("host-end"), 2);
-  EXPECT_EQ(m_notices.texts.size(), 1);
+  EXPECT_EQ(m_notices.texts, QStringList{kNoNetwork});
 }
 
 TEST_F(LiveLeaving, APressWhileLeavingStartsNothing) {

@@ -185,6 +185,18 @@ TEST_F(LiveMonitorTest, SystemSoundThatDidNotOpenIsNotTakenForSilence) {
   EXPECT_FALSE(meter->accessibleDescription().contains("系统声音：无法打开"));
 }
 
+// In the label as in the meter.
+TEST_F(LiveMonitorTest, ADeviceThatNeverOpenedIsNotSaidToBeInterrupted) {
+  m_capture.AddMicrophone("Speakers");
+  Device shut(true, "Speakers");
+  m_layers = {{0, &shut}};
+  m_monitor.Begin(false);
+  for (int second = 0; second < 4; ++second) {
+    Second();
+  }
+  EXPECT_TRUE(Label()->text().endsWith("麦克风打开失败")) << Label()->text().toStdString();
+}
+
 TEST_F(LiveMonitorTest, AfterASuspendedMachineNothingIsSaidOfTheTimeBefore) {
   m_monitor.Begin(false);
   for (int second = 0; second < 5; ++second) {

@@ -31,6 +31,9 @@ constexpr int kVoiceHertz = 3000;
 // Opens the protected member of any node.
 struct Peek : CSrcInterface {
   static int AudioIndex(CSrcInterface* node) { return node->*(&Peek::m_audioIndex); }
+  static std::vector<CSrcInterface*> SoundOutputs(CSrcInterface* node) {
+    return node->*(&Peek::m_audioOutputs);
+  }
   static std::vector<CSrcInterface*> PictureOutputs(CSrcInterface* node) {
     return node->*(&Peek::m_videoOutputs);
   }
@@ -179,16 +182,25 @@ TEST_F(LiveRoad, AMicrophoneThatDoesNotStartIsLeftOut) {
 TEST_F(LiveRoad, SystemSoundThatDoesNotStartChangesNothing) {
   m_systemSound->SetBusy(true);
   shell::StartLive(Nodes(), m_settings, &m_render);
-  EXPECT_NE(m_loopback, nullptr);
-  EXPECT_NE(m_encoder, nullptr);
+  EXPECT_FALSE(m_systemSound->IsOpen());
+  EXPECT_EQ(Peek::SoundOutputs(m_loopback), std::vector<CSrcInterface*>{m_mixOut});
+  EXPECT_EQ(Peek::SoundOutputs(m_mic), std::vector<CSrcInterface*>{m_mixOut});
+  EXPECT_EQ(Peek::SoundOutputs(m_mixOut), std::vector<CSrcInterface*>{m_encoder});
+  EXPECT_EQ(Peek::PictureOutputs(&m_render), std::vector<CSrcInterface*>{m_encoder});
 }
 
 TEST_F(LiveRoad, AnEncoderThatDoesNotStartCountsAsRunningAndStops) {
   m_settings.width = 123;
   shell::StartLive(Nodes(), m_settings, &m_render);
   ASSERT_NE(m_encoder, nullptr);
+  EXPECT_EQ(m_encoder->Statistics().status.state, PublishState::kStopped);
+  EXPECT_TRUE(m_systemSound->IsOpen());
+  EXPECT_TRUE(m_microphone->IsOpen());
+  EXPECT_EQ(Peek::PictureOutputs(&m_render), std::vector<CSrcInterface*>{m_encoder});
   shell::StopLive(Nodes(), &m_render);
   EXPECT_EQ(m_encoder, nullptr);
+  EXPECT_FALSE(m_systemSound->IsOpen());
+  EXPECT_FALSE(m_microphone->IsOpen());
 }
 
 TEST_F(LiveRoad, StopTakesEverythingAwayAndItCanStartAgain) {

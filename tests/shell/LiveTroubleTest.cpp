@@ -86,6 +86,8 @@ TEST_F(LiveTrouble, RepliesOfAnyShapeChangeNothing) {
     Press("m_LiveBtn");
     ExpectChosen();
   }
+  // The error and the half reply; whatever else can't be understood counts as heard.
+  EXPECT_EQ(m_notices.texts, (QStringList{kNoNetwork, kNoNetwork}));
 }
 
 TEST_F(LiveTrouble, AnAddressFileThatCantBeWrittenIsPassedOver) {

@@ -294,6 +294,54 @@ TEST(StreamHealth, NamesACaptureWithoutANewFrameForThreeSeconds) {
   }
 }
 
+TEST(StreamHealth, ACaptureThatNeverOpenedHasFailedAndIsNotSaidToBeInterrupted) {
+  const struct {
+    CaptureSort sort;
+    const char* words;
+  } kSorts[] = {{CaptureSort::kDesktop, "桌面打开失败  2000 kb/s"},
+                {CaptureSort::kCamera, "摄像头“cam”打开失败  2000 kb/s"},
+                {CaptureSort::kSystemSound, "系统声音打开失败  2000 kb/s"},
+                {CaptureSort::kMicrophone, "麦克风打开失败  2000 kb/s"}};
+  for (const auto& row : kSorts) {
+    const StreamHealth health = JudgeStream(Seconds(0, 10, [&](int, StreamSight* sight) {
+      sight->captures = {Capture(row.sort, 0)};
+      sight->captures.front().opened = false;
+    }));
+    EXPECT_EQ(health.light, StreamLight::kAmber);
+    EXPECT_EQ(health.words.toStdString(), row.words);
+  }
+}
+
+// A screen reader is told of each change: what ticks is left out.
+TEST(StreamHealth, TheStateStaysTheSameWhileOnlyFiguresChange) {
+  const std::function<void(int, StreamSight*)> kTroubles[] = {
+      [](int, StreamSight*) {},
+      [](int second, StreamSight* sight) { sight->encoder.queuedMs = 2000 + second * 100; },
+      [](int second, StreamSight* sight) {
+        sight->encoder.videoFramesDropped = static_cast<std::uint64_t>(second) * second;
+      },
+      [](int second, StreamSight* sight) {
+        sight->encoder.videoPacketsDropped = static_cast<std::uint64_t>(second) * second;
+      },
+      [](int second, StreamSight* sight) {
+        sight->encoder.status = Status(PublishState::kRetrying, PublishFault::kLookup,
+                                       static_cast<std::uint16_t>(second));
+      }};
+  const char* const kStates[] = {"直播正常", "延迟", "编码丢帧", "网络丢帧",
+                                 "推流中断：找不到服务器"};
+  for (std::size_t i = 0; i < std::size(kStates); ++i) {
+    const auto change = [&](int second, StreamSight* sight) {
+      sight->encoder.bytesSent += static_cast<std::uint64_t>(second) * second * 1000;
+      kTroubles[i](second, sight);
+    };
+    const StreamHealth one = JudgeStream(Seconds(0, 10, change));
+    const StreamHealth next = JudgeStream(Seconds(0, 11, change));
+    EXPECT_NE(one.words, next.words) << kStates[i];
+    EXPECT_EQ(one.state.toStdString(), kStates[i]);
+    EXPECT_EQ(next.state.toStdString(), kStates[i]);
+  }
+}
+
 TEST(StreamHealth, ACaptureThatComesBackIsNamedNoMore) {
   const StreamHealth health = JudgeStream(Seconds(0, 20, [](int second, StreamSight* sight) {
     sight->captures = {Capture(CaptureSort::kCamera, second == 20 ? 251 : 250)};
@@ -400,9 +448,9 @@ TEST(StreamHealth, TheDetailsTellTheWholeSnapshot) {
 }
 
 TEST(StreamHealth, EveryLightHasAColourOfItsOwn) {
-  EXPECT_STREQ(shell::LightColour(StreamLight::kGreen), "#13CE66");
-  EXPECT_STREQ(shell::LightColour(StreamLight::kAmber), "#F7BA2A");
-  EXPECT_STREQ(shell::LightColour(StreamLight::kRed), "#FF4949");
+  EXPECT_EQ(shell::LightColour(StreamLight::kGreen), "#13CE66");
+  EXPECT_EQ(shell::LightColour(StreamLight::kAmber), "#F7BA2A");
+  EXPECT_EQ(shell::LightColour(StreamLight::kRed), "#FF4949");
 }
 
 }  // namespace

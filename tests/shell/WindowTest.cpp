@@ -1,34 +1,23 @@
 // The main window with its graph running: its form, its look, its shape, its place, its closing,
-// the change of account, and what a keyboard and a screen reader find.
+// and what a keyboard and a screen reader find.
 #include <gtest/gtest.h>
 
 #include <QBuffer>
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
-#include <QMetaMethod>
 #include <QNetworkReply>
 #include <QScreen>
-#include <QSettings>
-#include <QTimer>
 
 #include "backend/BackendClient.h"
-#include "backend/TestAddress.h"
 #include "output/CRender.h"
 #include "shell/CEvent.h"
-#include "shell/LayersRig.h"
+#include "shell/WindowFixture.h"
+#include "shell/WindowStyle.h"
 #include "sources/DeviceCatalogue.h"
 #include "support/Accessibility.h"
-#include "support/ScriptedHttp.h"
-#include "widgets/CLoginDlg.h"
-#include "widgets/LoginInfoControl.h"
-#include "widgets/theme/CustomShadowEffect.h"
 
 namespace {
-
-using support::JsonReply;
-using support::ScriptedHttp;
-using support::ScriptedReply;
 
 const char kBlue[] =
     "QPushButton{color:#20A0FF;font-family:黑体;font-size:15px;font-type:bold;border-image:url(:/"
@@ -42,59 +31,6 @@ QString TitleButtonSheet(const QString& name, const QString& picture) {
              "qietu/%2);\n\tbackground-repeat: no-repeat;\n\tbackground-position: center;\n}")
       .arg(name, picture);
 }
-
-class OpenWindow : public support::OpenOrvane {
- public:
-  using orvane::m_actDlg;
-  using orvane::m_adPixmap;
-  using orvane::m_backend;
-  using orvane::m_catalogue;
-  using orvane::m_dragFrom;
-  using orvane::m_dragMode;
-  using orvane::m_dragTo;
-  using orvane::m_encoder;
-  using orvane::m_isLiving;
-  using orvane::m_layerMoved;
-  using orvane::m_leftDown;
-  using orvane::m_liveTime;
-  using orvane::m_liveTimer;
-  using orvane::m_loginDlg;
-  using orvane::m_loginShadow;
-  using orvane::m_loopback;
-  using orvane::m_maximised;
-  using orvane::m_mic;
-  using orvane::m_mixOut;
-  using orvane::m_normalRect;
-  using orvane::m_pressPos;
-  using orvane::m_pressRect;
-  using orvane::m_silence;
-  using orvane::m_wndDlg;
-  using orvane::m_wndDrag;
-};
-
-class MainWindow : public support::LayersRig {
- protected:
-  MainWindow() {
-    main = new OpenWindow;
-    window.reset(main);
-  }
-
-  void Run() {
-    main->InitGraph();
-    main->show();
-    QApplication::setActiveWindow(main);
-    QApplication::processEvents();
-  }
-  QWidget* Find(const char* name) const {
-    return main->findChild<QWidget*>(QLatin1String(name), Qt::FindChildrenRecursively);
-  }
-  template <typename T>
-  T* Get(const char* name) const {
-    return qobject_cast<T*>(Find(name));
-  }
-
-  OpenWindow* main;
-};
 
 TEST_F(MainWindow, StartsWithItsMembersAtTheirStartingValues) {
   EXPECT_EQ(main->m_dragFrom, QPoint(0, 0));
@@ -199,7 +135,8 @@ TEST_F(MainWindow, IsNamedAndSizedAndHasNoFlagsOfItsOwn) {
   EXPECT_EQ(main->minimumSize(), QSize(1280, 720));
   EXPECT_EQ(main->size(), QSize(1280, 720));
   EXPECT_EQ(main->windowTitle(), QStringLiteral("orvane"));
-  EXPECT_FALSE(main->windowIcon().pixmap(192).isNull());
+  EXPECT_EQ(main->windowIcon().pixmap(192).toImage(),
+            QPixmap(QStringLiteral(":/orvane/qietu/tessaly-logo.png")).toImage());
   EXPECT_EQ(main->windowFlags(), QWidget().windowFlags());
   EXPECT_TRUE(main->testAttribute(Qt::WA_StyledBackground));
   EXPECT_TRUE(main->testAttribute(Qt::WA_MouseTracking));
@@ -337,6 +274,15 @@ TEST_F(MainWindow, HasTwoMenusWithASeparatorBehindEveryEntry) {
   }
 }
 
+// Where a panel at the left or the top takes a part of the screen its size counts and its place
+// does not; each half is cut by itself.
+TEST(CentrePlace, TheScreensOwnCornerIsNotCounted) {
+  EXPECT_EQ(shell::CentrePlace({0, 0, 1920, 1080}, {1280, 720}), QPoint(320, 180));
+  EXPECT_EQ(shell::CentrePlace({64, 27, 1856, 1053}, {1280, 720}), QPoint(288, 166));
+  EXPECT_EQ(shell::CentrePlace({0, 0, 1367, 769}, {1281, 721}), QPoint(43, 24));
+  EXPECT_EQ(shell::CentrePlace({0, 0, 800, 600}, {1280, 720}), QPoint(-240, -60));
+}
+
 TEST_F(MainWindow, StandsInTheMiddleOfTheAvailableScreen) {
   const QSize screen = QGuiApplication::primaryScreen()->availableGeometry().size();
   EXPECT_EQ(main->pos(), QPoint(screen.width() / 2 - 1280 / 2, screen.height() / 2 - 720 / 2));
@@ -371,6 +317,18 @@ TEST_F(MainWindow, HasRoundCornersAtEverySize) {
   ExpectRoundMask(*main);
 }
 
+// Also where the renderer never draws there.
+TEST_F(MainWindow, ThePreviewIsBlackUntilThereIsAPicture) {
+  QWidget* preview = Find("m_renderWgt");
+  QImage canvas(preview->size(), QImage::Format_RGB32);
+  canvas.fill(Qt::white);
+  preview->render(&canvas);
+  QImage black(canvas.size(), canvas.format());
+  black.fill(Qt::black);
+  EXPECT_EQ(canvas, black);
+  EXPECT_TRUE(preview->testAttribute(Qt::WA_OpaquePaintEvent));
+}
+
 TEST_F(MainWindow, TakesTheSizeOfThePreviewFromTheBus) {
   Run();
   QSize size(1600, 900);
@@ -401,121 +359,6 @@ TEST_F(MainWindow, IsMinimisedByItsButton) {
   Run();
   Get<QPushButton>("m_BtnMin")->click();
   EXPECT_TRUE(main->isMinimized());
-}
-
-// Logs in at the dialog when it opens; without a name it is left by Escape.
-class AtTheLogin : public QObject {
- public:
-  AtTheLogin(const QWidget* window, QString name) {
-    connect(&m_timer, &QTimer::timeout, this, [this, window, name] {
-      auto* dialog = qobject_cast<CLoginDlg*>(QApplication::activeModalWidget());
-      if (dialog == nullptr || !dialog->isVisible()) {
-        return;
-      }
-      opened = true;
-      windowWasHidden = !window->isVisible();
-      saved = QSettings(QStringLiteral("./login.ini"), QSettings::IniFormat)
-                  .value(QStringLiteral("psw"))
-                  .toString();
-      dialog->findChild<QLineEdit*>(QStringLiteral("m_EditUser"))->setText(name);
-      dialog->findChild<QPushButton*>(QStringLiteral("m_BtnLogin"))->click();
-    });
-    m_timer.start(5);
-  }
-
-  bool opened = false;
-  bool windowWasHidden = false;
-  QString saved;  // the password in "./login.ini" while the dialog stood open
-
- private:
-  QTimer m_timer;
-};
-
-class ChangeOfAccount : public MainWindow {
- protected:
-  ChangeOfAccount() {
-    SetTestAddress(server.Address());
-    // In the order in which they are asked for: logout, picture of the login, login.
-    server.SetReplies({JsonReply(R"({"code":0})"), JsonReply(R"({"code":-1})"),
-                       JsonReply(R"({"code":0,"data":{"token":"t2"},"token":"t2"})")});
-    QSettings settings(QStringLiteral("./login.ini"), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("usr"), QStringLiteral("first"));
-    settings.setValue(QStringLiteral("psw"), QStringLiteral("secret"));
-    DeviceCatalogue::Instance()->loggedIn = 1;
-    DeviceCatalogue::Instance()->userToken = QStringLiteral("t1");
-    DeviceCatalogue::Instance()->userName = QStringLiteral("first");
-  }
-  ~ChangeOfAccount() override { DeviceCatalogue::Instance()->loggedIn = 0; }
-  QString ShownName() const { return Get<QLabel>("nameLabel")->text(); }
-
-  ScriptedHttp server;
-};
-
-TEST_F(ChangeOfAccount, LogsOutForgetsHidesAsksAndComesBack) {
-  Run();
-  EXPECT_EQ(ShownName(), QStringLiteral("first"));
-  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
-  emit CEvent::instance()->loginChange();
-  ASSERT_EQ(server.Requests().size(), 3);
-  EXPECT_TRUE(server.Requests()[0].contains("logout")) << server.Requests()[0].toStdString();
-  EXPECT_TRUE(server.Requests()[0].contains("t1"));
-  EXPECT_TRUE(operatorAtLogin.opened);
-  EXPECT_TRUE(operatorAtLogin.windowWasHidden);
-  EXPECT_EQ(operatorAtLogin.saved, QString());
-  EXPECT_EQ(answers.TakeKinds(), QStringList("CLoginDlg"));
-  EXPECT_TRUE(main->isVisible());
-  EXPECT_EQ(ShownName(), QStringLiteral("second"));
-  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2"));
-}
-
-TEST_F(ChangeOfAccount, WhileABroadcastRunsShowsTheNoticeAndGoesOn) {
-  Run();
-  main->m_isLiving = true;
-  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
-  emit CEvent::instance()->loginChange();
-  ASSERT_FALSE(answers.All().empty());
-  EXPECT_EQ(answers.All()[0].text, QStringLiteral("正在直播过程中，请先停止直播"));
-  EXPECT_EQ(answers.TakeKinds(), QStringList({"InformationDlg", "CLoginDlg"}));
-  EXPECT_TRUE(operatorAtLogin.opened);
-  EXPECT_TRUE(main->m_isLiving);
-  EXPECT_EQ(ShownName(), QStringLiteral("second"));
-  main->m_isLiving = false;
-}
-
-// An operator whose service is slow asks once more.
-TEST_F(ChangeOfAccount, AskedForTwiceWhileTheServiceIsSlowAsksForOneLogin) {
-  ScriptedReply slow = JsonReply(R"({"code":0})");
-  slow.delayMs = 300;
-  server.SetReplies({slow, JsonReply(R"({"code":-1})"), JsonReply(R"({"code":0,"token":"t2"})")});
-  Run();
-  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
-  QTimer::singleShot(20, main, [] { emit CEvent::instance()->loginChange(); });
-  emit CEvent::instance()->loginChange();
-  EXPECT_EQ(answers.TakeKinds(), QStringList("CLoginDlg"));
-  EXPECT_EQ(server.Requests().size(), 3);
-  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2"));
-  EXPECT_TRUE(main->isVisible());
-}
-
-// One dialog serves all logins, and the layers stay through them.
-TEST_F(ChangeOfAccount, KeepsTheDialogAndTheLayers) {
-  server.SetReplies({JsonReply(R"({"code":0})"), JsonReply(R"({"code":-1})"),
-                     JsonReply(R"({"code":0,"token":"t2"})"), JsonReply(R"({"code":0})"),
-                     JsonReply(R"({"code":0,"token":"t3"})")});
-  Run();
-  const QStringList rows = main->Rows();
-  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
-  emit CEvent::instance()->loginChange();
-  const CLoginDlg* dialog = main->m_loginDlg;
-  const CustomShadowEffect* shadow = main->m_loginShadow;
-  emit CEvent::instance()->loginChange();
-  EXPECT_EQ(main->m_loginDlg, dialog);
-  ASSERT_NE(shadow, nullptr);
-  EXPECT_EQ(main->m_loginShadow, shadow);
-  EXPECT_EQ(dialog->graphicsEffect(), static_cast<const QGraphicsEffect*>(shadow));
-  EXPECT_TRUE(dialog->autoFillBackground());
-  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t3"));
-  EXPECT_EQ(main->Rows(), rows);
 }
 
 // Names of this process's threads.

@@ -1,0 +1,136 @@
+// The change of account in the main window with its graph running.
+#include <gtest/gtest.h>
+
+#include <QSettings>
+#include <QTimer>
+
+#include "backend/TestAddress.h"
+#include "shell/CEvent.h"
+#include "shell/WindowFixture.h"
+#include "sources/DeviceCatalogue.h"
+#include "support/ScriptedHttp.h"
+#include "widgets/CLoginDlg.h"
+#include "widgets/theme/CustomShadowEffect.h"
+
+namespace {
+
+using support::JsonReply;
+using support::ScriptedHttp;
+using support::ScriptedReply;
+
+// Logs in at the dialog when it opens; without a name it is left by Escape.
+class AtTheLogin : public QObject {
+ public:
+  AtTheLogin(const QWidget* window, QString name) {
+    connect(&m_timer, &QTimer::timeout, this, [this, window, name] {
+      auto* dialog = qobject_cast<CLoginDlg*>(QApplication::activeModalWidget());
+      if (dialog == nullptr || !dialog->isVisible()) {
+        return;
+      }
+      opened = true;
+      windowWasHidden = !window->isVisible();
+      saved = QSettings(QStringLiteral("./login.ini"), QSettings::IniFormat)
+                  .value(QStringLiteral("psw"))
+                  .toString();
+      dialog->findChild<QLineEdit*>(QStringLiteral("m_EditUser"))->setText(name);
+      dialog->findChild<QPushButton*>(QStringLiteral("m_BtnLogin"))->click();
+    });
+    m_timer.start(5);
+  }
+
+  bool opened = false;
+  bool windowWasHidden = false;
+  QString saved;  // the password in "./login.ini" while the dialog stood open
+
+ private:
+  QTimer m_timer;
+};
+
+class ChangeOfAccount : public MainWindow {
+ protected:
+  ChangeOfAccount() {
+    SetTestAddress(server.Address());
+    // In the order in which they are asked for: logout, picture of the login, login.
+    server.SetReplies({JsonReply(R"({"code":0})"), JsonReply(R"({"code":-1})"),
+                       JsonReply(R"({"code":0,"data":{"token":"t2"},"token":"t2"})")});
+    QSettings settings(QStringLiteral("./login.ini"), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("usr"), QStringLiteral("first"));
+    settings.setValue(QStringLiteral("psw"), QStringLiteral("secret"));
+    DeviceCatalogue::Instance()->loggedIn = 1;
+    DeviceCatalogue::Instance()->userToken = QStringLiteral("t1");
+    DeviceCatalogue::Instance()->userName = QStringLiteral("first");
+  }
+  ~ChangeOfAccount() override { DeviceCatalogue::Instance()->loggedIn = 0; }
+  QString ShownName() const { return Get<QLabel>("nameLabel")->text(); }
+
+  ScriptedHttp server;
+};
+
+TEST_F(ChangeOfAccount, LogsOutForgetsHidesAsksAndComesBack) {
+  Run();
+  EXPECT_EQ(ShownName(), QStringLiteral("first"));
+  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+  emit CEvent::instance()->loginChange();
+  ASSERT_EQ(server.Requests().size(), 3);
+  EXPECT_TRUE(server.Requests()[0].contains("logout")) << server.Requests()[0].toStdString();
+  EXPECT_TRUE(server.Requests()[0].contains("t1"));
+  EXPECT_TRUE(operatorAtLogin.opened);
+  EXPECT_TRUE(operatorAtLogin.windowWasHidden);
+  EXPECT_EQ(operatorAtLogin.saved, QString());
+  EXPECT_EQ(answers.TakeKinds(), QStringList("CLoginDlg"));
+  EXPECT_TRUE(main->isVisible());
+  EXPECT_EQ(ShownName(), QStringLiteral("second"));
+  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2"));
+}
+
+TEST_F(ChangeOfAccount, WhileABroadcastRunsShowsTheNoticeAndGoesOn) {
+  Run();
+  main->m_isLiving = true;
+  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+  emit CEvent::instance()->loginChange();
+  ASSERT_FALSE(answers.All().empty());
+  EXPECT_EQ(answers.All()[0].text, QStringLiteral("正在直播过程中，请先停止直播"));
+  EXPECT_EQ(answers.TakeKinds(), QStringList({"InformationDlg", "CLoginDlg"}));
+  EXPECT_TRUE(operatorAtLogin.opened);
+  EXPECT_TRUE(main->m_isLiving);
+  EXPECT_EQ(ShownName(), QStringLiteral("second"));
+  main->m_isLiving = false;
+}
+
+// An operator whose service is slow asks once more.
+TEST_F(ChangeOfAccount, AskedForTwiceWhileTheServiceIsSlowAsksForOneLogin) {
+  ScriptedReply slow = JsonReply(R"({"code":0})");
+  slow.delayMs = 300;
+  server.SetReplies({slow, JsonReply(R"({"code":-1})"), JsonReply(R"({"code":0,"token":"t2"})")});
+  Run();
+  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+  QTimer::singleShot(20, main, [] { emit CEvent::instance()->loginChange(); });
+  emit CEvent::instance()->loginChange();
+  EXPECT_EQ(answers.TakeKinds(), QStringList("CLoginDlg"));
+  EXPECT_EQ(server.Requests().size(), 3);
+  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2"));
+  EXPECT_TRUE(main->isVisible());
+}
+
+// One dialog serves all logins, and the layers stay through them.
+TEST_F(ChangeOfAccount, KeepsTheDialogAndTheLayers) {
+  server.SetReplies({JsonReply(R"({"code":0})"), JsonReply(R"({"code":-1})"),
+                     JsonReply(R"({"code":0,"token":"t2"})"), JsonReply(R"({"code":0})"),
+                     JsonReply(R"({"code":0,"token":"t3"})")});
+  Run();
+  const QStringList rows = main->Rows();
+  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+  emit CEvent::instance()->loginChange();
+  const CLoginDlg* dialog = main->m_loginDlg;
+  const CustomShadowEffect* shadow = main->m_loginShadow;
+  emit CEvent::instance()->loginChange();
+  EXPECT_EQ(main->m_loginDlg, dialog);
+  ASSERT_NE(shadow, nullptr);
+  EXPECT_EQ(main->m_loginShadow, shadow);
+  EXPECT_EQ(dialog->graphicsEffect(), static_cast<const QGraphicsEffect*>(shadow));
+  EXPECT_TRUE(dialog->autoFillBackground());
+  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t3"));
+  EXPECT_EQ(main->Rows(), rows);
+}
+
+}  // namespace
