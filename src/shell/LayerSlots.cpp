@@ -55,6 +55,15 @@ void LayerSlots::UnlinkSound(int slot, CSrcInterface* node, CMixFrame* mixFrame)
   HandOverSound(slot);
 }
 
+void LayerSlots::FollowSound(int slot, CSrcInterface* node, bool sounds, CMixFrame* mixFrame) {
+  const bool isLinked = m_soundIndices.count(slot) > 0;
+  if (sounds && !isLinked) {
+    LinkSound(slot, node, mixFrame);
+  } else if (!sounds && isLinked) {
+    UnlinkSound(slot, node, mixFrame);
+  }
+}
+
 void LayerSlots::Keep(int slot, CSrcInterface* node) {
   (*m_nodes)[slot] = node;
 }

@@ -13,7 +13,7 @@
 //
 // Sound: the mixer ranks its inputs by number, and one that falls silent below others takes their
 // sound away with it. So the indices are kept without a hole: when a layer with sound goes, the one
-// with the highest index takes over its index.
+// with the highest index takes over its index, and so it does when a layer's sound has ended.
 //
 // Ownership: the nodes are held in a map that the window shows to others; only this class changes
 // it. Threads: the user interface thread; renderer, mixer and nodes run on through all of it.
@@ -55,6 +55,9 @@ class LayerSlots {
   void LinkSound(int slot, CSrcInterface* node, CMixFrame* mixFrame);
   // Takes that back: the node makes no sound after all.
   void UnlinkSound(int slot, CSrcInterface* node, CMixFrame* mixFrame);
+
+  // Looked at again and again: a layer with sound is linked for as long as it sounds.
+  void FollowSound(int slot, CSrcInterface* node, bool sounds, CMixFrame* mixFrame);
 
   void Keep(int slot, CSrcInterface* node);
 

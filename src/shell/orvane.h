@@ -11,6 +11,9 @@
 // outlives CloseGraph. A change of account that ends without a login closes the graph and leaves
 // the process with status 0.
 //
+// The slots that concern layers, the preview's size or the broadcast need the graph and are called
+// between InitGraph and CloseGraph only. The mouse handlers and the form stand without it.
+//
 // Ownership: every node and every dialog here is the window's; an effect belongs to the dialog that
 // it was given to, so that a dialog made anew leaves its effect's pointer dangling. Nobody
 // dereferences it: it only tells that the one shadow has been given.
@@ -171,6 +174,8 @@ class orvane : public QWidget {
   void AddFilm(const std::string& path);
   // Greys the rows whose source could not be opened.
   void ShowFailures();
+  // Leaves the monitor mix to the films that still sound.
+  void FollowSounds();
   void AddTextLayer(const QString& text, std::uint32_t color);
   void ListLayer(int slot, CSrcInterface* node, const QString& text, int kind);
   int PositionOf(int row) const;
@@ -231,7 +236,7 @@ class orvane : public QWidget {
   bool m_tipShown = false;
 
   shell::LayerSlots m_slots{&m_layers};
-  QTimer m_failureTimer;        // for sources that fail a little later
+  QTimer m_sourceTimer;         // looks after sources that fail or end a little later
   bool m_changesLogin = false;  // a change of account is under way
   int m_broadcasts = 0;         // begun so far
   // The state of the stream and the sound meter; looks at the nodes above.

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int kSurfaceEventsMs = 50;
-constexpr int kFailuresMs = 1000;
+constexpr int kSourcesMs = 1000;
 
 }  // namespace
 
@@ -27,15 +27,16 @@ void orvane::InitGraph() {
   connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });
   m_surfaceEvents.start(kSurfaceEventsMs);
   AddDefaultLayers();
-  connect(&m_failureTimer, &QTimer::timeout, this, &orvane::ShowFailures);
-  m_failureTimer.start(kFailuresMs);
+  connect(&m_sourceTimer, &QTimer::timeout, this, &orvane::ShowFailures);
+  connect(&m_sourceTimer, &QTimer::timeout, this, &orvane::FollowSounds);
+  m_sourceTimer.start(kSourcesMs);
   ui.widget->SetLoginInfo(m_catalogue->userName, QPixmap());
 }
 
 void orvane::CloseGraph() {
   LeaveBroadcast();
   m_surfaceEvents.stop();
-  m_failureTimer.stop();
+  m_sourceTimer.stop();
   m_slots.DropNodes();
   shell::EndFixed(FixedNodes());
 }

@@ -113,6 +113,17 @@ void orvane::ShowFailures() {
   }
 }
 
+// A film plays once and stays with its last picture. An input of the mix that falls silent below
+// others would take their sound away, for the audience too.
+void orvane::FollowSounds() {
+  for (const auto& [slot, node] : m_layers) {
+    auto* film = dynamic_cast<CInputFile*>(node);
+    if (film != nullptr && film->Failure().empty()) {
+      m_slots.FollowSound(slot, film, !film->SoundHasEnded(), m_mixFrame);
+    }
+  }
+}
+
 void orvane::SlotAddDesk() {
   if (MayAddLayer()) {
     AddSource(new CInputDev(false, m_catalogue->VideoDevice(0).toStdString(),

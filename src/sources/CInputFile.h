@@ -12,7 +12,7 @@
 //
 // Threads: Start, Stop and deletion on the user interface thread. The read thread owns the
 // demuxer, the decoders and the converters from Start to Stop; the two threads share nothing but
-// the private queues, which lock themselves.
+// the private queues, which lock themselves. SoundHasEnded may be asked on any thread.
 //
 // Failure: a file that can't be played makes Start -1, within 5 s also where it is made to keep its
 // reader busy. A read that the kernel holds, on a network disk that is gone, holds Start and Stop
@@ -57,6 +57,9 @@ class CInputFile : public CSrcInterface {
 
   // Start has failed since the file has no sound: it may be a film for CInputSilentFile.
   bool LacksSound() const { return m_lacksSound; }
+  // It makes no sound any more: all of it has been let go, or can't be read. A file that grows, or
+  // can be read again, makes some again.
+  bool SoundHasEnded() { return m_atEnd && m_audioQueue.Size() == 0; }
 
  protected:
   // Opens file and decoders; 0 or -1.
@@ -99,6 +102,7 @@ class CInputFile : public CSrcInterface {
   pthread_t m_readThread{};
   pthread_t m_paceThread{};
   std::atomic<bool> m_running{false};
+  std::atomic<bool> m_atEnd{false};         // nothing more to read now, and no sound kept
   std::vector<std::uint8_t> m_audioBuffer;  // room for 10240 samples of each channel
   sources::StereoConvert m_stereo;
   CMyQueue m_audioQueue;  // decoded, from the read thread to the pace thread

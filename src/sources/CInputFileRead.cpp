@@ -97,6 +97,7 @@ void CInputFile::ReadPacket() {
     SDL_Delay(kIdleMs);
     return;
   }
+  m_atEnd = false;
   if (m_drained) {
     // The file has grown, or can be read again behind a damaged place.
     avcodec_flush_buffers(m_audioStream == 0 ? m_audioCodec : m_videoCodec);
@@ -113,6 +114,7 @@ void CInputFile::HandleReadError(int error) {
     LogOnce(&m_readLogged, "can't be read on", error);
   }
   DrainFirstStream();
+  m_atEnd = m_keptSound.Count() == 0;
 }
 
 // The end is told to the decoder of stream 0 only, as it always was: of a film whose picture comes

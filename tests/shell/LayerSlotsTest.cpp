@@ -224,6 +224,32 @@ TEST_F(LayerSounds, ASourceThatMakesNoSoundAfterAllLeavesNoHole) {
   EXPECT_EQ(second->AudioIndex(), 1);
 }
 
+// A film that has ended stays a layer, and is no input of the mix for as long as it is silent.
+TEST_F(LayerSounds, ASoundThatEndsGivesItsInputToTheHighest) {
+  Source* first = AddSound(1);
+  const Source* second = AddSound(2);
+  const Source* third = AddSound(3);
+  const int slot = m_render.LayerAt(0);
+  m_slots.FollowSound(slot, first, true, &m_mix.mixer);
+  EXPECT_EQ(third->AudioIndex(), 3);
+  for (int look = 0; look < 2; ++look) {
+    m_slots.FollowSound(slot, first, false, &m_mix.mixer);
+    EXPECT_EQ(first->AudioOutputs(), 0U);
+    EXPECT_EQ(second->AudioIndex(), 2);
+    EXPECT_EQ(third->AudioIndex(), 1);
+  }
+  // Its end as a layer then changes nothing, and what sounds again gets the index that is free.
+  for (int look = 0; look < 2; ++look) {
+    m_slots.FollowSound(slot, first, true, &m_mix.mixer);
+    EXPECT_EQ(first->AudioOutputs(), 1U);
+    EXPECT_EQ(first->AudioIndex(), 3);
+  }
+  m_slots.FollowSound(slot, first, false, &m_mix.mixer);
+  m_slots.Drop(0, &m_render);
+  EXPECT_EQ(second->AudioIndex(), 2);
+  EXPECT_EQ(third->AudioIndex(), 1);
+}
+
 TEST_F(LayerSounds, WithTheMixFullALayerGetsAnIndexPastTheLastInputAndItsSoundIsLost) {
   Source* source = AddSound(shell::kLayerLimit);
   EXPECT_EQ(source->AudioIndex(), shell::kLayerLimit);

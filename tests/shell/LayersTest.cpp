@@ -251,6 +251,29 @@ TEST_F(Layers, WhenALayerWithSoundGoesTheLastOneTakesOverItsInput) {
   EXPECT_EQ(index(other), before[other]);
 }
 
+// Else those above it would be mute for good, for the audience too.
+TEST_F(Layers, WhenAFilmHasEndedTheLastOneTakesOverItsInput) {
+  support::ClipOptions options;
+  options.soundSeconds = 4;
+  options.frames = 100;
+  const std::string shorter = samples.Clip("short.mkv", options);
+  options.soundSeconds = 60;
+  options.frames = 1500;
+  const std::string longer = samples.Clip("long.mkv", options);
+  OpenEmpty();
+  ASSERT_TRUE(SpinUntil([&] { return window->m_mixFrame->GetFreeAudioIndex() == 1; }));
+  answers.path = QString::fromStdString(shorter);
+  window->SlotAddFile();
+  ASSERT_TRUE(SpinUntil([&] { return window->m_mixFrame->GetFreeAudioIndex() == 2; }));
+  answers.path = QString::fromStdString(longer);
+  window->SlotAddFile();
+  const Ints order = window->Order();
+  EXPECT_EQ(support::AudioIndexOf(window->NodeAt(order[1])), 2);
+  EXPECT_TRUE(SpinUntil([&] { return support::AudioIndexOf(window->NodeAt(order[1])) == 1; }));
+  EXPECT_EQ(support::AudioOutputsOf(window->NodeAt(order[0])), 0);
+  EXPECT_EQ(window->Rows().size(), 2) << "its last picture stays";
+}
+
 // Dialogs.
 
 TEST_F(Layers, OnlyTheFirstCameraAndWindowChooserAndTheTextDialogHaveTheShadow) {

@@ -291,8 +291,12 @@ TEST_F(CInputFileTest, PicturesAfterTheLastSoundAreNeverShown) {
 TEST_F(CInputFileTest, AFilePlaysOnceAndThenPollsEvery10Milliseconds) {
   Player player(m_samples.Clip("a.mp4"));
   ASSERT_EQ(player.Opened(), 0);
-  player.Run(5000);
+  EXPECT_FALSE(player.Node().SoundHasEnded());
+  player.Run(500);
+  EXPECT_FALSE(player.Node().SoundHasEnded()) << "all is read, and not yet let go";
+  player.Run(4500);
   const std::size_t shown = player.pictures.size();
+  EXPECT_TRUE(player.Node().SoundHasEnded());
   player.Run(5000);
   EXPECT_EQ(player.pictures.size(), shown);
   player.Clock().TakeDelays();
@@ -317,8 +321,11 @@ TEST_F(CInputFileTest, AFileThatGrowsIsPlayedOn) {
   player.Run(4000);
   const int last = player.pictures.back().counter;
   EXPECT_LT(last, 60);
+  EXPECT_TRUE(player.Node().SoundHasEnded());
   std::ofstream(path, std::ios::binary | std::ios::app) << content.substr(content.size() / 2);
-  player.Run(4000);
+  player.Run(500);
+  EXPECT_FALSE(player.Node().SoundHasEnded());
+  player.Run(3500);
   EXPECT_GT(player.pictures.back().counter, 90);
 }
 
