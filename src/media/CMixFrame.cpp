@@ -4,7 +4,6 @@
 
 #include <QtGlobal>
 
-#include "media/Worker.h"
 #include "media/ffmpeg/Scoped.h"
 
 namespace {
@@ -15,12 +14,10 @@ constexpr std::uint32_t kIdleMs = 10;
 
 CMixFrame::CMixFrame(int inputCount)
     : CSrcInterface(0, inputCount),
-      m_thread(),
       m_rebuildMark32(0),
       m_rebuildMark64(0),
       m_active(2 * static_cast<std::size_t>(inputCount)),
-      m_stop(false),
-      m_running(false) {
+      m_stop(false) {
   for (std::atomic<bool>& flag : m_active) {
     flag = false;
   }
@@ -29,29 +26,15 @@ CMixFrame::CMixFrame(int inputCount)
 CMixFrame::~CMixFrame() = default;
 
 int CMixFrame::Start() {
-  if (m_running || !media::StartWorker(&m_thread, "mix", Run, this)) {
-    return -1;
-  }
-  m_running = true;
-  return 0;
+  return m_thread.StartOnce("mix", [this] { Mix(); });
 }
 
 int CMixFrame::Stop() {
-  m_stop = true;
-  if (m_running) {
-    pthread_join(m_thread, nullptr);
-    m_running = false;
-  }
-  return 0;
+  return m_thread.StopOnce(&m_stop);
 }
 
 int CMixFrame::GetFreeAudioIndex() {
   return media::FirstFree(m_active);
-}
-
-void* CMixFrame::Run(void* node) {
-  static_cast<CMixFrame*>(node)->Mix();
-  return nullptr;
 }
 
 void CMixFrame::Mix() {

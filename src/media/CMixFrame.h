@@ -35,8 +35,6 @@
 #ifndef ORVANE_MEDIA_CMIXFRAME_H
 #define ORVANE_MEDIA_CMIXFRAME_H
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstdint>
 #include <vector>
@@ -44,13 +42,13 @@
 #include "media/AmixGraph.h"
 #include "media/CSrcInterface.h"
 #include "media/MixRules.h"
+#include "media/Worker.h"
 
 class CMixFrame : public CSrcInterface {
  public:
   explicit CMixFrame(int inputCount);
   ~CMixFrame() override;
 
-  // 0; -1 when it runs already or the system gives no thread. A node that was stopped stays so.
   int Start() override;
   int Stop() override;
   // The input for the next source: the first that is not in the mix. With all inputs in use it is
@@ -70,7 +68,6 @@ class CMixFrame : public CSrcInterface {
   bool Turn(Mixing* mixing);
 
  private:
-  static void* Run(void* node);
   void Mix();
   bool PassGate(Mixing* mixing);
   int JoinWaiting();
@@ -80,14 +77,13 @@ class CMixFrame : public CSrcInterface {
   void TrimUnread(int inputs);
   bool EmptyQueue(Mixing* mixing, int input);
 
-  pthread_t m_thread;
+  media::Worker m_thread;
   std::int32_t m_rebuildMark32;  // 0 again after each good build; read by nothing
   std::int64_t m_rebuildMark64;  // the same
   // Twice as many as there are queues; the upper half stays clear, and is what GetFreeAudioIndex
   // finds when all queues are in use.
   media::MixFlags m_active;
   std::atomic<bool> m_stop;
-  bool m_running;  // owner's thread: m_thread is to be joined
 };
 
 #endif

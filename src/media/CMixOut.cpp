@@ -2,7 +2,6 @@
 
 #include <SDL.h>
 
-#include "media/Worker.h"
 #include "media/ffmpeg/Scoped.h"
 
 namespace {
@@ -12,30 +11,16 @@ constexpr std::uint32_t kIdleMs = 10;
 
 }  // namespace
 
-CMixOut::CMixOut() : CSrcInterface(0, kInputs), m_thread(), m_stop(false), m_running(false) {}
+CMixOut::CMixOut() : CSrcInterface(0, kInputs), m_stop(false) {}
 
 CMixOut::~CMixOut() = default;
 
 int CMixOut::Start() {
-  if (m_running || !media::StartWorker(&m_thread, "mixout", Run, this)) {
-    return -1;
-  }
-  m_running = true;
-  return 0;
+  return m_thread.StartOnce("mixout", [this] { Mix(); });
 }
 
 int CMixOut::Stop() {
-  m_stop = true;
-  if (m_running) {
-    pthread_join(m_thread, nullptr);
-    m_running = false;
-  }
-  return 0;
-}
-
-void* CMixOut::Run(void* node) {
-  static_cast<CMixOut*>(node)->Mix();
-  return nullptr;
+  return m_thread.StopOnce(&m_stop);
 }
 
 void CMixOut::Mix() {

@@ -17,19 +17,17 @@
 #ifndef ORVANE_MEDIA_CMIXOUT_H
 #define ORVANE_MEDIA_CMIXOUT_H
 
-#include <pthread.h>
-
 #include <atomic>
 
 #include "media/AmixGraph.h"
 #include "media/CSrcInterface.h"
+#include "media/Worker.h"
 
 class CMixOut : public CSrcInterface {
  public:
   CMixOut();
   ~CMixOut() override;
 
-  // 0; -1 when it runs already or the system gives no thread. A node that was stopped stays so.
   int Start() override;
   int Stop() override;
 
@@ -39,13 +37,11 @@ class CMixOut : public CSrcInterface {
   void Turn(media::AmixGraph* graph);
 
  private:
-  static void* Run(void* node);
   void Mix();
   bool EmptyQueue(media::AmixGraph* graph, int input);
 
-  pthread_t m_thread;
+  media::Worker m_thread;
   std::atomic<bool> m_stop;
-  bool m_running;  // owner's thread: m_thread is to be joined
 };
 
 #endif

@@ -207,10 +207,13 @@ int COverlay::DrawText(AVFrame* canvas) {
   if (m_graph == nullptr) {
     return 0;
   }
+  if (const int error = MakeExclusive(canvas); error < 0) {
+    std::printf("no copy of the canvas, ret = %d", error);
+    return -1;
+  }
   // The source was declared with another pixel format on purpose, and the graph takes the canvas as
   // it comes; the check would only write two lines of warning to the log for every frame.
-  if (MakeExclusive(canvas) < 0 ||
-      av_buffersrc_add_frame_flags(m_source, canvas, AV_BUFFERSRC_FLAG_NO_CHECK_FORMAT) < 0) {
+  if (av_buffersrc_add_frame_flags(m_source, canvas, AV_BUFFERSRC_FLAG_NO_CHECK_FORMAT) < 0) {
     std::printf("av_buffersrc_add_frame_flags  pBack  failed");
     return -1;
   }

@@ -50,7 +50,7 @@ class COverlay {
 
   // The size in pixels of text (UTF-8, on one line) in that font at that size, into *width and
   // *height and kept for GetMeasuredSize; 0 x 0 when it can't be had. The width of a text of more
-  // than 1000 characters is reckoned from pieces of it, so that any text takes under 50 ms.
+  // than 1000 characters is reckoned from as many of them, so that no text holds the window up.
   void MeasureText(std::string fontPath, int fontSize, std::string text, int* width, int* height);
   void GetMeasuredSize(int* width, int* height);
 

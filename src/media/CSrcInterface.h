@@ -11,6 +11,9 @@
 // thread and takes the node out of no other node's list. A consumer is taken out of its producers'
 // lists before it is deleted.
 //
+// Life: new, running from Start to Stop, over. What is over is deleted; only the renderer and the
+// encoder may be started again. A node whose Start failed is still new.
+//
 // Threads: the owner's thread calls Start, Stop, Add*, Remove* and Set*Index. PushAudio, PushVideo
 // and the Enqueue* of the consumers run on the producer's worker.
 //
@@ -40,14 +43,17 @@ class CSrcInterface {
   CSrcInterface(const CSrcInterface&) = delete;
   CSrcInterface& operator=(const CSrcInterface&) = delete;
 
-  // 0 or more: running; negative: failed, no worker runs.
+  // 0 or more: it runs, which a second call does not change. Negative: this call has started
+  // nothing. The renderer and the encoder say that of a second call too.
   virtual int Start();
-  // Returns with all workers joined, within 0.5 s for every source.
+  // Returns with all workers joined, within 0.5 s for every source; no effect when it is not
+  // running.
   virtual int Stop();
   virtual void ClearAudioQueues();
   virtual void ClearVideoQueues();
   // Gives a clone of media to each consumer; null is ignored. The caller keeps media and frees it.
-  // isPacket: 0 = media is an AVFrame*, anything else = an AVPacket*.
+  // isPacket: 0 = media is an AVFrame*, anything else = an AVPacket*. Only for a consumer that
+  // takes packets: the queues of a node free what is left in them as frames.
   virtual void PushAudio(void* media, int isPacket);
   virtual void PushVideo(void* media, int isPacket);
   // Appends media to the input queue at index and takes it over. Beyond the last queue, media is

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <memory>
+#include <utility>
 
 extern "C" {
 #include <libavutil/log.h>
@@ -15,8 +16,7 @@ namespace media {
 namespace {
 
 struct Job {
-  void* (*entry)(void*);
-  void* node;
+  std::function<void()> work;
   WorkerRole role;
 };
 
@@ -39,14 +39,12 @@ void* Run(void* argument) {
     const auto self = static_cast<id_t>(gettid());
     setpriority(PRIO_PROCESS, self, getpriority(PRIO_PROCESS, self) + more);
   }
-  return job->entry(job->node);
+  job->work();
+  return nullptr;
 }
 
-}  // namespace
-
-bool StartWorker(pthread_t* thread, const char* name, void* (*entry)(void*), void* node,
-                 WorkerRole role) {
-  auto job = std::make_unique<Job>(Job{entry, node, role});
+bool StartThread(pthread_t* thread, const char* name, std::function<void()> work, WorkerRole role) {
+  auto job = std::make_unique<Job>(Job{std::move(work), role});
   const int error = pthread_create(thread, nullptr, Run, job.get());
   if (error != 0) {
     av_log(nullptr, AV_LOG_ERROR, "the system gives no thread for \"%s\": %s\n", name,
@@ -58,18 +56,54 @@ bool StartWorker(pthread_t* thread, const char* name, void* (*entry)(void*), voi
   return true;
 }
 
+}  // namespace
+
+bool Worker::Start(const char* name, std::function<void()> work, WorkerRole role) {
+  if (!StartThread(&m_thread, name, std::move(work), role)) {
+    return false;
+  }
+  m_state = State::kRunning;
+  return true;
+}
+
+void Worker::Join() {
+  if (IsRunning()) {
+    pthread_join(m_thread, nullptr);
+    m_state = State::kOver;
+  }
+}
+
+int Worker::StartOnce(const char* name, std::function<void()> work, WorkerRole role) {
+  if (IsRunning()) {
+    return 0;
+  }
+  return !IsOver() && Start(name, std::move(work), role) ? 0 : -1;
+}
+
+int Worker::StopOnce(std::atomic<bool>* stop) {
+  if (IsRunning()) {
+    *stop = true;
+    Join();
+  }
+  return 0;
+}
+
 void RunAs(WorkerRole role, const std::function<void()>& work) {
-  const auto entry = [](void* called) -> void* {
-    (*static_cast<const std::function<void()>*>(called))();
-    return nullptr;
-  };
-  pthread_t thread{};
-  void* called = const_cast<std::function<void()>*>(&work);
-  if (StartWorker(&thread, "opening", entry, called, role)) {
-    pthread_join(thread, nullptr);
+  Worker opening;
+  if (opening.Start("opening", work, role)) {
+    opening.Join();
   } else {
     work();
   }
+}
+
+bool StartDetached(const char* name, std::function<void()> work) {
+  pthread_t thread;
+  if (!StartThread(&thread, name, std::move(work), WorkerRole::kStream)) {
+    return false;
+  }
+  pthread_detach(thread);
+  return true;
 }
 
 }  // namespace media

@@ -4,7 +4,6 @@
 #include <QtGlobal>
 #include <cstdio>
 
-#include "media/Worker.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
 #include "output/PublishConnection.h"
@@ -30,8 +29,6 @@ CEncoder::CEncoder(int width, int height)
       m_videoParameters(nullptr),
       m_audioStream(nullptr),
       m_videoStream(nullptr),
-      m_encodeThread(),
-      m_publishThread(),
       m_audioPackets(1),
       m_videoPackets(1),
       m_width(width),
@@ -42,8 +39,6 @@ CEncoder::CEncoder(int width, int height)
       m_streamTimeBase{1, 1000},
       m_protocols(output::kPublishProtocols),
       m_keyDue(false),
-      m_encodeRuns(false),
-      m_publishRuns(false),
       m_stopDeadline(std::make_shared<output::Deadline>()) {}
 
 CEncoder::~CEncoder() {
@@ -94,10 +89,8 @@ int CEncoder::StartThreads() {
   m_counters.effort = 0;
   Report(PublishState::kWaiting);  // before anybody can look
   m_started = true;
-  m_encodeRuns = media::StartWorker(&m_encodeThread, "encode", &CEncoder::EncodeEntry, this);
-  m_publishRuns = m_encodeRuns &&
-                  media::StartWorker(&m_publishThread, "publish", &CEncoder::PublishEntry, this);
-  if (m_publishRuns) {
+  if (m_encodeThread.Start("encode", [this] { Encode(); }) &&
+      m_publishThread.Start("publish", [this] { Publish(); })) {
     return 0;
   }
   av_log(nullptr, AV_LOG_ERROR, "no thread for the encoder\n");
@@ -108,14 +101,8 @@ int CEncoder::StartThreads() {
 int CEncoder::Stop() {
   m_stopDeadline->SetIn(kFarewellMs);
   m_started = false;
-  if (m_encodeRuns) {
-    pthread_join(m_encodeThread, nullptr);
-    m_encodeRuns = false;
-  }
-  if (m_publishRuns) {
-    pthread_join(m_publishThread, nullptr);
-    m_publishRuns = false;
-  }
+  m_encodeThread.Join();
+  m_publishThread.Join();
   CloseCodecs();
   // A publish thread that ended by itself left them to the encoders.
   m_audioPackets.Clear();

@@ -40,8 +40,6 @@
 #ifndef ORVANE_OUTPUT_CENCODER_H
 #define ORVANE_OUTPUT_CENCODER_H
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -58,6 +56,7 @@ extern "C" {
 
 #include "media/CMyQueue.h"
 #include "media/CSrcInterface.h"
+#include "media/Worker.h"
 #include "output/Deadline.h"
 #include "output/Effort.h"
 #include "output/EncoderStatistics.h"
@@ -75,7 +74,7 @@ class CEncoder : public CSrcInterface {
   CEncoder(int width, int height);
   ~CEncoder() override;
 
-  // Opens both encoders and creates both threads. 0, or -1 with no thread running.
+  // Opens both encoders and creates both threads. 0; -1 when that fails, or when it runs already.
   int Start() override;
   // Ends both threads and frees the encoders; safe after a failed Start. Always 0.
   int Stop() override;
@@ -133,8 +132,8 @@ class CEncoder : public CSrcInterface {
   AVCodecParameters* m_videoParameters;  // of the one that was opened first; never written again
   AVStream* m_audioStream;               // publish thread; of the current connection
   AVStream* m_videoStream;               // publish thread; of the current connection
-  pthread_t m_encodeThread;
-  pthread_t m_publishThread;
+  media::Worker m_encodeThread;
+  media::Worker m_publishThread;
   CMyQueue m_audioPackets;  // time stamps in milliseconds
   CMyQueue m_videoPackets;  // time stamps in milliseconds
   int m_width;
@@ -146,8 +145,6 @@ class CEncoder : public CSrcInterface {
   std::string m_protocols;  // that an address may name; a test may allow more
 
  private:
-  static void* EncodeEntry(void* node);
-  static void* PublishEntry(void* node);
   void Encode();
   void Publish();
 
@@ -189,8 +186,6 @@ class CEncoder : public CSrcInterface {
   void ReportFailure(PublishState state, PublishFault fault, int error);
 
   std::atomic<bool> m_keyDue;                        // the next picture is to be a key frame
-  std::atomic<bool> m_encodeRuns;                    // m_encodeThread has to be joined
-  std::atomic<bool> m_publishRuns;                   // m_publishThread has to be joined
   std::shared_ptr<output::Deadline> m_stopDeadline;  // a connection given up may outlive the node
   output::EncoderCounters m_counters;
 };

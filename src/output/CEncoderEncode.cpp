@@ -53,11 +53,6 @@ void LogPictureError(int error) {
 
 }  // namespace
 
-void* CEncoder::EncodeEntry(void* node) {
-  static_cast<CEncoder*>(node)->Encode();
-  return nullptr;
-}
-
 void CEncoder::Encode() {
   EncodeClock clock;
   while (m_started) {

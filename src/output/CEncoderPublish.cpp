@@ -50,11 +50,6 @@ std::uint64_t FreeAll(CMyQueue* queue) {
 
 }  // namespace
 
-void* CEncoder::PublishEntry(void* node) {
-  static_cast<CEncoder*>(node)->Publish();
-  return nullptr;
-}
-
 void CEncoder::Publish() {
   if (!AwaitFirstPackets()) {
     LosePackets();

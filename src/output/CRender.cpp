@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "media/Worker.h"
 #include "output/ComposeState.h"
 #include "output/PresentState.h"
 
@@ -35,9 +34,6 @@ CRender::CRender(int layerCapacity)
       windowHandle(0),
       m_firstCallback(true),
       m_layerCapacity(layerCapacity),
-      m_composeThread(),
-      m_scaleThread(),
-      m_presentThread(),
       m_audioOpened(false),
       m_catalogue(DeviceCatalogue::Instance()),
       m_composed(0),
@@ -81,33 +77,32 @@ int CRender::Start() {
     return -1;
   }
   MakeSlots();
-  if (!media::StartWorker(&m_composeThread, "compose", RunCompose, this,
-                          media::WorkerRole::kPrepare)) {
-    m_stopped = true;
-  } else if (!media::StartWorker(&m_scaleThread, "scale", RunScale, this,
-                                 media::WorkerRole::kPrepare)) {
-    m_stopped = true;
-    pthread_join(m_composeThread, nullptr);
-  } else if (!media::StartWorker(&m_presentThread, "present", RunPresent, this,
-                                 media::WorkerRole::kPrepare)) {
-    m_stopped = true;
-    pthread_join(m_composeThread, nullptr);
-    pthread_join(m_scaleThread, nullptr);
+  constexpr auto kRole = media::WorkerRole::kPrepare;
+  if (m_composeThread.Start(
+          "compose", [this] { RunCompose(); }, kRole) &&
+      m_scaleThread.Start(
+          "scale", [this] { RunScale(); }, kRole) &&
+      m_presentThread.Start(
+          "present", [this] { RunPresent(); }, kRole)) {
+    return 0;
   }
-  if (m_stopped) {
-    DropSlots();
-    return -1;
-  }
-  return 0;
+  m_stopped = true;
+  JoinWorkers();
+  DropSlots();
+  return -1;
+}
+
+void CRender::JoinWorkers() {
+  m_composeThread.Join();
+  m_scaleThread.Join();
+  m_presentThread.Join();
 }
 
 int CRender::Stop() {
   if (m_stopped.exchange(true)) {
     return -1;
   }
-  pthread_join(m_composeThread, nullptr);
-  pthread_join(m_scaleThread, nullptr);
-  pthread_join(m_presentThread, nullptr);
+  JoinWorkers();
   DropSlots();
   // A callback that had begun has seen the stop and ends; the next ones give silence.
   SDL_LockAudio();

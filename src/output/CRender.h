@@ -37,8 +37,6 @@
 #ifndef ORVANE_OUTPUT_CRENDER_H
 #define ORVANE_OUTPUT_CRENDER_H
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -47,6 +45,7 @@
 
 #include "media/CSrcInterface.h"
 #include "media/QtLock.h"
+#include "media/Worker.h"
 #include "output/AtomicSize.h"
 #include "output/LayerSlot.h"
 #include "output/MonitorDevice.h"
@@ -68,7 +67,7 @@ class CRender : public CSrcInterface {
   explicit CRender(int layerCapacity);
   ~CRender() override;
 
-  // 0; -1 when it runs already or the system gives no thread.
+  // 0; -1 when it runs already or the system gives no thread. May be started again after a Stop.
   int Start() override;
   // 0; -1 when it does not run.
   int Stop() override;
@@ -132,9 +131,10 @@ class CRender : public CSrcInterface {
   struct Drawn;
   struct Retired;
 
-  static void* RunCompose(void* node);
-  static void* RunScale(void* node);
-  static void* RunPresent(void* node);
+  void RunCompose();
+  void RunScale();
+  void RunPresent();
+  void JoinWorkers();
   static void AudioCallback(void* node, std::uint8_t* stream, int length);
 
   // CRender.cpp
@@ -182,9 +182,9 @@ class CRender : public CSrcInterface {
   AVFrame* Shorten(AVFrame* frame);
 
   int m_layerCapacity;
-  pthread_t m_composeThread;
-  pthread_t m_scaleThread;
-  pthread_t m_presentThread;
+  media::Worker m_composeThread;
+  media::Worker m_scaleThread;
+  media::Worker m_presentThread;
   std::atomic<bool> m_audioOpened;   // tried, whatever the outcome
   std::vector<LayerSlot*> m_layers;  // by id; changed while no worker runs
   DeviceCatalogue* m_catalogue;

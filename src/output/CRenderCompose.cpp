@@ -53,13 +53,11 @@ AVFrame* CanvasOf(AVFrame* picture) {
 
 }  // namespace
 
-void* CRender::RunCompose(void* node) {
-  auto* self = static_cast<CRender*>(node);
+void CRender::RunCompose() {
   output::ComposeState state(SDL_GetTicks());
-  while (!self->m_stopped) {
-    self->ComposeTurn(&state);
+  while (!m_stopped) {
+    ComposeTurn(&state);
   }
-  return nullptr;
 }
 
 void CRender::ComposeTurn(output::ComposeState* state) {

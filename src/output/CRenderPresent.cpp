@@ -18,16 +18,14 @@ constexpr int kCanvasesToStart = 2;
 
 }  // namespace
 
-void* CRender::RunPresent(void* node) {
-  auto* self = static_cast<CRender*>(node);
+void CRender::RunPresent() {
   {
-    output::PresentState state(self->windowHandle, self->CanvasSize());
-    while (!self->m_stopped) {
-      self->PresentTurn(&state);
+    output::PresentState state(windowHandle, CanvasSize());
+    while (!m_stopped) {
+      PresentTurn(&state);
     }
   }
   SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
-  return nullptr;
 }
 
 void CRender::PresentTurn(output::PresentState* state) {

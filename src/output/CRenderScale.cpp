@@ -39,13 +39,11 @@ bool IsSamePicture(const AVFrame* a, const AVFrame* b) {
 
 }  // namespace
 
-void* CRender::RunScale(void* node) {
-  auto* self = static_cast<CRender*>(node);
-  while (!self->m_stopped) {
-    self->ScaleTurn();
+void CRender::RunScale() {
+  while (!m_stopped) {
+    ScaleTurn();
   }
   SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
-  return nullptr;
 }
 
 void CRender::ScaleTurn() {
@@ -88,7 +86,7 @@ bool CRender::ScaleInput(LayerSlot* slot) {
     }
     return false;
   }
-  if (!ffmpeg::HasSoundGeometry(frame.Get())) {
+  if (!ffmpeg::IsWellFormed(frame.Get())) {
     ++m_counters.droppedAtInput[static_cast<std::size_t>(slot->index)];
     LogFault(slot, frame.Get());
     return true;

@@ -1,7 +1,6 @@
 #include "output/MonitorDevice.h"
 
 #include <SDL.h>
-#include <pthread.h>
 
 #include <chrono>
 #include <cstring>
@@ -66,28 +65,21 @@ struct MonitorDevice::Opening {
 
 namespace {
 
-void* CloseDevice(void* closing) {
-  const std::unique_ptr<std::shared_ptr<Closing>> share(
-      static_cast<std::shared_ptr<Closing>*>(closing));
+void CloseDevice(Closing* closing) {
   SDL_CloseAudio();
-  const platform::Lock lock((*share)->mutex);
-  (*share)->done = true;
-  (*share)->finished.NotifyAll();
-  return nullptr;
+  const platform::Lock lock(closing->mutex);
+  closing->done = true;
+  closing->finished.NotifyAll();
 }
 
 // False when the device is still closing; link is then kept until it has closed.
 bool CloseInTime(std::shared_ptr<void> link) {
   const auto closing = std::make_shared<Closing>();
   closing->link = std::move(link);
-  auto share = std::make_unique<std::shared_ptr<Closing>>(closing);
-  pthread_t thread;
-  if (!media::StartWorker(&thread, "close-sound", CloseDevice, share.get())) {
+  if (!media::StartDetached("close-sound", [closing] { CloseDevice(closing.get()); })) {
     SDL_CloseAudio();
     return true;
   }
-  share.release();  // the thread's
-  pthread_detach(thread);
   const platform::Lock lock(closing->mutex);
   return closing->finished.WaitFor(closing->mutex, kPatience,
                                    [&]() ORVANE_REQUIRES(closing->mutex) { return closing->done; });
@@ -101,22 +93,19 @@ MonitorDevice::~MonitorDevice() {
   Close();
 }
 
-void* MonitorDevice::OpenDevice(void* share) {
-  const std::unique_ptr<std::shared_ptr<Opening>> owned(
-      static_cast<std::shared_ptr<Opening>*>(share));
-  Opening& opening = **owned;
+void MonitorDevice::OpenDevice(Opening* opening) {
   platform::AwaitSdlSound();
   // Nothing is asked for in return, so SDL converts to what the device takes; a device that
   // answered with its own format would be fed with ours.
-  const bool open = SDL_OpenAudio(&opening.wanted, nullptr) >= 0;
+  const bool open = SDL_OpenAudio(&opening->wanted, nullptr) >= 0;
   bool abandoned = false;
   {
-    const platform::Lock lock(opening.mutex);
-    opening.done = true;
-    opening.open = open;
-    opening.error = open ? "" : SDL_GetError();
-    abandoned = opening.abandoned;
-    opening.ended.NotifyAll();
+    const platform::Lock lock(opening->mutex);
+    opening->done = true;
+    opening->open = open;
+    opening->error = open ? "" : SDL_GetError();
+    abandoned = opening->abandoned;
+    opening->ended.NotifyAll();
     if (open && !abandoned) {
       SDL_PauseAudio(0);
     }
@@ -125,7 +114,6 @@ void* MonitorDevice::OpenDevice(void* share) {
     SDL_CloseAudio();
   }
   SDL_TLSCleanup();
-  return nullptr;
 }
 
 bool MonitorDevice::Open(const SDL_AudioSpec& wanted, Fill fill, void* node, int waitMs,
@@ -137,16 +125,12 @@ bool MonitorDevice::Open(const SDL_AudioSpec& wanted, Fill fill, void* node, int
   m_opening->wanted = wanted;
   m_opening->wanted.callback = &Link::Callback;
   m_opening->wanted.userdata = m_link.get();
-  auto share = std::make_unique<std::shared_ptr<Opening>>(m_opening);
-  pthread_t thread;
-  if (!media::StartWorker(&thread, "open-sound", OpenDevice, share.get())) {
+  if (!media::StartDetached("open-sound", [opening = m_opening] { OpenDevice(opening.get()); })) {
     *error = "no thread to open it";
     m_opening.reset();
     m_link.reset();
     return false;
   }
-  share.release();  // the thread's
-  pthread_detach(thread);
   {
     const platform::Lock lock(m_opening->mutex);
     m_opening->ended.WaitFor(m_opening->mutex, std::chrono::milliseconds(waitMs),

@@ -51,7 +51,7 @@ class MonitorDevice {
   struct Link;
   struct Opening;
 
-  static void* OpenDevice(void* opening);
+  static void OpenDevice(Opening* opening);
 
   std::shared_ptr<Link> m_link;  // null unless Open was called
   std::shared_ptr<Opening> m_opening;

@@ -1,7 +1,6 @@
 #include "output/PublishConnection.h"
 
 #include <netdb.h>
-#include <pthread.h>
 #include <sys/socket.h>
 
 #include <chrono>
@@ -113,13 +112,9 @@ PublishConnection::~PublishConnection() {
 }
 
 PublishConnection::Result PublishConnection::Open(const std::atomic<bool>& started) {
-  auto* share = new std::shared_ptr<Attempt>(m_attempt);
-  pthread_t thread;
-  if (!media::StartWorker(&thread, "connect", &PublishConnection::Entry, share)) {
-    delete share;
+  if (!media::StartDetached("connect", [attempt = m_attempt] { Run(attempt); })) {
     return {PublishFault::kConnect, AVERROR(EAGAIN)};
   }
-  pthread_detach(thread);
   const Clock::time_point lookupEnd = Clock::now() + kLookupLimit;
   while (!m_attempt->AwaitDone(Clock::now() + kPoll)) {
     if (!started) {
@@ -133,17 +128,12 @@ PublishConnection::Result PublishConnection::Open(const std::atomic<bool>& start
   return m_attempt->TakeResult();
 }
 
-void* PublishConnection::Entry(void* attempt) {
-  auto* share = static_cast<std::shared_ptr<Attempt>*>(attempt);
-  const Result result = Connect(share->get());
-  {
-    const platform::Lock lock((*share)->mutex);
-    (*share)->result = result;
-    (*share)->done = true;
-    (*share)->finished.NotifyAll();
-  }
-  delete share;
-  return nullptr;
+void PublishConnection::Run(const std::shared_ptr<Attempt>& attempt) {
+  const Result result = Connect(attempt.get());
+  const platform::Lock lock(attempt->mutex);
+  attempt->result = result;
+  attempt->done = true;
+  attempt->finished.NotifyAll();
 }
 
 PublishConnection::Result PublishConnection::Connect(Attempt* attempt) {

@@ -59,7 +59,7 @@ class PublishConnection {
 
  private:
   struct Attempt;
-  static void* Entry(void* attempt);
+  static void Run(const std::shared_ptr<Attempt>& attempt);
   static Result Connect(Attempt* attempt);
 
   std::shared_ptr<Attempt> m_attempt;  // shared with the opening thread, which may outlive this

@@ -11,7 +11,6 @@ extern "C" {
 #include <libavutil/imgutils.h>
 }
 
-#include "media/Worker.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
 #include "sources/Decoder.h"
@@ -64,12 +63,15 @@ int CInputDev::Start() {
   if (m_running) {
     return 0;
   }
+  if (m_thread.IsOver()) {
+    return -1;
+  }
   if (Open() < 0) {
     CloseDevice();
     return -1;
   }
   m_running = true;
-  if (!media::StartWorker(&m_thread, "capture", CaptureEntry, this)) {
+  if (!m_thread.Start("capture", [this] { Capture(); })) {
     m_running = false;
     CloseDevice();
     return -1;
@@ -82,7 +84,7 @@ int CInputDev::Start() {
 
 int CInputDev::Open() {
   if (m_decoded == nullptr || m_packet == nullptr) {
-    return -1;  // stopped before
+    return Fail("there is no memory");
   }
   platform::OpenResult opened =
       platform::CaptureLayer::Current().Open(Kind(m_isAudio), m_deviceName);
@@ -119,7 +121,7 @@ int CInputDev::Stop() {
     return 0;
   }
   m_running = false;
-  pthread_join(m_thread, nullptr);
+  m_thread.Join();
   CloseDevice();
   av_frame_free(&m_decoded);
   av_frame_free(&m_spare);
@@ -150,11 +152,6 @@ void CInputDev::CloseDevice() {
   m_device.reset();
   m_stereo.Reset();
   m_streamIndex = -1;
-}
-
-void* CInputDev::CaptureEntry(void* node) {
-  static_cast<CInputDev*>(node)->Capture();
-  return nullptr;
 }
 
 void CInputDev::Capture() {

@@ -9,9 +9,6 @@
 // A picture that arrives as wanted, with packed rows, passes through uncopied. A source whose
 // picture changes size is scaled to the size it had first.
 //
-// Life: constructed, running, stopped; a stopped node is deleted, not started again. A node whose
-// Start failed may be started again or deleted.
-//
 // How it does can be looked at meanwhile: Delivered counts what the device itself has given, so one
 // that stands still is a device that froze, fell silent or ended. Pictures count as they come,
 // whatever they show: a camera that hangs gives none. The desktop gives one 25 times a second,
@@ -30,14 +27,13 @@
 #ifndef ORVANE_SOURCES_CINPUTDEV_H
 #define ORVANE_SOURCES_CINPUTDEV_H
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
 
 #include "media/CSrcInterface.h"
+#include "media/Worker.h"
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "platform/CaptureLayer.h"
@@ -54,7 +50,7 @@ class CInputDev : public CSrcInterface {
 
   // 0, or -1 when the device or its decoder can't be opened. Bounded by the capture layer.
   int Start() override;
-  // Returns 0 with the worker joined and the device closed; no effect when it is not running.
+  // Closes the device too.
   int Stop() override;
 
   bool IsAudio() const { return m_isAudio; }
@@ -75,7 +71,6 @@ class CInputDev : public CSrcInterface {
 
  private:
   int Fail(const std::string& cause);
-  static void* CaptureEntry(void* node);
   void Capture();
   bool ReadFailed(int error);
   void HandlePacket(AVPacket* packet);
@@ -100,7 +95,7 @@ class CInputDev : public CSrcInterface {
   AVFrame* m_spare = nullptr;  // never filled
   sources::StereoConvert m_stereo;
   ffmpeg::PixelConvert m_scaler;
-  pthread_t m_thread{};
+  media::Worker m_thread;
   CMyQueue m_spareQueue;  // holds nothing
   std::atomic<bool> m_running{false};
   int m_width;  // wanted; 0 for that of the device

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "media/Worker.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "sources/Decoder.h"
 #include "sources/MediaFile.h"
@@ -38,20 +37,16 @@ int CInputFile::Start() {
     std::printf("is already started");
     return 0;
   }
-  if (Open() < 0) {
-    CloseFile();
+  if (m_readThread.IsOver() || Open() < 0) {
     return -1;
   }
   m_running = true;
-  if (!media::StartWorker(&m_readThread, "file-read", ReadEntry, this,
-                          media::WorkerRole::kPrepare)) {
-    m_running = false;
-    return Fail("no thread to read it");
-  }
-  if (!media::StartWorker(&m_paceThread, "file-pace", PaceEntry, this)) {
+  if (!m_readThread.Start(
+          "file-read", [this] { Read(); }, media::WorkerRole::kPrepare) ||
+      !m_paceThread.Start("file-pace", [this] { Pace(); })) {
     m_running = false;
     m_deadline.Raise();
-    pthread_join(m_readThread, nullptr);
+    m_readThread.Join();
     return Fail("no thread to play it");
   }
   return 0;
@@ -59,7 +54,7 @@ int CInputFile::Start() {
 
 int CInputFile::Open() {
   if (m_decoded == nullptr || m_packet == nullptr) {
-    return Fail("it was stopped before, or there is no memory");
+    return Fail("there is no memory");
   }
   CloseFile();
   m_deadline.Arm();
@@ -116,8 +111,8 @@ int CInputFile::Stop() {
   }
   m_running = false;
   m_deadline.Raise();  // ends a search between two reads
-  pthread_join(m_readThread, nullptr);
-  pthread_join(m_paceThread, nullptr);
+  m_readThread.Join();
+  m_paceThread.Join();
   std::vector<std::uint8_t>().swap(m_audioBuffer);
   av_frame_free(&m_decoded);
   m_stereo.Reset();
@@ -134,13 +129,11 @@ void CInputFile::CloseFile() {
   m_videoStream = -1;
 }
 
-void* CInputFile::PaceEntry(void* node) {
-  auto* self = static_cast<CInputFile*>(node);
+void CInputFile::Pace() {
   sources::FilePace pace;
-  while (self->m_running) {
-    self->PaceTurn(&pace);
+  while (m_running) {
+    PaceTurn(&pace);
   }
-  return nullptr;
 }
 
 void CInputFile::PaceTurn(sources::FilePace* pace) {

@@ -21,8 +21,6 @@
 #ifndef ORVANE_SOURCES_CINPUTFILE_H
 #define ORVANE_SOURCES_CINPUTFILE_H
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -35,6 +33,7 @@ extern "C" {
 
 #include "media/CMyQueue.h"
 #include "media/CSrcInterface.h"
+#include "media/Worker.h"
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "sources/FilePace.h"
@@ -50,9 +49,7 @@ class CInputFile : public CSrcInterface {
   // Closes the file. Stop comes before.
   ~CInputFile() override;
 
-  // 0, or -1 when the file can't be played; a running file is left as it is.
   int Start() override;
-  // Returns 0 with both threads joined; no effect when it is not running.
   int Stop() override;
 
   // Start has failed since the file has no sound: it may be a film for CInputSilentFile.
@@ -72,8 +69,8 @@ class CInputFile : public CSrcInterface {
   CMyQueue* DecodedPictures() { return &m_videoQueue; }
 
  private:
-  static void* ReadEntry(void* node);
-  static void* PaceEntry(void* node);
+  void Read();
+  void Pace();
   int Fail(const std::string& cause);
   bool OpenStream(AVMediaType medium, int* index, AVCodecContext** codec, std::string* cause);
   void CloseFile();
@@ -99,8 +96,8 @@ class CInputFile : public CSrcInterface {
   AVCodecContext* m_videoCodec = nullptr;
   AVFrame* m_decoded;  // made by the constructor, used again for every frame
   ffmpeg::PixelConvert m_scaler;
-  pthread_t m_readThread{};
-  pthread_t m_paceThread{};
+  media::Worker m_readThread;
+  media::Worker m_paceThread;
   std::atomic<bool> m_running{false};
   std::atomic<bool> m_atEnd{false};         // nothing more to read now, and no sound kept
   std::vector<std::uint8_t> m_audioBuffer;  // room for 10240 samples of each channel

@@ -44,12 +44,10 @@ bool IsPackedRgb(const AVFrame* picture) {
 
 }  // namespace
 
-void* CInputFile::ReadEntry(void* node) {
-  auto* self = static_cast<CInputFile*>(node);
-  while (self->m_running) {
-    self->ReadTurn();
+void CInputFile::Read() {
+  while (m_running) {
+    ReadTurn();
   }
-  return nullptr;
 }
 
 sources::Ahead CInputFile::SoundAhead() {

@@ -10,7 +10,6 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-#include "media/Worker.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
@@ -87,16 +86,14 @@ CInputPic::~CInputPic() {
 }
 
 int CInputPic::Start() {
-  if (m_started) {
+  if (m_thread.IsRunning()) {
     return 0;
   }
-  if (Open() < 0) {
+  if (m_thread.IsOver() || Open() < 0) {
     return -1;
   }
-  m_stop = false;
-  m_started =
-      media::StartWorker(&m_thread, "picture", PictureEntry, this, media::WorkerRole::kPrepare);
-  return m_started ? 0 : -1;
+  return m_thread.StartOnce(
+      "picture", [this] { Run(); }, media::WorkerRole::kPrepare);
 }
 
 int CInputPic::Open() {
@@ -141,23 +138,16 @@ int CInputPic::Open() {
 }
 
 int CInputPic::Stop() {
-  if (!m_started) {
-    return 0;
-  }
-  m_stop = true;
-  pthread_join(m_thread, nullptr);
-  m_started = false;
+  m_thread.StopOnce(&m_stop);
   av_frame_free(&m_picture);
   return 0;
 }
 
-void* CInputPic::PictureEntry(void* node) {
-  auto* self = static_cast<CInputPic*>(node);
+void CInputPic::Run() {
   media::PacedTicker ticker(SDL_GetTicks());
-  while (!self->m_stop) {
-    self->PictureTurn(&ticker);
+  while (!m_stop) {
+    PictureTurn(&ticker);
   }
-  return nullptr;
 }
 
 void CInputPic::PictureTurn(media::PacedTicker* ticker) {

@@ -18,8 +18,6 @@
 #ifndef ORVANE_SOURCES_CINPUTPIC_H
 #define ORVANE_SOURCES_CINPUTPIC_H
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -30,6 +28,7 @@ extern "C" {
 
 #include "media/CSrcInterface.h"
 #include "media/PacedTicker.h"
+#include "media/Worker.h"
 
 class DeviceCatalogue;
 
@@ -43,7 +42,7 @@ class CInputPic : public CSrcInterface {
   // 0, or -1 when the file gives no picture. A file that keeps its reader busy for 5 s is given up;
   // a read that the kernel holds, on a network disk that is gone, can't be.
   int Start() override;
-  // Returns 0 with the worker joined and the picture given up; no effect when it is not running.
+  // Gives the picture up too.
   int Stop() override;
 
  protected:
@@ -53,15 +52,13 @@ class CInputPic : public CSrcInterface {
   void PictureTurn(media::PacedTicker* ticker);
 
  private:
-  static void* PictureEntry(void* node);
+  void Run();
 
   std::atomic<bool> m_stop{false};
-  pthread_t m_thread{};
+  media::Worker m_thread;
   std::string m_path;
   AVFrame* m_picture = nullptr;
   DeviceCatalogue* m_catalogue;
-
-  bool m_started = false;  // m_thread is to be joined
 };
 
 #endif

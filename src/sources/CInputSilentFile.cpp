@@ -4,7 +4,6 @@
 
 #include <utility>
 
-#include "media/Worker.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
 #include "sources/Decoder.h"
@@ -38,11 +37,12 @@ int CInputSilentFile::Start() {
   if (m_running) {
     return 0;
   }
-  if (Open() < 0) {
+  if (m_thread.IsOver() || Open() < 0) {
     return -1;
   }
   m_running = true;
-  if (!media::StartWorker(&m_thread, "film", Run, this, media::WorkerRole::kPrepare)) {
+  if (!m_thread.Start(
+          "film", [this] { Run(); }, media::WorkerRole::kPrepare)) {
     m_running = false;
     return Fail("no thread to play it");
   }
@@ -90,7 +90,7 @@ int CInputSilentFile::Stop() {
   }
   m_running = false;
   m_deadline.Raise();  // ends a read that hangs
-  pthread_join(m_thread, nullptr);
+  m_thread.Join();
   CloseFile();
   return 0;
 }
@@ -106,13 +106,11 @@ void CInputSilentFile::CloseFile() {
   m_ended = false;
 }
 
-void* CInputSilentFile::Run(void* node) {
-  auto* self = static_cast<CInputSilentFile*>(node);
+void CInputSilentFile::Run() {
   sources::FilePace pace;
-  while (self->m_running) {
-    self->Turn(&pace);
+  while (m_running) {
+    Turn(&pace);
   }
-  return nullptr;
 }
 
 void CInputSilentFile::Turn(sources::FilePace* pace) {

@@ -17,8 +17,6 @@
 #ifndef ORVANE_SOURCES_CINPUTSILENTFILE_H
 #define ORVANE_SOURCES_CINPUTSILENTFILE_H
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -29,6 +27,7 @@ extern "C" {
 }
 
 #include "media/CSrcInterface.h"
+#include "media/Worker.h"
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "sources/FilePace.h"
@@ -41,9 +40,7 @@ class CInputSilentFile : public CSrcInterface {
   // Closes the file. Stop comes before.
   ~CInputSilentFile() override;
 
-  // 0, or -1 when the file can't be played; a running file is left as it is.
   int Start() override;
-  // Returns 0 with the thread joined; no effect when it is not running.
   int Stop() override;
 
  protected:
@@ -52,7 +49,7 @@ class CInputSilentFile : public CSrcInterface {
   void Turn(sources::FilePace* pace);
 
  private:
-  static void* Run(void* node);
+  void Run();
   int Fail(const std::string& cause);
   void CloseFile();
   void DecodeNext();
@@ -61,7 +58,7 @@ class CInputSilentFile : public CSrcInterface {
   void LogOnce(const char* what, int error);
 
   std::string m_path;
-  pthread_t m_thread{};
+  media::Worker m_thread;
   std::atomic<bool> m_running{false};
   sources::OpenDeadline m_deadline;
 

@@ -2,7 +2,6 @@
 
 #include <SDL.h>
 
-#include "media/Worker.h"
 #include "media/ffmpeg/Scoped.h"
 #include "sources/DeviceCatalogue.h"
 
@@ -12,34 +11,16 @@ constexpr int kChannels = 2;
 
 }  // namespace
 
-CInputSlience::CInputSlience() : CSrcInterface(0, 1), m_stop(false), m_thread() {}
+CInputSlience::CInputSlience() : CSrcInterface(0, 1), m_stop(false) {}
 
 CInputSlience::~CInputSlience() = default;
 
 int CInputSlience::Start() {
-  if (m_thread != 0) {
-    return -1;
-  }
-  if (!media::StartWorker(&m_thread, "silence", Run, this)) {
-    m_thread = 0;
-    return -1;
-  }
-  return 0;
+  return m_thread.StartOnce("silence", [this] { Generate(); });
 }
 
 int CInputSlience::Stop() {
-  if (m_thread == 0) {
-    return 0;
-  }
-  m_stop = true;
-  pthread_join(m_thread, nullptr);
-  m_thread = 0;
-  return 0;
-}
-
-void* CInputSlience::Run(void* node) {
-  static_cast<CInputSlience*>(node)->Generate();
-  return nullptr;
+  return m_thread.StopOnce(&m_stop);
 }
 
 void CInputSlience::Generate() {

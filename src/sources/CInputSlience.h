@@ -12,11 +12,10 @@
 #ifndef ORVANE_SOURCES_CINPUTSLIENCE_H
 #define ORVANE_SOURCES_CINPUTSLIENCE_H
 
-#include <pthread.h>
-
 #include <atomic>
 
 #include "media/CSrcInterface.h"
+#include "media/Worker.h"
 #include "sources/SilencePace.h"
 
 class CInputSlience : public CSrcInterface {
@@ -24,9 +23,7 @@ class CInputSlience : public CSrcInterface {
   CInputSlience();
   ~CInputSlience() override;
 
-  // 0; -1 when it runs already or the system gives no thread. A node that was stopped stays so.
   int Start() override;
-  // Without a worker it has no effect.
   int Stop() override;
 
  protected:
@@ -34,11 +31,10 @@ class CInputSlience : public CSrcInterface {
   void Turn(sources::SilencePace* pace);
 
  private:
-  static void* Run(void* node);
   void Generate();
 
   std::atomic<bool> m_stop;
-  pthread_t m_thread;  // zero while there is no worker to join
+  media::Worker m_thread;
 };
 
 #endif

@@ -2,7 +2,6 @@
 
 #include <SDL.h>
 
-#include "media/Worker.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
 
@@ -31,39 +30,24 @@ void Wrap(const platform::GrabbedPicture& picture, AVFrame* frame) {
 }  // namespace
 
 CWndCapture::CWndCapture(platform::WindowHandle window)
-    : CSrcInterface(kWindowKind, 1),
-      m_thread(),
-      m_window(window),
-      m_queue(0),
-      m_stop(false),
-      m_running(false) {}
+    : CSrcInterface(kWindowKind, 1), m_window(window), m_queue(0), m_stop(false) {}
 
 CWndCapture::~CWndCapture() = default;
 
 int CWndCapture::Start() {
-  if (m_running) {
-    return -1;
-  }
-  m_running = media::StartWorker(&m_thread, "window", Run, this, media::WorkerRole::kPrepare);
-  return m_running ? 0 : -1;
+  return m_thread.StartOnce(
+      "window", [this] { Run(); }, media::WorkerRole::kPrepare);
 }
 
 int CWndCapture::Stop() {
-  m_stop = true;
-  if (m_running) {
-    pthread_join(m_thread, nullptr);
-    m_running = false;
-  }
-  return 0;
+  return m_thread.StopOnce(&m_stop);
 }
 
-void* CWndCapture::Run(void* node) {
-  auto* self = static_cast<CWndCapture*>(node);
-  const std::unique_ptr<Capture> capture = self->SetUp();
-  while (capture && !self->m_stop) {
-    self->Turn(capture.get());
+void CWndCapture::Run() {
+  const std::unique_ptr<Capture> capture = SetUp();
+  while (capture && !m_stop) {
+    Turn(capture.get());
   }
-  return nullptr;
 }
 
 std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {

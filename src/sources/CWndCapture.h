@@ -17,13 +17,12 @@
 #ifndef ORVANE_SOURCES_CWNDCAPTURE_H
 #define ORVANE_SOURCES_CWNDCAPTURE_H
 
-#include <pthread.h>
-
 #include <atomic>
 #include <memory>
 
 #include "media/CSrcInterface.h"
 #include "media/PacedTicker.h"
+#include "media/Worker.h"
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "platform/WindowSystem.h"
@@ -33,9 +32,7 @@ class CWndCapture : public CSrcInterface {
   explicit CWndCapture(platform::WindowHandle window);
   ~CWndCapture() override;
 
-  // 0; -1 when it runs already or the system gives no thread. A node that was stopped stays so.
   int Start() override;
-  // Without a worker it only makes a later one end at once.
   int Stop() override;
 
  protected:
@@ -57,15 +54,14 @@ class CWndCapture : public CSrcInterface {
   void Turn(Capture* capture);
 
  private:
-  static void* Run(void* node);
+  void Run();
   void Tick(Capture* capture);
   void PushPicture(Capture* capture, const platform::GrabbedPicture& picture);
 
-  pthread_t m_thread;
+  media::Worker m_thread;
   platform::WindowHandle m_window;
   CMyQueue m_queue;  // nothing uses it
   std::atomic<bool> m_stop;
-  bool m_running;  // there is a worker to join; the owner's thread alone
 };
 
 #endif

@@ -14,7 +14,6 @@ extern "C" {
 #include <libavutil/pixfmt.h>
 }
 
-#include "media/Worker.h"
 #include "platform/SdlSurface.h"
 #include "platform/SdlVideo.h"
 #include "sources/CInputDev.h"
@@ -142,9 +141,8 @@ void CCamDlg::StartPreview() {
     ui.m_labRender->LeaveToOthers();
   }
   stopPreview = false;
-  if (!media::StartWorker(&previewThread, "preview", PreviewEntry, this,
-                          media::WorkerRole::kShow)) {
-    previewThread = 0;
+  if (!previewThread.Start(
+          "preview", [this] { Preview(); }, media::WorkerRole::kShow)) {
     StopCamera();  // nobody would take its pictures
     return;
   }
@@ -163,11 +161,8 @@ void CCamDlg::StopCamera() {
 void CCamDlg::StopPreview() {
   StopCamera();
   m_surfaceEvents.stop();
-  if (previewThread != 0) {
-    stopPreview = true;
-    pthread_join(previewThread, nullptr);
-    previewThread = 0;
-  }
+  stopPreview = true;
+  previewThread.Join();
 }
 
 void CCamDlg::done(int result) {
@@ -175,20 +170,17 @@ void CCamDlg::done(int result) {
   QDialog::done(result);
 }
 
-void* CCamDlg::PreviewEntry(void* dialog) {
-  static_cast<CCamDlg*>(dialog)->Preview();
-  SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
-  return nullptr;
-}
-
 void CCamDlg::Preview() {
-  widgets::CameraPreview preview(renderHandle);
-  while (!stopPreview) {
-    if (cameraChanged.exchange(false)) {
-      preview.Forget(m_firstVideoQueue);
+  {
+    widgets::CameraPreview preview(renderHandle);
+    while (!stopPreview) {
+      if (cameraChanged.exchange(false)) {
+        preview.Forget(m_firstVideoQueue);
+      }
+      preview.Turn(m_firstVideoQueue);
     }
-    preview.Turn(m_firstVideoQueue);
   }
+  SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
 }
 
 void CCamDlg::mousePressEvent(QMouseEvent* event) {

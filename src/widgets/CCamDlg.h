@@ -23,14 +23,13 @@
 #ifndef ORVANE_WIDGETS_CCAMDLG_H
 #define ORVANE_WIDGETS_CCAMDLG_H
 
-#include <pthread.h>
-
 #include <QDialog>
 #include <QTimer>
 #include <atomic>
 #include <string>
 
 #include "media/CSrcInterface.h"
+#include "media/Worker.h"
 #include "platform/WindowSystem.h"
 #include "ui_CCamDlg.h"
 #include "widgets/theme/Frameless.h"
@@ -69,13 +68,12 @@ class CCamDlg : public QDialog, public CSrcInterface {
   void StartPreview();
   void StopCamera();
   void StopPreview();
-  static void* PreviewEntry(void* dialog);
   void Preview();
 
   std::string deviceName;
   std::atomic<bool> stopPreview{false};
   platform::WindowHandle renderHandle = 0;
-  pthread_t previewThread = 0;
+  media::Worker previewThread;
   CInputDev* inputDev = nullptr;
   Ui::CamDlg ui;
   FramelessDrag drag;

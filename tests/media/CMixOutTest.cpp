@@ -11,6 +11,8 @@
 #include "support/FilterProbe.h"
 #include "support/Frames.h"
 #include "support/LogRecord.h"
+#include "support/Process.h"
+#include "support/ProcessSight.h"
 #include "support/RecordingNode.h"
 
 using support::FilterProbe;
@@ -192,29 +194,49 @@ TEST_F(CMixOutTest, AfterAFailedParseOrConfigurationTheTurnsRunOnWithoutOutput) 
   }
 }
 
-TEST(CMixOut, FramesQueuedAtTheStopAreFreedWithTheNode) {
+// The worker is in the midst of mixing; what comes behind its end is nobody's any more.
+TEST(CMixOut, WhatWaitsAtTheStopOfARunningMixerIsFreedWithTheNode) {
+  support::FakeClock clock;
+  support::RecordingNode out;
   ffmpeg::ScopedFrame watch(NewSound(5000));
   {
     TurnedMixer mixer;
-    mixer.Stop();
+    mixer.AddAudioOutput(&out);
+    ASSERT_EQ(mixer.Start(), 0);
+    mixer.EnqueueAudio(0, NewSound(5000));
+    mixer.EnqueueAudio(1, NewSound(5000));
+    ASSERT_TRUE(support::WaitFor([&] { return out.AudioCount() > 0; }, 60000));
+    EXPECT_EQ(mixer.Stop(), 0);
+    EXPECT_FALSE(support::HasThread("mixout"));
     mixer.EnqueueAudio(0, av_frame_clone(watch.Get()));
     mixer.EnqueueAudio(1, av_frame_clone(watch.Get()));
-    ASSERT_EQ(mixer.Start(), 0);
-    EXPECT_EQ(mixer.Stop(), 0);
     EXPECT_EQ(mixer.Queued(0) + mixer.Queued(1), 2);
   }
   EXPECT_EQ(av_frame_is_writable(watch.Get()), 1);
 }
 
-TEST(CMixOut, StartAndStopMayBeCalledTwice) {
-  CMixOut mixer;
-  EXPECT_EQ(mixer.Start(), 0);
-  EXPECT_EQ(mixer.Start(), -1);
-  EXPECT_EQ(mixer.Stop(), 0);
-  EXPECT_EQ(mixer.Stop(), 0);
+TEST(CMixOut, AWorkerThatHasEndedByItselfLeavesWhatComesToTheNode) {
+  for (const char* failing : {"out", "in1"}) {
+    support::FakeClock clock;
+    support::LogRecord log;
+    FilterProbe probe;
+    probe.Fail(Call::kCreate, failing);
+    TurnedMixer mixer;
+    ASSERT_EQ(mixer.Start(), 0);
+    ASSERT_TRUE(support::WaitFor([] { return !support::HasThread("mixout"); }, 60000)) << failing;
+    CSrcInterface source(1, 1);
+    source.AddAudioOutput(&mixer);
+    ffmpeg::ScopedFrame frame(NewSound(5000));
+    for (int i = 0; i < 40; ++i) {
+      source.PushAudio(frame.Get(), 0);
+    }
+    EXPECT_EQ(mixer.Queued(0), 40) << failing;
+    EXPECT_EQ(mixer.Stop(), 0);
+    EXPECT_EQ(mixer.Queued(0), 40) << failing;
+  }
 }
 
-TEST(CMixOutThreads, TwoSourcesComeOutMixedAndStopEndsTheWorker) {
+TEST(CMixOut, TwoSourcesComeOutMixedAndStopEndsTheWorker) {
   // It moves on whenever the mixer has nothing to do, and each source gives its next frame then.
   support::FakeClock clock;
   support::RecordingNode out;

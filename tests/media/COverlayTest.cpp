@@ -1,3 +1,4 @@
+// What a text looks like on the canvas.
 #include "media/COverlay.h"
 
 #include <SDL_ttf.h>
@@ -9,24 +10,22 @@
 #include <thread>
 #include <vector>
 
+#include "media/OverlayRig.h"
 #include "media/ffmpeg/FramePool.h"
-#include "support/FilterProbe.h"
-#include "support/Frames.h"
 #include "support/LogRecord.h"
-#include "support/WorkingDirectory.h"
 
 using ffmpeg::ScopedFrame;
-using support::FilterProbe;
+using support::Box;
+using support::Drawn;
+using support::Empty;
+using support::kFont;
+using support::kWhite;
 using support::LogRecord;
 using support::NewRgb;
 using support::RedAt;
-using support::WorkingDirectory;
-using Call = FilterProbe::Call;
+using support::SetText;
 
 namespace {
-
-constexpr unsigned kWhite = 0xffffffffU;
-constexpr char kFont[] = "wryh.ttf";
 
 // What texts of a hundred thousand characters may take in sum: the shadow memory of the sanitizers
 // comes on top.
@@ -36,150 +35,16 @@ constexpr long kLongTextKb = 2000000;
 constexpr long kLongTextKb = 250000;
 #endif
 
-// The smallest rectangle that holds all pixels that are not black; empty when right < left.
-struct Box {
-  int left;
-  int top;
-  int right;
-  int bottom;
-};
-
-Box Drawn(const AVFrame* canvas) {
-  Box box{canvas->width, canvas->height, -1, -1};
-  for (int y = 0; y < canvas->height; ++y) {
-    for (int x = 0; x < canvas->width; ++x) {
-      if (RedAt(canvas, x, y) != 0) {
-        box.left = std::min(box.left, x);
-        box.right = std::max(box.right, x);
-        box.top = std::min(box.top, y);
-        box.bottom = std::max(box.bottom, y);
-      }
-    }
-  }
-  return box;
-}
-
-bool Empty(const AVFrame* canvas) {
-  return Drawn(canvas).right < 0;
-}
-
-// Measures and sets a text as the renderer does for a new layer.
-int SetText(COverlay* overlay, const std::string& text, unsigned color = kWhite) {
-  int width = 0;
-  int height = 0;
-  overlay->MeasureText(kFont, 100, text, &width, &height);
-  overlay->SetTextPosition(5, 5);
-  overlay->SetEnabled(true);
-  overlay->SetTextSize(width, 0);
-  overlay->SetTextContent(color, text);
-  return width;
-}
-
-std::vector<std::uint8_t> Pixels(const AVFrame* canvas) {
-  return {canvas->data[0], canvas->data[0] + canvas->width * canvas->height * 3};
-}
-
 long HighestResidentKb() {
   const std::string status = support::ReadFile("/proc/self/status");
   return std::stol(status.substr(status.find("VmHWM:") + 6));
 }
 
-class COverlayText : public testing::Test {
- protected:
-  WorkingDirectory directory;
-  COverlay overlay;
-  ScopedFrame canvas{NewRgb(1920, 1080)};
-};
-
-// A canvas of 8 x 6, image pixels numbered from 1 by row.
-class COverlayBlit : public testing::Test {
- protected:
-  ScopedFrame Image(int width, int height) {
-    AVFrame* image = NewRgb(width, height);
-    for (int i = 0; i < width * height; ++i) {
-      std::memset(image->data[0] + i * 3, i + 1, 3);
-    }
-    return ScopedFrame(image);
-  }
-  // The canvas as rows of numbers.
-  std::vector<int> Row(int y) {
-    std::vector<int> row;
-    for (int x = 0; x < 8; ++x) {
-      row.push_back(RedAt(canvas.Get(), x, y));
-    }
-    return row;
-  }
-
-  COverlay overlay;
-  ScopedFrame canvas{NewRgb(8, 6)};
-};
-
-using Row8 = std::vector<int>;
+using COverlayTest = support::OverlayRig;
 
 }  // namespace
 
-TEST_F(COverlayBlit, OutsideTheCanvasGivesMinus1AndOnePixelFurtherInAStrip) {
-  const ScopedFrame image(NewRgb(3, 2, 9));
-  struct Case {
-    int x;
-    int y;
-    int inX;
-    int inY;
-    int pixels;
-  };
-  for (const Case& c :
-       {Case{-3, 1, -2, 1, 2}, Case{8, 1, 7, 1, 2}, Case{1, -2, 1, -1, 3}, Case{1, 6, 1, 5, 3}}) {
-    canvas.Reset(NewRgb(8, 6));
-    EXPECT_EQ(overlay.Blit(canvas.Get(), image.Get(), c.x, c.y), -1);
-    EXPECT_TRUE(Empty(canvas.Get()));
-    EXPECT_GE(overlay.Blit(canvas.Get(), image.Get(), c.inX, c.inY), 0);
-    const auto pixels = Pixels(canvas.Get());
-    EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 9), c.pixels * 3) << c.inX << " " << c.inY;
-  }
-}
-
-TEST_F(COverlayBlit, AnImageLargerThanTheCanvasIsCut) {
-  const ScopedFrame image = Image(10, 7);
-  EXPECT_GE(overlay.Blit(canvas.Get(), image.Get(), 0, 0), 0);
-  EXPECT_EQ(Row(0), (Row8{1, 2, 3, 4, 5, 6, 7, 8}));
-  EXPECT_EQ(Row(5), (Row8{51, 52, 53, 54, 55, 56, 57, 58}));
-}
-
-TEST_F(COverlayBlit, AtANegativeXTheRightPartStandsAtTheLeftEdge) {
-  const ScopedFrame image = Image(4, 2);
-  EXPECT_GE(overlay.Blit(canvas.Get(), image.Get(), -3, -1), 0);
-  EXPECT_EQ(Row(0), (Row8{8, 0, 0, 0, 0, 0, 0, 0}));
-  EXPECT_EQ(Row(1), Row8(8, 0));
-}
-
-TEST_F(COverlayBlit, InsideEveryPixelStandsWhereItBelongs) {
-  const ScopedFrame image = Image(3, 2);
-  EXPECT_GE(overlay.Blit(canvas.Get(), image.Get(), 2, 1), 0);
-  EXPECT_EQ(Row(0), Row8(8, 0));
-  EXPECT_EQ(Row(1), (Row8{0, 0, 1, 2, 3, 0, 0, 0}));
-  EXPECT_EQ(Row(2), (Row8{0, 0, 4, 5, 6, 0, 0, 0}));
-  EXPECT_EQ(Row(3), Row8(8, 0));
-}
-
-TEST_F(COverlayBlit, RowsAsWideAsTheCanvasAreCutAtTopAndBottomToo) {
-  const ScopedFrame image = Image(8, 4);
-  EXPECT_GE(overlay.Blit(canvas.Get(), image.Get(), 0, 4), 0);
-  EXPECT_EQ(Row(3), Row8(8, 0));
-  EXPECT_EQ(Row(4), (Row8{1, 2, 3, 4, 5, 6, 7, 8}));
-  EXPECT_EQ(Row(5), (Row8{9, 10, 11, 12, 13, 14, 15, 16}));
-  EXPECT_GE(overlay.Blit(canvas.Get(), image.Get(), 0, -3), 0);
-  EXPECT_EQ(Row(0), (Row8{25, 26, 27, 28, 29, 30, 31, 32}));
-  EXPECT_EQ(Row(1), Row8(8, 0));
-}
-
-TEST_F(COverlayBlit, ACanvasWithoutAPictureTakesNothing) {
-  const ScopedFrame image = Image(3, 2);
-  const ScopedFrame empty(av_frame_alloc());
-  EXPECT_EQ(overlay.Blit(empty.Get(), image.Get(), 0, 0), -1);
-  EXPECT_EQ(overlay.Blit(canvas.Get(), empty.Get(), 0, 0), -1);
-}
-
-TEST_F(COverlayText, MeasuresWhatARenderedSurfaceWouldMeasure) {
+TEST_F(COverlayTest, MeasuresWhatARenderedSurfaceWouldMeasure) {
   for (const std::string text :
        {"Hello", "i", "W", "世界你好", "AV. Hello: [世界]", "two  blanks "}) {
     int width = 0;
@@ -201,7 +66,7 @@ TEST_F(COverlayText, MeasuresWhatARenderedSurfaceWouldMeasure) {
   }
 }
 
-TEST_F(COverlayText, TheWidthOfAVeryLongTextIsThatOfItsSampleExtended) {
+TEST_F(COverlayTest, TheWidthOfAVeryLongTextIsThatOfItsSampleExtended) {
   std::string even;
   std::string mixed;
   for (int i = 0; i < 100000; ++i) {
@@ -220,7 +85,7 @@ TEST_F(COverlayText, TheWidthOfAVeryLongTextIsThatOfItsSampleExtended) {
   EXPECT_LT(one, 30);
 }
 
-TEST_F(COverlayText, DrawsWhereAndAsWideAsItWasTold) {
+TEST_F(COverlayTest, DrawsWhereAndAsWideAsItWasTold) {
   const int width = SetText(&overlay, "Hello");
   overlay.SetTextPosition(300, 200);
   EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
@@ -232,7 +97,7 @@ TEST_F(COverlayText, DrawsWhereAndAsWideAsItWasTold) {
   EXPECT_LE(box.bottom, 330);
 }
 
-TEST_F(COverlayText, ATextTwiceAsWideIsDrawnTwiceAsLarge) {
+TEST_F(COverlayTest, ATextTwiceAsWideIsDrawnTwiceAsLarge) {
   const int width = SetText(&overlay, "HHHH");
   overlay.DrawText(canvas.Get());
   const Box once = Drawn(canvas.Get());
@@ -244,7 +109,7 @@ TEST_F(COverlayText, ATextTwiceAsWideIsDrawnTwiceAsLarge) {
   EXPECT_NEAR(twice.bottom - twice.top, 2 * (once.bottom - once.top), 4);
 }
 
-TEST_F(COverlayText, TheColourIsReadAsRedGreenBlueAlpha) {
+TEST_F(COverlayTest, TheColourIsReadAsRedGreenBlueAlpha) {
   SetText(&overlay, "█", 0xff8000ff);
   overlay.DrawText(canvas.Get());
   const Box box = Drawn(canvas.Get());
@@ -256,13 +121,13 @@ TEST_F(COverlayText, TheColourIsReadAsRedGreenBlueAlpha) {
   EXPECT_EQ(pixel[2], 0);
 }
 
-TEST_F(COverlayText, ATransparentTextDrawsNothing) {
+TEST_F(COverlayTest, ATransparentTextDrawsNothing) {
   SetText(&overlay, "Hello", 0xffffff00);
   EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
   EXPECT_TRUE(Empty(canvas.Get()));
 }
 
-TEST_F(COverlayText, EveryCharacterIsDrawnAsItStands) {
+TEST_F(COverlayTest, EveryCharacterIsDrawnAsItStands) {
   // Each of these would end or change a filter description.
   for (const std::string text :
        {":", "'", "[", "]", "\\", "%", ",", ";", "=", "%{pts}", "a:x=900"}) {
@@ -276,7 +141,7 @@ TEST_F(COverlayText, EveryCharacterIsDrawnAsItStands) {
   }
 }
 
-TEST_F(COverlayText, AWritableCanvasIsDrawnOnInPlace) {
+TEST_F(COverlayTest, AWritableCanvasIsDrawnOnInPlace) {
   SetText(&overlay, "Hello");
   ffmpeg::FramePool pool;
   for (int i = 0; i < 3; ++i) {
@@ -296,7 +161,7 @@ TEST_F(COverlayText, AWritableCanvasIsDrawnOnInPlace) {
   }
 }
 
-TEST_F(COverlayText, RowsStayPackedAtAnyWidth) {
+TEST_F(COverlayTest, RowsStayPackedAtAnyWidth) {
   for (const int width : {641, 1279, 1281}) {
     COverlay each;
     SetText(&each, "Hello");
@@ -313,7 +178,7 @@ TEST_F(COverlayText, RowsStayPackedAtAnyWidth) {
   }
 }
 
-TEST_F(COverlayText, TheOtherReadersOfASharedCanvasDoNotSeeTheText) {
+TEST_F(COverlayTest, TheOtherReadersOfASharedCanvasDoNotSeeTheText) {
   SetText(&overlay, "Hello");
   const ScopedFrame reader(av_frame_clone(canvas.Get()));
   EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
@@ -321,7 +186,7 @@ TEST_F(COverlayText, TheOtherReadersOfASharedCanvasDoNotSeeTheText) {
   EXPECT_TRUE(Empty(reader.Get()));
 }
 
-TEST_F(COverlayText, TheRestOfTheCanvasStaysAsItWas) {
+TEST_F(COverlayTest, TheRestOfTheCanvasStaysAsItWas) {
   SetText(&overlay, "Hi");
   canvas.Reset(NewRgb(1920, 1080, 77));
   EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
@@ -336,189 +201,7 @@ TEST_F(COverlayText, TheRestOfTheCanvasStaysAsItWas) {
   EXPECT_EQ(changed, 0);
 }
 
-TEST_F(COverlayText, DrawingLogsNothingFrameByFrame) {
-  SetText(&overlay, "Hello");
-  overlay.DrawText(canvas.Get());
-  LogRecord log;
-  for (int i = 0; i < 5; ++i) {
-    overlay.DrawText(canvas.Get());
-  }
-  for (const int level : {AV_LOG_ERROR, AV_LOG_WARNING, AV_LOG_INFO}) {
-    EXPECT_TRUE(log.Media(level).empty()) << level;
-  }
-}
-
-TEST_F(COverlayText, ACanvasWithoutSizeGivesMinus1AndTheChangeWaits) {
-  SetText(&overlay, "Hello");
-  FilterProbe probe;
-  const ScopedFrame empty(av_frame_alloc());
-  EXPECT_EQ(overlay.DrawText(nullptr), -1);
-  EXPECT_EQ(overlay.DrawText(empty.Get()), -1);
-  empty->width = 1920;
-  EXPECT_EQ(overlay.DrawText(empty.Get()), -1);
-  EXPECT_TRUE(probe.Records(Call::kCreate).empty());
-  EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
-  EXPECT_EQ(probe.Records(Call::kConfigure).size(), 1U);
-}
-
-TEST_F(COverlayText, ANewInstanceDrawsNothing) {
-  FilterProbe probe;
-  EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
-  EXPECT_TRUE(probe.Records(Call::kCreate).empty());
-  EXPECT_TRUE(Empty(canvas.Get()));
-  EXPECT_FALSE(overlay.IsEnabled());
-}
-
-TEST_F(COverlayText, OneChangeCausesOneBuildAtTheNextDrawing) {
-  SetText(&overlay, "Hello");
-  overlay.DrawText(canvas.Get());
-  FilterProbe probe;
-  const auto builds = [&] { return probe.Records(Call::kConfigure).size(); };
-  overlay.DrawText(canvas.Get());
-  EXPECT_EQ(builds(), 0U);
-  overlay.SetTextPosition(50, 60);
-  EXPECT_EQ(builds(), 0U);
-  overlay.DrawText(canvas.Get());
-  overlay.DrawText(canvas.Get());
-  EXPECT_EQ(builds(), 1U);
-  overlay.SetTextSize(300, 0);
-  overlay.SetTextContent(kWhite, "Other");
-  overlay.DrawText(canvas.Get());
-  overlay.DrawText(canvas.Get());
-  EXPECT_EQ(builds(), 2U);
-}
-
-TEST_F(COverlayText, TheGraphIsBuiltAsDescribed) {
-  SetText(&overlay, "Hello");
-  FilterProbe probe;
-  overlay.DrawText(canvas.Get());
-  const auto created = probe.Records(Call::kCreate);
-  ASSERT_EQ(created.size(), 2U);
-  EXPECT_EQ(created[0].subject, "in");
-  EXPECT_EQ(created[0].detail, "buffer video_size=1920x1080:pix_fmt=0:time_base=1/1000");
-  EXPECT_EQ(created[1].subject, "out");
-  EXPECT_EQ(created[1].detail, "buffersink ");
-  ASSERT_EQ(probe.Records(Call::kSetBinary).size(), 1U);
-  EXPECT_EQ(probe.Records(Call::kSetBinary)[0].subject, "pix_fmts");
-  EXPECT_EQ(probe.Records(Call::kSetBinary)[0].detail, "4 bytes");
-}
-
-TEST_F(COverlayText, AChangeOfTheCanvasSizeAloneDoesNotRebuild) {
-  SetText(&overlay, "Hello");
-  overlay.DrawText(canvas.Get());
-  FilterProbe probe;
-  ScopedFrame smaller(NewRgb(1280, 720));
-  EXPECT_EQ(overlay.DrawText(smaller.Get()), 0);
-  EXPECT_TRUE(probe.Records(Call::kConfigure).empty());
-}
-
-TEST_F(COverlayText, ABuildEnablesTheOverlay) {
-  SetText(&overlay, "Hello");
-  overlay.SetEnabled(false);
-  EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
-  EXPECT_TRUE(overlay.IsEnabled());
-}
-
-TEST_F(COverlayText, AFailedBuildGivesMinus1OnceAndDrawsNothingUntilTheNextSetter) {
-  for (const auto& [call, subject] :
-       std::vector<std::pair<Call, std::string>>{{Call::kCreate, "in"},
-                                                 {Call::kCreate, "out"},
-                                                 {Call::kSetBinary, "pix_fmts"},
-                                                 {Call::kConfigure, ""}}) {
-    COverlay each;
-    SetText(&each, "Hello");
-    ScopedFrame picture(NewRgb(1920, 1080));
-    LogRecord log;
-    {
-      FilterProbe probe;
-      probe.Fail(call, subject);
-      testing::internal::CaptureStdout();
-      EXPECT_EQ(each.DrawText(picture.Get()), -1);
-      EXPECT_EQ(each.DrawText(picture.Get()), 0);
-      EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    }
-    EXPECT_EQ(log.Media(AV_LOG_ERROR).size(), 1U);
-    EXPECT_EQ(each.DrawText(picture.Get()), 0);
-    EXPECT_TRUE(Empty(picture.Get()));
-    each.SetTextPosition(9, 9);
-    EXPECT_EQ(each.DrawText(picture.Get()), 0);
-    EXPECT_FALSE(Empty(picture.Get()));
-  }
-}
-
-TEST_F(COverlayText, ACanvasThatTheGraphRefusesIsSaidOnStandardOutput) {
-  SetText(&overlay, "Hello");
-  overlay.DrawText(canvas.Get());
-  FilterProbe probe;
-  probe.Fail(Call::kAdd);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(overlay.DrawText(canvas.Get()), -1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "av_buffersrc_add_frame_flags  pBack  failed");
-}
-
-TEST_F(COverlayText, AFailureToGetThePictureBackIsSaidWithItsCode) {
-  SetText(&overlay, "Hello");
-  overlay.DrawText(canvas.Get());
-  FilterProbe probe;
-  probe.Fail(Call::kGet);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(overlay.DrawText(canvas.Get()), -1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "av_buffersink_get_frame failed, ret = " + std::to_string(AVERROR(ENOMEM)));
-  // What is left of the canvas may be drawn on no more, and does no harm.
-  const ScopedFrame image(NewRgb(10, 10));
-  overlay.Blit(canvas.Get(), image.Get(), 0, 0);
-  overlay.DrawText(canvas.Get());
-}
-
-TEST(COverlayFont, AMissingOrBrokenFontLeavesTheLayerEmptyAndIsLoggedOnce) {
-  for (const auto font : {WorkingDirectory::Font::kMissing, WorkingDirectory::Font::kBroken}) {
-    const WorkingDirectory directory(font);
-    LogRecord log;
-    COverlay overlay;
-    SetText(&overlay, "Hello");
-    int width = -1;
-    int height = -1;
-    overlay.GetMeasuredSize(&width, &height);
-    EXPECT_EQ(width, 0);
-    EXPECT_EQ(height, 0);
-    ScopedFrame canvas(NewRgb(640, 360));
-    for (int i = 0; i < 25; ++i) {
-      overlay.SetTextPosition(i, i);
-      EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
-    }
-    EXPECT_TRUE(Empty(canvas.Get()));
-    ASSERT_EQ(log.Media(AV_LOG_ERROR).size(), 1U);
-    EXPECT_NE(log.Media(AV_LOG_ERROR)[0].find(kFont), std::string::npos);
-  }
-}
-
-TEST(COverlayFont, AFontThatVanishedAfterTheMeasurementLeavesTheLayerEmpty) {
-  LogRecord log;
-  COverlay overlay;
-  {
-    const WorkingDirectory directory;
-    SetText(&overlay, "Hello");
-  }
-  const WorkingDirectory directory(WorkingDirectory::Font::kMissing);
-  ScopedFrame canvas(NewRgb(640, 360));
-  EXPECT_EQ(overlay.DrawText(canvas.Get()), -1);
-  EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
-  EXPECT_TRUE(Empty(canvas.Get()));
-  ASSERT_EQ(log.Media(AV_LOG_ERROR).size(), 1U);
-  EXPECT_NE(log.Media(AV_LOG_ERROR)[0].find(kFont), std::string::npos);
-}
-
-TEST_F(COverlayText, ItCopesWhenSdlTtfWasNotInitialised) {
-  while (TTF_WasInit() != 0) {
-    TTF_Quit();
-  }
-  EXPECT_GT(SetText(&overlay, "Hello"), 0);
-  EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
-  EXPECT_FALSE(Empty(canvas.Get()));
-}
-
-TEST_F(COverlayText, ATextWithoutWidthDrawsNothingAndTheLogSaysWhy) {
+TEST_F(COverlayTest, ATextWithoutWidthDrawsNothingAndTheLogSaysWhy) {
   for (const std::string text : {"", "\xe2\x80\x8b"}) {
     LogRecord log;
     COverlay each;
@@ -530,23 +213,35 @@ TEST_F(COverlayText, ATextWithoutWidthDrawsNothingAndTheLogSaysWhy) {
   }
 }
 
-TEST_F(COverlayText, AnUnmeasuredTextDrawsNothing) {
+TEST_F(COverlayTest, AnUnmeasuredTextDrawsNothing) {
   overlay.SetTextSize(400, 0);
   overlay.SetTextContent(kWhite, "Hello");
   EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
   EXPECT_TRUE(Empty(canvas.Get()));
 }
 
-TEST_F(COverlayText, ANegativeOrZeroWidthDoesNoHarm) {
+TEST_F(COverlayTest, AWidthThatIsNoneDrawsNothingAndOneThatIsEndlessDoesNoHarm) {
   SetText(&overlay, "Hello");
-  for (const int width : {-1, 0, -2000000000, 2000000000}) {
+  for (const int width : {-1, -2000000000}) {
     overlay.SetTextSize(width, 0);
-    overlay.DrawText(canvas.Get());
-    EXPECT_EQ(canvas->width, 1920);
+    EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
+    EXPECT_TRUE(Empty(canvas.Get())) << width;
   }
+  // Of the smallest letters that there are.
+  overlay.SetTextSize(0, 0);
+  EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
+  EXPECT_LE(Drawn(canvas.Get()).bottom, 8);
+  canvas.Reset(NewRgb(1920, 1080));
+  overlay.SetTextSize(2000000000, 0);
+  EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
+  EXPECT_EQ(canvas->width, 1920);
+  EXPECT_EQ(canvas->linesize[0], 1920 * 3);
+  overlay.SetTextSize(300, 0);
+  EXPECT_EQ(overlay.DrawText(canvas.Get()), 0);
+  EXPECT_FALSE(Empty(canvas.Get())) << "the next sensible width is drawn";
 }
 
-TEST_F(COverlayText, PlacesFarOffTheCanvasDoNoHarm) {
+TEST_F(COverlayTest, PlacesFarOffTheCanvasDoNoHarm) {
   SetText(&overlay, "Hello");
   for (const int place : {-2000000000, -3000, 3000, 2000000000}) {
     overlay.SetTextPosition(place, place);
@@ -555,7 +250,7 @@ TEST_F(COverlayText, PlacesFarOffTheCanvasDoNoHarm) {
   }
 }
 
-TEST_F(COverlayText, LinesStandBelowEachOther) {
+TEST_F(COverlayTest, LinesStandBelowEachOther) {
   SetText(&overlay, "HH\nHH");
   overlay.SetTextContent(kWhite, "HH");
   overlay.DrawText(canvas.Get());
@@ -568,7 +263,7 @@ TEST_F(COverlayText, LinesStandBelowEachOther) {
   EXPECT_GT(two.bottom - two.top, 2 * (one.bottom - one.top));
 }
 
-TEST_F(COverlayText, TextsOfAnyBytesEndWell) {
+TEST_F(COverlayTest, TextsOfAnyBytesEndWell) {
   std::string every;
   for (int i = 1; i < 256; ++i) {
     every += static_cast<char>(i);
@@ -603,7 +298,7 @@ TEST_F(COverlayText, TextsOfAnyBytesEndWell) {
   }
 }
 
-TEST_F(COverlayText, ATextOf100000CharactersIsDrawnInBoundedMemory) {
+TEST_F(COverlayTest, ATextOf100000CharactersIsDrawnInBoundedMemory) {
   std::string latin;
   std::string chinese;
   for (int i = 0; i < 100000; ++i) {
@@ -629,8 +324,8 @@ TEST_F(COverlayText, ATextOf100000CharactersIsDrawnInBoundedMemory) {
 }
 
 // The user interface changes a text while the compose thread draws it.
-TEST(COverlayThreads, SettersMayRunWhileTheTextIsDrawn) {
-  const WorkingDirectory directory;
+TEST(COverlay, SettersMayRunWhileTheTextIsDrawn) {
+  const support::WorkingDirectory directory;
   COverlay overlay;
   SetText(&overlay, "Hello");
   std::thread compose([&] {

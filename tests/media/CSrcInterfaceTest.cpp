@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <thread>
+#include <vector>
 
 #include "media/ffmpeg/Scoped.h"
 #include "support/RecordingNode.h"
@@ -34,6 +35,51 @@ class Node : public CSrcInterface {
   using CSrcInterface::m_videoQueues;
 };
 
+// The operations of one medium and those of the other, which are twins.
+struct Sound {
+  static void Add(Node* node, CSrcInterface* sink) { node->AddAudioOutput(sink); }
+  static void Remove(Node* node, CSrcInterface* sink) { node->RemoveAudioOutput(sink); }
+  static void SetIndex(Node* node, int index) { node->SetAudioIndex(index); }
+  static void Push(Node* node, void* media, int isPacket) { node->PushAudio(media, isPacket); }
+  static void Enqueue(Node* node, int index, void* media) { node->EnqueueAudio(index, media); }
+  static std::vector<CMyQueue*>& Queues(Node* node) { return node->m_audioQueues; }
+  static std::vector<CSrcInterface*>& Outputs(Node* node) { return node->m_audioOutputs; }
+};
+struct Pictures {
+  static void Add(Node* node, CSrcInterface* sink) { node->AddVideoOutput(sink); }
+  static void Remove(Node* node, CSrcInterface* sink) { node->RemoveVideoOutput(sink); }
+  static void SetIndex(Node* node, int index) { node->SetVideoIndex(index); }
+  static void Push(Node* node, void* media, int isPacket) { node->PushVideo(media, isPacket); }
+  static void Enqueue(Node* node, int index, void* media) { node->EnqueueVideo(index, media); }
+  static std::vector<CMyQueue*>& Queues(Node* node) { return node->m_videoQueues; }
+  static std::vector<CSrcInterface*>& Outputs(Node* node) { return node->m_videoOutputs; }
+};
+template <typename M>
+struct Other;
+template <>
+struct Other<Sound> {
+  using Medium = Pictures;
+};
+template <>
+struct Other<Pictures> {
+  using Medium = Sound;
+};
+
+// What waits in all queues of a medium.
+template <typename M>
+int Waiting(Node* node) {
+  int count = 0;
+  for (CMyQueue* queue : M::Queues(node)) {
+    count += queue->Size();
+  }
+  return count;
+}
+
+template <typename M>
+class CSrcInterfaceMedium : public testing::Test {};
+using Media = testing::Types<Sound, Pictures>;
+TYPED_TEST_SUITE(CSrcInterfaceMedium, Media);
+
 }  // namespace
 
 TEST(CSrcInterface, MakesTheQueuesOfBothMediaAndPointsAtTheFirst) {
@@ -45,61 +91,6 @@ TEST(CSrcInterface, MakesTheQueuesOfBothMediaAndPointsAtTheFirst) {
   EXPECT_EQ(node.Start(), 0);
   EXPECT_EQ(node.Stop(), 0);
   EXPECT_TRUE(node.IsReady());
-}
-
-TEST(CSrcInterface, PushWithNoOutputLeavesTheCallersFrameValid) {
-  Node node(1);
-  ScopedFrame frame(NewPicture());
-  node.PushAudio(frame.Get(), 0);
-  node.PushVideo(frame.Get(), 0);
-  EXPECT_NE(frame->data[0], nullptr);
-  EXPECT_EQ(av_buffer_get_ref_count(frame->buf[0]), 1);
-}
-
-TEST(CSrcInterface, PushOfNullIsIgnored) {
-  Node node(1);
-  RecordingNode sink;
-  node.AddAudioOutput(&sink);
-  node.AddVideoOutput(&sink);
-  node.PushAudio(nullptr, 0);
-  node.PushVideo(nullptr, 0);
-  EXPECT_EQ(sink.AudioCount() + sink.VideoCount(), 0);
-}
-
-TEST(CSrcInterface, SameOutputTwiceIsListedOnceAndOneRemoveEmptiesTheList) {
-  Node node(1);
-  RecordingNode sink;
-  node.AddVideoOutput(&sink);
-  node.AddVideoOutput(&sink);
-  EXPECT_EQ(node.m_videoOutputs.size(), 1u);
-  node.RemoveVideoOutput(&sink);
-  EXPECT_TRUE(node.m_videoOutputs.empty());
-}
-
-TEST(CSrcInterface, RemovingAnOutputThatIsNotListedChangesNothing) {
-  Node node(1);
-  RecordingNode listed;
-  RecordingNode stranger;
-  node.AddAudioOutput(&listed);
-  node.RemoveAudioOutput(&stranger);
-  ASSERT_EQ(node.m_audioOutputs.size(), 1u);
-  EXPECT_EQ(node.m_audioOutputs[0], &listed);
-}
-
-TEST(CSrcInterface, EnqueueBeyondTheLastQueueReturnsWithoutQueuing) {
-  Node node(1);
-  ScopedFrame frame(NewPicture());
-  node.EnqueueAudio(1, frame.Get());
-  node.EnqueueVideo(1, frame.Get());
-  EXPECT_EQ(node.m_firstAudioQueue->Size(), 0);
-  EXPECT_EQ(node.m_firstVideoQueue->Size(), 0);
-}
-
-TEST(CSrcInterface, EnqueueAtZeroAppendsToTheFirstQueue) {
-  Node node(1);
-  AVFrame* frame = NewPicture();
-  node.EnqueueAudio(0, frame);
-  EXPECT_EQ(node.m_firstAudioQueue->Peek(), frame);
 }
 
 TEST(CSrcInterface, ClearingEmptiesEveryQueueOfItsMedium) {
@@ -131,59 +122,118 @@ TEST(CSrcInterface, DestructionFreesTheFramesInTheQueues) {
   EXPECT_EQ(av_buffer_get_ref_count(frame->buf[0]), 1);
 }
 
-TEST(CSrcInterface, PushClonesForEachConsumerAtThisNodesIndex) {
+TYPED_TEST(CSrcInterfaceMedium, PushWithNoOutputLeavesTheCallersFrameValid) {
   Node node(1);
-  RecordingNode first(2);
-  RecordingNode second(2);
-  node.SetVideoIndex(1);
-  node.AddVideoOutput(&first);
-  node.AddVideoOutput(&second);
   ScopedFrame frame(NewPicture());
-  node.PushVideo(frame.Get(), 0);
-  ScopedFrame got(first.TakeVideo(1));
+  TypeParam::Push(&node, frame.Get(), 0);
+  EXPECT_NE(frame->data[0], nullptr);
+  EXPECT_EQ(av_buffer_get_ref_count(frame->buf[0]), 1);
+}
+
+TYPED_TEST(CSrcInterfaceMedium, PushOfNullIsIgnored) {
+  Node node(1);
+  Node sink(1);
+  TypeParam::Add(&node, &sink);
+  TypeParam::Push(&node, nullptr, 0);
+  TypeParam::Push(&node, nullptr, 1);
+  EXPECT_EQ(Waiting<TypeParam>(&sink), 0);
+}
+
+TYPED_TEST(CSrcInterfaceMedium, SameOutputTwiceIsListedOnceAndOneRemoveEmptiesTheList) {
+  Node node(1);
+  RecordingNode sink;
+  TypeParam::Add(&node, &sink);
+  TypeParam::Add(&node, &sink);
+  EXPECT_EQ(TypeParam::Outputs(&node).size(), 1u);
+  EXPECT_TRUE(Other<TypeParam>::Medium::Outputs(&node).empty());
+  TypeParam::Remove(&node, &sink);
+  EXPECT_TRUE(TypeParam::Outputs(&node).empty());
+}
+
+TYPED_TEST(CSrcInterfaceMedium, RemovingAnOutputThatIsNotListedChangesNothing) {
+  Node node(1);
+  RecordingNode listed;
+  RecordingNode stranger;
+  TypeParam::Add(&node, &listed);
+  TypeParam::Remove(&node, &stranger);
+  Other<TypeParam>::Medium::Remove(&node, &listed);
+  ASSERT_EQ(TypeParam::Outputs(&node).size(), 1u);
+  EXPECT_EQ(TypeParam::Outputs(&node)[0], &listed);
+}
+
+TYPED_TEST(CSrcInterfaceMedium, EnqueueBeyondTheLastQueueReturnsWithoutQueuing) {
+  Node node(1);
+  ScopedFrame frame(NewPicture());
+  TypeParam::Enqueue(&node, 1, frame.Get());
+  EXPECT_EQ(Waiting<Sound>(&node) + Waiting<Pictures>(&node), 0);
+}
+
+TYPED_TEST(CSrcInterfaceMedium, EnqueueAppendsToTheQueueOfItsIndex) {
+  Node node(2);
+  ScopedFrame frame(NewPicture());
+  for (const int index : {0, 1}) {
+    AVFrame* clone = av_frame_clone(frame.Get());
+    TypeParam::Enqueue(&node, index, clone);
+    EXPECT_EQ(TypeParam::Queues(&node)[static_cast<std::size_t>(index)]->Peek(), clone);
+  }
+  EXPECT_EQ(Waiting<TypeParam>(&node), 2);
+  EXPECT_EQ(Waiting<typename Other<TypeParam>::Medium>(&node), 0);
+}
+
+TYPED_TEST(CSrcInterfaceMedium, PushClonesForEachConsumerAtThisNodesIndex) {
+  Node node(1);
+  Node first(2);
+  Node second(2);
+  TypeParam::SetIndex(&node, 1);
+  TypeParam::Add(&node, &first);
+  TypeParam::Add(&node, &second);
+  ScopedFrame frame(NewPicture());
+  TypeParam::Push(&node, frame.Get(), 0);
+  ScopedFrame got(static_cast<AVFrame*>(TypeParam::Queues(&first)[1]->Pop()));
   ASSERT_TRUE(got);
   EXPECT_NE(got.Get(), frame.Get());
   EXPECT_EQ(got->data[0], frame->data[0]);
-  EXPECT_EQ(first.VideoCount(0), 0);
-  EXPECT_EQ(second.VideoCount(1), 1);
+  EXPECT_EQ(Waiting<TypeParam>(&first), 0);
+  EXPECT_EQ(TypeParam::Queues(&second)[1]->Size(), 1);
+  EXPECT_EQ(Waiting<typename Other<TypeParam>::Medium>(&second), 0);
 }
 
-TEST(CSrcInterface, PushOfAPacketGivesPacketClones) {
+TYPED_TEST(CSrcInterfaceMedium, PushOfAPacketGivesPacketClones) {
   Node node(1);
   Node sink(1);
-  node.AddAudioOutput(&sink);
+  TypeParam::Add(&node, &sink);
   ffmpeg::ScopedPacket packet(av_packet_alloc());
   ASSERT_EQ(av_new_packet(packet.Get(), 16), 0);
-  node.PushAudio(packet.Get(), 1);
-  ffmpeg::ScopedPacket got(static_cast<AVPacket*>(sink.m_firstAudioQueue->Pop()));
+  TypeParam::Push(&node, packet.Get(), 1);
+  ffmpeg::ScopedPacket got(static_cast<AVPacket*>(TypeParam::Queues(&sink)[0]->Pop()));
   ASSERT_TRUE(got);
   EXPECT_EQ(got->data, packet->data);
 }
 
-TEST(CSrcInterface, NoCloneIsMadeForAnIndexBeyondTheConsumersQueues) {
+TYPED_TEST(CSrcInterfaceMedium, NoCloneIsMadeForAnIndexBeyondTheConsumersQueues) {
   Node node(1);
   RecordingNode sink(1);
-  node.SetAudioIndex(10);
-  node.AddAudioOutput(&sink);
+  TypeParam::SetIndex(&node, 10);
+  TypeParam::Add(&node, &sink);
   ScopedFrame frame(NewPicture());
-  node.PushAudio(frame.Get(), 0);
+  TypeParam::Push(&node, frame.Get(), 0);
   EXPECT_EQ(av_buffer_get_ref_count(frame->buf[0]), 1);
 }
 
-TEST(CSrcInterface, ARemovedConsumerMayBeDeletedWhileTheProducerRuns) {
+TYPED_TEST(CSrcInterfaceMedium, ARemovedConsumerMayBeDeletedWhileTheProducerRuns) {
   Node producer(1);
   std::atomic<bool> stop{false};
   std::thread worker([&] {
     ScopedFrame frame(NewPicture());
     while (!stop) {
-      producer.PushVideo(frame.Get(), 0);
+      TypeParam::Push(&producer, frame.Get(), 0);
     }
   });
   for (int i = 0; i < 200; ++i) {
     auto* consumer = new RecordingNode;
-    producer.AddVideoOutput(consumer);
+    TypeParam::Add(&producer, consumer);
     std::this_thread::yield();
-    producer.RemoveVideoOutput(consumer);
+    TypeParam::Remove(&producer, consumer);
     delete consumer;
   }
   stop = true;

@@ -424,15 +424,6 @@ TEST_F(CInputDevTest, StopWorksOnAFrozenDevice) {
   EXPECT_FALSE(camera->IsOpen());
 }
 
-TEST_F(CInputDevTest, StopWithoutStartAndASecondStopDoNothing) {
-  Camera({});
-  CInputDev node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);
-  EXPECT_EQ(node.Stop(), 0);
-  ASSERT_EQ(node.Start(), 0) << "a stop without a start must leave the node usable";
-  EXPECT_EQ(node.Stop(), 0);
-  EXPECT_EQ(node.Stop(), 0);
-}
-
 TEST_F(CInputDevTest, StopLeavesTheNodeUnableToTakeInputOrToStart) {
   FakeDevice* camera = Camera({});
   Device node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);

@@ -345,16 +345,3 @@ TEST_F(CInputPicTest, StopEndsTheWorkerAndTheReferencesThatWentOutLive) {
   ScopedFrame frame(consumer.TakeVideo());
   ExpectQuadrants(frame.Get(), 0);
 }
-
-TEST_F(CInputPicTest, ASecondStartChangesNothingAndAStoppedPictureStartsAgain) {
-  support::RecordingNode consumer;
-  CInputPic node(m_samples.Picture("a.png"));
-  node.AddVideoOutput(&consumer);
-  ASSERT_EQ(node.Start(), 0);
-  EXPECT_EQ(node.Start(), 0);
-  EXPECT_EQ(node.Stop(), 0);
-  consumer.ClearVideoQueues();
-  ASSERT_EQ(node.Start(), 0);
-  EXPECT_TRUE(support::WaitFor([&] { return consumer.VideoCount() > 0; }, 5000));
-  node.Stop();
-}

@@ -304,21 +304,6 @@ TEST_F(WindowCapture, ASuspendedMachineIsNotMadeUpFor) {
   EXPECT_EQ(m_recorder.VideoCount(), 1);
 }
 
-TEST_F(WindowCapture, StopWithoutStartReturns) {
-  Begin();
-  CWndCapture node(m_window);
-  EXPECT_EQ(node.Stop(), 0);
-  EXPECT_EQ(node.Stop(), 0);
-}
-
-TEST_F(WindowCapture, ASecondStartIsRefused) {
-  const WindowHandle window = m_system.Add("window", {8, 8}, 0);
-  CWndCapture node(window);
-  EXPECT_EQ(node.Start(), 0);
-  EXPECT_LT(node.Start(), 0);
-  EXPECT_EQ(node.Stop(), 0);
-}
-
 TEST_F(WindowCapture, StartCapturesUntilStop) {
   const WindowHandle window = m_system.Add("window", {8, 8}, 0x445566);
   CWndCapture node(window);

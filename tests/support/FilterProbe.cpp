@@ -40,6 +40,9 @@ int __real_av_opt_set_bin(void*, const char*, const std::uint8_t*, int, int);
 int __real_avfilter_graph_parse_ptr(AVFilterGraph*, const char*, AVFilterInOut**, AVFilterInOut**,
                                     void*);
 int __real_avfilter_graph_config(AVFilterGraph*, void*);
+AVFilterGraph* __real_avfilter_graph_alloc(void);
+int __real_avfilter_link(AVFilterContext*, unsigned, AVFilterContext*, unsigned);
+int __real_av_frame_copy(AVFrame*, const AVFrame*);
 int __real_av_buffersrc_add_frame_flags(AVFilterContext*, AVFrame*, int);
 int __real_av_buffersink_get_frame_flags(AVFilterContext*, AVFrame*, int);
 int __real_av_buffersink_get_frame(AVFilterContext*, AVFrame*);
@@ -50,6 +53,9 @@ int __wrap_av_opt_set_bin(void*, const char*, const std::uint8_t*, int, int);
 int __wrap_avfilter_graph_parse_ptr(AVFilterGraph*, const char*, AVFilterInOut**, AVFilterInOut**,
                                     void*);
 int __wrap_avfilter_graph_config(AVFilterGraph*, void*);
+AVFilterGraph* __wrap_avfilter_graph_alloc(void);
+int __wrap_avfilter_link(AVFilterContext*, unsigned, AVFilterContext*, unsigned);
+int __wrap_av_frame_copy(AVFrame*, const AVFrame*);
 int __wrap_av_buffersrc_add_frame_flags(AVFilterContext*, AVFrame*, int);
 int __wrap_av_buffersink_get_frame_flags(AVFilterContext*, AVFrame*, int);
 int __wrap_av_buffersink_get_frame(AVFilterContext*, AVFrame*);
@@ -87,6 +93,23 @@ int __wrap_avfilter_graph_config(AVFilterGraph* graph, void* log) {
     return AVERROR(EINVAL);
   }
   return __real_avfilter_graph_config(graph, log);
+}
+
+AVFilterGraph* __wrap_avfilter_graph_alloc(void) {
+  return Note(Call::kAllocate, "") ? nullptr : __real_avfilter_graph_alloc();
+}
+
+int __wrap_avfilter_link(AVFilterContext* from, unsigned output, AVFilterContext* to,
+                         unsigned input) {
+  const std::string kind = from->filter->name;
+  if (Note(Call::kLink, kind == "drawtext" ? kind : from->name)) {
+    return AVERROR(ENOMEM);
+  }
+  return __real_avfilter_link(from, output, to, input);
+}
+
+int __wrap_av_frame_copy(AVFrame* target, const AVFrame* source) {
+  return Note(Call::kCopy, "") ? AVERROR(ENOMEM) : __real_av_frame_copy(target, source);
 }
 
 int __wrap_av_buffersrc_add_frame_flags(AVFilterContext* source, AVFrame* frame, int flags) {

@@ -2,7 +2,8 @@
 // frames: keeps what was asked, and lets a call fail that never fails by itself.
 //
 // A test links orvane_filter_probe. Without a living FilterProbe every call goes through untouched.
-// One thread: the calls under test are made on the test's own.
+// One thread at a time: the calls under test are made on the test's own, or on one that the test
+// starts after Fail and joins before Records.
 #ifndef ORVANE_TESTS_SUPPORT_FILTERPROBE_H
 #define ORVANE_TESTS_SUPPORT_FILTERPROBE_H
 
@@ -14,10 +15,13 @@ namespace support {
 class FilterProbe {
  public:
   enum class Call {
+    kAllocate,   // avfilter_graph_alloc
     kCreate,     // avfilter_graph_create_filter; subject: the name of the instance
     kSetBinary,  // av_opt_set_bin; subject: the option
     kParse,      // avfilter_graph_parse_ptr; subject: the description
+    kLink,       // avfilter_link; subject: the filter before the link, by its kind or name
     kConfigure,  // avfilter_graph_config
+    kCopy,       // av_frame_copy
     kAdd,        // av_buffersrc_add_frame_flags
     kGet,        // av_buffersink_get_frame_flags and av_buffersink_get_frame
   };

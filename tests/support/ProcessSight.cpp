@@ -56,4 +56,15 @@ ProcessSight LookAt(pid_t process) {
   return sight;
 }
 
+bool HasThread(const std::string& name) {
+  std::error_code ignored;
+  for (std::filesystem::directory_iterator entry("/proc/self/task", ignored), end; entry != end;
+       entry.increment(ignored)) {
+    if (ReadFile(entry->path() / "comm") == name + "\n") {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace support

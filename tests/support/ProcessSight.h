@@ -7,6 +7,8 @@
 
 #include <sys/types.h>
 
+#include <string>
+
 namespace support {
 
 struct ProcessSight {
@@ -17,6 +19,9 @@ struct ProcessSight {
 };
 
 ProcessSight LookAt(pid_t process);
+
+// Whether a thread of this program bears that name.
+bool HasThread(const std::string& name);
 
 }  // namespace support
 

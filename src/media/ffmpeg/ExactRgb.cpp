@@ -21,9 +21,12 @@ struct Formula {
   float offset[3];
 };
 
+// Of "rgb8" the description gives two bits to red and three to blue; the format has it the other
+// way round, and swscale knows.
 bool IsReadable(const AVPixFmtDescriptor* d) {
   constexpr std::uint64_t kOther = AV_PIX_FMT_FLAG_BAYER | AV_PIX_FMT_FLAG_FLOAT;
-  if ((d->flags & kOther) != 0 || std::strncmp(d->name, "xyz", 3) == 0) {
+  if ((d->flags & kOther) != 0 || std::strncmp(d->name, "xyz", 3) == 0 ||
+      std::strcmp(d->name, "rgb8") == 0) {
     return false;
   }
   return std::all_of(d->comp, d->comp + d->nb_components,

@@ -134,7 +134,7 @@ bool ToYuv420(const AVFrame* s, AVFrame* t) {
 
 }  // namespace
 
-bool HasSoundGeometry(const AVFrame* frame) {
+bool IsWellFormed(const AVFrame* frame) {
   // FFmpeg's own check would write a line to the log for each such frame.
   constexpr std::int64_t kMostPixels = INT32_MAX / 8;
   if (frame == nullptr || frame->width <= 0 || frame->height <= 0 ||
@@ -155,7 +155,8 @@ bool HasSoundGeometry(const AVFrame* frame) {
       return false;
     }
   }
-  return (description->flags & AV_PIX_FMT_FLAG_PAL) == 0 || frame->data[1] != nullptr;
+  return (description->flags & AV_PIX_FMT_FLAG_PAL) == 0 ||
+         (frame->data[1] != nullptr && PlaneLiesInBuffer(frame, 1, AVPALETTE_SIZE, 1));
 }
 
 bool PixelConvert::Side::operator==(const Side& other) const {
@@ -174,7 +175,7 @@ PixelConvert::Side PixelConvert::Describe(const AVFrame* frame) {
 }
 
 int PixelConvert::Convert(const AVFrame* source, AVFrame* target) {
-  if (!HasSoundGeometry(source) || !HasSoundGeometry(target)) {
+  if (!IsWellFormed(source) || !IsWellFormed(target)) {
     return AVERROR(EINVAL);
   }
   const bool equal = source->width == target->width && source->height == target->height;

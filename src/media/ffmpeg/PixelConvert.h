@@ -1,7 +1,8 @@
 // The one home of pixel conversion and scaling: a picture of one format and size into another.
 //
 // A conversion at equal size is pure arithmetic, and what counts is the exact result: it is within
-// 2 of 255 for every format that becomes RGB24. It runs on libyuv wherever libyuv has a road; there
+// 2 of 255 for every format that becomes RGB24, and 3 in the matrices beside BT.601 and BT.709. It
+// runs on libyuv wherever libyuv has a road; there
 // swscale's fast bilinear needs ten times the time and is off by up to 75 of 255 on hard edges.
 // Rarer formats (palettes, 16 bits, odd samplings) are read component by component.
 //
@@ -39,7 +40,7 @@ namespace ffmpeg {
 
 // True when each plane that the frame's format and size ask for is there and lies whole inside its
 // buffer.
-bool HasSoundGeometry(const AVFrame* frame);
+bool IsWellFormed(const AVFrame* frame);
 
 class PixelConvert {
  public:

@@ -83,7 +83,7 @@ double Component(const AVFrame* frame, const AVPixFmtDescriptor* description, in
 }
 
 double Clip(double value) {
-  return std::min(255.0, std::max(0.0, value));
+  return std::clamp(value, 0.0, 255.0);
 }
 
 struct Weights {
@@ -248,6 +248,8 @@ TEST(PixelConvert, UsesTheMatrixAndRangeThatTheSourceNames) {
       {AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG, kBt2020, 2.0},
       {AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_JPEG, kBt2020, 3.0},
       {AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG, kBt601, 2.0},
+      {AVCOL_SPC_SMPTE240M, AVCOL_RANGE_MPEG, {0.212, 0.087}, 3.0},
+      {AVCOL_SPC_FCC, AVCOL_RANGE_MPEG, {0.30, 0.11}, 3.0},
       {AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_JPEG, kBt601, 2.0},
   };
   for (const AVPixelFormat format :
