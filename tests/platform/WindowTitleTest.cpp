@@ -1,6 +1,22 @@
 #include "platform/linux/WindowTitle.h"
 
 #include <gtest/gtest.h>
+#include <iconv.h>
+
+namespace {
+
+int g_opened = 0;  // converters
+
+}  // namespace
+
+extern "C" {
+iconv_t __real_iconv_open(const char* to, const char* from);
+iconv_t __wrap_iconv_open(const char* to, const char* from);
+iconv_t __wrap_iconv_open(const char* to, const char* from) {
+  ++g_opened;
+  return __real_iconv_open(to, from);
+}
+}
 
 namespace {
 
@@ -93,6 +109,31 @@ TEST(WindowTitle, SurvivesBrokenCompoundText) {
   for (const Case& c : cases) {
     EXPECT_EQ(TitleFromCompoundText(c.bytes), c.title) << c.what;
   }
+}
+
+// Any program names its window as it likes: a million changes of the character set must neither
+// open as many converters nor just any of them.
+TEST(WindowTitle, OpensFewConvertersHoweverOftenSetsAreChosen) {
+  std::string bytes;
+  for (int i = 0; i < 20000; ++i) {
+    bytes += "\x1b-B\xb1\x1b-L\xbf\x1b$)A\xd6\xb1";
+  }
+  g_opened = 0;
+  const std::string title = TitleFromCompoundText(bytes);
+  EXPECT_EQ(title.substr(0, 7), "ąП直");
+  EXPECT_EQ(title.size(), 20000 * std::string("ąП直").size());
+  EXPECT_LE(g_opened, 3);
+}
+
+TEST(WindowTitle, OpensNoEncodingThatXDoesNotName) {
+  g_opened = 0;
+  for (const std::string name : {"UTF-16", "UNICODE", "UTF-7", "IBM037", "../x", "EBCDIC-US"}) {
+    const std::string stretch = name + "\x02" + "ab";
+    const std::string bytes = std::string("\x1b%/1") + static_cast<char>(0x80) +
+                              static_cast<char>(0x80 + stretch.size()) + stretch;
+    EXPECT_EQ(TitleFromCompoundText(bytes), "\uFFFD") << name;
+  }
+  EXPECT_EQ(g_opened, 0);
 }
 
 }  // namespace

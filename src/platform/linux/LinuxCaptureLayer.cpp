@@ -54,9 +54,10 @@ void LinuxCaptureLayer::RefreshCameras() {
   m_cameras = NameCameras(m_cameras, FindV4l2Cameras());
 }
 
+// Never destroyed: workers may run on while the process ends.
 CaptureLayer& SystemCaptureLayer() {
-  static LinuxCaptureLayer layer;
-  return layer;
+  static auto* const layer = new LinuxCaptureLayer;
+  return *layer;
 }
 
 }  // namespace platform

@@ -15,8 +15,9 @@ namespace platform {
 namespace {
 
 MicrophoneNames& Names() {
-  static MicrophoneNames names(kSystemSoundName);
-  return names;
+  // Never destroyed: workers may run on while the process ends.
+  static auto* const names = new MicrophoneNames(kSystemSoundName);
+  return *names;
 }
 
 OpenResult Failed(const std::string& name, const std::string& cause) {

@@ -2,7 +2,10 @@
 
 #include <iconv.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
+#include <map>
 #include <utility>
 
 #include "platform/linux/Utf8.h"
@@ -22,12 +25,58 @@ std::string_view UpToZero(std::string_view bytes) {
   return bytes.substr(0, bytes.find('\0'));
 }
 
-// bytes, which are in the character set of that name, as UTF-8.
-std::string Convert(const std::string& set, std::string bytes) {
-  const iconv_t converter = iconv_open("UTF-8", set.c_str());
-  if (converter == reinterpret_cast<iconv_t>(-1)) {
+// The encodings that X's own locales name in compound text, as iconv knows them. A title is a
+// stranger's: it must not have just any module of the system loaded.
+constexpr std::string_view kNamed[] = {
+    "ARMSCII-8",        "BIG5",        "BIG5-HKSCS", "BIG5HKSCS",  "CP1133",
+    "CP1251",           "CP1255",      "CP1256",     "GB18030",    "GBK",
+    "GEORGIAN-ACADEMY", "GEORGIAN-PS", "ISO8859-10", "ISO8859-13", "ISO8859-14",
+    "ISO8859-15",       "ISO8859-16",  "KOI8-R",     "KOI8-T",     "KOI8-U",
+    "TCVN5712-1",       "TIS-620",     "UTF-8",      "VISCII"};
+
+bool IsNamed(std::string name) {
+  for (char& letter : name) {
+    if (letter >= 'a' && letter <= 'z') {
+      letter = static_cast<char>(letter - 'a' + 'A');
+    }
+  }
+  return std::find(std::begin(kNamed), std::end(kNamed), name) != std::end(kNamed);
+}
+
+// The converters of one title to UTF-8: each character set is opened once, however often it is
+// chosen.
+class Converters {
+ public:
+  Converters() = default;
+  ~Converters() {
+    for (const auto& [set, converter] : m_opened) {
+      if (converter != kNone) {
+        iconv_close(converter);
+      }
+    }
+  }
+  Converters(const Converters&) = delete;
+  Converters& operator=(const Converters&) = delete;
+
+  // bytes, which are in the character set of that name.
+  std::string Convert(const std::string& set, std::string bytes);
+
+ private:
+  static inline const iconv_t kNone = reinterpret_cast<iconv_t>(-1);
+
+  std::map<std::string, iconv_t> m_opened;
+};
+
+std::string Converters::Convert(const std::string& set, std::string bytes) {
+  const auto [opened, isNew] = m_opened.emplace(set, kNone);
+  if (isNew) {
+    opened->second = iconv_open("UTF-8", set.c_str());
+  }
+  const iconv_t converter = opened->second;
+  if (converter == kNone) {
     return bytes.empty() ? "" : kReplacement;
   }
+  iconv(converter, nullptr, nullptr, nullptr, nullptr);  // as new
   std::string result;
   char* in = bytes.data();
   std::size_t left = bytes.size();
@@ -43,7 +92,6 @@ std::string Convert(const std::string& set, std::string bytes) {
       --left;
     }
   }
-  iconv_close(converter);
   return result;
 }
 
@@ -177,7 +225,9 @@ class CompoundReader {
     if (name.size() > 2 && name.compare(name.size() - 2, 2, "-0") == 0) {
       name.resize(name.size() - 2);
     }
-    m_result += TitleFromUtf8(Convert(name, std::string(body.substr(split + 1))));
+    m_result += IsNamed(name)
+                    ? TitleFromUtf8(m_converters.Convert(name, std::string(body.substr(split + 1))))
+                    : kReplacement;
   }
 
   // Bytes of one half up to the next escape sequence or byte of the other half.
@@ -200,11 +250,12 @@ class CompoundReader {
         byte = static_cast<char>(static_cast<unsigned char>(byte) | 0x80U);
       }
     }
-    m_result += Convert(set.name, std::move(bytes));
+    m_result += m_converters.Convert(set.name, std::move(bytes));
   }
 
   std::string_view m_text;  // what is left
   std::string m_result;
+  Converters m_converters;
   Set m_low = kAscii;
   Set m_high = Latin('A');
 };

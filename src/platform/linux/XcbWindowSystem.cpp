@@ -14,8 +14,8 @@ namespace platform {
 namespace {
 
 constexpr int kListMs = 2000;
-// In units of four bytes: a title of a million bytes, beyond which a window is up to no good.
-constexpr std::uint32_t kLongestTitle = 262144;
+// In units of four bytes: a title of 64 KiB, of which a list shows a line.
+constexpr std::uint32_t kLongestTitle = 16384;
 
 // The check window that a living manager keeps, which names itself; a manager that died leaves its
 // list on the root window, and the window goes with it.
@@ -106,9 +106,10 @@ std::unique_ptr<WindowGrabber> XcbWindowSystem::Open(WindowHandle window) {
   return XcbWindowGrabber::Open(window);
 }
 
+// Never destroyed: workers may run on while the process ends.
 WindowSystem& SystemWindowSystem() {
-  static XcbWindowSystem system;
-  return system;
+  static auto* const system = new XcbWindowSystem;
+  return *system;
 }
 
 }  // namespace platform
