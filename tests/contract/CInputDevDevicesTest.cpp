@@ -19,6 +19,8 @@ namespace support {
 namespace {
 
 constexpr std::chrono::seconds kHung(10);
+// What every source keeps in every state of its device.
+constexpr std::chrono::milliseconds kStopLimit(500);
 constexpr char kCard[] = "Node Camera";
 
 // A node whose pictures end in a sink; stopped, at the latest, with the test.
@@ -41,11 +43,13 @@ class CapturingNode {
   int Start() { return m_node->Start(); }
   // Ends the test program when it hangs: nothing else can.
   int Stop() {
+    const auto begin = std::chrono::steady_clock::now();
     std::future<int> stopped = std::async(std::launch::async, [this] { return m_node->Stop(); });
     if (stopped.wait_for(kHung) != std::future_status::ready) {
       std::fputs("Stop hangs\n", stderr);
       std::abort();
     }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kStopLimit);
     return stopped.get();
   }
   int Waiting() { return m_sink.VideoCount(); }

@@ -18,6 +18,8 @@ using platform::OpenResult;
 namespace {
 
 constexpr std::chrono::seconds kHung(10);
+constexpr std::chrono::milliseconds kCloseLimit(500);
+constexpr std::chrono::milliseconds kReadLimit(100);
 
 // Ends the test program when the work hangs: nothing else can.
 void MustReturn(const char* what, const std::function<void()>& work) {
@@ -71,7 +73,22 @@ void CaptureContract::ExpectRefused(CaptureKind kind, const std::string& name) {
 }
 
 void CaptureContract::Close(std::unique_ptr<CaptureStream>* stream) {
+  const auto begin = std::chrono::steady_clock::now();
   MustReturn("closing", [stream] { stream->reset(); });
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, kCloseLimit);
+}
+
+// Twenty, so that a moment in which the machine is held does not count.
+void CaptureContract::ExpectNoReadWaitsForLong(CaptureStream* stream) {
+  constexpr int kReads = 20;
+  AVPacket* packet = av_packet_alloc();
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < kReads; ++i) {
+    stream->Read(packet);
+    av_packet_unref(packet);
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, kReads * kReadLimit);
+  av_packet_free(&packet);
 }
 
 }  // namespace support

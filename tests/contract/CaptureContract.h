@@ -53,7 +53,9 @@ class CaptureContract : public ::testing::TestWithParam<Backend> {
   std::unique_ptr<platform::CaptureStream> OpenMicrophone();
   // The cause names the device and says more than that.
   void ExpectRefused(platform::CaptureKind kind, const std::string& name);
+  // In the time that a closing may take.
   void Close(std::unique_ptr<platform::CaptureStream>* stream);
+  static void ExpectNoReadWaitsForLong(platform::CaptureStream* stream);
 
   std::unique_ptr<CaptureBench> m_bench;
 };

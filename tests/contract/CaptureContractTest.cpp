@@ -66,9 +66,11 @@ TEST_P(CaptureContract, AFrozenCameraHasNoPacketYetAndCloses) {
   ASSERT_NE(stream, nullptr);
   StreamReader reader(stream.get(), CaptureKind::Video);
   ASSERT_EQ(reader.Next(), 0);
+  ExpectNoReadWaitsForLong(stream.get());
   m_bench->FreezeCamera();
   reader.Drain();
   EXPECT_EQ(reader.Next(300), AVERROR(EAGAIN));
+  ExpectNoReadWaitsForLong(stream.get());
   Close(&stream);
 }
 

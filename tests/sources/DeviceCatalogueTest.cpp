@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAudioRecorder>
 #include <QCoreApplication>
 #include <atomic>
 #include <cstring>
@@ -13,6 +14,12 @@
 using ffmpeg::ScopedFrame;
 
 namespace {
+
+// What became of Qt's recorder.
+int g_made = 0;
+int g_ended = 0;
+int g_inputsRead = 0;
+int g_defaultRead = 0;
 
 class TitledWindows : public platform::WindowSystem {
  public:
@@ -51,6 +58,16 @@ bool AllBytes(const std::uint8_t* data, std::size_t count, int value) {
 }
 
 }  // namespace
+
+// The sound inputs as Qt sees them are asked for once, while nothing is live yet.
+TEST_F(DeviceCatalogueTest, KeepsTheRecorderThatWokeQtsMultimedia) {
+  EXPECT_EQ(1, g_made);
+  EXPECT_EQ(1, g_inputsRead);
+  EXPECT_EQ(1, g_defaultRead);
+  EXPECT_EQ(0, g_ended);
+  m_catalogue->RefreshDevices();
+  EXPECT_EQ(1, g_made);
+}
 
 TEST_F(DeviceCatalogueTest, IsOneObjectWithItsDefaults) {
   EXPECT_EQ(DeviceCatalogue::Instance(), m_catalogue);
@@ -238,4 +255,27 @@ TEST_F(DeviceCatalogueTest, AResetPacketIsAsNew) {
   EXPECT_EQ(packet->flags, 0);
   av_buffer_unref(&buffer);
   av_packet_free(&packet);
+}
+
+// By the names under which the linker knows them.
+extern "C" {
+void __real__ZN14QAudioRecorderC1EP7QObject(QAudioRecorder* recorder, QObject* parent);
+void __wrap__ZN14QAudioRecorderC1EP7QObject(QAudioRecorder* recorder, QObject* parent);
+void __wrap__ZN14QAudioRecorderC1EP7QObject(QAudioRecorder* recorder, QObject* parent) {
+  ++g_made;
+  __real__ZN14QAudioRecorderC1EP7QObject(recorder, parent);
+  QObject::connect(recorder, &QObject::destroyed, [] { ++g_ended; });
+}
+QStringList __real__ZNK14QAudioRecorder11audioInputsEv(const QAudioRecorder* recorder);
+QStringList __wrap__ZNK14QAudioRecorder11audioInputsEv(const QAudioRecorder* recorder);
+QStringList __wrap__ZNK14QAudioRecorder11audioInputsEv(const QAudioRecorder* recorder) {
+  ++g_inputsRead;
+  return __real__ZNK14QAudioRecorder11audioInputsEv(recorder);
+}
+QString __real__ZNK14QAudioRecorder17defaultAudioInputEv(const QAudioRecorder* recorder);
+QString __wrap__ZNK14QAudioRecorder17defaultAudioInputEv(const QAudioRecorder* recorder);
+QString __wrap__ZNK14QAudioRecorder17defaultAudioInputEv(const QAudioRecorder* recorder) {
+  ++g_defaultRead;
+  return __real__ZNK14QAudioRecorder17defaultAudioInputEv(recorder);
+}
 }

@@ -29,6 +29,7 @@ struct World {
     DeviceCatalogue::Instance();
     platform::WindowSystem::Install(&windows);
     capture.AddCamera("camera");
+    capture.AddMicrophone("microphone");
     window = windows.Add("window", {8, 8}, 0x112233);
     film = samples.Clip("film.mp4");
     support::ClipOptions silent;
@@ -53,6 +54,7 @@ struct World {
 
 struct Kind {
   const char* name;
+  int kind;
   int threads;
   std::function<CSrcInterface*(const World&)> make;
 };
@@ -73,6 +75,15 @@ class NodeLife : public testing::TestWithParam<Kind> {
 };
 
 std::unique_ptr<World> NodeLife::s_world;
+
+// Opens what nothing in the program reads.
+struct KindOf : CSrcInterface {
+  static int Read(const CSrcInterface& node) { return node.*(&KindOf::m_kind); }
+};
+
+TEST_P(NodeLife, HasTheKindOfItsSource) {
+  EXPECT_EQ(GetParam().kind, KindOf::Read(*m_node));
+}
 
 TEST_P(NodeLife, ASecondStartChangesNothing) {
   EXPECT_EQ(0, m_node->Start());
@@ -107,16 +118,20 @@ TEST_P(NodeLife, WithoutAThreadItDoesNotStartAndTheLogSaysWhy) {
 INSTANTIATE_TEST_SUITE_P(
     EveryNode, NodeLife,
     testing::Values(
-        Kind{"CMixFrame", 1, [](const World&) { return new CMixFrame(10); }},
-        Kind{"CMixOut", 1, [](const World&) { return new CMixOut; }},
-        Kind{"CInputSlience", 1, [](const World&) { return new CInputSlience; }},
-        Kind{"CInputDev", 1,
+        Kind{"CMixFrame", 0, 1, [](const World&) { return new CMixFrame(10); }},
+        Kind{"CMixOut", 0, 1, [](const World&) { return new CMixOut; }},
+        Kind{"CInputSlience", 0, 1, [](const World&) { return new CInputSlience; }},
+        Kind{"CInputDev", 2, 1,
              [](const World&) { return new CInputDev(false, "camera", 0, 0, AV_PIX_FMT_RGB24); }},
-        Kind{"CInputFile", 2, [](const World& world) { return new CInputFile(world.film); }},
-        Kind{"CInputSilentFile", 1,
+        Kind{
+            "CInputDevSound", 1, 1,
+            [](const World&) { return new CInputDev(true, "microphone", 0, 0, AV_PIX_FMT_RGB24); }},
+        Kind{"CInputFile", 3, 2, [](const World& world) { return new CInputFile(world.film); }},
+        Kind{"CInputSilentFile", 3, 1,
              [](const World& world) { return new CInputSilentFile(world.silentFilm); }},
-        Kind{"CInputPic", 1, [](const World& world) { return new CInputPic(world.picture); }},
-        Kind{"CWndCapture", 1, [](const World& world) { return new CWndCapture(world.window); }}),
+        Kind{"CInputPic", 4, 1, [](const World& world) { return new CInputPic(world.picture); }},
+        Kind{"CWndCapture", 5, 1,
+             [](const World& world) { return new CWndCapture(world.window); }}),
     [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

@@ -9,6 +9,7 @@ namespace {
 std::mutex g_mutex;  // guards all below
 bool g_faked = false;
 std::uint64_t g_now = 0;
+std::uint32_t g_perLook = 0;
 std::vector<std::uint32_t> g_delays;
 
 }  // namespace
@@ -25,6 +26,7 @@ Uint32 __wrap_SDL_GetTicks(void) {
   {
     std::lock_guard<std::mutex> lock(g_mutex);
     if (g_faked) {
+      g_now += g_perLook;
       return static_cast<Uint32>(g_now);
     }
   }
@@ -35,6 +37,7 @@ Uint64 __wrap_SDL_GetTicks64(void) {
   {
     std::lock_guard<std::mutex> lock(g_mutex);
     if (g_faked) {
+      g_now += g_perLook;
       return g_now;
     }
   }
@@ -60,6 +63,7 @@ FakeClock::FakeClock(std::uint64_t startMs) {
   std::lock_guard<std::mutex> lock(g_mutex);
   g_faked = true;
   g_now = startMs;
+  g_perLook = 0;
   g_delays.clear();
 }
 
@@ -76,6 +80,11 @@ std::uint32_t FakeClock::Now() const {
 void FakeClock::Advance(std::uint32_t ms) {
   std::lock_guard<std::mutex> lock(g_mutex);
   g_now += ms;
+}
+
+void FakeClock::AdvanceAtEachLook(std::uint32_t ms) {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  g_perLook = ms;
 }
 
 std::vector<std::uint32_t> FakeClock::TakeDelays() {

@@ -21,6 +21,8 @@ class FakeClock {
   // As SDL_GetTicks, which wraps around after 49 days.
   std::uint32_t Now() const;
   void Advance(std::uint32_t ms);
+  // From now on the time moves on by so much at each look at it by the code under test.
+  void AdvanceAtEachLook(std::uint32_t ms);
   // Every SDL_Delay since construction or the last call, in order, in milliseconds.
   std::vector<std::uint32_t> TakeDelays();
 };
