@@ -19,6 +19,13 @@ elseif(NOT ORVANE_SANITIZER STREQUAL "none")
   message(FATAL_ERROR "ORVANE_SANITIZER is none, address, thread or fuzzer, not ${ORVANE_SANITIZER}")
 endif()
 
+# What callers owe is checked in these builds and costs nothing in the one that ships.
+if(ORVANE_SANITIZER STREQUAL "none")
+  add_compile_definitions(ORVANE_CONTRACTS=0)
+else()
+  add_compile_definitions(ORVANE_CONTRACTS=1)
+endif()
+
 # Qt and SDL want these for what uses them; with them everywhere one precompiled header fits all.
 set(ORVANE_PRECOMPILE OFF)
 if(ORVANE_SANITIZER MATCHES "address|thread")

@@ -13,18 +13,18 @@ extern "C" {
 
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
+#include "platform/SoundFormat.h"
 
 namespace media {
 
 namespace {
 
-constexpr int kSampleRate = 48000;
 constexpr AVSampleFormat kSampleFormat = AV_SAMPLE_FMT_S16;
 constexpr std::int64_t kChannelLayout = 3;  // stereo, as a mask
 constexpr int kMsPerSecond = 1000;
 // amix keeps what an input gives while it waits for another one. More than a thread can be late by
 // is an input that will not come.
-constexpr std::int64_t kMostWaiting = 10 * INT64_C(48000);
+constexpr std::int64_t kMostWaiting = INT64_C(10) * platform::kSoundRate;
 constexpr std::size_t kArgumentBytes = 512;
 
 std::string InputName(int input) {
@@ -35,7 +35,7 @@ std::string SourceArguments() {
   char text[kArgumentBytes];
   std::snprintf(text, sizeof text,
                 "time_base=%d/%d:sample_rate=%d:sample_fmt=%s:channel_layout=0x%x", 1, kMsPerSecond,
-                kSampleRate, av_get_sample_fmt_name(kSampleFormat),
+                platform::kSoundRate, av_get_sample_fmt_name(kSampleFormat),
                 static_cast<unsigned>(kChannelLayout));
   return text;
 }
@@ -107,6 +107,7 @@ void AmixGraph::Free() {
 }
 
 AmixGraph::Result AmixGraph::Build(int count, const std::atomic<bool>& stop) {
+  ORVANE_CONTRACT(m_thread.Holds(), "a mixing graph belongs to one thread");
   Free();
   if (count == 0) {
     return Result::kReady;
@@ -155,7 +156,7 @@ AmixGraph::Result AmixGraph::CreateEnds(int count) {
 bool AmixGraph::RestrictSink() {
   return SetSinkOption(m_sink, "sample_fmts", kSampleFormat) &&
          SetSinkOption(m_sink, "channel_layouts", kChannelLayout) &&
-         SetSinkOption(m_sink, "sample_rates", kSampleRate);
+         SetSinkOption(m_sink, "sample_rates", platform::kSoundRate);
 }
 
 bool AmixGraph::Connect() {
@@ -187,6 +188,7 @@ bool AmixGraph::Connect() {
 }
 
 int AmixGraph::Feed(int input, AVFrame* frame) {
+  ORVANE_CONTRACT(m_thread.Holds(), "a mixing graph belongs to one thread");
   const auto index = static_cast<std::size_t>(input);
   const int samples = frame->nb_samples;
   int result = 0;
@@ -208,6 +210,7 @@ int AmixGraph::Feed(int input, AVFrame* frame) {
 }
 
 AVFrame* AmixGraph::Drain() {
+  ORVANE_CONTRACT(m_thread.Holds(), "a mixing graph belongs to one thread");
   ffmpeg::ScopedFrame out(av_frame_alloc());
   if (!out || !m_ready || av_buffersink_get_frame_flags(m_sink, out.Get(), 0) < 0) {
     return nullptr;

@@ -31,6 +31,8 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include "media/Contract.h"
+
 namespace media {
 
 class AmixGraph {
@@ -65,6 +67,7 @@ class AmixGraph {
   bool RestrictSink();
   bool Connect();
 
+  ThreadClaim m_thread;
   AVFilterGraph* m_graph = nullptr;
   AVFilterContext* m_sink = nullptr;
   std::vector<AVFilterContext*> m_sources;

@@ -10,7 +10,7 @@ extern "C" {
 CMyQueue::CMyQueue(int isPacket) : m_isPacket(isPacket) {}
 
 CMyQueue::~CMyQueue() {
-  Clear();
+  FreeAll();
 }
 
 void CMyQueue::PushBack(void* entry) {
@@ -29,6 +29,7 @@ void* CMyQueue::Pop() {
 }
 
 void* CMyQueue::Pop(int* remaining) {
+  ORVANE_CONTRACT(m_consumer.Holds(), "a queue has one consumer");
   media::MutexLocker lock(&m_mutex);
   void* head = nullptr;
   if (!m_items.empty()) {
@@ -40,6 +41,7 @@ void* CMyQueue::Pop(int* remaining) {
 }
 
 void* CMyQueue::Peek() {
+  ORVANE_CONTRACT(m_consumer.Holds(), "a queue has one consumer");
   media::MutexLocker lock(&m_mutex);
   return m_items.empty() ? nullptr : m_items.front();
 }
@@ -50,6 +52,11 @@ int CMyQueue::Size() {
 }
 
 void CMyQueue::Clear() {
+  ORVANE_CONTRACT(m_consumer.Holds(), "a queue has one consumer");
+  FreeAll();
+}
+
+void CMyQueue::FreeAll() {
   media::MutexLocker lock(&m_mutex);
   for (void* item : m_items) {
     if (m_isPacket != 0) {

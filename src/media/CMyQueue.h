@@ -6,8 +6,9 @@
 // consumer trims its own inputs by its own thresholds.
 //
 // Ownership: an entry belongs to the queue from a push until Pop or Clear. Peek only lends it. A
-// Peek followed by a Pop is sound because there is one consumer, and because nobody calls Clear
-// while that consumer runs.
+// Peek followed by a Pop is sound because there is one consumer, which Clear is an operation of
+// too. Another thread is the consumer once the former has ended, or has handed over with nothing
+// lent.
 //
 // Locks: every operation holds the queue's own mutex for its whole extent, and nothing else.
 #ifndef ORVANE_MEDIA_CMYQUEUE_H
@@ -15,6 +16,7 @@
 
 #include <deque>
 
+#include "media/Contract.h"
 #include "media/QtLock.h"
 
 class CMyQueue {
@@ -40,8 +42,13 @@ class CMyQueue {
   int Size();
   // Frees every entry and gives the storage back. The queue stays usable.
   void Clear();
+  // The consumer lets another one follow.
+  void HandOver() { m_consumer.HandOver(); }
 
  private:
+  void FreeAll();
+
+  media::ThreadClaim m_consumer;
   media::Mutex m_mutex;
   std::deque<void*> m_items ORVANE_GUARDED_BY(m_mutex);  // head first
   int m_isPacket;  // decides how Clear frees, and nothing else

@@ -18,11 +18,11 @@ extern "C" {
 #include "media/Clip.h"
 #include "media/TextBounds.h"
 #include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/PackedRows.h"
 #include "media/ffmpeg/Scoped.h"
 
 namespace {
 
-constexpr char kFontFile[] = "wryh.ttf";
 constexpr std::size_t kBytesPerPixel = 3;
 // The longest description of filter or source, its numbers at their longest, takes half of it.
 constexpr std::size_t kArgumentBytes = 512;
@@ -176,6 +176,8 @@ int COverlay::Blit(AVFrame* canvas, AVFrame* image, int x, int y) {
   if (columns.length <= 0 || rows.length <= 0) {
     return -1;
   }
+  ORVANE_CONTRACT(ffmpeg::HasPackedRows(canvas) && ffmpeg::HasPackedRows(image),
+                  "Blit takes packed rows");
   const auto at = [](const AVFrame* frame, int row, int column) {
     const auto pixels = static_cast<std::size_t>(row) * static_cast<std::size_t>(frame->width) +
                         static_cast<std::size_t>(column);
@@ -198,6 +200,7 @@ int COverlay::Blit(AVFrame* canvas, AVFrame* image, int x, int y) {
 }
 
 int COverlay::DrawText(AVFrame* canvas) {
+  ORVANE_CONTRACT(m_composer.Holds(), "one thread draws a text");
   if (canvas == nullptr || canvas->width == 0 || canvas->height == 0) {
     return -1;
   }

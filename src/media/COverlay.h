@@ -6,7 +6,8 @@
 // Blit: rows are addressed by width and linesize is ignored. DrawText hands the canvas's buffer to
 // the graph and takes it back with the text on it. The canvas has to be the only reference to its
 // buffer, as a fresh one is: then drawtext writes in place. A shared one is copied first, since its
-// other readers must not see the text.
+// other readers must not see the text. One of another size than that of the last build comes back
+// at that size: only a setter has the graph built anew.
 //
 // Measuring: SDL_ttf measures a text once, when it is set. The font size follows from the width
 // that the text is to have on the canvas, so a text layer keeps its aspect when it is resized.
@@ -38,10 +39,14 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include "media/Contract.h"
 #include "media/QtLock.h"
 
 class COverlay {
  public:
+  // What texts are measured with and drawn in, in the working directory.
+  static constexpr char kFontFile[] = "wryh.ttf";
+
   COverlay();
   virtual ~COverlay();
 
@@ -104,6 +109,7 @@ class COverlay {
   // Set by a setter after its store, cleared by the build before its read: a change made during a
   // build causes one more build and is never lost.
   std::atomic<bool> m_dirty;
+  media::ThreadClaim m_composer;
   AVFilterContext* m_source;       // compose thread, as all of the graph
   AVFilterContext* m_extraFilter;  // a further filter of the graph; none is set now
   AVFilterContext* m_sink;

@@ -14,6 +14,9 @@
 
 namespace media {
 
+inline constexpr int kPicturesPerSecond = 25;
+inline constexpr int kPictureMs = 1000 / kPicturesPerSecond;
+
 // Gap between two turns of a paced thread above which it was suspended, in milliseconds.
 inline constexpr std::uint32_t kSuspendedMs = 3000;
 
@@ -28,15 +31,15 @@ class PacedTicker {
     if (gap <= kSuspendedMs) {
       m_elapsed += gap;
     }
-    return m_elapsed >= m_ticks / 25;
+    return m_elapsed >= m_ticks / kPicturesPerSecond;
   }
   // Takes the tick that is due, whatever comes of it.
   void Advance() { m_ticks += 1000; }
-  // How long to sleep after a look that found nothing due: most, or less where the tick comes
-  // sooner. At least a millisecond.
-  std::uint32_t SleepMs(std::uint32_t most) const {
-    return static_cast<std::uint32_t>(
-        std::clamp<std::int64_t>((m_ticks + 24) / 25 - m_elapsed, 1, most));
+  // How long to sleep after a look that found nothing due: until the tick, so that nothing is late
+  // and no thread wakes for nothing, or most where that is sooner. At least a millisecond.
+  std::uint32_t SleepMs(std::uint32_t most = kPictureMs) const {
+    return static_cast<std::uint32_t>(std::clamp<std::int64_t>(
+        (m_ticks + kPicturesPerSecond - 1) / kPicturesPerSecond - m_elapsed, 1, most));
   }
 
  private:

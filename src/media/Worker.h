@@ -16,6 +16,8 @@
 #include <atomic>
 #include <functional>
 
+#include "media/Contract.h"
+
 namespace media {
 
 // What a busy machine serves first. Threads that the stream waits for run as the program does;
@@ -27,6 +29,7 @@ enum class WorkerRole { kStream, kPrepare, kShow };
 class Worker {
  public:
   Worker() = default;
+  ~Worker() { ORVANE_CONTRACT(!IsRunning(), "a worker is joined before it goes"); }
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 

@@ -11,14 +11,6 @@
 #include "output/StreamCodecs.h"
 #include "sources/DeviceCatalogue.h"
 
-namespace {
-
-// What a connection may still send after Stop was called: on a sound link trailer and goodbye take
-// a fraction of it.
-constexpr std::int64_t kFarewellMs = 400;
-
-}  // namespace
-
 CEncoder::CEncoder(int width, int height)
     : CSrcInterface(0, 1),
       m_started(false),
@@ -59,6 +51,7 @@ EncoderStatistics CEncoder::Statistics() const {
 void CEncoder::EnqueueAudio(int index, void* media) {
   if (m_started) {
     CSrcInterface::EnqueueAudio(index, media);
+    m_input.Ring();
   } else {
     const ffmpeg::ScopedFrame refused(static_cast<AVFrame*>(media));
   }
@@ -67,6 +60,7 @@ void CEncoder::EnqueueAudio(int index, void* media) {
 void CEncoder::EnqueueVideo(int index, void* media) {
   if (m_started) {
     CSrcInterface::EnqueueVideo(index, media);
+    m_input.Ring();
   } else {
     const ffmpeg::ScopedFrame refused(static_cast<AVFrame*>(media));
   }
@@ -99,14 +93,17 @@ int CEncoder::StartThreads() {
 }
 
 int CEncoder::Stop() {
-  m_stopDeadline->SetIn(kFarewellMs);
+  m_stopDeadline->SetIn(output::kFarewellMs);
   m_started = false;
+  m_input.Ring();
   m_encodeThread.Join();
   m_publishThread.Join();
   CloseCodecs();
   // A publish thread that ended by itself left them to the encoders.
   m_audioPackets.Clear();
   m_videoPackets.Clear();
+  m_audioPackets.HandOver();  // to the next run's thread
+  m_videoPackets.HandOver();
   m_counters.newestVideoPts = m_counters.leftVideoPts.load();
   Report(PublishState::kStopped);
   return 0;

@@ -56,6 +56,7 @@ extern "C" {
 
 #include "media/CMyQueue.h"
 #include "media/CSrcInterface.h"
+#include "media/Doorbell.h"
 #include "media/Worker.h"
 #include "output/Deadline.h"
 #include "output/Effort.h"
@@ -185,6 +186,7 @@ class CEncoder : public CSrcInterface {
   void Report(PublishState state);
   void ReportFailure(PublishState state, PublishFault fault, int error);
 
+  media::Doorbell m_input;                           // rung for each frame and at the stop
   std::atomic<bool> m_keyDue;                        // the next picture is to be a key frame
   std::shared_ptr<output::Deadline> m_stopDeadline;  // a connection given up may outlive the node
   output::EncoderCounters m_counters;

@@ -2,6 +2,7 @@
 #include <SDL.h>
 
 #include <QtGlobal>
+#include <chrono>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -15,8 +16,8 @@
 
 namespace {
 
-constexpr int kAudioStream = 0;
-constexpr int kVideoStream = 1;
+// All that there is to be done comes with a frame, and frames ring.
+constexpr std::chrono::milliseconds kMostIdle(100);
 
 // Sound in the encoder's format with room for that many samples; null when it can't be had.
 AVFrame* NewSound(const AVCodecContext* context, int samples, std::int64_t pts) {
@@ -57,7 +58,7 @@ void CEncoder::Encode() {
   EncodeClock clock;
   while (m_started) {
     if (!EncodeTurn(&clock)) {
-      SDL_Delay(1);
+      m_input.Await(kMostIdle);
     }
   }
 }
@@ -130,7 +131,7 @@ void CEncoder::EncodeSamples(EncodeClock* clock) {
   }
   int error = avcodec_send_frame(m_audioContext, sound.Get());
   if (error >= 0) {
-    error = TakePackets(m_audioContext, kAudioStream, &m_audioPackets);
+    error = TakePackets(m_audioContext, output::kAudioStream, &m_audioPackets);
   }
   if (error < 0) {
     av_log(nullptr, AV_LOG_ERROR, "avcodec_encode_audio2 error\n");
@@ -231,7 +232,7 @@ void CEncoder::Encode(AVFrame* picture, std::int64_t step) {
     error = avcodec_send_frame(m_videoContext, picture);
   }
   if (error >= 0) {
-    error = TakePackets(m_videoContext, kVideoStream, &m_videoPackets);
+    error = TakePackets(m_videoContext, output::kVideoStream, &m_videoPackets);
   }
   if (error < 0) {
     LogPictureError(error);
@@ -291,13 +292,13 @@ int CEncoder::TakePackets(AVCodecContext* context, int stream, CMyQueue* queue) 
     if (packet->pts == 0) {
       qDebug("what happened ??");
     }
-    if (stream == kAudioStream) {
+    if (stream == output::kAudioStream) {
       ++m_counters.audioPacketsEncoded;
     } else {
       ++m_counters.videoPacketsEncoded;
       m_counters.newestVideoPts = packet->pts;
     }
-    if (stream == kVideoStream && (packet->flags & AV_PKT_FLAG_KEY) != 0) {
+    if (stream == output::kVideoStream && (packet->flags & AV_PKT_FLAG_KEY) != 0) {
       AddHeader(*context, packet.Get());
     }
     queue->PushBack(packet.Release());

@@ -10,19 +10,16 @@
 #include "output/CEncoder.h"
 #include "output/PublishConnection.h"
 #include "output/PublishRules.h"
+#include "output/StreamCodecs.h"
 
 namespace {
 
-constexpr int kAudioStream = 0;
-constexpr int kVideoStream = 1;
 constexpr std::uint32_t kPollMs = 10;
 // The muxer puts packets into order and for that waits, 10 s unless told otherwise, until it has
 // one of each stream. They come in order; but where one stream is behind the other, after a lost
 // connection on a machine that could not encode every picture, that wait would keep the server
 // without a byte for so long that it drops the publisher.
 constexpr std::int64_t kInterleaveUs = 2 * output::kVideoLagMs * 1000;
-// Trailer and goodbye of a connection that has to end.
-constexpr std::int64_t kFarewellMs = 400;
 
 void FreeOutput(AVFormatContext** context) {
   avformat_free_context(*context);
@@ -105,7 +102,7 @@ bool CEncoder::PublishOnce() {
   bool again = false;
   if (Connect(context.Get(), &connection, &again)) {
     again = SendUntilTheEnd(context.Get());
-    connection.FinishWithin(kFarewellMs);
+    connection.FinishWithin(output::kFarewellMs);
     if (av_write_trailer(context.Get()) < 0) {
       av_log(nullptr, AV_LOG_ERROR, "av_write_trailer error\n");
     }
@@ -218,7 +215,7 @@ CEncoder::Sent CEncoder::PublishTurn(AVFormatContext* context) {
 
 int CEncoder::SendSound(AVFormatContext* context) {
   ffmpeg::ScopedPacket packet(static_cast<AVPacket*>(m_audioPackets.Pop()));
-  packet->stream_index = kAudioStream;
+  packet->stream_index = output::kAudioStream;
   qDebug("send audio pts = %d", static_cast<int>(packet->pts));
   return Write(context, packet.Get(), &m_counters.audioPacketsSent);
 }
@@ -227,7 +224,7 @@ int CEncoder::SendSound(AVFormatContext* context) {
 int CEncoder::SendPicture(AVFormatContext* context) {
   ffmpeg::ScopedPacket packet(static_cast<AVPacket*>(m_videoPackets.Pop()));
   m_counters.leftVideoPts = packet->pts;
-  packet->stream_index = kVideoStream;
+  packet->stream_index = output::kVideoStream;
   packet->pts += output::kVideoLagMs;
   packet->dts += output::kVideoLagMs;
   qDebug("send video pts = %d", static_cast<int>(packet->pts));

@@ -14,7 +14,6 @@ extern "C" {
 
 namespace {
 
-constexpr char kFontFile[] = "wryh.ttf";
 constexpr int kMeasureFontSize = 100;
 // Where a new text stands.
 constexpr int kTextX = 5;
@@ -123,7 +122,7 @@ output::Extent CRender::CanvasSize() const {
 // A slot that stands in the order is a layer's, marked or not. One that is marked and stands there
 // not was marked for the length of the order, and is nobody's; it comes last.
 int CRender::FirstFreeSlot() {
-  media::MutexLocker lock(&m_orderLock);
+  output::RenderLocker lock(&m_orderLock);
   int free = -1;
   for (const LayerSlot* slot : m_layers) {
     if (std::find(m_order.begin(), m_order.end(), slot->index) != m_order.end()) {
@@ -138,6 +137,7 @@ int CRender::FirstFreeSlot() {
 }
 
 int CRender::AddVideoInput() {
+  ORVANE_CONTRACT(m_owner.Holds(), "one thread changes the layers");
   const int id = FirstFreeSlot();
   if (id >= 0) {
     ResetSlot(SlotOf(id));
@@ -148,21 +148,23 @@ int CRender::AddVideoInput() {
 // The locks are taken one after the other. Nobody else hands out slots meanwhile: this is the user
 // interface thread.
 void CRender::ResetSlot(LayerSlot* slot) {
-  // The former source's last picture must not give the new layer its size.
-  m_videoQueues[static_cast<std::size_t>(slot->index)]->Clear();
+  // The former source's last pictures must not give the new layer its size. They are the scale
+  // thread's to drop, which is their queue's one consumer.
+  slot->stale = m_videoQueues[static_cast<std::size_t>(slot->index)]->Size();
   Retire(slot->frames.exchange(new CMyQueue(0)), slot->overlay.exchange(new COverlay));
   slot->hidden = false;
   {
-    media::MutexLocker lock(&slot->positionLock);
+    output::RenderLocker lock(&slot->positionLock);
     slot->x = 0;
     slot->y = 0;
   }
   {
-    media::MutexLocker lock(&slot->sizeLock);
+    output::RenderLocker lock(&slot->sizeLock);
     slot->width = 0;
     slot->height = 0;
     slot->naturalWidth = 0;
     slot->naturalHeight = 0;
+    ++slot->resets;
   }
   slot->inUse = false;
   slot->autoFit = 0;
@@ -176,7 +178,7 @@ void CRender::Retire(CMyQueue* frames, COverlay* overlay) {
     retired.passes[worker] = m_passes[worker];
   }
   {
-    media::MutexLocker lock(&m_retiredLock);
+    output::RenderLocker lock(&m_retiredLock);
     m_retired.push_back(retired);
   }
   m_anyRetired = true;
@@ -185,7 +187,7 @@ void CRender::Retire(CMyQueue* frames, COverlay* overlay) {
 void CRender::FreeRetired(bool all) {
   std::vector<Retired> free;
   {
-    media::MutexLocker lock(&m_retiredLock);
+    output::RenderLocker lock(&m_retiredLock);
     const auto kept = std::partition(m_retired.begin(), m_retired.end(), [&](const Retired& r) {
       for (int worker = 0; worker < kWorkers && !all; ++worker) {
         if (m_passes[worker] == r.passes[worker]) {
@@ -212,7 +214,8 @@ void CRender::FinishPass(int worker) {
 }
 
 int CRender::InsertLayer(int id, int position) {
-  media::MutexLocker lock(&m_orderLock);
+  ORVANE_CONTRACT(m_owner.Holds(), "one thread changes the layers");
+  output::RenderLocker lock(&m_orderLock);
   const auto length = static_cast<int>(m_order.size());
   LayerSlot* marked = nullptr;
   if (position == -1 || position == length) {
@@ -231,7 +234,8 @@ int CRender::InsertLayer(int id, int position) {
 }
 
 int CRender::RemoveLayer(int position) {
-  media::MutexLocker lock(&m_orderLock);
+  ORVANE_CONTRACT(m_owner.Holds(), "one thread changes the layers");
+  output::RenderLocker lock(&m_orderLock);
   if (position < 0 || static_cast<std::size_t>(position) >= m_order.size()) {
     return -1;
   }
@@ -245,23 +249,24 @@ int CRender::RemoveLayer(int position) {
 }
 
 int CRender::LayerAt(int position) {
-  media::MutexLocker lock(&m_orderLock);
+  output::RenderLocker lock(&m_orderLock);
   const bool known = position >= 0 && static_cast<std::size_t>(position) < m_order.size();
   return known ? m_order[static_cast<std::size_t>(position)] : -1;
 }
 
 void CRender::CopyLayerOrder(std::vector<int>* order) {
-  media::MutexLocker lock(&m_orderLock);
+  output::RenderLocker lock(&m_orderLock);
   *order = m_order;
 }
 
 int CRender::LayerCount() {
-  media::MutexLocker lock(&m_orderLock);
+  output::RenderLocker lock(&m_orderLock);
   return static_cast<int>(m_order.size());
 }
 
 int CRender::SwapLayers(int first, int second) {
-  media::MutexLocker lock(&m_orderLock);
+  ORVANE_CONTRACT(m_owner.Holds(), "one thread changes the layers");
+  output::RenderLocker lock(&m_orderLock);
   const auto length = static_cast<int>(m_order.size());
   if (first < 0 || second < 0 || first >= length || second >= length) {
     return -1;
@@ -277,14 +282,14 @@ output::Extent CRender::SizeOf(LayerSlot* slot) {
   if (isText) {
     overlay->GetMeasuredSize(&measured.width, &measured.height);
   }
-  media::MutexLocker lock(&slot->sizeLock);
+  output::RenderLocker lock(&slot->sizeLock);
   return {slot->width, isText ? output::TextHeight(slot->width, measured) : slot->height};
 }
 
 output::Rect CRender::RectOf(LayerSlot* slot) {
   output::Rect rect;
   {
-    media::MutexLocker lock(&slot->positionLock);
+    output::RenderLocker lock(&slot->positionLock);
     rect.x = slot->x;
     rect.y = slot->y;
   }
@@ -319,7 +324,7 @@ void CRender::GetLayerNaturalSize(int id, int* width, int* height) {
   *width = 0;
   *height = 0;
   if (LayerSlot* slot = SlotOf(id)) {
-    media::MutexLocker lock(&slot->sizeLock);
+    output::RenderLocker lock(&slot->sizeLock);
     *width = slot->naturalWidth;
     *height = slot->naturalHeight;
   }
@@ -345,7 +350,7 @@ void CRender::SetLayerRect(int id, int x, int y, int width, int height) {
 }
 
 void CRender::SetLayerPosition(LayerSlot* slot, int x, int y) {
-  media::MutexLocker lock(&slot->positionLock);
+  output::RenderLocker lock(&slot->positionLock);
   slot->x = x;
   slot->y = y;
   COverlay* overlay = slot->overlay;
@@ -355,7 +360,7 @@ void CRender::SetLayerPosition(LayerSlot* slot, int x, int y) {
 }
 
 void CRender::SetLayerSize(LayerSlot* slot, int width, int height) {
-  media::MutexLocker lock(&slot->sizeLock);
+  output::RenderLocker lock(&slot->sizeLock);
   slot->width = width;
   slot->height = height;
   COverlay* overlay = slot->overlay;
@@ -377,7 +382,7 @@ void CRender::SetLayerText(int id, unsigned color, const std::string& text) {
   output::Extent size = SizeOf(slot);
   const bool isNew = size.width == 0 || size.height == 0;
   if (isNew) {
-    overlay->MeasureText(kFontFile, kMeasureFontSize, text, &size.width, &size.height);
+    overlay->MeasureText(COverlay::kFontFile, kMeasureFontSize, text, &size.width, &size.height);
     // Enabled first, so that the overlay is told the place as well as the layer.
     overlay->SetEnabled(true);
     SetLayerPosition(slot, kTextX, kTextY);

@@ -5,7 +5,9 @@
 //   scale    pictures of source i (video input i, which is layer i) become RGB24 at the layer's
 //            size and wait in the layer's queue;
 //   compose  25 times a second, every layer in the order list is copied onto a fresh black canvas
-//            of 1920 x 1080, the first entry at the bottom; the canvas waits in the composed queue;
+//            of 1920 x 1080, the first entry at the bottom; the canvas waits in the composed queue,
+//            its best_effort_timestamp being the moment when its bottom picture was captured, which
+//            goes with it to the outputs;
 //   present  25 times a second, the canvas becomes YUV 4:2:0, goes to all video outputs and,
 //            through SDL, into the native window, with the outline of the selected layer on top.
 // Nothing blocks a source: what is too much is dropped (see output/RenderRules.h for the numbers).
@@ -49,6 +51,7 @@
 #include "output/AtomicSize.h"
 #include "output/LayerSlot.h"
 #include "output/MonitorDevice.h"
+#include "output/RenderLocker.h"
 #include "output/RenderRules.h"
 #include "output/RenderStatistics.h"
 #include "platform/WindowSystem.h"
@@ -151,7 +154,8 @@ class CRender : public CSrcInterface {
   void OpenAudioWhenFed();
   bool ScaleInput(LayerSlot* slot);
   AVFrame* PopInput(LayerSlot* slot);
-  output::Extent TakeSize(LayerSlot* slot, const AVFrame* frame);
+  void DropStale(LayerSlot* slot);
+  bool TakeSize(LayerSlot* slot, const AVFrame* frame, unsigned resets, output::Extent* size);
   AVFrame* ToLayer(LayerSlot* slot, AVFrame* frame, const output::Extent& size);
   AVFrame* Rescale(LayerSlot* slot, const AVFrame* frame, const output::Extent& size);
   void LogFault(LayerSlot* slot, const AVFrame* frame);
@@ -207,6 +211,7 @@ class CRender : public CSrcInterface {
   std::vector<Retired> m_retired ORVANE_GUARDED_BY(m_retiredLock);
   std::atomic<bool> m_anyRetired;
   std::vector<LayerSlot*> m_formerLayers;  // of earlier runs, freed with the node
+  media::ThreadClaim m_owner;              // who changes the layers
   output::MonitorDevice m_device;          // scale thread, and the destructor after it
   output::RenderCounters m_counters;
 };

@@ -17,13 +17,11 @@ extern "C" {
 
 #include "media/ffmpeg/Scoped.h"
 #include "output/CRender.h"
+#include "platform/SoundFormat.h"
 
 namespace {
 
-constexpr int kSampleRate = 48000;
-constexpr int kChannels = 2;
-constexpr int kBytesPerSample = 2;
-constexpr int kFrameBytes = kChannels * kBytesPerSample;
+constexpr int kBytesPerSample = platform::kSoundFrameBytes / platform::kSoundChannels;
 constexpr std::uint32_t kWaitMs = 10;
 // Frames waiting behind the one in hand above which the sound is played faster.
 constexpr int kAudioBacklog = 3;
@@ -54,20 +52,21 @@ AVFrame* NewStereoFrame(int samples, std::int64_t pts) {
     return nullptr;
   }
   frame->format = AV_SAMPLE_FMT_S16;
-  frame->sample_rate = kSampleRate;
+  frame->sample_rate = platform::kSoundRate;
   frame->nb_samples = samples;
   frame->pts = pts;
-  av_channel_layout_default(&frame->ch_layout, kChannels);
+  av_channel_layout_default(&frame->ch_layout, platform::kSoundChannels);
   if (av_frame_get_buffer(frame.Get(), 1) < 0) {
     return nullptr;
   }
-  frame->linesize[0] = samples * kFrameBytes;
+  frame->linesize[0] = samples * platform::kSoundFrameBytes;
   return frame.Release();
 }
 
 // What of frame lies behind its first used bytes, as a frame that is not to be shortened again.
 AVFrame* RemainderOf(const AVFrame* frame, int payload, int used) {
-  const int channels = frame->ch_layout.nb_channels > 0 ? frame->ch_layout.nb_channels : kChannels;
+  const int channels =
+      frame->ch_layout.nb_channels > 0 ? frame->ch_layout.nb_channels : platform::kSoundChannels;
   AVFrame* rest = NewStereoFrame((payload - used) / channels / kBytesPerSample, frame->pts);
   if (rest != nullptr) {
     rest->opaque = rest;
@@ -115,11 +114,14 @@ void CRender::TrimSound() {
       auto* old = static_cast<AVFrame*>(m_firstAudioQueue->Pop());
       av_frame_free(&old);
     }
+    m_firstAudioQueue->HandOver();
   });
 }
 
 void CRender::AudioCallback(void* node, std::uint8_t* stream, int length) {
-  static_cast<CRender*>(node)->FillAudio(stream, length);
+  auto* self = static_cast<CRender*>(node);
+  self->FillAudio(stream, length);
+  self->m_firstAudioQueue->HandOver();  // to TrimSound, which comes between two calls
 }
 
 void CRender::FillAudio(std::uint8_t* stream, int length) {
@@ -175,7 +177,7 @@ void CRender::StartAtPicture() {
 }
 
 std::int64_t CRender::DisplayedPts() {
-  media::MutexLocker lock(&m_orderLock);
+  output::RenderLocker lock(&m_orderLock);
   return m_displayedPts;
 }
 
@@ -184,9 +186,10 @@ bool CRender::EnsureResampler() {
     return true;
   }
   AVChannelLayout stereo;
-  av_channel_layout_default(&stereo, kChannels);
-  const int error = swr_alloc_set_opts2(&m_resampler, &stereo, AV_SAMPLE_FMT_S16, kSampleRate,
-                                        &stereo, AV_SAMPLE_FMT_S16, kSampleRate, 0, nullptr);
+  av_channel_layout_default(&stereo, platform::kSoundChannels);
+  const int error =
+      swr_alloc_set_opts2(&m_resampler, &stereo, AV_SAMPLE_FMT_S16, platform::kSoundRate, &stereo,
+                          AV_SAMPLE_FMT_S16, platform::kSoundRate, 0, nullptr);
   if (error < 0 || swr_init(m_resampler) < 0) {
     std::printf("swr_init failed");
     swr_free(&m_resampler);
@@ -201,7 +204,7 @@ AVFrame* CRender::Shorten(AVFrame* frame) {
   ffmpeg::ScopedFrame shorter(NewStereoFrame(samples, frame->pts));
   const std::uint8_t* input[] = {frame->data[0]};
   // No more than the payload holds. Stop has taken the resampler with it, so it may be missing.
-  const int available = std::min(frame->nb_samples, PayloadOf(frame) / kFrameBytes);
+  const int available = std::min(frame->nb_samples, PayloadOf(frame) / platform::kSoundFrameBytes);
   int converted = -1;
   if (shorter && EnsureResampler()) {
     swr_set_compensation(m_resampler, samples - frame->nb_samples, samples);
@@ -212,7 +215,7 @@ AVFrame* CRender::Shorten(AVFrame* frame) {
     return nullptr;
   }
   shorter->nb_samples = converted;
-  shorter->linesize[0] = converted * kFrameBytes;
+  shorter->linesize[0] = converted * platform::kSoundFrameBytes;
   qDebug("----------         not  normal \n");
   return shorter.Release();
 }

@@ -13,12 +13,7 @@ extern "C" {
 #include "output/CRender.h"
 #include "output/ComposeState.h"
 
-namespace {
-
-constexpr std::uint32_t kWaitMs = 5;
-constexpr std::int64_t kTickMs = 40;
-
-}  // namespace
+namespace {}  // namespace
 
 // One layer of a pass. The head stays in the layer's queue, which only this thread empties.
 struct CRender::Drawn {
@@ -62,7 +57,7 @@ void CRender::RunCompose() {
 
 void CRender::ComposeTurn(output::ComposeState* state) {
   if (!state->ticker.Due(SDL_GetTicks())) {
-    SDL_Delay(state->ticker.SleepMs(kWaitMs));
+    SDL_Delay(state->ticker.SleepMs());
     return;
   }
   state->ticker.Advance();
@@ -105,7 +100,7 @@ void CRender::ComposePass(output::ComposeState* state) {
     }
   }
   if (canvas != nullptr) {
-    canvas->pts = state->passes * kTickMs + state->basePts;
+    canvas->pts = state->passes * media::kPictureMs + state->basePts;
     canvas->best_effort_timestamp = capturedMs;
     ++m_counters.composed;
     m_composed.PushBack(canvas);
@@ -141,7 +136,7 @@ bool CRender::CollectLayers(const std::vector<int>& order, std::vector<Drawn>* l
                                        [](const Drawn& below) { return below.head != nullptr; });
     // An empty text leaves its layer unmarked and what it showed before in the overlay.
     const bool hidden = slot->hidden || (isText && !slot->inUse);
-    media::MutexLocker lock(&slot->positionLock);
+    output::RenderLocker lock(&slot->positionLock);
     layers->push_back({slot, overlay, head, slot->x, slot->y, isText, hidden, onCanvas});
   }
   return true;
@@ -150,7 +145,7 @@ bool CRender::CollectLayers(const std::vector<int>& order, std::vector<Drawn>* l
 // A layer that was removed since the order was copied must not become taken again: nobody would
 // ever free it.
 void CRender::MarkInUse(LayerSlot* slot) {
-  media::MutexLocker lock(&m_orderLock);
+  output::RenderLocker lock(&m_orderLock);
   if (std::find(m_order.begin(), m_order.end(), slot->index) != m_order.end()) {
     slot->inUse = true;
   }
@@ -163,13 +158,13 @@ void CRender::PlaceInCorner(LayerSlot* slot, const AVFrame* head) {
   }
   output::Rect rect;
   {
-    media::MutexLocker lock(&slot->sizeLock);
+    output::RenderLocker lock(&slot->sizeLock);
     rect = output::CornerPlacement(CanvasSize(), picture, slot->width);
     slot->width = rect.width;
     slot->height = rect.height;
   }
   {
-    media::MutexLocker lock(&slot->positionLock);
+    output::RenderLocker lock(&slot->positionLock);
     slot->x = rect.x;
     slot->y = rect.y;
   }

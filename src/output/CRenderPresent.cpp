@@ -55,7 +55,7 @@ void CRender::PresentPass(output::PresentState* state) {
     state->ticker.emplace(now);
   }
   if (!state->ticker->Due(now)) {
-    SDL_Delay(state->ticker->SleepMs(kWaitMs));
+    SDL_Delay(state->ticker->SleepMs());
     return;
   }
   if (state->patience.Wait(now, m_composed.Size() == 1)) {
@@ -103,7 +103,7 @@ void CRender::SendHead(output::PresentState* state, AVFrame* head) {
     ++m_counters.pushed;
   }
   {
-    media::MutexLocker lock(&m_orderLock);
+    output::RenderLocker lock(&m_orderLock);
     m_displayedPts = head->pts;
   }
   state->headSent = true;

@@ -10,6 +10,7 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
+#include "media/ffmpeg/PackedRows.h"
 #include "media/ffmpeg/Scoped.h"
 #include "output/CRender.h"
 
@@ -18,11 +19,10 @@ namespace {
 constexpr std::uint32_t kIdleMs = 10;
 // Frames of sound that must be exceeded before the device is opened.
 constexpr int kFramesToOpen = 2;
-constexpr int kBytesPerPixel = 3;
 
+// As the layer needs it.
 bool IsPackedRgb(const AVFrame* frame, const output::Extent& size) {
-  return frame->format == AV_PIX_FMT_RGB24 && frame->width == size.width &&
-         frame->height == size.height && frame->linesize[0] == frame->width * kBytesPerPixel;
+  return ffmpeg::IsPackedRgb(frame) && frame->width == size.width && frame->height == size.height;
 }
 
 // The source says that its size has changed.
@@ -68,7 +68,9 @@ void CRender::OpenAudioWhenFed() {
     }
     TrimSound();
   } else if (m_firstAudioQueue->Size() > kFramesToOpen) {
-    OpenAudioOutput(static_cast<AVFrame*>(m_firstAudioQueue->Peek()));
+    auto* head = static_cast<AVFrame*>(m_firstAudioQueue->Peek());
+    m_firstAudioQueue->HandOver();  // the device, which does not ask before it is open
+    OpenAudioOutput(head);
     m_audioOpened = true;
   }
 }
@@ -79,6 +81,8 @@ bool CRender::ScaleInput(LayerSlot* slot) {
   if (overlay->IsEnabled()) {
     return false;
   }
+  const unsigned resets = slot->resets;
+  DropStale(slot);
   ffmpeg::ScopedFrame frame(PopInput(slot));
   if (!frame) {
     if (!slot->inUse) {
@@ -91,12 +95,23 @@ bool CRender::ScaleInput(LayerSlot* slot) {
     LogFault(slot, frame.Get());
     return true;
   }
-  const output::Extent size = TakeSize(slot, frame.Get());
+  output::Extent size;
+  if (!TakeSize(slot, frame.Get(), resets, &size)) {
+    return true;
+  }
   CMyQueue* frames = slot->frames;
   if (AVFrame* ready = ToLayer(slot, frame.Release(), size)) {
     frames->PushBack(ready);
   }
   return true;
+}
+
+void CRender::DropStale(LayerSlot* slot) {
+  CMyQueue* input = m_videoQueues[static_cast<std::size_t>(slot->index)];
+  for (int stale = slot->stale.exchange(0); stale > 0; --stale) {
+    auto* frame = static_cast<AVFrame*>(input->Pop());
+    av_frame_free(&frame);
+  }
 }
 
 AVFrame* CRender::PopInput(LayerSlot* slot) {
@@ -112,26 +127,23 @@ AVFrame* CRender::PopInput(LayerSlot* slot) {
   return frame;
 }
 
-// The layer's size, which the first picture and every marked one set.
-output::Extent CRender::TakeSize(LayerSlot* slot, const AVFrame* frame) {
-  output::Extent size;
-  {
-    media::MutexLocker lock(&slot->sizeLock);
-    size = {slot->width, slot->height};
+// The layer's size, which the first picture and every marked one set. False when the slot was reset
+// since the picture was taken, which is then another layer's.
+bool CRender::TakeSize(LayerSlot* slot, const AVFrame* frame, unsigned resets,
+                       output::Extent* size) {
+  output::RenderLocker lock(&slot->sizeLock);
+  if (slot->resets != resets) {
+    return false;
   }
-  if (size.width != 0 && size.height != 0 && !IsMarked(frame)) {
-    return size;
+  if (slot->width == 0 || slot->height == 0 || IsMarked(frame)) {
+    *size = output::ClampToCanvas({frame->width, frame->height}, CanvasSize());
+    slot->width = size->width;
+    slot->height = size->height;
+    slot->naturalWidth = size->width;
+    slot->naturalHeight = size->height;
   }
-  size = output::ClampToCanvas({frame->width, frame->height}, CanvasSize());
-  {
-    media::MutexLocker lock(&slot->sizeLock);
-    slot->width = size.width;
-    slot->height = size.height;
-  }
-  media::MutexLocker lock(&slot->sizeLock);
-  slot->naturalWidth = size.width;
-  slot->naturalHeight = size.height;
-  return size;
+  *size = {slot->width, slot->height};
+  return true;
 }
 
 // The picture as the layer needs it, which may be the very frame. Takes frame over; null when it

@@ -66,7 +66,8 @@ namespace output {
 // The cause of a failed try in words, such as "connect: Connection refused"; "" for kNone.
 std::string CauseText(PublishFault fault, int error);
 
-// The live counters behind EncoderStatistics. Each is written by one thread of the encoder.
+// The live counters behind EncoderStatistics. Each is written by one thread of the encoder, and
+// while none runs by its owner.
 struct EncoderCounters {
   std::atomic<PublishStatus> status{PublishStatus()};
   std::atomic<std::uint64_t> audioFramesTaken{0};

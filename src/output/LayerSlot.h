@@ -57,7 +57,10 @@ struct LayerSlot {
   ffmpeg::PixelConvert scaler;     // scale thread
   std::atomic<COverlay*> overlay;  // never null while running; replaced by a reset
   std::atomic<bool> inUse{false};  // taken
-  std::atomic<int> autoFit{0};     // 1: take the corner placement at the next compose pass
+  // Pictures of the former source that still stood in the input at the last reset.
+  std::atomic<int> stale{0};
+  std::atomic<unsigned> resets{0};  // counted with the size lock held
+  std::atomic<int> autoFit{0};      // 1: take the corner placement at the next compose pass
   media::Mutex positionLock;
   media::Mutex sizeLock;
   output::StandingQueue standing;  // of frames; compose thread

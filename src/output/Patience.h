@@ -14,11 +14,13 @@
 
 #include <cstdint>
 
+#include "media/PacedTicker.h"
+
 namespace output {
 
 class Patience {
  public:
-  static constexpr std::uint32_t kMostMs = 40;  // one picture at 25 a second
+  static constexpr std::uint32_t kMostMs = media::kPictureMs;
 
   // Whether to look again later. shortage: there is nothing but what must stay.
   bool Wait(std::uint32_t now, bool shortage) {

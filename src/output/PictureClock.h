@@ -32,11 +32,13 @@
 #include <cstdint>
 #include <optional>
 
+#include "media/PacedTicker.h"
+
 namespace output {
 
 class PictureClock {
  public:
-  static constexpr std::int64_t kStepMs = 40;
+  static constexpr std::int64_t kStepMs = media::kPictureMs;
   // How far behind the picture the sound may come for a moment, and how far ahead of it.
   static constexpr std::int64_t kLateMs = 80;
   static constexpr std::int64_t kEarlyMs = 20;

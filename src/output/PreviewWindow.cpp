@@ -123,10 +123,9 @@ bool PreviewWindow::Draw(const Rect& area, const std::vector<Line>& lines) {
     return false;
   }
   if (m_stale && picture != nullptr) {
-    SDL_UpdateYUVTexture(m_texture, nullptr, picture->data[0], picture->linesize[0],
-                         picture->data[1], picture->linesize[1], picture->data[2],
-                         picture->linesize[2]);
-    m_stale = false;
+    m_stale = SDL_UpdateYUVTexture(m_texture, nullptr, picture->data[0], picture->linesize[0],
+                                   picture->data[1], picture->linesize[1], picture->data[2],
+                                   picture->linesize[2]) < 0;
   }
   if (area.x > 0 || area.y > 0) {
     // The outline of a layer may have been drawn in the bars beside the picture.
@@ -134,13 +133,13 @@ bool PreviewWindow::Draw(const Rect& area, const std::vector<Line>& lines) {
     SDL_RenderClear(renderer);
   }
   const SDL_Rect target{area.x, area.y, area.width, area.height};
-  SDL_RenderCopy(renderer, m_texture, nullptr, &target);
+  const bool drawn = SDL_RenderCopy(renderer, m_texture, nullptr, &target) == 0 && !m_stale;
   SDL_SetRenderDrawColor(renderer, 255, 0, 0, SDL_ALPHA_OPAQUE);
   for (const Line& line : lines) {
     SDL_RenderDrawLine(renderer, line.x1, line.y1, line.x2, line.y2);
   }
   SDL_RenderPresent(renderer);
-  return true;
+  return drawn;
 }
 
 }  // namespace output

@@ -20,10 +20,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kLookupLimit(3000);
+// Of all that a connection begins with: each wait for the peer is bounded, but not their number.
+constexpr std::chrono::milliseconds kOpenLimit(15000);
 constexpr std::chrono::milliseconds kPoll(10);
 // An interrupted connect ends within 100 ms; only a lookup takes longer.
 constexpr std::chrono::milliseconds kGraceOnStop(250);
-constexpr std::int64_t kCloseMs = 400;
 constexpr const char* kPeerTimeoutUs = "10000000";
 
 std::string HostOf(const std::string& address) {
@@ -115,14 +116,18 @@ PublishConnection::Result PublishConnection::Open(const std::atomic<bool>& start
   if (!media::StartDetached("connect", [attempt = m_attempt] { Run(attempt); })) {
     return {PublishFault::kConnect, AVERROR(EAGAIN)};
   }
-  const Clock::time_point lookupEnd = Clock::now() + kLookupLimit;
+  const Clock::time_point begin = Clock::now();
   while (!m_attempt->AwaitDone(Clock::now() + kPoll)) {
     if (!started) {
       return m_attempt->GiveUp(PublishFault::kConnect, AVERROR_EXIT);
     }
-    if (Clock::now() >= lookupEnd && !m_attempt->IsLookedUp()) {
+    const auto waited = Clock::now() - begin;
+    if (waited >= kLookupLimit && !m_attempt->IsLookedUp()) {
       m_attempt->abandoned = true;
       return {PublishFault::kLookup, EAI_AGAIN};
+    }
+    if (waited >= kOpenLimit) {
+      return m_attempt->GiveUp(PublishFault::kConnect, AVERROR(ETIMEDOUT));
     }
   }
   return m_attempt->TakeResult();
@@ -172,7 +177,7 @@ void PublishConnection::Close() {
     return;
   }
   if (Bytes() != nullptr) {
-    m_attempt->end.SetIn(kCloseMs);
+    m_attempt->end.SetIn(kFarewellMs);
     avio_closep(&m_attempt->bytes);
   }
   m_attempt.reset();

@@ -2,9 +2,10 @@
 //
 // Opening runs on a thread of its own, because a name lookup can't be interrupted: first the host
 // is looked up, for at most 3 s, then the protocol connects and shakes hands. Whoever waits in Open
-// leaves as soon as it has to; the thread left behind closes what it may still get and frees
-// itself. Nothing else may block without limit either: a peer that neither takes nor gives a byte
-// for 10 s is an error, and every wait ends once one of the two deadlines has passed.
+// leaves as soon as it has to, after 15 s at the latest; the thread left behind closes what it may
+// still get and frees itself. Nothing else may block without limit either: a peer that neither
+// takes nor gives a byte for 10 s is an error, and every wait ends once one of the two deadlines
+// has passed.
 //
 // The address comes from the service and may be any text. Only protocols of the network are opened:
 // one that names a file or a device must not write over it.
@@ -32,6 +33,9 @@ namespace output {
 // RTMP in all its kinds, and what they run on.
 inline constexpr char kPublishProtocols[] =
     "rtmp,rtmpe,rtmps,rtmpt,rtmpte,rtmpts,ffrtmpcrypt,ffrtmphttp,http,https,httpproxy,tcp,tls";
+
+// What a connection may still send once it has to end: trailer and goodbye take a fraction of it.
+inline constexpr std::int64_t kFarewellMs = 400;
 
 class PublishConnection {
  public:

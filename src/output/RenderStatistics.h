@@ -25,7 +25,7 @@ struct RenderStatistics {
 
 namespace output {
 
-// The live counters behind RenderStatistics. Each is written by one thread.
+// The live counters behind RenderStatistics. Each is written by one thread, droppedComposed by two.
 struct RenderCounters {
   explicit RenderCounters(std::size_t layers) : droppedAtInput(layers), droppedAtLayer(layers) {}
 

@@ -12,12 +12,18 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
+#include "media/PacedTicker.h"
+#include "platform/SoundFormat.h"
+
 namespace output {
 
 constexpr const char* kHardwareEncoder = "h264_nvenc";
 constexpr const char* kSoftwareEncoder = "libx264";
-constexpr int kSampleRate = 48000;
-constexpr int kPicturesPerSecond = 25;
+constexpr int kSampleRate = platform::kSoundRate;
+constexpr int kPicturesPerSecond = media::kPicturesPerSecond;
+// The streams in the order in which they are made.
+constexpr int kAudioStream = 0;
+constexpr int kVideoStream = 1;
 
 // The options that an H.264 encoder is opened with. Their names and values are each encoder's own:
 // one that it doesn't know makes it refuse to open.

@@ -7,11 +7,8 @@
 #include <utility>
 #include <vector>
 
-extern "C" {
-#include <libavutil/imgutils.h>
-}
-
 #include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/PackedRows.h"
 #include "media/ffmpeg/Scoped.h"
 #include "sources/Decoder.h"
 #include "sources/DeviceCatalogue.h"
@@ -22,21 +19,6 @@ constexpr int kNoPacketMs = 10;
 
 platform::CaptureKind Kind(bool isAudio) {
   return isAudio ? platform::CaptureKind::Audio : platform::CaptureKind::Video;
-}
-
-// Consumers take a row to be exactly as long as its pixels; decoders pad.
-bool HasPackedRows(const AVFrame* picture) {
-  int packed[AV_NUM_DATA_POINTERS] = {};
-  if (av_image_fill_linesizes(packed, static_cast<AVPixelFormat>(picture->format), picture->width) <
-      0) {
-    return false;
-  }
-  for (int plane = 0; plane < 4; ++plane) {
-    if (picture->data[plane] != nullptr && picture->linesize[plane] != packed[plane]) {
-      return false;
-    }
-  }
-  return true;
 }
 
 }  // namespace
@@ -236,7 +218,7 @@ bool CInputDev::IsWanted(const AVFrame* picture) const {
 }
 
 void CInputDev::HandleVideo() {
-  if (IsWanted(m_decoded) && HasPackedRows(m_decoded)) {
+  if (IsWanted(m_decoded) && ffmpeg::HasPackedRows(m_decoded)) {
     m_decoded->pts = SDL_GetTicks();
     PushVideo(m_decoded, 0);
     return;

@@ -4,11 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
-extern "C" {
-#include <libavutil/imgutils.h>
-}
-
 #include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/PackedRows.h"
 #include "media/ffmpeg/Scoped.h"
 #include "sources/CInputFile.h"
 
@@ -36,10 +33,6 @@ std::int64_t StampOf(const AVFrame* frame, AVRational timeBase, std::int64_t* ne
 
 std::int64_t SoundDuration(const AVFrame* sound) {
   return sound->sample_rate > 0 ? sound->nb_samples * INT64_C(1000) / sound->sample_rate : 0;
-}
-
-bool IsPackedRgb(const AVFrame* picture) {
-  return picture->format == AV_PIX_FMT_RGB24 && picture->linesize[0] == picture->width * 3;
 }
 
 }  // namespace
@@ -181,7 +174,7 @@ void CInputFile::QueueClone(CMyQueue* queue) {
 }
 
 void CInputFile::HandleVideo() {
-  if (IsPackedRgb(m_decoded)) {
+  if (ffmpeg::IsPackedRgb(m_decoded)) {
     m_pictureWidth = m_decoded->width;
     m_pictureHeight = m_decoded->height;
     QueueClone(&m_videoQueue);

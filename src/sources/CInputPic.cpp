@@ -22,7 +22,6 @@ extern "C" {
 
 namespace {
 
-constexpr int kNotDueMs = 10;
 constexpr std::int64_t kMaxBytes = 256LL * 1024 * 1024;
 
 using ScopedFile = ffmpeg::Scoped<AVFormatContext, sources::CloseMediaFile>;
@@ -153,7 +152,7 @@ void CInputPic::Run() {
 void CInputPic::PictureTurn(media::PacedTicker* ticker) {
   const std::uint32_t now = SDL_GetTicks();
   if (!ticker->Due(now)) {
-    SDL_Delay(kNotDueMs);
+    SDL_Delay(ticker->SleepMs());
     return;
   }
   m_picture->pts = now;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/PackedRows.h"
 #include "media/ffmpeg/Scoped.h"
 #include "sources/Decoder.h"
 #include "sources/MediaFile.h"
@@ -14,10 +15,6 @@ namespace {
 constexpr int kFileKind = 3;
 constexpr int kIdleMs = 10;
 constexpr AVRational kMilliseconds{1, 1000};
-
-bool IsPackedRgb(const AVFrame* picture) {
-  return picture->format == AV_PIX_FMT_RGB24 && picture->linesize[0] == picture->width * 3;
-}
 
 }  // namespace
 
@@ -183,7 +180,8 @@ AVFrame* CInputSilentFile::Converted() {
     m_width = m_decoded->width;
     m_height = m_decoded->height;
   }
-  if (IsPackedRgb(m_decoded) && m_decoded->width == m_width && m_decoded->height == m_height) {
+  if (ffmpeg::IsPackedRgb(m_decoded) && m_decoded->width == m_width &&
+      m_decoded->height == m_height) {
     return av_frame_clone(m_decoded);
   }
   ffmpeg::ScopedFrame picture(m_pictures.Get(m_width, m_height, AV_PIX_FMT_RGB24));

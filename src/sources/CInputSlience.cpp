@@ -3,13 +3,8 @@
 #include <SDL.h>
 
 #include "media/ffmpeg/Scoped.h"
+#include "platform/SoundFormat.h"
 #include "sources/DeviceCatalogue.h"
-
-namespace {
-
-constexpr int kChannels = 2;
-
-}  // namespace
 
 CInputSlience::CInputSlience() : CSrcInterface(0, 1), m_stop(false) {}
 
@@ -36,7 +31,7 @@ void CInputSlience::Turn(sources::SilencePace* pace) {
     SDL_Delay(step.delayMs);
   }
   ffmpeg::ScopedFrame frame(DeviceCatalogue::Instance()->NewSilentFrame(
-      kChannels, sources::SilencePace::kSampleRate, sources::SilencePace::kSamplesPerFrame,
-      AV_SAMPLE_FMT_S16, step.pts));
+      platform::kSoundChannels, sources::SilencePace::kSampleRate,
+      sources::SilencePace::kSamplesPerFrame, AV_SAMPLE_FMT_S16, step.pts));
   PushAudio(frame.Get(), 0);
 }

@@ -74,7 +74,7 @@ std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {
 
 void CWndCapture::Turn(Capture* capture) {
   if (!capture->ticker.Due(SDL_GetTicks())) {
-    SDL_Delay(kPollMs);
+    SDL_Delay(capture->ticker.SleepMs());
     return;
   }
   // Whatever comes of it: a tick without a picture is not made up for.

@@ -26,7 +26,7 @@ std::uint32_t SleepFor(std::int32_t wait) {
   if (wait >= 11) {
     return static_cast<std::uint32_t>(std::min(wait - 5, 100));
   }
-  return wait >= 1 ? 1 : 0;
+  return static_cast<std::uint32_t>(std::max(wait, 0));
 }
 
 void FilePace::BeginTurn(std::uint64_t now) {

@@ -43,7 +43,7 @@ class FilePace {
 // The remaining wait in milliseconds, counted in 32 bits; 0 or less: now.
 std::int32_t WaitFor(std::uint32_t wallStart, std::int64_t firstPts, std::uint32_t now,
                      std::int64_t framePts);
-// How long to sleep for a wait: most of it at once, the last 10 ms in steps of 1.
+// How long to sleep for a wait: most of it at once, the last 10 ms in another step.
 std::uint32_t SleepFor(std::int32_t wait);
 
 }  // namespace sources

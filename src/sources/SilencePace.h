@@ -10,11 +10,13 @@
 
 #include <cstdint>
 
+#include "platform/SoundFormat.h"
+
 namespace sources {
 
 class SilencePace {
  public:
-  static constexpr int kSampleRate = 48000;
+  static constexpr int kSampleRate = platform::kSoundRate;
   static constexpr int kSamplesPerFrame = 1024;
 
   struct Step {

@@ -17,11 +17,13 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
+#include "platform/SoundFormat.h"
+
 namespace sources {
 
-inline constexpr int kSoundRate = 48000;
-inline constexpr int kSoundChannels = 2;
-inline constexpr int kSoundFrameBytes = 2 * kSoundChannels;  // one sample of each channel
+inline constexpr int kSoundRate = platform::kSoundRate;
+inline constexpr int kSoundChannels = platform::kSoundChannels;
+inline constexpr int kSoundFrameBytes = platform::kSoundFrameBytes;  // one sample of each channel
 
 // True when frame is the graph's kind of sound already.
 bool IsGraphSound(const AVFrame* frame);

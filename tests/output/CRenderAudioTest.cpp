@@ -12,6 +12,7 @@
 
 namespace {
 
+using ffmpeg::ScopedFrame;
 using support::FakeClock;
 using support::HandRender;
 using support::kRed;
@@ -41,6 +42,10 @@ int g_notNormal = 0;
 void CountMessages(QtMsgType, const QMessageLogContext&, const QString& text) {
   g_notNormal += text.contains("not  normal") ? 1 : 0;
 }
+
+// What SDL was last asked for, while that is watched; the opening then fails.
+bool g_watching = false;
+SDL_AudioSpec g_wanted{};
 
 class CRenderAudio : public testing::Test {
  protected:
@@ -179,6 +184,23 @@ TEST_F(CRenderAudio, ABacklogAfterARestartIsStillCorrected) {
   EXPECT_GT(g_notNormal, 6);
 }
 
+TEST_F(CRenderAudio, AfterARestartNoSoundIsThrownAwayForThePicture) {
+  output::PresentState present{0, {1920, 1080}};
+  render.FeedSound(NewSound(4, 100, 0));
+  Fill(&render, 4);
+  for (int i = 0; i < 2; ++i) {
+    render.Composed()->PushBack(NewPicture(1920, 1080, kRed, 5000));
+  }
+  render.PresentTurn(&present);
+  ASSERT_EQ(5000, render.DisplayedPts());
+  render.Composed()->HandOver();  // to the thread that shows
+  ASSERT_EQ(0, render.Stop());
+  ASSERT_EQ(0, render.Start());
+  render.FeedSound(NewSound(4, 70, 10));
+  EXPECT_EQ(std::vector<std::int16_t>(8, 70), Fill(&render, 4));
+  EXPECT_EQ(0, render.Stop());
+}
+
 TEST_F(CRenderAudio, AResamplerThatCanNotBeMadeLeavesTheFirstBufferSilentAndLaterOnesPlayOn) {
   const support::LibraryFailures failure({"swr_init"});
   render.FeedSound(NewSound(4, 100));
@@ -244,8 +266,44 @@ TEST_F(CRenderAudio, WithoutADeviceTheSoundIsBounded) {
   EXPECT_LE(render.SoundSize(), 66);
 }
 
+TEST_F(CRenderAudio, TheDeviceIsAskedForTheFramesFormatAndATwelfthOfASecondAtATime) {
+  const struct {
+    int rate;
+    int channels;
+    int samples;
+  } cases[] = {
+      {48000, 2, 4096}, {44100, 2, 4096}, {96000, 1, 8192}, {8000, 2, 1024}, {900, 2, 512}};
+  for (const auto& c : cases) {
+    ScopedFrame frame(NewSound(4, 1));
+    frame->sample_rate = c.rate;
+    av_channel_layout_default(&frame->ch_layout, c.channels);
+    g_watching = true;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(-1, render.OpenAudioOutput(frame.Get()));
+    EXPECT_EQ("can't open audio.\n", testing::internal::GetCapturedStdout());
+    g_watching = false;
+    EXPECT_EQ(c.rate, g_wanted.freq);
+    EXPECT_EQ(AUDIO_S16SYS, g_wanted.format);
+    EXPECT_EQ(c.channels, g_wanted.channels);
+    EXPECT_EQ(0, g_wanted.silence);
+    EXPECT_EQ(c.samples, g_wanted.samples) << c.rate;
+  }
+}
+
 TEST_F(CRenderAudio, NoFrameOpensNothing) {
   EXPECT_EQ(-1, render.OpenAudioOutput(nullptr));
 }
 
 }  // namespace
+
+extern "C" {
+int __real_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained);
+int __wrap_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained);
+int __wrap_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained) {
+  if (!g_watching) {
+    return __real_SDL_OpenAudio(wanted, obtained);
+  }
+  g_wanted = *wanted;
+  return -1;
+}
+}

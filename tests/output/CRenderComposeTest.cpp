@@ -1,13 +1,11 @@
-// The compose thread, pass by pass.
+// The compose thread, pass by pass: what stands on the canvas.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 
 #include "output/RenderHarness.h"
 #include "support/FakeClock.h"
-#include "support/WorkingDirectory.h"
 
 namespace {
 
@@ -20,19 +18,6 @@ using support::kGreen;
 using support::kRed;
 using support::NewPicture;
 using support::PixelAt;
-using support::WorkingDirectory;
-
-// Pixels that are neither black nor of one of the test's flat colours: a text.
-int BrightPixels(const AVFrame* canvas, int x0, int y0, int x1, int y1) {
-  int count = 0;
-  for (int y = y0; y < y1; ++y) {
-    for (int x = x0; x < x1; ++x) {
-      const support::Rgb pixel = PixelAt(canvas, x, y);
-      count += pixel[0] > 200 && pixel[1] > 200 && pixel[2] > 200 ? 1 : 0;
-    }
-  }
-  return count;
-}
 
 TEST(CRenderCompose, AnEmptyOrderProducesNoCanvas) {
   FakeClock clock;
@@ -81,57 +66,6 @@ TEST(CRenderCompose, ABottomLayerWithNoPictureStopsAllOutput) {
   }
 }
 
-// Held back for minutes, a layer would otherwise collect gigabytes.
-TEST(CRenderCompose, WhatABottomLayerHoldsBackIsTrimmed) {
-  FakeClock clock;
-  HandRender render;
-  render.AddLayer();
-  const int top = render.AddLayer();
-  for (int i = 0; i < 40; ++i) {
-    render.Show(top, NewPicture(64, 48, kRed, i));
-  }
-  EXPECT_EQ(5, render.LayerSize(top));
-  EXPECT_EQ(35, render.LayerHead(top)->pts);
-  EXPECT_EQ(35U, render.Statistics().droppedAtLayer[static_cast<std::size_t>(top)]);
-}
-
-// One more than is needed makes the layer 40 ms later than its sound.
-TEST(CRenderCompose, APictureTooManyIsDroppedOnceItHasWaitedForTwoSeconds) {
-  FakeClock clock;
-  HandRender render;
-  const int layer = render.AddLayer();
-  const auto feed = [&](int pts) {
-    render.Feed(layer, NewPicture(64, 48, kRed, pts));
-    render.ScaleTurn();
-  };
-  feed(0);
-  feed(1);
-  for (int pass = 0; pass < 49; ++pass) {
-    feed(pass + 2);
-    ScopedFrame canvas(render.Compose());
-    ASSERT_EQ(pass + 1, render.LayerHead(layer)->pts);
-  }
-  feed(51);
-  ScopedFrame canvas(render.Compose());
-  EXPECT_EQ(51, render.LayerHead(layer)->pts);
-  EXPECT_EQ(1U, render.Statistics().droppedAtLayer[static_cast<std::size_t>(layer)]);
-}
-
-TEST(CRenderCompose, TheCanvasTellsWhenItsBottomPictureWasCaptured) {
-  FakeClock clock;
-  HandRender render;
-  const int bottom = render.AddLayer();
-  const int top = render.AddLayer();
-  render.Feed(top, NewPicture(64, 48, kGreen, 70));
-  render.ScaleTurn();
-  for (const int pts : {500, 540, 580}) {
-    ScopedFrame canvas(render.Show(bottom, NewPicture(64, 48, kRed, pts)));
-    ASSERT_TRUE(canvas);
-    // The newest waits for the next pass.
-    EXPECT_EQ(std::max(pts - 40, 500), canvas->best_effort_timestamp);
-  }
-}
-
 TEST(CRenderCompose, AHigherLayerWithNoPictureIsPassedOver) {
   FakeClock clock;
   HandRender render;
@@ -177,65 +111,6 @@ TEST(CRenderCompose, HidingTheBottomLayerKeepsTheOutputRunning) {
     EXPECT_EQ(kBlack, PixelAt(canvas.Get(), 20, 20));
     EXPECT_EQ(1, render.LayerSize(bottom));  // consumed
   }
-}
-
-TEST(CRenderCompose, ATextLayerAloneProducesNoCanvas) {
-  WorkingDirectory directory;
-  FakeClock clock;
-  HandRender render;
-  const int id = render.AddLayer();
-  render.SetLayerText(id, 0xffffffffU, "text");
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(nullptr, render.Compose());
-  }
-}
-
-TEST(CRenderCompose, ATextBelowTheFirstPictureDrawsNothing) {
-  WorkingDirectory directory;
-  FakeClock clock;
-  HandRender render;
-  const int text = render.AddLayer();
-  const int picture = render.AddLayer();
-  render.SetLayerText(text, 0xffffffffU, "text");
-  ScopedFrame canvas(render.Show(picture, NewPicture(8, 8, kRed)));
-  ASSERT_TRUE(canvas);
-  EXPECT_EQ(0, BrightPixels(canvas.Get(), 0, 0, 400, 200));
-}
-
-TEST(CRenderCompose, ATextStandsOnThePicturesBelowIt) {
-  WorkingDirectory directory;
-  FakeClock clock;
-  HandRender render;
-  const int picture = render.AddLayer();
-  const int text = render.AddLayer();
-  render.SetLayerText(text, 0xffffffffU, "text");
-  render.Feed(picture, NewPicture(1920, 1080, kBlue));
-  render.ScaleTurn();
-  ScopedFrame canvas(render.Compose());
-  ASSERT_TRUE(canvas);
-  EXPECT_GT(BrightPixels(canvas.Get(), 0, 0, 300, 150), 500);
-  EXPECT_EQ(0, BrightPixels(canvas.Get(), 400, 300, 1920, 1080));
-  EXPECT_EQ(kBlue, PixelAt(canvas.Get(), 1919, 1079));
-  render.SetLayerHidden(text, true);
-  ScopedFrame without(render.Compose());
-  EXPECT_EQ(0, BrightPixels(without.Get(), 0, 0, 300, 150));
-}
-
-TEST(CRenderCompose, AnOverlayFailureSkipsTheTextAndThePassGoesOn) {
-  WorkingDirectory directory(WorkingDirectory::Font::kMissing);
-  FakeClock clock;
-  HandRender render;
-  const int picture = render.AddLayer();
-  const int text = render.AddLayer();
-  const int top = render.AddLayer();
-  render.SetLayerText(text, 0xffffffffU, "text");
-  render.Feed(picture, NewPicture(64, 48, kGreen));
-  render.Feed(top, NewPicture(8, 8, kRed));
-  render.ScaleTurn();
-  ScopedFrame canvas(render.Compose());
-  ASSERT_TRUE(canvas);
-  EXPECT_EQ(kRed, PixelAt(canvas.Get(), 0, 0));
-  EXPECT_EQ(kGreen, PixelAt(canvas.Get(), 40, 40));
 }
 
 TEST(CRenderCompose, ALayerPartlyOffTheCanvasIsClippedAndOneOffItSkipped) {
@@ -382,94 +257,6 @@ TEST(CRenderCompose, TheCornerPlacementIsTakenOnceAtTheFirstPicture) {
   EXPECT_NEAR(kRed[0], PixelAt(third.Get(), 1919, 1079)[0], 2);
   EXPECT_NEAR(kRed[0], PixelAt(third.Get(), 1200, 540)[0], 2);
   EXPECT_EQ(kBlack, PixelAt(third.Get(), 1199, 540));
-}
-
-TEST(CRenderCompose, OneQueuedPictureStaysAndMoreAreTakenDown) {
-  FakeClock clock;
-  HandRender render;
-  const int id = render.AddLayer();
-  for (int i = 0; i < 9; ++i) {
-    render.SlotOf(id)->frames.load()->PushBack(NewPicture(8, 8, kRed, i));
-  }
-  ScopedFrame canvas(render.Compose());
-  EXPECT_EQ(5, render.LayerSize(id));
-  for (int left = 4; left >= 1; --left) {
-    ScopedFrame next(render.Compose());
-    EXPECT_EQ(left, render.LayerSize(id));
-  }
-  ScopedFrame last(render.Compose());
-  EXPECT_EQ(1, render.LayerSize(id));
-  EXPECT_EQ(8, render.LayerHead(id)->pts);
-}
-
-TEST(CRenderCompose, CanvasesAreStampedFromTheFirstPictureEverUsed) {
-  FakeClock clock;
-  HandRender render;
-  const int id = render.AddLayer();
-  const std::int64_t passes = render.compose.passes;
-  ScopedFrame first(render.Show(id, NewPicture(8, 8, kRed, 5000)));
-  EXPECT_EQ(5000 + 40 * (passes + 1), first->pts);
-  ScopedFrame second(render.Show(id, NewPicture(8, 8, kRed, 99999)));
-  EXPECT_EQ(first->pts + 40, second->pts);
-}
-
-TEST(CRenderCompose, PassesComeEveryFortyMilliseconds) {
-  FakeClock clock;
-  HandRender render;
-  const int id = render.AddLayer();
-  ScopedFrame first(render.Show(id, NewPicture(8, 8, kRed)));
-  clock.TakeDelays();
-  std::vector<std::uint32_t> times;
-  for (int i = 0; i < 5; ++i) {
-    ScopedFrame canvas(render.Compose());
-    times.push_back(clock.Now());
-  }
-  for (std::size_t i = 1; i < times.size(); ++i) {
-    EXPECT_EQ(40U, times[i] - times[i - 1]);
-  }
-  for (const std::uint32_t delay : clock.TakeDelays()) {
-    EXPECT_EQ(5U, delay);
-  }
-}
-
-TEST(CRenderCompose, ALateThreadCatchesUpAndASuspendedMachineDoesNot) {
-  FakeClock clock;
-  HandRender render;
-  const int id = render.AddLayer();
-  ScopedFrame first(render.Show(id, NewPicture(8, 8, kRed)));
-  const auto passesWithoutDelay = [&] {
-    clock.TakeDelays();
-    int passes = 0;
-    while (clock.TakeDelays().empty()) {
-      const std::int64_t before = render.compose.passes;
-      render.ComposeTurn(&render.compose);
-      passes += static_cast<int>(render.compose.passes - before);
-    }
-    render.Composed()->Clear();
-    return passes;
-  };
-  passesWithoutDelay();
-  clock.Advance(400);
-  const int late = passesWithoutDelay();
-  EXPECT_GE(late, 9);
-  EXPECT_LE(late, 11);
-  clock.Advance(3600 * 1000);
-  EXPECT_LE(passesWithoutDelay(), 1);
-}
-
-// 25 canvases a second are 150 MB: a screen that no longer answers must not fill the memory.
-TEST(CRenderCompose, NothingIsComposedForAScreenThatDoesNotAnswer) {
-  FakeClock clock;
-  HandRender render;
-  const int id = render.AddLayer();
-  render.Feed(id, NewPicture(8, 8, kRed));
-  render.ScaleTurn();
-  while (render.compose.passes < 60) {
-    render.ComposeTurn(&render.compose);
-  }
-  EXPECT_LE(render.Composed()->Size(), 15);
-  EXPECT_GE(render.Composed()->Size(), 8);
-  EXPECT_GT(render.Statistics().droppedComposed, 0U);
 }
 
 TEST(CRenderCompose, AFirstPictureMarksTheRightSlotAsTaken) {

@@ -97,7 +97,16 @@ TEST(CRender, AddVideoInputResetsTheSlot) {
   EXPECT_EQ(0, render.SlotOf(id)->autoFit);
   EXPECT_FALSE(render.SlotOf(id)->overlay.load()->IsEnabled());
   EXPECT_EQ(0, render.LayerSize(id));
-  EXPECT_EQ(0, render.InputSize(id));
+  render.ScaleTurn();
+  EXPECT_EQ(0, render.InputSize(id)) << "what waited of the former source is nobody's";
+  EXPECT_EQ(0, render.LayerSize(id));
+  render.GetLayerNaturalSize(id, &width, &height);
+  EXPECT_EQ(0, width);
+  render.Feed(id, NewPicture(32, 24, kRed));
+  render.ScaleTurn();
+  EXPECT_EQ(1, render.LayerSize(id));
+  render.GetLayerNaturalSize(id, &width, &height);
+  EXPECT_EQ(32, width);
 }
 
 TEST(CRender, InsertLayerAppendsAndMarksTheSlotOfThatNumber) {

@@ -85,6 +85,7 @@ TEST(EncoderLife, StartsAnewAfterAStopWithClocksAtZero) {
     encoder.EnqueueVideo(0, support::NewCanvas(0));
     ASSERT_TRUE(support::WaitFor([&] { return encoder.Video().Size() == 1; }, kWaitMs));
     EXPECT_EQ(0, static_cast<const AVPacket*>(encoder.Video().Peek())->pts) << round;
+    encoder.Video().HandOver();
     EXPECT_EQ(0, encoder.Stop());
   }
 }

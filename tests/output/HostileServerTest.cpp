@@ -144,6 +144,18 @@ TEST_F(HostileServer, OneThatNeverReadsTimesOutAndIsTriedAgain) {
   ExpectStopInTime();
 }
 
+// No wait for a byte is ever long, but all of them together would be.
+TEST_F(HostileServer, OneThatAnswersByteByByteIsGivenUpAndTriedAgain) {
+  const HostilePeer peer(HostilePeer::Manner::kDrips);
+  StartAt(peer.Url());
+  const Feeder feeder(&encoder);
+  ASSERT_TRUE(AwaitTries(1));
+  EXPECT_EQ(PublishFault::kConnect, encoder.Statistics().status.fault);
+  ExpectLogNames(peer.Url(), ": connect: Connection timed out\n");
+  EXPECT_TRUE(WaitFor([&] { return peer.Connections() >= 2; }, 20000));
+  ExpectStopInTime();
+}
+
 TEST_F(HostileServer, StopReturnsWhileTheHandshakeIsUnanswered) {
   const HostilePeer peer(HostilePeer::Manner::kNeverReads);
   StartAt(peer.Url());

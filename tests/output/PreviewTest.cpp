@@ -2,6 +2,7 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <tuple>
 
 #include "output/PreviewRig.h"
@@ -16,6 +17,20 @@ using support::WaitFor;
 
 constexpr Colour kRed = 0xff0000;
 constexpr Colour kBlack = 0;
+std::atomic<bool> g_drawingFails{false};
+
+}  // namespace
+
+extern "C" {
+int __real_SDL_RenderCopy(SDL_Renderer*, SDL_Texture*, const SDL_Rect*, const SDL_Rect*);
+int __wrap_SDL_RenderCopy(SDL_Renderer*, SDL_Texture*, const SDL_Rect*, const SDL_Rect*);
+int __wrap_SDL_RenderCopy(SDL_Renderer* renderer, SDL_Texture* texture, const SDL_Rect* source,
+                          const SDL_Rect* target) {
+  return g_drawingFails ? -1 : __real_SDL_RenderCopy(renderer, texture, source, target);
+}
+}
+
+namespace {
 
 class Preview : public support::PreviewRig {};
 
@@ -35,6 +50,32 @@ TEST_F(Preview, ShowsTheCanvasInTheWindow) {
   EXPECT_TRUE(IsNear(At(-2, 100), kBlack));
   // It is counted right after it has come to the screen.
   EXPECT_TRUE(WaitFor([this] { return render->Statistics().shown > 0; }, 5000));
+}
+
+TEST_F(Preview, AnEmptyOrderKeepsOnTheScreenWhatWasShownLast) {
+  OpenWindow(960, 540);
+  ASSERT_EQ(0, render->Start());
+  AddLayer(1920, 1080, {0, 0, 255});
+  ASSERT_TRUE(Shows(480, 270, 0x0000ff));
+  ASSERT_EQ(0, render->RemoveLayer(0));
+  ASSERT_TRUE(GoesOn(25));
+  EXPECT_TRUE(IsNear(At(480, 270), 0x0000ff));
+  AddLayer(1920, 1080, {0, 255, 0});
+  EXPECT_TRUE(Shows(480, 270, 0x00ff00));
+}
+
+TEST_F(Preview, WhatSdlDoesNotDrawDoesNotCountAsShown) {
+  OpenWindow(960, 540);
+  ASSERT_EQ(0, render->Start());
+  AddLayer(1920, 1080, {0, 0, 255});
+  ASSERT_TRUE(WaitFor([this] { return render->Statistics().shown > 0; }, kPatienceMs));
+  g_drawingFails = true;
+  ASSERT_TRUE(GoesOn(3));  // one may have been drawn already
+  const std::uint64_t before = render->Statistics().shown;
+  EXPECT_TRUE(GoesOn(10));
+  EXPECT_EQ(before, render->Statistics().shown);
+  g_drawingFails = false;
+  EXPECT_TRUE(WaitFor([&] { return render->Statistics().shown > before; }, kPatienceMs));
 }
 
 TEST_F(Preview, DrawsTheOutlineOfTheSelectedLayerInRed) {

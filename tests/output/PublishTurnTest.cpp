@@ -12,6 +12,7 @@
 #include "output/PublishRules.h"
 #include "support/FakeClock.h"
 #include "support/Process.h"
+#include "support/ProcessSight.h"
 #include "support/Recording.h"
 
 namespace {
@@ -456,7 +457,8 @@ TEST_F(PublishThread, AfterARefusedHeaderItEndsAndTheQueuesGrowUntilStop) {
   FeedPictures(10);
   encoder.EnqueueAudio(0, support::NewSine(48000, 48000));
   AwaitEncoded(15);
-  Pass(30000);
+  EXPECT_TRUE(support::WaitFor([] { return !support::HasThread("publish"); }, 60000));
+  clock.Advance(30000);
   EXPECT_EQ(before + 10, encoder.Video().Size());
   EXPECT_GT(encoder.Audio().Size(), 40);
   EXPECT_EQ(1, encoder.Statistics().status.tries) << "no retry";

@@ -27,11 +27,11 @@ TEST(FilePace, TheWaitIsCountedIn32Bits) {
   EXPECT_EQ(sources::WaitFor(0, 0, 0, (1LL << 32) + 7), 7);
 }
 
-TEST(FilePace, SleepsMostOfALongWaitAndTheRestInSteps) {
+TEST(FilePace, SleepsMostOfALongWaitAndTheRestInAnotherStep) {
   const struct {
     int wait;
     std::uint32_t sleep;
-  } table[] = {{-1000, 0}, {0, 0},     {1, 1},     {10, 1},          {11, 6},
+  } table[] = {{-1000, 0}, {0, 0},     {1, 1},     {10, 10},         {11, 6},
                {50, 45},   {105, 100}, {106, 100}, {2000000000, 100}};
   for (const auto& row : table) {
     EXPECT_EQ(sources::SleepFor(row.wait), row.sleep) << row.wait;

@@ -55,7 +55,7 @@ struct World {
 struct Kind {
   const char* name;
   int kind;
-  int threads;
+  int threads;  // that its start takes, those in which decoders are opened too
   std::function<CSrcInterface*(const World&)> make;
 };
 
@@ -121,15 +121,15 @@ INSTANTIATE_TEST_SUITE_P(
         Kind{"CMixFrame", 0, 1, [](const World&) { return new CMixFrame(10); }},
         Kind{"CMixOut", 0, 1, [](const World&) { return new CMixOut; }},
         Kind{"CInputSlience", 0, 1, [](const World&) { return new CInputSlience; }},
-        Kind{"CInputDev", 2, 1,
+        Kind{"CInputDev", 2, 2,
              [](const World&) { return new CInputDev(false, "camera", 0, 0, AV_PIX_FMT_RGB24); }},
         Kind{
-            "CInputDevSound", 1, 1,
+            "CInputDevSound", 1, 2,
             [](const World&) { return new CInputDev(true, "microphone", 0, 0, AV_PIX_FMT_RGB24); }},
-        Kind{"CInputFile", 3, 2, [](const World& world) { return new CInputFile(world.film); }},
-        Kind{"CInputSilentFile", 3, 1,
+        Kind{"CInputFile", 3, 4, [](const World& world) { return new CInputFile(world.film); }},
+        Kind{"CInputSilentFile", 3, 2,
              [](const World& world) { return new CInputSilentFile(world.silentFilm); }},
-        Kind{"CInputPic", 4, 1, [](const World& world) { return new CInputPic(world.picture); }},
+        Kind{"CInputPic", 4, 2, [](const World& world) { return new CInputPic(world.picture); }},
         Kind{"CWndCapture", 5, 1,
              [](const World& world) { return new CWndCapture(world.window); }}),
     [](const auto& test) { return std::string(test.param.name); });

@@ -57,7 +57,9 @@ std::vector<std::chrono::steady_clock::time_point> HostilePeer::Times() const {
 
 void HostilePeer::Serve() {
   while (!m_stop) {
-    if (!Readable(m_listener, kPollMs)) {
+    const bool comes = Readable(m_listener, kPollMs);
+    Drip();
+    if (!comes) {
       continue;
     }
     const int client = accept(m_listener, nullptr, nullptr);
@@ -72,10 +74,19 @@ void HostilePeer::Serve() {
   }
 }
 
+void HostilePeer::Drip() {
+  if (m_manner == Manner::kDrips) {
+    for (const int client : m_kept) {
+      (void)!send(client, "\x03", 1, MSG_NOSIGNAL);
+    }
+  }
+}
+
 void HostilePeer::Treat(int client) {
   char bytes[4096] = "";
   switch (m_manner) {
     case Manner::kNeverReads:
+    case Manner::kDrips:
       break;
     case Manner::kClosesAtOnce:
       close(client);

@@ -19,6 +19,7 @@ class HostilePeer {
     kClosesAtOnce,       // without a byte
     kClosesInHandshake,  // after the client's first bytes
     kTalksGarbage,       // answers with bytes of no protocol
+    kDrips,              // answers byte by byte, for minutes
   };
 
   explicit HostilePeer(Manner manner);
@@ -34,6 +35,7 @@ class HostilePeer {
  private:
   void Serve();
   void Treat(int client);
+  void Drip();
 
   Manner m_manner;
   int m_listener;

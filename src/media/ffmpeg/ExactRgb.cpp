@@ -21,12 +21,29 @@ struct Formula {
   float offset[3];
 };
 
-// Of "rgb8" the description gives two bits to red and three to blue; the format has it the other
-// way round, and swscale knows.
+// The library's own description, but for one format, of which it has the bits of red and blue
+// exchanged: three are of red, three of green, two of blue, from the highest down.
+const AVPixFmtDescriptor* DescriptionOf(int format) {
+  const AVPixFmtDescriptor* told = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+  if (format != AV_PIX_FMT_RGB8) {
+    return told;
+  }
+  static const AVPixFmtDescriptor rgb8 = [told] {
+    AVPixFmtDescriptor right = *told;
+    const int shifts[] = {5, 2, 0};
+    const int depths[] = {3, 3, 2};
+    for (int i = 0; i < 3; ++i) {
+      right.comp[i].shift = shifts[i];
+      right.comp[i].depth = depths[i];
+    }
+    return right;
+  }();
+  return &rgb8;
+}
+
 bool IsReadable(const AVPixFmtDescriptor* d) {
   constexpr std::uint64_t kOther = AV_PIX_FMT_FLAG_BAYER | AV_PIX_FMT_FLAG_FLOAT;
-  if ((d->flags & kOther) != 0 || std::strncmp(d->name, "xyz", 3) == 0 ||
-      std::strcmp(d->name, "rgb8") == 0) {
+  if ((d->flags & kOther) != 0 || std::strncmp(d->name, "xyz", 3) == 0) {
     return false;
   }
   return std::all_of(d->comp, d->comp + d->nb_components,
@@ -120,7 +137,7 @@ void ReadRow(const AVFrame* source, const AVPixFmtDescriptor* d, int y, int comp
 }  // namespace
 
 bool ReadAsRgb24(const AVFrame* source, AVFrame* target, std::vector<std::uint16_t>* lines) {
-  const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source->format));
+  const AVPixFmtDescriptor* d = DescriptionOf(source->format);
   if (d == nullptr || !IsReadable(d)) {
     return false;
   }

@@ -18,6 +18,7 @@
 
 #include <cstdint>
 
+#include "platform/SoundFormat.h"
 #include "platform/linux/DeviceClock.h"
 #include "platform/linux/DriftResampler.h"
 #include "platform/linux/SampleQueue.h"
@@ -26,7 +27,7 @@ namespace platform {
 
 class ContinuousSound {
  public:
-  static constexpr int kRate = 48000;
+  static constexpr int kRate = kSoundRate;
   static constexpr int kChannels = SampleQueue::kChannels;
   static constexpr int kBlockFrames = kRate / 100;
 

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/SoundFormat.h"
+
 namespace platform {
 
 namespace {
 
-constexpr double kNominalPeriodUs = 1e6 / 48000;
+constexpr double kNominalPeriodUs = 1e6 / kSoundRate;
 // Three or more blocks of 10 ms: one of them was punctual.
 constexpr std::int64_t kSettleUs = 30'000;
 // Within it a line found anew is the old one, seen through the unpunctuality of the few blocks.

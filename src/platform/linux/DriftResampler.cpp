@@ -9,11 +9,13 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
+#include "platform/SoundFormat.h"
+
 namespace platform {
 
 namespace {
 
-constexpr int kRate = 48000;
+constexpr int kRate = kSoundRate;
 // The compensation is renewed every block; this is only its resolution: 0.2 ppm.
 constexpr int kCompensationFrames = 5'000'000;
 // Positions are asked for in thousandths of a frame.

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/Lock.h"
+#include "platform/SoundFormat.h"
 
 namespace platform {
 
@@ -24,7 +25,7 @@ struct SoundBlock {
 class SoundInbox {
  public:
   // Four seconds of stereo: more than a reader may pause without being taken for a suspended one.
-  static constexpr std::size_t kMaxSamples = 4 * 48000 * 2;
+  static constexpr std::size_t kMaxSamples = 4 * kSoundRate * kSoundChannels;
 
   void Put(SoundBlock block) {
     const Lock locked(m_lock);
