@@ -30,6 +30,8 @@ CEncoder::CEncoder(int width, int height)
       m_scaledFrame(nullptr),
       m_streamTimeBase{1, 1000},
       m_protocols(output::kPublishProtocols),
+      m_connection(nullptr),
+      m_bytesHanded(0),
       m_keyDue(false),
       m_stopDeadline(std::make_shared<output::Deadline>()) {}
 

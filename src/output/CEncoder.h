@@ -187,6 +187,8 @@ class CEncoder : public CSrcInterface {
   void ReportFailure(PublishState state, PublishFault fault, int error);
 
   media::Doorbell m_input;                           // rung for each frame and at the stop
+  output::PublishConnection* m_connection;           // publish thread; the one that is open
+  std::uint64_t m_bytesHanded;                       // publish thread; to connections, in all
   std::atomic<bool> m_keyDue;                        // the next picture is to be a key frame
   std::shared_ptr<output::Deadline> m_stopDeadline;  // a connection given up may outlive the node
   output::EncoderCounters m_counters;

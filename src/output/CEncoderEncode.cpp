@@ -292,15 +292,15 @@ int CEncoder::TakePackets(AVCodecContext* context, int stream, CMyQueue* queue) 
     if (packet->pts == 0) {
       qDebug("what happened ??");
     }
-    if (stream == output::kAudioStream) {
-      ++m_counters.audioPacketsEncoded;
-    } else {
-      ++m_counters.videoPacketsEncoded;
+    const bool sound = stream == output::kAudioStream;
+    if (!sound) {
       m_counters.newestVideoPts = packet->pts;
-    }
-    if (stream == output::kVideoStream && (packet->flags & AV_PKT_FLAG_KEY) != 0) {
-      AddHeader(*context, packet.Get());
+      if ((packet->flags & AV_PKT_FLAG_KEY) != 0) {
+        AddHeader(*context, packet.Get());
+      }
     }
     queue->PushBack(packet.Release());
+    // What is counted has gone into its queue.
+    ++(sound ? m_counters.audioPacketsEncoded : m_counters.videoPacketsEncoded);
   }
 }

@@ -2,6 +2,7 @@
 #include <SDL.h>
 
 #include <QtGlobal>
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -100,6 +101,8 @@ bool CEncoder::PublishOnce() {
       m_url, m_stopDeadline, m_protocols,
       output::SendBufferBytes(output::VideoBitRate(m_width, m_height)));
   bool again = false;
+  m_connection = &connection;
+  m_bytesHanded = m_counters.bytesSent;
   if (Connect(context.Get(), &connection, &again)) {
     again = SendUntilTheEnd(context.Get());
     connection.FinishWithin(output::kFarewellMs);
@@ -107,6 +110,7 @@ bool CEncoder::PublishOnce() {
       av_log(nullptr, AV_LOG_ERROR, "av_write_trailer error\n");
     }
   }
+  m_connection = nullptr;
   connection.Close();
   LosePackets();
   return again;
@@ -231,13 +235,18 @@ int CEncoder::SendPicture(AVFormatContext* context) {
   return Write(context, packet.Get(), &m_counters.videoPacketsSent);
 }
 
-// As sent counts what the connection took.
+// As sent counts what the other side took: what lies in the socket here, half a minute of a quiet
+// scene, would hide a server that has fallen silent.
 int CEncoder::Write(AVFormatContext* context, AVPacket* packet,
                     std::atomic<std::uint64_t>* packetsSent) {
   const int size = packet->size;
   const int error = av_interleaved_write_frame(context, packet);
   if (error >= 0) {
-    m_counters.bytesSent += static_cast<std::uint64_t>(size);
+    m_bytesHanded += static_cast<std::uint64_t>(size);
+    const auto untaken =
+        static_cast<std::uint64_t>(m_connection != nullptr ? m_connection->Untaken() : 0);
+    const std::uint64_t taken = m_bytesHanded - std::min(m_bytesHanded, untaken);
+    m_counters.bytesSent = std::max<std::uint64_t>(m_counters.bytesSent, taken);
     ++*packetsSent;
   }
   return error;

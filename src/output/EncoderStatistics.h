@@ -54,7 +54,7 @@ struct EncoderStatistics {
   std::uint64_t videoPacketsSent = 0;
   std::uint64_t audioPacketsDropped = 0;  // skipped, or lost with a connection
   std::uint64_t videoPacketsDropped = 0;
-  std::uint64_t bytesSent = 0;  // payload, without what FLV and RTMP add
+  std::uint64_t bytesSent = 0;  // payload that the other side took, without what FLV and RTMP add
   std::uint64_t connections = 0;
   int effort = 0;                 // level of output/Effort; 0 is the prescribed one
   std::uint64_t effortSteps = 0;  // changes of it

@@ -1,9 +1,14 @@
 #include "output/PublishConnection.h"
 
+#include <linux/sockios.h>
 #include <netdb.h>
+#include <netinet/in.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <chrono>
+#include <vector>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -31,6 +36,38 @@ std::string HostOf(const std::string& address) {
   char host[1024] = "";
   av_url_split(nullptr, 0, nullptr, 0, host, sizeof host, nullptr, nullptr, 0, address.c_str());
   return host;
+}
+
+// Where RTMP listens unless the address says otherwise.
+constexpr int kRtmpPort = 1935;
+
+int PortOf(const std::string& address) {
+  int port = -1;
+  av_url_split(nullptr, 0, nullptr, 0, nullptr, 0, &port, nullptr, 0, address.c_str());
+  return port > 0 ? port : kRtmpPort;
+}
+
+bool IsPort(const sockaddr_storage& peer, int port) {
+  if (peer.ss_family == AF_INET) {
+    return ntohs(reinterpret_cast<const sockaddr_in&>(peer).sin_port) == port;
+  }
+  return peer.ss_family == AF_INET6 &&
+         ntohs(reinterpret_cast<const sockaddr_in6&>(peer).sin6_port) == port;
+}
+
+// The sockets of this process that are connected to that port. The library opens the one that is
+// meant, and tells nobody which it is.
+std::vector<int> SocketsTo(int port) {
+  constexpr int kHighest = 4096;
+  std::vector<int> sockets;
+  for (int fd = 0; fd < kHighest; ++fd) {
+    sockaddr_storage peer{};
+    socklen_t length = sizeof peer;
+    if (getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) == 0 && IsPort(peer, port)) {
+      sockets.push_back(fd);
+    }
+  }
+  return sockets;
 }
 
 // 0 or getaddrinfo's error.
@@ -63,6 +100,7 @@ struct PublishConnection::Attempt {
   Result result ORVANE_GUARDED_BY(mutex);
   // Of the opening thread until done, then of the connection.
   AVIOContext* bytes = nullptr;
+  int socket = -1;  // below bytes; unknown unless it is the only new one
 
   ~Attempt() {
     abandoned = true;
@@ -156,12 +194,27 @@ PublishConnection::Result PublishConnection::Connect(Attempt* attempt) {
   // RTMP hands it on to its socket.
   av_dict_set_int(options.Address(), "send_buffer_size", attempt->sendBufferBytes, 0);
   const AVIOInterruptCB interrupt = {&Attempt::Interrupted, attempt};
+  const int port = PortOf(attempt->address);
+  const std::vector<int> before = SocketsTo(port);
   const int error = avio_open2(&attempt->bytes, attempt->address.c_str(), AVIO_FLAG_READ_WRITE,
                                &interrupt, options.Address());
   if (error < 0) {
     return {PublishFault::kConnect, error};
   }
+  std::vector<int> made = SocketsTo(port);
+  made.erase(std::remove_if(made.begin(), made.end(),
+                            [&](int fd) {
+                              return std::find(before.begin(), before.end(), fd) != before.end();
+                            }),
+             made.end());
+  attempt->socket = made.size() == 1 ? made.front() : -1;
   return {};
+}
+
+int PublishConnection::Untaken() const {
+  int bytes = 0;
+  const bool known = Bytes() != nullptr && m_attempt->socket >= 0;
+  return known && ioctl(m_attempt->socket, SIOCOUTQ, &bytes) == 0 ? bytes : 0;
 }
 
 AVIOContext* PublishConnection::Bytes() const {

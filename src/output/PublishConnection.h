@@ -57,6 +57,8 @@ class PublishConnection {
   Result Open(const std::atomic<bool>& started);
   // Null unless Open went well.
   AVIOContext* Bytes() const;
+  // Bytes that were written and that the peer's system has not taken yet; 0 where nobody can tell.
+  int Untaken() const;
   // Whatever is still sent has that long, from now on.
   void FinishWithin(std::int64_t ms);
   void Close();
