@@ -98,10 +98,11 @@ void Feeder::Feed() {
   for (std::int64_t number = 0; !m_stop; ++number) {
     std::this_thread::sleep_until(begin + std::chrono::milliseconds(number * 40));
     const AVFrame* canvas = m_canvases[static_cast<std::size_t>(number % kPicturesPerSecond)];
-    m_encoder->EnqueueVideo(0, av_frame_clone(canvas));
+    // The sound first: the encoder takes what comes at once, and measures the picture by it.
     if (m_what == What::kBoth) {
       m_encoder->EnqueueAudio(0, NewSine(number * kSamplesPerPicture, kSamplesPerPicture));
     }
+    m_encoder->EnqueueVideo(0, av_frame_clone(canvas));
   }
 }
 

@@ -235,9 +235,9 @@ std::uint64_t TakenByPeer(int fd) {
   return info.tcpi_bytes_acked;
 }
 
-// The operator learns that a server has fallen silent 3 s after the last byte that was sent. So what
-// counts as sent must not go on for longer than 2 s after the last byte that the server's side took:
-// where the system chooses the size of the socket's buffer it does for half a minute.
+// The operator learns that a server has fallen silent 3 s after the last byte that was sent. So
+// what counts as sent must not go on for longer than 2 s after the last byte that the server's side
+// took: where the system chooses the size of the socket's buffer it does for half a minute.
 TEST_P(EveryQuality, NothingCountsAsSentForLongAfterTheServerHasTakenItsLastByte) {
   const auto [width, height] = GetParam();
   EncoderUnderTest encoder(width, height);
