@@ -363,9 +363,10 @@ TEST_F(CamDlgTest, ReturnOnCancelCancels) {
 // Nobody would take its pictures.
 TEST_F(CamDlgTest, WithoutAThreadForThePreviewTheCameraIsClosedAgain) {
   const FakeDevice* camera = layer.Add("Only");
-  g_threadsLeft = 1;  // the camera's own
+  g_threadsLeft = 2;  // the camera's own, to open it and to read from it
   CCamDlg dialog;
   g_threadsLeft = -1;
+  EXPECT_NE(log.Errors().find("no thread for \"preview\""), std::string::npos) << log.Errors();
   EXPECT_EQ(camera->OpenCount(), 1);
   EXPECT_FALSE(camera->IsOpen());
   dialog.SlotOK();
