@@ -47,9 +47,8 @@ void AddHeader(const AVCodecContext& context, AVPacket* packet) {
 }
 
 void LogPictureError(int error) {
-  char text[1024] = "";
-  av_strerror(error, text, sizeof text);
-  av_log(nullptr, AV_LOG_ERROR, "avcodec_encode_video2 error msg = %s\n", text);
+  av_log(nullptr, AV_LOG_ERROR, "avcodec_encode_video2 error msg = %s\n",
+         ffmpeg::ErrorText(error).c_str());
 }
 
 }  // namespace
@@ -179,6 +178,7 @@ void CEncoder::ThinOut(int waiting) {
     return;
   }
   std::vector<AVFrame*> pictures;
+  pictures.reserve(static_cast<std::size_t>(waiting));
   for (int i = 0; i < waiting; ++i) {
     pictures.push_back(static_cast<AVFrame*>(m_firstVideoQueue->Pop()));
   }

@@ -1,13 +1,16 @@
-// FFmpeg's own words for one of its error codes, for log lines that name the cause.
+// FFmpeg's words for its errors, where FFmpeg is at home.
 #ifndef ORVANE_MEDIA_FFMPEG_ERRORTEXT_H
 #define ORVANE_MEDIA_FFMPEG_ERRORTEXT_H
 
 #include <string>
 
+#include "platform/AvErrorText.h"
+
 namespace ffmpeg {
 
-// error: a negative AVERROR. Never empty.
-std::string ErrorText(int error);
+inline std::string ErrorText(int error) {
+  return platform::AvErrorText(error);
+}
 
 }  // namespace ffmpeg
 

@@ -161,9 +161,12 @@ bool ReadAsRgb24(const AVFrame* source, AVFrame* target, std::vector<std::uint16
     ReadRow(source, d, y, components, lines->data());
     std::uint8_t* out = target->data[0] + static_cast<std::ptrdiff_t>(y) * target->linesize[0];
     for (std::size_t x = 0; x < width; ++x) {
+      const float first = a[x];
+      const float second = b[x >> shift];
+      const float third = c[x >> shift];
       for (int i = 0; i < 3; ++i) {
-        *out++ = ToByte(f.factor[i][0] * a[x] + f.factor[i][1] * b[x >> shift] +
-                        f.factor[i][2] * c[x >> shift] + f.offset[i]);
+        *out++ = ToByte(f.factor[i][0] * first + f.factor[i][1] * second + f.factor[i][2] * third +
+                        f.offset[i]);
       }
     }
   }

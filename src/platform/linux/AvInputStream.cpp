@@ -4,6 +4,8 @@ extern "C" {
 #include <libavdevice/avdevice.h>
 }
 
+#include "platform/AvErrorText.h"
+
 namespace platform {
 
 namespace {
@@ -29,12 +31,6 @@ std::string Cause(const AvInputRequest& request, int error) {
 }
 
 }  // namespace
-
-std::string AvErrorText(int error) {
-  char text[AV_ERROR_MAX_STRING_SIZE] = {};
-  av_strerror(error, text, sizeof text);
-  return text;
-}
 
 AvInput OpenAvInput(const AvInputRequest& request, OpenResult* result) {
   result->failure = OpenFailure::CannotOpen;

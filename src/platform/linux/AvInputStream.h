@@ -60,9 +60,6 @@ class AvInputStream : public CaptureStream {
   int m_ended = 0;
 };
 
-// FFmpeg's own words for one of its errors.
-std::string AvErrorText(int error);
-
 }  // namespace platform
 
 #endif

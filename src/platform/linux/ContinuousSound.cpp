@@ -64,7 +64,7 @@ bool ContinuousSound::Take(std::int64_t nowUs, std::int16_t* block) {
     return false;
   }
   Fill(nowUs, block);
-  std::copy_n(block + (kBlockFrames - 1) * kChannels, kChannels, m_last);
+  std::copy_n(block + std::ptrdiff_t{kBlockFrames - 1} * kChannels, kChannels, m_last);
   m_taken += kBlockFrames;
   return true;
 }

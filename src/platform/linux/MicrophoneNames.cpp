@@ -7,6 +7,7 @@ namespace platform {
 std::vector<std::string> MicrophoneNames::Names(const std::vector<SoundSource>& sources) {
   const Lock locked(m_lock);
   std::vector<std::string> names;
+  names.reserve(sources.size());
   for (const SoundSource& source : sources) {
     names.push_back(NameOf(source));
   }

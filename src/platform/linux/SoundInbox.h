@@ -25,7 +25,7 @@ struct SoundBlock {
 class SoundInbox {
  public:
   // Four seconds of stereo: more than a reader may pause without being taken for a suspended one.
-  static constexpr std::size_t kMaxSamples = 4 * kSoundRate * kSoundChannels;
+  static constexpr std::size_t kMaxSamples = std::size_t{4} * kSoundRate * kSoundChannels;
 
   void Put(SoundBlock block) {
     const Lock locked(m_lock);

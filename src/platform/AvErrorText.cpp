@@ -1,4 +1,4 @@
-#include "media/ffmpeg/ErrorText.h"
+#include "platform/AvErrorText.h"
 
 #include <cstdint>
 
@@ -6,12 +6,12 @@ extern "C" {
 #include <libavutil/error.h>
 }
 
-namespace ffmpeg {
+namespace platform {
 
-std::string ErrorText(int error) {
+std::string AvErrorText(int error) {
   char text[AV_ERROR_MAX_STRING_SIZE] = "";
   av_strerror(error, text, sizeof text);
   return text;
 }
 
-}  // namespace ffmpeg
+}  // namespace platform
