@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kLongestTitle = 255;
 constexpr int kLongestUrl = 1024;
-constexpr qint64 kLargestPicture = 8 * 1024 * 1024;
+constexpr qint64 kLargestPicture = 8LL * 1024 * 1024;
 
 // Reads a PNG or JPEG file; false with a complaint printed.
 bool ReadPicture(const QString& path, Picture* picture) {

@@ -49,7 +49,7 @@ struct Settings {
   int port = 18080;
   std::string ingestHost = "127.0.0.1";
   int rtmpPort = 1935;
-  std::int64_t sessionSeconds = 12 * 3600;
+  std::int64_t sessionSeconds = 12LL * 3600;
   int requestsPerSecond = 5000;  // from one address
   std::string ingestSecret;
 };

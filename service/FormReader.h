@@ -22,7 +22,7 @@ class FormReader {
   static constexpr std::size_t kMostFields = 16;
   static constexpr std::size_t kLongestName = 64;
   static constexpr std::size_t kLongestValue = 4096;
-  static constexpr std::size_t kLongestBody = 64 * 1024;
+  static constexpr std::size_t kLongestBody = std::size_t{64} * 1024;
 
   // Of a request whose headers have come. A request that says it is no form is read and dropped.
   explicit FormReader(MHD_Connection* connection);

@@ -29,7 +29,7 @@ constexpr unsigned kConnections = 512;
 constexpr unsigned kConnectionsPerAddress = 256;
 constexpr int kLoginNice = 5;
 constexpr unsigned kIdleSeconds = 15;
-constexpr std::size_t kConnectionMemory = 16 * 1024;
+constexpr std::size_t kConnectionMemory = std::size_t{16} * 1024;
 
 // One request on its way through the server.
 struct Call {

@@ -24,7 +24,7 @@ constexpr int kStopMs = 3000;
 constexpr int kPortMs = 1500;
 constexpr int kPollMs = 20;
 constexpr qint64 kPieceSeconds = 60;  // longer than any playlist
-constexpr qint64 kLargestLog = 8 * 1024 * 1024;
+constexpr qint64 kLargestLog = 8LL * 1024 * 1024;
 
 // nginx has no way to quote some of the characters that a path may hold.
 bool FitsConfiguration(const QString& path) {
@@ -49,7 +49,7 @@ bool PortInUse(const std::string& address, int port) {
 QString FindRtmpModule() {
   for (const char* directory : {"/usr/lib/nginx/modules", "/usr/lib64/nginx/modules",
                                 "/usr/share/nginx/modules", "/usr/local/libexec/nginx"}) {
-    const QString path = QLatin1String(directory) + QStringLiteral("/ngx_rtmp_module.so");
+    QString path = QLatin1String(directory) + QStringLiteral("/ngx_rtmp_module.so");
     if (QFile::exists(path)) {
       return path;
     }

@@ -15,7 +15,7 @@ namespace service {
 namespace {
 
 constexpr int kLongestPassword = 1024;
-constexpr std::size_t kLongestLine = 8 * kLongestPassword;
+constexpr std::size_t kLongestLine = std::size_t{8} * kLongestPassword;
 // Byte by byte: what follows the line belongs to whoever reads next.
 std::string ReadLine() {
   std::string line;
@@ -42,7 +42,7 @@ QString ReadSecret(const char* prompt) {
   }
   std::array<char, kLongestLine> line{};
   const char* read = readpassphrase(prompt, line.data(), line.size(), RPP_ECHO_OFF);
-  const QString secret = read != nullptr ? QString::fromUtf8(read) : QString();
+  QString secret = read != nullptr ? QString::fromUtf8(read) : QString();
   explicit_bzero(line.data(), line.size());
   return secret;
 }

@@ -25,12 +25,10 @@ class RecentCallers {
   // Made anew for one that is not known. Valid until the next call.
   Record& Find(const std::string& caller) {
     const QByteArray key = QByteArray::fromStdString(caller);
-    Record* known = m_records.object(key);
-    if (known == nullptr) {
-      known = new Record{};
-      m_records.insert(key, known);
+    if (!m_records.contains(key)) {
+      m_records.insert(key, new Record{});
     }
-    return *known;
+    return *m_records.object(key);
   }
   int Size() const { return m_records.size(); }
 
@@ -59,7 +57,7 @@ class LoginLimit {
  public:
   static constexpr int kMostFailures = 5;
   static constexpr int kMostFailuresOfNetwork = 50;
-  static constexpr std::int64_t kWindowMs = 5 * 60 * 1000;
+  static constexpr std::int64_t kWindowMs = 5LL * 60 * 1000;
 
   explicit LoginLimit(int mostFailures) : m_mostFailures(mostFailures) {}
   bool Allow(const std::string& caller, std::int64_t nowMs);

@@ -107,7 +107,7 @@ Outcome AddSamples(Store* store, const QString& accountId, std::int64_t now) {
     activity.id = QString::fromStdString(NewId());
     activity.accountId = accountId;
     activity.title = QString::fromUtf8(sample.title);
-    activity.startTime = now + ++number * 3600;
+    activity.startTime = now + ++number * 3600LL;
     activity.streamKey = QString::fromStdString(NewId(16));
     if (store->AddActivity(activity, &cover) != Outcome::Done) {
       return Outcome::Failed;

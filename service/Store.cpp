@@ -279,8 +279,8 @@ Outcome Store::RemoveAccount(const QString& login) {
     for (const char* sql :
          {"DELETE FROM sessions WHERE account_id = ?",
           "DELETE FROM broadcasts WHERE account_id = ?",
-          "DELETE FROM publishing WHERE activity_id IN (SELECT id FROM activities WHERE account_id "
-          "= ?)",
+          ("DELETE FROM publishing "
+           "WHERE activity_id IN (SELECT id FROM activities WHERE account_id = ?)"),
           "DELETE FROM pictures WHERE id IN (SELECT cover_id FROM activities WHERE account_id = ?)",
           "DELETE FROM activities WHERE account_id = ?"}) {
       if (Change(sql, {account.id}) == Outcome::Failed) {
