@@ -53,7 +53,7 @@ QByteArray Photograph(const QSize& size) {
 
 void AddActivities(support::ServiceRig* rig, const service::Account& account, int count,
                    const QByteArray& photograph) {
-  rig->store->Together([&] {
+  rig->store->Transaction([&] {
     for (int i = 0; i < count; ++i) {
       service::Activity activity;
       activity.id = QString::fromStdString(service::NewId());

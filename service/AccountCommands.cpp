@@ -34,7 +34,7 @@ int AccountAdd(const QStringList& arguments) {
   account.login = parser.positionalArguments().first();
   QString complaint;
   if (!IsSendable(account.login, kLongestLogin, &complaint)) {
-    return Complain(QStringLiteral("the account %1").arg(complaint), kRefused);
+    return PrintError(QStringLiteral("the account %1").arg(complaint), kRefused);
   }
   account.name = parser.value(name);
   account.email = parser.value(email);

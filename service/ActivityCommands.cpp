@@ -19,7 +19,7 @@ constexpr qint64 kLargestPicture = 8LL * 1024 * 1024;
 bool ReadPicture(const QString& path, Picture* picture) {
   QFile file(path);
   if (!file.open(QIODevice::ReadOnly)) {
-    Complain(QStringLiteral("%1: %2").arg(path, file.errorString()), kRefused);
+    PrintError(QStringLiteral("%1: %2").arg(path, file.errorString()), kRefused);
     return false;
   }
   picture->bytes = file.read(kLargestPicture + 1);
@@ -29,7 +29,7 @@ bool ReadPicture(const QString& path, Picture* picture) {
     picture->type = QStringLiteral("image/jpeg");
   }
   if (picture->type.isEmpty() || picture->bytes.size() > kLargestPicture) {
-    Complain(QStringLiteral("%1 is no PNG or JPEG file of at most 8 MiB").arg(path), kRefused);
+    PrintError(QStringLiteral("%1 is no PNG or JPEG file of at most 8 MiB").arg(path), kRefused);
     return false;
   }
   picture->id = QString::fromStdString(NewId());
@@ -74,9 +74,9 @@ bool ApplyUrl(const QCommandLineParser& parser, const QCommandLineOption& option
   const bool usable = text.isEmpty() || (url.isValid() && !text.contains(QLatin1Char(' ')) &&
                                          !url.host().isEmpty() && (rtmp || !mustBeRtmp));
   if (!usable) {
-    Complain(QStringLiteral("\"%1\" is no %2 address")
-                 .arg(text, mustBeRtmp ? QStringLiteral("rtmp://") : QStringLiteral("usable")),
-             kRefused);
+    PrintError(QStringLiteral("\"%1\" is no %2 address")
+                   .arg(text, mustBeRtmp ? QStringLiteral("rtmp://") : QStringLiteral("usable")),
+               kRefused);
     return false;
   }
   *target = text;
@@ -95,7 +95,7 @@ bool Apply(const QCommandLineParser& parser, const ActivityOptions& options, Act
     const QDateTime time = QDateTime::fromString(parser.value(options.start), Qt::ISODate);
     // The client reads 32 bits.
     if (!time.isValid() || time.toSecsSinceEpoch() < 0 || time.toSecsSinceEpoch() > INT32_MAX) {
-      Complain(QStringLiteral("\"%1\" is no time").arg(parser.value(options.start)), kRefused);
+      PrintError(QStringLiteral("\"%1\" is no time").arg(parser.value(options.start)), kRefused);
       return false;
     }
     activity->startTime = time.toSecsSinceEpoch();
@@ -123,7 +123,7 @@ int ActivityAdd(const QStringList& arguments) {
     return parsed.exitCode;
   }
   if (!parser.isSet(account) || !parser.isSet(options.title)) {
-    return Complain(QStringLiteral("activity add needs --account and --title"), kUsage);
+    return PrintError(QStringLiteral("activity add needs --account and --title"), kUsage);
   }
   const std::unique_ptr<Store> store = OpenStore(parser);
   if (store == nullptr) {

@@ -309,7 +309,7 @@ bool Api::IsStale(const Broadcast& running, const Activity& activity) {
     return false;
   }
   std::int64_t heard = 0;
-  const Outcome found = m_store->PublishingHeard(activity.id, &heard);
+  const Outcome found = m_store->LastPublishUpdate(activity.id, &heard);
   return found == Outcome::NotFound || (found == Outcome::Done && !recent(heard));
 }
 
@@ -329,7 +329,7 @@ bool Api::IsTaken(const Activity& activity, const QString& tokenHash, bool* own,
     *response = Refuse(200, kAlreadyLive, QStringLiteral("该活动正在另一处直播，请先结束那一场"));
     return true;
   }
-  // That very one: another session may have ended it and started its own by now.
+  // By the broadcast's id, not by the activity: another session may have started one by now.
   if (m_store->EndBroadcast(running.id, m_shared->clock.Seconds()) == Outcome::Failed) {
     *response = Unavailable();
     return true;

@@ -32,7 +32,7 @@ Response Api::IngestPublish(const Request& request) {
 // Called before a stream may appear to viewers: only one that was let in with its key.
 Response Api::IngestWatch(const Request& request) {
   std::int64_t heard = 0;
-  switch (m_store->PublishingHeard(Latin1(Field(request.form, "name")), &heard)) {
+  switch (m_store->LastPublishUpdate(Latin1(Field(request.form, "name")), &heard)) {
     case Outcome::Done:
       return Success();
     case Outcome::NotFound:
@@ -46,7 +46,7 @@ Response Api::IngestWatch(const Request& request) {
 // either side, and a stream whose activity was closed or removed ends.
 Response Api::IngestUpdate(const Request& request) {
   if (Field(request.form, "call") != "update_publish") {
-    return Success();  // the ingest's own passing on
+    return Success();  // nginx passes the stream on to itself: no publisher
   }
   Activity activity;
   const Outcome found = m_store->FindActivityByKey(Latin1(Field(request.form, "name")), &activity);

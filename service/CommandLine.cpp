@@ -11,7 +11,7 @@ const QString kDatabase = QStringLiteral("database");
 
 }  // namespace
 
-int Complain(const QString& text, int code) {
+int PrintError(const QString& text, int code) {
   std::fprintf(stderr, "orvane-service: %s\n", text.toUtf8().constData());
   return code;
 }
@@ -30,12 +30,12 @@ void Parse(Parsed* parsed, const QString& command, const QString& description,
   parser.addOption(
       QCommandLineOption(kDatabase, QStringLiteral("The database file."), QStringLiteral("FILE")));
   if (!parser.parse(QStringList{QStringLiteral("orvane-service ") + command} + arguments)) {
-    parsed->exitCode = Complain(parser.errorText(), kUsage);
+    parsed->exitCode = PrintError(parser.errorText(), kUsage);
   } else if (parser.isSet(help)) {
     Print(parser.helpText());
     parsed->exitCode = kOk;
   } else if (parser.positionalArguments().size() != positional) {
-    parsed->exitCode = Complain(
+    parsed->exitCode = PrintError(
         QStringLiteral("%1 takes %2 argument(s); see --help").arg(command).arg(positional), kUsage);
   }
 }
@@ -48,7 +48,7 @@ std::unique_ptr<Store> OpenStore(const QCommandLineParser& parser) {
   QString error;
   std::unique_ptr<Store> store = Store::Open(DatabasePath(parser), &error);
   if (store == nullptr) {
-    Complain(error, kNoDatabase);
+    PrintError(error, kNoDatabase);
   }
   return store;
 }
@@ -58,15 +58,15 @@ int CodeOf(Outcome outcome, const QString& notFound) {
     case Outcome::Done:
       return kOk;
     case Outcome::NotFound:
-      return Complain(notFound, kRefused);
+      return PrintError(notFound, kRefused);
     case Outcome::Exists:
-      return Complain(QStringLiteral("there is one of that name already"), kRefused);
+      return PrintError(QStringLiteral("there is one of that name already"), kRefused);
     case Outcome::Busy:
-      return Complain(QStringLiteral("a broadcast of it is running"), kRefused);
+      return PrintError(QStringLiteral("a broadcast of it is running"), kRefused);
     case Outcome::Failed:
       break;
   }
-  return Complain(QStringLiteral("the database can't be used"), kNoDatabase);
+  return PrintError(QStringLiteral("the database can't be used"), kNoDatabase);
 }
 
 int WithOne(const QStringList& arguments, const QString& command, const QString& description,
@@ -87,13 +87,13 @@ int WithOne(const QStringList& arguments, const QString& command, const QString&
 
 bool IsPlainText(const QString& what, const QString& text, int shortest, int longest) {
   if (text.size() < shortest || text.size() > longest) {
-    Complain(QStringLiteral("%1 has %2 to %3 characters").arg(what).arg(shortest).arg(longest),
-             kRefused);
+    PrintError(QStringLiteral("%1 has %2 to %3 characters").arg(what).arg(shortest).arg(longest),
+               kRefused);
     return false;
   }
   for (const QChar character : text) {
     if (character.category() == QChar::Other_Control) {
-      Complain(QStringLiteral("%1 holds a control character").arg(what), kRefused);
+      PrintError(QStringLiteral("%1 holds a control character").arg(what), kRefused);
       return false;
     }
   }

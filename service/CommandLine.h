@@ -16,7 +16,7 @@
 namespace service {
 
 // One line on standard error; returns code.
-int Complain(const QString& text, int code);
+int PrintError(const QString& text, int code);
 void Print(const QString& text);
 
 // A parsed command line, or the exit code that ends the program.

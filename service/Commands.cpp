@@ -80,7 +80,7 @@ int RunCommand(const QStringList& arguments) {
     const QStringList words = QString::fromLatin1(command.words).split(QLatin1Char(' '));
     if (arguments.mid(0, words.size()) == words) {
       if (!InitSecrets()) {
-        return Complain(QStringLiteral("this system gives no random numbers"), kRefused);
+        return PrintError(QStringLiteral("this system gives no random numbers"), kRefused);
       }
       return command.run(arguments.mid(words.size()));
     }

@@ -19,7 +19,7 @@ Outcome Keep(Store* store, const QString& name, const QString& value) {
 }  // namespace
 
 Outcome KeepIngestAddress(Store* store, const Settings& settings) {
-  return store->Together([&] {
+  return store->Transaction([&] {
     const Outcome kept = Keep(store, kHost, QString::fromStdString(settings.ingestHost));
     return kept == Outcome::Done ? Keep(store, kPort, QString::number(settings.rtmpPort)) : kept;
   });

@@ -53,16 +53,16 @@ QString AskForPassword() {
   const QString password = ReadSecret("Password: ");
   QString complaint;
   if (!IsSendable(password, kLongestPassword, &complaint)) {
-    Complain(QStringLiteral("the password %1").arg(complaint), kRefused);
+    PrintError(QStringLiteral("the password %1").arg(complaint), kRefused);
     return QString();
   }
   if (isatty(STDIN_FILENO) == 1 && ReadSecret("Once more: ") != password) {
-    Complain(QStringLiteral("the two passwords differ"), kRefused);
+    PrintError(QStringLiteral("the two passwords differ"), kRefused);
     return QString();
   }
   const std::string hash = HashPassword(password.toLatin1().toStdString());
   if (hash.empty()) {
-    Complain(QStringLiteral("not enough memory to hash a password"), kRefused);
+    PrintError(QStringLiteral("not enough memory to hash a password"), kRefused);
   }
   return QString::fromStdString(hash);
 }

@@ -52,7 +52,7 @@ sigset_t EndingSignals() {
 }
 
 int NoDatabase(const QString& error) {
-  return Complain(error, kNoDatabase);
+  return PrintError(error, kNoDatabase);
 }
 
 void Greet(const ServeOptions& options, const QString& password) {
@@ -119,7 +119,7 @@ Outcome AddSamples(Store* store, const QString& accountId, std::int64_t now) {
 
 }  // namespace
 
-Outcome MakeNewcomersAccount(Store* store, std::int64_t now, QString* password) {
+Outcome CreateDemoAccount(Store* store, std::int64_t now, QString* password) {
   const QString made = QStringLiteral("newcomer_made");
   const std::string secret = NewReadablePassword();
   Account account;
@@ -129,7 +129,7 @@ Outcome MakeNewcomersAccount(Store* store, std::int64_t now, QString* password) 
   account.loopbackOnly = true;
   account.created = now;
   bool isNew = false;
-  const Outcome outcome = store->Together([&] {
+  const Outcome outcome = store->Transaction([&] {
     QList<Account> accounts;
     QString when;
     const Outcome before = store->Setting(made, &when);
@@ -173,7 +173,7 @@ int Serve(const ServeOptions& options) {
   Shared shared(settings, clock);
   HttpServer server(options.database, &shared);
   if (!server.Start(&error)) {
-    return Complain(error, kNoAddress);
+    return PrintError(error, kNoAddress);
   }
   IngestSettings ingestSettings;
   ingestSettings.listenAddress = settings.ingestHost;
@@ -186,13 +186,13 @@ int Serve(const ServeOptions& options) {
   ingestSettings.recordDirectory = options.recordDirectory;
   Ingest ingest(ingestSettings);
   if (options.ingest && !ingest.Start(&error)) {
-    return Complain(QStringLiteral("ingest: %1").arg(error), kNoAddress);
+    return PrintError(QStringLiteral("ingest: %1").arg(error), kNoAddress);
   }
   // Without it only the lists of the commands are off; the cause is in the log.
   KeepIngestAddress(store.get(), settings);
   // Last, so that nothing keeps the password from being shown.
   QString password;
-  if (MakeNewcomersAccount(store.get(), clock.Seconds(), &password) == Outcome::Failed) {
+  if (CreateDemoAccount(store.get(), clock.Seconds(), &password) == Outcome::Failed) {
     return NoDatabase(QStringLiteral("%1 can't be written").arg(options.database));
   }
   Greet(options, password);

@@ -26,7 +26,7 @@ int Serve(const ServeOptions& options);
 // One account and three activities with covers, bound to this machine, for somebody who starts the
 // service for the first time: all of it or nothing, and once for a database. No effect when there
 // is an account. The password, or nothing, goes to *password.
-Outcome MakeNewcomersAccount(Store* store, std::int64_t now, QString* password);
+Outcome CreateDemoAccount(Store* store, std::int64_t now, QString* password);
 
 inline constexpr char kNewcomersLogin[] = "demo";
 

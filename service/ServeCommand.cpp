@@ -16,7 +16,7 @@ bool ReadPort(const QCommandLineParser& parser, const QCommandLineOption& option
   bool isNumber = false;
   *port = parser.value(option).toInt(&isNumber);
   if (!isNumber || *port < 1 || *port > 65535) {
-    Complain(QStringLiteral("\"%1\" is no port").arg(parser.value(option)), kUsage);
+    PrintError(QStringLiteral("\"%1\" is no port").arg(parser.value(option)), kUsage);
     return false;
   }
   return true;
@@ -27,7 +27,7 @@ bool ReadAddress(const QCommandLineParser& parser, const QCommandLineOption& opt
                  std::string* address) {
   const QString text = parser.value(option);
   if (QHostAddress(text).isNull()) {
-    Complain(QStringLiteral("\"%1\" is no address (a name is none)").arg(text), kUsage);
+    PrintError(QStringLiteral("\"%1\" is no address (a name is none)").arg(text), kUsage);
     return false;
   }
   *address = text.toStdString();
@@ -84,7 +84,8 @@ int ServeCommand(const QStringList& arguments) {
   }
   if (!isNumber || options.settings.sessionSeconds < 3600 ||
       options.settings.sessionSeconds > 3600LL * kMostSessionHours) {
-    return Complain(QStringLiteral("a session lasts 1 to %1 hours").arg(kMostSessionHours), kUsage);
+    return PrintError(QStringLiteral("a session lasts 1 to %1 hours").arg(kMostSessionHours),
+                      kUsage);
   }
   options.database = DatabasePath(parser);
   options.ingest = parser.isSet(ingest);

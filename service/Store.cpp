@@ -209,7 +209,7 @@ Outcome Store::Change(const char* sql, Values values) {
   return changed ? Outcome::Done : Outcome::NotFound;
 }
 
-Outcome Store::Together(const std::function<Outcome()>& work) {
+Outcome Store::Transaction(const std::function<Outcome()>& work) {
   if (m_inTransaction) {
     return work();
   }
@@ -240,7 +240,7 @@ bool Store::Healthy() {
 }
 
 Outcome Store::AddAccount(const Account& account) {
-  return Together([&] {
+  return Transaction([&] {
     Account present;
     const Outcome found = FindAccount(account.login, &present);
     if (found != Outcome::NotFound) {
@@ -255,7 +255,7 @@ Outcome Store::AddAccount(const Account& account) {
 }
 
 Outcome Store::SetPassword(const QString& login, const QString& passwordHash) {
-  return Together([&] {
+  return Transaction([&] {
     Account account;
     const Outcome found = FindAccount(login, &account);
     if (found != Outcome::Done) {
@@ -270,7 +270,7 @@ Outcome Store::SetPassword(const QString& login, const QString& passwordHash) {
 }
 
 Outcome Store::RemoveAccount(const QString& login) {
-  return Together([&] {
+  return Transaction([&] {
     Account account;
     const Outcome found = FindAccount(login, &account);
     if (found != Outcome::Done) {
@@ -306,7 +306,7 @@ Outcome Store::ListAccounts(QList<Account>* accounts) {
 }
 
 Outcome Store::AddSession(const QString& tokenHash, const Account& account, std::int64_t expires) {
-  return Together([&] {
+  return Transaction([&] {
     // Between the check of the password and now it may have been changed, or the account removed.
     Account present;
     const Outcome found = FindAccount(account.login, &present);
@@ -362,7 +362,7 @@ Outcome Store::Setting(const QString& name, QString* value) {
 }
 
 Outcome Store::SetSetting(const QString& name, const QString& value) {
-  return Together([&] {
+  return Transaction([&] {
     if (Change("DELETE FROM settings WHERE name = ?", {name}) == Outcome::Failed) {
       return Outcome::Failed;
     }

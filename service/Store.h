@@ -39,7 +39,7 @@ class Store {
   bool Healthy();
 
   // All that work changes, or nothing of it when its result is not Done. May be nested.
-  Outcome Together(const std::function<Outcome()>& work);
+  Outcome Transaction(const std::function<Outcome()>& work);
 
   Outcome AddAccount(const Account& account);
   Outcome SetPassword(const QString& login, const QString& passwordHash);
@@ -48,7 +48,7 @@ class Store {
   Outcome FindAccount(const QString& login, Account* account);
   Outcome ListAccounts(QList<Account>* accounts);
 
-  // For the account as it was when its password matched: NotFound when it is no longer so.
+  // NotFound when the account's password is no longer the one that account holds.
   Outcome AddSession(const QString& tokenHash, const Account& account, std::int64_t expires);
   // The account of a session that has not expired at now. One that ends after latest was made
   // before the machine's clock was set back, and counts for nothing.
@@ -82,7 +82,7 @@ class Store {
 
   // Whether the ingest has the activity's stream, and when it last said so.
   Outcome SetPublishing(const QString& activityId, bool publishing, std::int64_t now);
-  Outcome PublishingHeard(const QString& activityId, std::int64_t* heard);
+  Outcome LastPublishUpdate(const QString& activityId, std::int64_t* heard);
 
   Outcome Setting(const QString& name, QString* value);
   Outcome SetSetting(const QString& name, const QString& value);

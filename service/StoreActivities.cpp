@@ -36,7 +36,7 @@ Broadcast ReadBroadcast(const QSqlQuery& row) {
 }  // namespace
 
 Outcome Store::AddActivity(const Activity& activity, const Picture* cover) {
-  return Together([&] {
+  return Transaction([&] {
     if (cover != nullptr && AddPicture(*cover) != Outcome::Done) {
       return Outcome::Failed;
     }
@@ -52,7 +52,7 @@ Outcome Store::AddActivity(const Activity& activity, const Picture* cover) {
 }
 
 Outcome Store::ChangeActivity(const Activity& activity, const Picture* cover) {
-  return Together([&] {
+  return Transaction([&] {
     if (cover != nullptr &&
         (Change("DELETE FROM pictures WHERE id IN (SELECT cover_id FROM activities WHERE id = ?)",
                 {activity.id}) == Outcome::Failed ||
@@ -70,7 +70,7 @@ Outcome Store::ChangeActivity(const Activity& activity, const Picture* cover) {
 }
 
 Outcome Store::RemoveActivity(const QString& id) {
-  return Together([&] {
+  return Transaction([&] {
     for (const char* sql :
          {"DELETE FROM broadcasts WHERE activity_id = ?",
           "DELETE FROM publishing WHERE activity_id = ?",
@@ -134,7 +134,7 @@ Outcome Store::FindPicture(const QString& id, Picture* picture) {
 
 Outcome Store::SetAdPicture(const Picture* picture) {
   const QString name = QStringLiteral("ad_picture");
-  return Together([&] {
+  return Transaction([&] {
     if (Change("DELETE FROM pictures WHERE id IN (SELECT value FROM settings WHERE name = ?)",
                {name}) == Outcome::Failed ||
         (picture != nullptr && AddPicture(*picture) != Outcome::Done)) {
@@ -145,7 +145,7 @@ Outcome Store::SetAdPicture(const Picture* picture) {
 }
 
 Outcome Store::StartBroadcast(const Broadcast& broadcast) {
-  return Together([&] {
+  return Transaction([&] {
     Broadcast running;
     const Outcome found = FindRunningBroadcast(broadcast.activityId, &running);
     if (found != Outcome::NotFound) {
@@ -181,7 +181,7 @@ Outcome Store::ListBroadcasts(const QString& activityId, QList<Broadcast>* broad
 }
 
 Outcome Store::SetPublishing(const QString& activityId, bool publishing, std::int64_t now) {
-  return Together([&] {
+  return Transaction([&] {
     if (Change("DELETE FROM publishing WHERE activity_id = ?", {activityId}) == Outcome::Failed) {
       return Outcome::Failed;
     }
@@ -193,7 +193,7 @@ Outcome Store::SetPublishing(const QString& activityId, bool publishing, std::in
   });
 }
 
-Outcome Store::PublishingHeard(const QString& activityId, std::int64_t* heard) {
+Outcome Store::LastPublishUpdate(const QString& activityId, std::int64_t* heard) {
   return ReadOne(
       Execute("SELECT since FROM publishing WHERE activity_id = ?", {activityId}),
       [](const QSqlQuery& row) { return std::int64_t{row.value(0).toLongLong()}; }, heard);

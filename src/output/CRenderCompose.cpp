@@ -82,7 +82,7 @@ void CRender::ComposePass(output::ComposeState* state) {
     state->hasBase = true;
     state->basePts = first->head->pts;
   }
-  // Of the bottom picture, for whoever has to be in step with the canvas.
+  // The canvas carries the capture time of its bottom layer, by which CEncoder places it.
   const std::int64_t capturedMs = first->head->pts;
   AVFrame* canvas = nullptr;
   if (m_composed.Size() <= output::kComposedLimit) {
@@ -192,7 +192,7 @@ AVFrame* CRender::TakeAsCanvas(Drawn* layer) {
 AVFrame* CRender::BeginCanvas(output::ComposeState* state, std::vector<Drawn>* layers,
                               std::size_t* next) {
   const output::Extent size = CanvasSize();
-  std::vector<output::Cover> covers;
+  std::vector<output::Occluder> covers;
   covers.reserve(layers->size());
   for (const Drawn& layer : *layers) {
     const bool opaque = layer.head != nullptr && !layer.hidden;
@@ -200,7 +200,7 @@ AVFrame* CRender::BeginCanvas(output::ComposeState* state, std::vector<Drawn>* l
                              : output::Rect{},
                       opaque});
   }
-  const int cover = output::TopmostCover(covers, size);
+  const int cover = output::TopmostOccluder(covers, size);
   *next = cover < 0 ? 0 : static_cast<std::size_t>(cover);
   if (cover >= 0 && !state->textsFail) {
     if (AVFrame* canvas = TakeAsCanvas(&(*layers)[*next])) {

@@ -58,7 +58,7 @@ void CRender::PresentPass(output::PresentState* state) {
     SDL_Delay(state->ticker->SleepMs());
     return;
   }
-  if (state->patience.Wait(now, m_composed.Size() == 1)) {
+  if (state->holdOff.ShouldWait(now, m_composed.Size() == 1)) {
     SDL_Delay(kShortWaitMs);
     return;
   }

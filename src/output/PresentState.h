@@ -8,8 +8,8 @@
 #include "media/PacedTicker.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "output/OutputPictures.h"
-#include "output/Patience.h"
 #include "output/PreviewWindow.h"
+#include "output/RepeatHoldOff.h"
 #include "output/StandingQueue.h"
 
 namespace output {
@@ -23,7 +23,7 @@ struct PresentState {
   AVFrame* picture = nullptr;                // the last one sent; owned by pictures
   bool started = false;                      // two canvases have waited at once
   std::optional<media::PacedTicker> ticker;  // from the first canvas on
-  Patience patience;                         // with a canvas that is alone
+  RepeatHoldOff holdOff;                     // with a canvas that is alone
   StandingQueue standing;                    // of canvases
   bool headSent = false;                     // the head of the composed queue is in picture already
   PreviewWindow window;

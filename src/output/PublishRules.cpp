@@ -58,7 +58,7 @@ bool KeepsInput(int place, int framesLeft) {
 }
 
 bool MaySend(bool audioWaits, int videoPackets) {
-  return audioWaits && videoPackets >= kVideoPacketsHeld;
+  return audioWaits && videoPackets >= kPrerollPackets;
 }
 
 NextPacket ChooseNext(std::int64_t audioPts, std::int64_t videoPts) {
@@ -71,12 +71,12 @@ bool RetryDue(std::uint32_t elapsedMs) {
 
 Skipped SkipStale(CMyQueue* video, CMyQueue* audio) {
   Skipped skipped;
-  if (video->Size() <= kVideoPacketsMost) {
+  if (video->Size() <= kHighWaterPackets) {
     return skipped;
   }
   // Two loops: the encoder goes on queueing, so the length may rise above the limit again while the
   // key frame is looked for.
-  while (video->Size() > kVideoPacketsLeft) {
+  while (video->Size() > kLowWaterPackets) {
     FreeHead(video);
     ++skipped.video;
   }

@@ -13,9 +13,9 @@
 namespace output {
 
 constexpr int kInputFramesKept = 15;     // pictures that may wait for the encoder
-constexpr int kVideoPacketsHeld = 15;    // nothing is sent with fewer video packets waiting
-constexpr int kVideoPacketsMost = 150;   // with more waiting, the stale ones are skipped
-constexpr int kVideoPacketsLeft = 50;    // as many stay; one of them is a key frame
+constexpr int kPrerollPackets = 15;      // nothing is sent with fewer video packets waiting
+constexpr int kHighWaterPackets = 150;   // with more waiting, the stale ones are skipped
+constexpr int kLowWaterPackets = 50;     // as many stay; one of them is a key frame
 constexpr int kAudioPacketsAlone = 100;  // two seconds of sound may wait for the first picture
 constexpr std::int64_t kVideoLagMs = 100;
 constexpr std::uint32_t kRetryMs = 3000;
@@ -47,7 +47,7 @@ struct Skipped {
   int video = 0;
   int audio = 0;
 };
-// With more than kVideoPacketsMost in video: frees video packets until kVideoPacketsLeft are left
+// With more than kHighWaterPackets in video: frees video packets until kLowWaterPackets are left
 // and the head is a key frame, then audio packets that are more than kVideoLagMs ahead of that
 // head. Either queue may be empty afterwards. To be called by the queues' consumer.
 Skipped SkipStale(CMyQueue* video, CMyQueue* audio);

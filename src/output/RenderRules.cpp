@@ -69,7 +69,7 @@ int FramesToDrop(int queued) {
   return queued > 1 ? std::max(1, queued - kLayerBacklog) : 0;
 }
 
-int TopmostCover(const std::vector<Cover>& layers, const Extent& canvas) {
+int TopmostOccluder(const std::vector<Occluder>& layers, const Extent& canvas) {
   for (std::size_t i = layers.size(); i-- > 0;) {
     const Rect& area = layers[i].area;
     if (layers[i].opaque && area.x <= 0 && area.y <= 0 &&

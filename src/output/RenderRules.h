@@ -68,14 +68,14 @@ int TextHeight(int width, const Extent& measured);
 int FramesToDrop(int queued);
 
 // One layer of a pass, from the bottom up, as far as it matters to what lies below.
-struct Cover {
+struct Occluder {
   Rect area;
   bool opaque = false;  // a picture that is drawn
 };
 
 // The index of the topmost layer that covers the whole canvas, -1 when none does: nothing below it
 // can be seen, not even the canvas's own black.
-int TopmostCover(const std::vector<Cover>& layers, const Extent& canvas);
+int TopmostOccluder(const std::vector<Occluder>& layers, const Extent& canvas);
 
 }  // namespace output
 

@@ -20,7 +20,7 @@ bool& SoftwareOnly() ORVANE_REQUIRES(SdlVideoMutex()) {
   return softwareOnly;
 }
 
-// The GL behind the renderer that was made last draws by the processor.
+// True when the OpenGL of the renderer that was made last is software.
 bool IsSoftwareGl() {
   using GetString = const unsigned char* (*)(unsigned);
   constexpr unsigned kGlRenderer = 0x1F01;

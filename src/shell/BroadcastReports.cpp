@@ -89,7 +89,7 @@ void BroadcastReports::NoteAnswer(const QString& id, bool start, const Answer& a
   if (--activity.underWay > 0) {
     return;
   }
-  // Ends that were all accepted have found their starts: nothing is live, as it should be.
+  // If every end was accepted, each met its start, and nothing is live.
   activity.due = activity.due || (activity.crossed && (activity.live || activity.refused));
   // A start that was given up may come at any time yet, and its end had better come later.
   const bool soon = answer.arrived && (activity.live || !activity.abandoned);

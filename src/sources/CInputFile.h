@@ -36,8 +36,8 @@ extern "C" {
 #include "media/Worker.h"
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
+#include "sources/DeferredPackets.h"
 #include "sources/FilePace.h"
-#include "sources/KeptPackets.h"
 #include "sources/OpenDeadline.h"
 #include "sources/ReadAhead.h"
 #include "sources/StereoConvert.h"
@@ -107,8 +107,8 @@ class CInputFile : public CSrcInterface {
 
   // All below belongs to the read thread.
   sources::OpenDeadline m_deadline;
-  sources::KeptPackets m_keptSound;
-  sources::KeptPackets m_keptPictures;
+  sources::DeferredPackets m_keptSound;
+  sources::DeferredPackets m_keptPictures;
   ffmpeg::FramePool m_pictures;
   AVPacket* m_packet;
   int m_pictureWidth = 0;  // of the first picture; 0 before it

@@ -6,8 +6,8 @@
 
 namespace {
 
-using output::Cover;
 using output::Extent;
+using output::Occluder;
 using output::Rect;
 
 constexpr Extent kCanvas{1920, 1080};
@@ -108,16 +108,16 @@ TEST(FramesToDrop, KeepsTheLastPictureAndAtMostFive) {
   EXPECT_EQ(15, output::FramesToDrop(20));
 }
 
-TEST(TopmostCover, IsTheHighestPictureOverAllOfTheCanvas) {
-  const Cover all{{0, 0, 1920, 1080}, true};
-  const Cover larger{{-10, -10, 1940, 1100}, true};
-  const Cover part{{0, 0, 1919, 1080}, true};
-  const Cover shifted{{1, 0, 1920, 1080}, true};
-  const Cover hidden{{0, 0, 1920, 1080}, false};
-  EXPECT_EQ(-1, TopmostCover({}, kCanvas));
-  EXPECT_EQ(-1, TopmostCover({part, shifted, hidden}, kCanvas));
-  EXPECT_EQ(0, TopmostCover({all, part}, kCanvas));
-  EXPECT_EQ(1, TopmostCover({all, larger, part, hidden}, kCanvas));
+TEST(TopmostOccluder, IsTheHighestPictureOverAllOfTheCanvas) {
+  const Occluder all{{0, 0, 1920, 1080}, true};
+  const Occluder larger{{-10, -10, 1940, 1100}, true};
+  const Occluder part{{0, 0, 1919, 1080}, true};
+  const Occluder shifted{{1, 0, 1920, 1080}, true};
+  const Occluder hidden{{0, 0, 1920, 1080}, false};
+  EXPECT_EQ(-1, TopmostOccluder({}, kCanvas));
+  EXPECT_EQ(-1, TopmostOccluder({part, shifted, hidden}, kCanvas));
+  EXPECT_EQ(0, TopmostOccluder({all, part}, kCanvas));
+  EXPECT_EQ(1, TopmostOccluder({all, larger, part, hidden}, kCanvas));
 }
 
 }  // namespace

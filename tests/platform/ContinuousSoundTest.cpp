@@ -327,7 +327,7 @@ TEST(ContinuousSound, DoesNotLengthenTheHoldForBurstsNowAndThen) {
 TEST(ContinuousSound, CountsFromTheMomentTheLoudspeakerSounds) {
   SimulatedSound simulated;
   simulated.signal = PhaseTone;
-  simulated.leadUs = 203'000;
+  simulated.captureOffsetUs = 203'000;
   double worst = 0;
   bool silent = false;
   simulated.listener = [&](std::int64_t number, const std::int16_t* block) {

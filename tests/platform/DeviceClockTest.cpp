@@ -19,7 +19,7 @@ void Deliver(DeviceClock* clock, double fromSeconds, double toSeconds, double dr
     const auto takenUs = static_cast<std::int64_t>(static_cast<double>(frame) / rate * 1e6);
     const std::int64_t arrivalUs = takenUs + lateness(frame / kBlock);
     clock->Observe(frame, kBlock, arrivalUs, 0);
-    clock->Settle(arrivalUs);
+    clock->TryLock(arrivalUs);
   }
 }
 
@@ -29,10 +29,10 @@ std::int64_t Punctual(std::int64_t /*block*/) {
 
 TEST(DeviceClock, IsUnknownUntilThirtyMillisecondsAfterTheFirstBlock) {
   DeviceClock clock;
-  EXPECT_FALSE(clock.Settle(1'000'000));
+  EXPECT_FALSE(clock.TryLock(1'000'000));
   clock.Observe(480, kBlock, 2'000'000, 0);
-  EXPECT_FALSE(clock.Settle(2'029'999));
-  EXPECT_TRUE(clock.Settle(2'030'000));
+  EXPECT_FALSE(clock.TryLock(2'029'999));
+  EXPECT_TRUE(clock.TryLock(2'030'000));
   EXPECT_NEAR(clock.TimeOf(480), 2'000'000, 0.01);
   EXPECT_NEAR(clock.TimeOf(960), 2'010'000, 0.01);
   EXPECT_NEAR(clock.FrameAt(2'020'000), 1440, 0.01);
@@ -63,15 +63,15 @@ TEST(DeviceClock, IsNotMovedByLateBlocks) {
   DeviceClock clock;
   Deliver(&clock, 0, 60, 0, [](std::int64_t block) { return block % 8 == 0 ? 0 : 20'000; });
   EXPECT_NEAR(clock.TimeOf(60 * 48000), 60e6, 100);
-  EXPECT_FALSE(clock.TakeJump());
+  EXPECT_FALSE(clock.TakeDiscontinuity());
 }
 
 TEST(DeviceClock, JumpsWhenAllBlocksAreShifted) {
   DeviceClock clock;
   Deliver(&clock, 0, 10, 0, Punctual);
   Deliver(&clock, 10, 12, 0, [](std::int64_t) { return 40'000; });
-  EXPECT_TRUE(clock.TakeJump());
-  EXPECT_FALSE(clock.TakeJump());
+  EXPECT_TRUE(clock.TakeDiscontinuity());
+  EXPECT_FALSE(clock.TakeDiscontinuity());
   EXPECT_NEAR(clock.TimeOf(12 * 48000), 12.04e6, 1);
   EXPECT_NEAR(clock.DriftPpm(), 0, 1);
 }
@@ -80,10 +80,10 @@ TEST(DeviceClock, FindsItsPlaceAnewAfterASilence) {
   DeviceClock clock;
   Deliver(&clock, 0, 60, 100, Punctual);
   const double drift = clock.DriftPpm();
-  clock.Unsettle();
-  EXPECT_FALSE(clock.Settle(100'000'000));
+  clock.LoseLock();
+  EXPECT_FALSE(clock.TryLock(100'000'000));
   clock.Observe(3'000'000, kBlock, 100'000'000, 0);
-  EXPECT_TRUE(clock.Settle(100'030'000));
+  EXPECT_TRUE(clock.TryLock(100'030'000));
   EXPECT_NEAR(clock.TimeOf(3'000'000), 100e6, 1);
   EXPECT_EQ(clock.DriftPpm(), drift);
 }
@@ -91,7 +91,7 @@ TEST(DeviceClock, FindsItsPlaceAnewAfterASilence) {
 TEST(DeviceClock, KeepsItsLineOverAPauseThatLostNothing) {
   DeviceClock clock;
   Deliver(&clock, 0, 60, 0, Punctual);
-  clock.Unsettle();
+  clock.LoseLock();
   Deliver(&clock, 60, 60.1, 0, [](std::int64_t) { return 5'000; });
   EXPECT_NEAR(clock.TimeOf(60 * 48000), 60e6, 1);
 }
@@ -99,8 +99,8 @@ TEST(DeviceClock, KeepsItsLineOverAPauseThatLostNothing) {
 TEST(DeviceClock, ForgetsAll) {
   DeviceClock clock;
   Deliver(&clock, 0, 60, 300, Punctual);
-  clock.Forget();
-  EXPECT_FALSE(clock.Settle(1'000'000'000));
+  clock.Reset();
+  EXPECT_FALSE(clock.TryLock(1'000'000'000));
   EXPECT_EQ(clock.DriftPpm(), 0);
   EXPECT_EQ(clock.UsualAgeUs(), 0);
 }
@@ -108,7 +108,7 @@ TEST(DeviceClock, ForgetsAll) {
 TEST(DeviceClock, CountsFromTheMomentOfTakingAndNotOfArrival) {
   DeviceClock clock;
   clock.Observe(480, kBlock, 2'000'000, 150'000);
-  ASSERT_TRUE(clock.Settle(2'030'000));
+  ASSERT_TRUE(clock.TryLock(2'030'000));
   EXPECT_NEAR(clock.TimeOf(480), 2'150'000, 0.01);
 }
 

@@ -28,7 +28,7 @@ class SimulatedSound {
                                                                        const std::int16_t*) {};
   double driftPpm = 0;
   int deviceBlock = kBlock;
-  std::int64_t leadUs = 0;
+  std::int64_t captureOffsetUs = 0;
   bool deviceRuns = true;
   // Time between two polls of the reader.
   std::int64_t pollUs = 10'000;
@@ -71,7 +71,7 @@ inline void SimulatedSound::RunDevice() {
     Block block;
     block.samples.reserve(static_cast<std::size_t>(deviceBlock) * 2);
     for (int i = 0; i < deviceBlock; ++i) {
-      const double value = signal(m_takenUs + i * frameUs + static_cast<double>(leadUs));
+      const double value = signal(m_takenUs + i * frameUs + static_cast<double>(captureOffsetUs));
       // Rounded as lround does, at a fraction of its price.
       const auto sample = static_cast<std::int16_t>(value * 32767 + (value < 0 ? -0.5 : 0.5));
       block.samples.push_back(sample);
@@ -86,7 +86,7 @@ inline void SimulatedSound::RunDevice() {
   while (!m_underWay.empty() && m_underWay.front().arrivalUs <= Now()) {
     const Block& block = m_underWay.front();
     m_sound.Put(block.samples.data(), deviceBlock,
-                kOpenUs + static_cast<std::int64_t>(block.arrivalUs), leadUs);
+                kOpenUs + static_cast<std::int64_t>(block.arrivalUs), captureOffsetUs);
     m_underWay.pop_front();
   }
 }

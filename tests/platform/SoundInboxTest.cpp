@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/LeadEstimate.h"
+#include "platform/linux/CaptureOffsetEstimate.h"
 
 namespace platform {
 namespace {
@@ -38,8 +38,8 @@ TEST(SoundInbox, ThrowsAwayAndBeginsAnewWhenNobodyTakes) {
   EXPECT_EQ(blocks.back().arrivalUs, 99);
 }
 
-TEST(LeadEstimate, IsTheMedianOfTheLastNine) {
-  LeadEstimate lead;
+TEST(CaptureOffsetEstimate, IsTheMedianOfTheLastNine) {
+  CaptureOffsetEstimate lead;
   EXPECT_FALSE(lead.Known());
   EXPECT_EQ(lead.Us(), 0);
   lead.Add(8'000);
@@ -55,13 +55,13 @@ TEST(LeadEstimate, IsTheMedianOfTheLastNine) {
   EXPECT_EQ(lead.Us(), 20'000);
 }
 
-TEST(LeadEstimate, StaysWithinHalfASecond) {
-  LeadEstimate lead;
+TEST(CaptureOffsetEstimate, StaysWithinHalfASecond) {
+  CaptureOffsetEstimate lead;
   lead.Add(90'000'000);
-  EXPECT_EQ(lead.Us(), LeadEstimate::kMaxUs);
-  LeadEstimate behind;
+  EXPECT_EQ(lead.Us(), CaptureOffsetEstimate::kMaxUs);
+  CaptureOffsetEstimate behind;
   behind.Add(-90'000'000);
-  EXPECT_EQ(behind.Us(), -LeadEstimate::kMaxUs);
+  EXPECT_EQ(behind.Us(), -CaptureOffsetEstimate::kMaxUs);
 }
 
 }  // namespace

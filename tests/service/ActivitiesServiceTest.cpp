@@ -49,7 +49,7 @@ class ActivitiesServiceTest : public ::testing::Test {
 
   // Every third has no cover.
   void AddActivities(int count) {
-    ASSERT_EQ(rig.store->Together([&] {
+    ASSERT_EQ(rig.store->Transaction([&] {
       for (int i = 0; i < count; ++i) {
         service::Activity activity;
         activity.id = QString::fromStdString(service::NewId());

@@ -432,7 +432,7 @@ TEST_F(ApiTest, OtherPathsAndMethodsHaveAnErrorStatus) {
 TEST_F(ApiTest, ADatabaseThatFailsIsUnavailableAndNotARefusal) {
   rig.AddAccount("user");
   const std::string token = Token("user");
-  rig.store->Together([&] {
+  rig.store->Transaction([&] {
     QString error;
     const auto other = service::Store::Open(rig.Database(), &error);
     Api busy(other.get(), shared.get());
@@ -450,7 +450,7 @@ TEST_F(ApiTest, ADatabaseThatFailsIsUnavailableAndNotARefusal) {
 
 TEST_F(ApiTest, TheNewcomersAccountIsMadeOnce) {
   QString password;
-  ASSERT_EQ(service::MakeNewcomersAccount(rig.store.get(), 1, &password), Outcome::Done);
+  ASSERT_EQ(service::CreateDemoAccount(rig.store.get(), 1, &password), Outcome::Done);
   EXPECT_FALSE(password.isEmpty());
   QList<Activity> list;
   ASSERT_EQ(rig.store->ListActivities(&list), Outcome::Done);
@@ -458,9 +458,9 @@ TEST_F(ApiTest, TheNewcomersAccountIsMadeOnce) {
   EXPECT_EQ(Code(Login("demo", password.toStdString())), 0);
   Refused(Login("demo", password.toStdString(), "10.0.0.1"), service::kLoopbackOnly);
   QString again;
-  EXPECT_EQ(service::MakeNewcomersAccount(rig.store.get(), 2, &again), Outcome::Done);
+  EXPECT_EQ(service::CreateDemoAccount(rig.store.get(), 2, &again), Outcome::Done);
   EXPECT_TRUE(again.isEmpty());
   ASSERT_EQ(rig.store->RemoveAccount(QStringLiteral("demo")), Outcome::Done);
-  EXPECT_EQ(service::MakeNewcomersAccount(rig.store.get(), 3, &again), Outcome::Done);
+  EXPECT_EQ(service::CreateDemoAccount(rig.store.get(), 3, &again), Outcome::Done);
   EXPECT_TRUE(again.isEmpty()) << "an account that was removed does not come back";
 }

@@ -82,7 +82,7 @@ class IngestTest : public ::testing::Test {
   }
   std::int64_t Heard() {
     std::int64_t heard = -1;
-    rig.store->PublishingHeard(activity.id, &heard);
+    rig.store->LastPublishUpdate(activity.id, &heard);
     return heard;
   }
   // The names of all files below the ingest's folders, one a line.

@@ -352,7 +352,7 @@ TEST_F(StoreTest, OnlyTheBroadcastThatIsMeantIsEnded) {
 }
 
 TEST_F(StoreTest, ChangesTogetherAreMadeWholeOrNotAtAll) {
-  const Outcome outcome = rig.store->Together([&] {
+  const Outcome outcome = rig.store->Transaction([&] {
     EXPECT_EQ(rig.store->AddAccount(NewAccount(QStringLiteral("half"))), Outcome::Done);
     return Outcome::Failed;
   });
@@ -434,7 +434,7 @@ TEST_F(StoreTest, AWriteThatTheDatabaseRefusesFailsAndReadsGoOn) {
 
 TEST_F(StoreTest, ConnectionsThatComeAndGoTakeNoLocksFromOthers) {
   // A second connection of this process, opened and closed while the first one is in a transaction.
-  const Outcome outcome = rig.store->Together([&] {
+  const Outcome outcome = rig.store->Transaction([&] {
     const Outcome added = rig.store->AddAccount(NewAccount(QStringLiteral("first")));
     QString error;
     Store::Open(rig.Database(), &error).reset();

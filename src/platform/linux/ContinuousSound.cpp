@@ -26,14 +26,14 @@ constexpr int kMaxQueueFrames = 2 * ContinuousSound::kRate;
 ContinuousSound::ContinuousSound(std::int64_t openUs) : m_originUs(openUs), m_lastTakeUs(openUs) {}
 
 void ContinuousSound::Put(const std::int16_t* samples, int frames, std::int64_t arrivalUs,
-                          std::int64_t leadUs) {
+                          std::int64_t captureOffsetUs) {
   m_queue.Append(samples, frames);
   if (m_queue.Frames() > kMaxQueueFrames) {
     DropFront(m_queue.Frames() - kMaxQueueFrames);
     m_realign = true;
   }
-  m_clock.Observe(m_frontFrame + m_queue.Frames(), frames, arrivalUs, leadUs);
-  if (m_clock.TakeJump()) {
+  m_clock.Observe(m_frontFrame + m_queue.Frames(), frames, arrivalUs, captureOffsetUs);
+  if (m_clock.TakeDiscontinuity()) {
     m_realign = true;
   }
   LengthenHold();
@@ -49,7 +49,7 @@ void ContinuousSound::LengthenHold() {
 
 void ContinuousSound::NewDevice() {
   Cut();
-  m_clock.Forget();
+  m_clock.Reset();
   m_holdUs = kHoldUs;
 }
 
@@ -93,7 +93,7 @@ void ContinuousSound::Fill(std::int64_t nowUs, std::int16_t* block) {
 
 // How many of the next room frames stay silent; when it is fewer than room, the sound has begun.
 int ContinuousSound::FramesUntilSound(std::int64_t nowUs, std::int64_t frame, int room) {
-  if (!m_clock.Settle(nowUs)) {
+  if (!m_clock.TryLock(nowUs)) {
     return room;
   }
   const double takenUs = SlotUs(frame) - static_cast<double>(m_holdUs);
@@ -181,7 +181,7 @@ void ContinuousSound::Cut() {
 // The device stopped, or the machine did: where it goes on is to be found out.
 void ContinuousSound::FallSilent() {
   m_phase = Phase::Silent;
-  m_clock.Unsettle();
+  m_clock.LoseLock();
   DropFront(m_queue.Frames());
 }
 

@@ -44,8 +44,9 @@ class ContinuousSound {
 
   explicit ContinuousSound(std::int64_t openUs);
 
-  // A block that arrived at that time; leadUs as in DeviceClock.
-  void Put(const std::int16_t* samples, int frames, std::int64_t arrivalUs, std::int64_t leadUs);
+  // A block that arrived at that time; captureOffsetUs as in DeviceClock.
+  void Put(const std::int16_t* samples, int frames, std::int64_t arrivalUs,
+           std::int64_t captureOffsetUs);
   // What is put from now on comes from another device, or from the same one connected anew.
   void NewDevice();
   // Fills block (kBlockFrames frames) if it is due. To be called again at once after true.

@@ -12,7 +12,8 @@ namespace {
 constexpr double kNominalPeriodUs = 1e6 / kSoundRate;
 // Three or more blocks of 10 ms: one of them was punctual.
 constexpr std::int64_t kSettleUs = 30'000;
-// Within it a line found anew is the old one, seen through the unpunctuality of the few blocks.
+// A line found anew so close to the old one means that the device never stopped: the rest is jitter
+// of the few blocks' arrivals.
 constexpr double kSameLineUs = 10'000;
 constexpr std::int64_t kErrorsUs = 500'000;
 constexpr std::int64_t kAgesUs = 2'000'000;
@@ -47,10 +48,10 @@ double DeviceClock::FrameAt(double timeUs) const {
 }
 
 void DeviceClock::Observe(std::int64_t endFrame, int frames, std::int64_t arrivalUs,
-                          std::int64_t leadUs) {
+                          std::int64_t captureOffsetUs) {
   const auto end = static_cast<double>(endFrame);
-  const auto takenUs = static_cast<double>(arrivalUs + leadUs);
-  ObserveAge(frames, arrivalUs, leadUs);
+  const auto takenUs = static_cast<double>(arrivalUs + captureOffsetUs);
+  ObserveAge(frames, arrivalUs, captureOffsetUs);
   if (!m_settled) {
     ObserveUnsettled(end, takenUs, arrivalUs);
     return;
@@ -67,11 +68,11 @@ void DeviceClock::Observe(std::int64_t endFrame, int frames, std::int64_t arriva
   }
 }
 
-void DeviceClock::ObserveAge(int frames, std::int64_t arrivalUs, std::int64_t leadUs) {
+void DeviceClock::ObserveAge(int frames, std::int64_t arrivalUs, std::int64_t captureOffsetUs) {
   if (m_agesUs.empty()) {
     m_agesStartUs = arrivalUs;
   }
-  m_agesUs.push_back(frames * PeriodUs() - static_cast<double>(leadUs));
+  m_agesUs.push_back(frames * PeriodUs() - static_cast<double>(captureOffsetUs));
   if (arrivalUs - m_agesStartUs >= kAgesUs && m_agesUs.size() >= kLeastBlocks) {
     m_usualAgeUs = Quantile(m_agesUs, 0.5);
     m_agesUs.clear();
@@ -103,7 +104,7 @@ void DeviceClock::EvaluateErrors() {
   m_driftPpm = std::clamp(m_driftPpm, -kMaxDriftPpm, kMaxDriftPpm);
 }
 
-bool DeviceClock::Settle(std::int64_t nowUs) {
+bool DeviceClock::TryLock(std::int64_t nowUs) {
   if (m_settled || !m_hasCandidate || nowUs - m_settleStartUs < kSettleUs) {
     return m_settled;
   }
@@ -117,18 +118,18 @@ bool DeviceClock::Settle(std::int64_t nowUs) {
   return true;
 }
 
-void DeviceClock::Unsettle() {
+void DeviceClock::LoseLock() {
   m_settled = false;
   m_hasCandidate = false;
   m_jumped = false;
   m_errorsUs.clear();
 }
 
-void DeviceClock::Forget() {
+void DeviceClock::Reset() {
   *this = DeviceClock();
 }
 
-bool DeviceClock::TakeJump() {
+bool DeviceClock::TakeDiscontinuity() {
   const bool jumped = m_jumped;
   m_jumped = false;
   return jumped;

@@ -20,17 +20,19 @@ namespace platform {
 
 class DeviceClock {
  public:
-  // A block ending before frame endFrame arrived. leadUs: by how much its end was taken later than
-  // it arrived (what a loudspeaker has yet to play), negative for a device that holds sound back.
-  void Observe(std::int64_t endFrame, int frames, std::int64_t arrivalUs, std::int64_t leadUs);
+  // A block ending before frame endFrame arrived. captureOffsetUs: by how much its end was taken
+  // later than it arrived (what a loudspeaker has yet to play), negative for a device that holds
+  // sound back.
+  void Observe(std::int64_t endFrame, int frames, std::int64_t arrivalUs,
+               std::int64_t captureOffsetUs);
 
   // The device fell silent: the next blocks tell where it is.
-  void Unsettle();
+  void LoseLock();
   // Another device: nothing known holds any longer.
-  void Forget();
+  void Reset();
 
   // Whether the line is known; it may become so by the passing of time.
-  bool Settle(std::int64_t nowUs);
+  bool TryLock(std::int64_t nowUs);
   // The two directions of the line; only while settled.
   double TimeOf(double frame) const;
   double FrameAt(double timeUs) const;
@@ -38,14 +40,14 @@ class DeviceClock {
   double DriftPpm() const { return m_driftPpm; }
 
   // True once after the line has jumped.
-  bool TakeJump();
+  bool TakeDiscontinuity();
   // Age of a block's first frame at the block's arrival, as is usual for this device; 0 until
   // known.
   double UsualAgeUs() const { return m_usualAgeUs; }
 
  private:
   double PeriodUs() const;
-  void ObserveAge(int frames, std::int64_t arrivalUs, std::int64_t leadUs);
+  void ObserveAge(int frames, std::int64_t arrivalUs, std::int64_t captureOffsetUs);
   void ObserveUnsettled(double end, double takenUs, std::int64_t arrivalUs);
   void EvaluateErrors();
 

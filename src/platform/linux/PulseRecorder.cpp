@@ -20,11 +20,13 @@ namespace {
 constexpr int kTurnMs = 100;
 constexpr std::int64_t kRetryUs = 500'000;
 constexpr std::int64_t kTimingUs = 100'000;
-// Blocks held back for the first word on the lead: 30 ms, of the 73 that there are.
+// Up to so many blocks (30 ms of the 73 that sound is held) wait for the server's first timing
+// report.
 constexpr std::size_t kHeldBlocks = 3;
 constexpr int kFrameBytes = ContinuousSound::kChannels * static_cast<int>(sizeof(std::int16_t));
 constexpr std::uint32_t kFragmentBytes = ContinuousSound::kBlockFrames * kFrameBytes;
-// Beyond these the server's count and ours belong to different moments.
+// A timing report outside these bounds describes another moment than our last block, and is
+// ignored.
 constexpr std::int64_t kMaxFramesBetween = ContinuousSound::kRate / 5;
 constexpr std::int64_t kMaxArrivalAgeUs = 100'000;
 constexpr std::int64_t kMaxTransportUs = 50'000;
@@ -227,7 +229,7 @@ void PulseRecorder::Attach(const std::string& source) {
   m_isNewDevice = true;
   m_framesHeard = 0;
   m_held.clear();
-  m_lead = LeadEstimate();
+  m_lead = CaptureOffsetEstimate();
   m_timingAsked = false;
   pa_stream_set_read_callback(m_stream, OnReadable, this);
   pa_buffer_attr buffer{};
@@ -254,7 +256,7 @@ void PulseRecorder::OnReadable(pa_stream* /*stream*/, std::size_t /*bytes*/, voi
   static_cast<PulseRecorder*>(self)->ReadAll();
 }
 
-// All that is there becomes one block: only its end is as fresh as its arrival.
+// One block for everything readable: the arrival time is that of its last sample.
 void PulseRecorder::ReadAll() {
   SoundBlock block;
   block.arrivalUs = MonotonicUs();
@@ -284,7 +286,7 @@ void PulseRecorder::ReadAll() {
 
 void PulseRecorder::FlushHeld() {
   for (SoundBlock& block : m_held) {
-    block.leadUs = m_lead.Us();
+    block.captureOffsetUs = m_lead.Us();
     m_inbox->Put(std::move(block));
   }
   m_held.clear();

@@ -24,7 +24,7 @@
 #include <vector>
 
 #include "platform/Lock.h"
-#include "platform/linux/LeadEstimate.h"
+#include "platform/linux/CaptureOffsetEstimate.h"
 #include "platform/linux/PulseConnection.h"
 #include "platform/linux/SoundInbox.h"
 
@@ -108,7 +108,7 @@ class PulseRecorder {
   std::int64_t m_framesHeard = 0;
   std::int64_t m_lastArrivalUs = 0;
   std::vector<SoundBlock> m_held;  // until the lead is known
-  LeadEstimate m_lead;
+  CaptureOffsetEstimate m_lead;
   bool m_timingAsked = false;
   std::int64_t m_timingDueUs = 0;
 };

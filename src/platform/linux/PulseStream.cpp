@@ -73,7 +73,7 @@ int PulseStream::Read(AVPacket* packet) {
       m_sound->NewDevice();
     }
     const auto frames = static_cast<int>(block.samples.size() / ContinuousSound::kChannels);
-    m_sound->Put(block.samples.data(), frames, block.arrivalUs, block.leadUs);
+    m_sound->Put(block.samples.data(), frames, block.arrivalUs, block.captureOffsetUs);
   }
   std::int16_t samples[ContinuousSound::kBlockFrames * ContinuousSound::kChannels];
   const std::int64_t firstFrame = m_sound->FramesTaken();

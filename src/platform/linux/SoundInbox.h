@@ -18,8 +18,8 @@ namespace platform {
 struct SoundBlock {
   std::vector<std::int16_t> samples;  // stereo
   std::int64_t arrivalUs = 0;
-  std::int64_t leadUs = 0;  // as in DeviceClock
-  bool newDevice = false;   // it does not continue the block before
+  std::int64_t captureOffsetUs = 0;  // as in DeviceClock
+  bool newDevice = false;            // it does not continue the block before
 };
 
 class SoundInbox {

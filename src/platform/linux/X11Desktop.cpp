@@ -10,7 +10,7 @@
 
 #include "platform/Lock.h"
 #include "platform/linux/AvInputStream.h"
-#include "platform/linux/GrabPace.h"
+#include "platform/linux/CatchUpFilter.h"
 
 extern "C" {
 #include <libavutil/time.h>
@@ -89,7 +89,7 @@ bool HandOver(Desktop* desktop, Packet picture, int error) {
 }
 
 void ReadPictures(Desktop* desktop, AVFormatContext* input) {
-  GrabPace pace;
+  CatchUpFilter pace;
   for (;;) {
     Packet picture(av_packet_alloc());
     const int result = picture ? av_read_frame(input, picture.get()) : AVERROR(ENOMEM);

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "platform/PreviewTarget.h"
-#include "platform/linux/XcbLink.h"
+#include "platform/linux/XcbConnection.h"
 
 extern "C" {
 #include <libavutil/log.h>
@@ -47,7 +47,7 @@ class X11PreviewTarget : public PreviewTarget {
     if (m_link->Broken()) {
       return Answer::kDisconnected;
     }
-    if (!m_link->Answering()) {
+    if (!m_link->IsResponsive()) {
       return Answer::kSilent;
     }
     const auto request = xcb_get_geometry(m_link->Get(), m_window);
@@ -77,7 +77,7 @@ class X11PreviewTarget : public PreviewTarget {
 
  private:
   std::unique_ptr<XcbAttempt> m_attempt;  // null once it is over
-  std::unique_ptr<XcbLink> m_link;
+  std::unique_ptr<XcbConnection> m_link;
   xcb_window_t m_window;
 };
 

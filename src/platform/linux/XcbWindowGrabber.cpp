@@ -47,7 +47,7 @@ int BitsPerPixel(const xcb_setup_t* setup, int depth) {
 }
 
 // Blue in the lowest byte of four, as every display of 24 or 32 bits on this kind of machine.
-bool Readable(const XcbLink& link, xcb_visualid_t id, int depth) {
+bool Readable(const XcbConnection& link, xcb_visualid_t id, int depth) {
   const xcb_setup_t* setup = xcb_get_setup(link.Get());
   const xcb_visualtype_t* visual = FindVisual(link.Screen(), id);
   return visual != nullptr && visual->red_mask == 0xff0000 && visual->green_mask == 0x00ff00 &&
@@ -86,7 +86,7 @@ void XcbWindowGrabber::Connect(int waitMs) {
     m_attempt.reset();
     m_gone = !m_link || !HasMeans();
   }
-  if (!m_gone && m_link->Answering()) {
+  if (!m_gone && m_link->IsResponsive()) {
     m_link->Allow(kAnswerMs);
     Attach();
   }
@@ -150,7 +150,7 @@ bool XcbWindowGrabber::Ready() {
   if (m_link->Broken()) {
     Lose("the X server is gone");
   }
-  const bool answering = m_link->Answering();
+  const bool answering = m_link->IsResponsive();
   TakeEvents();
   return answering && !m_gone;
 }
@@ -196,9 +196,9 @@ Size XcbWindowGrabber::ClientSize() {
 
 bool XcbWindowGrabber::IsMinimised() {
   if (Ready()) {
-    const Showing showing = TakeShowing(*m_link, AskShowing(*m_link, m_window));
-    if (showing != Showing::Unknown) {
-      m_minimised = showing == Showing::No;
+    const Visibility showing = TakeShowing(*m_link, AskShowing(*m_link, m_window));
+    if (showing != Visibility::kUnknown) {
+      m_minimised = showing == Visibility::kHidden;
     }
   }
   return !m_gone && m_minimised;

@@ -23,7 +23,7 @@
 
 #include "platform/WindowSystem.h"
 #include "platform/linux/SharedBlock.h"
-#include "platform/linux/XcbLink.h"
+#include "platform/linux/XcbConnection.h"
 
 namespace platform {
 
@@ -62,7 +62,7 @@ class XcbWindowGrabber : public WindowGrabber {
   std::size_t PictureBytes() const;
 
   std::unique_ptr<XcbAttempt> m_attempt;  // null once it is over
-  std::unique_ptr<XcbLink> m_link;        // null before
+  std::unique_ptr<XcbConnection> m_link;  // null before
   xcb_window_t m_window;
   xcb_pixmap_t m_pixmap = 0;  // named for the length of one grab
   xcb_shm_seg_t m_segment = 0;

@@ -7,14 +7,14 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/linux/XcbLink.h"
+#include "platform/linux/XcbConnection.h"
 
 namespace platform {
 
-enum class Showing {
-  Unknown,  // no such window, or no answer
-  Yes,
-  No,  // unmapped, inside something unmapped, or put away by the window manager
+enum class Visibility {
+  kUnknown,  // no such window, or no answer
+  kVisible,
+  kHidden,  // unmapped, inside something unmapped, or put away by the window manager
 };
 
 // The questions of one window, on their way; asked for many windows before the first answer is
@@ -24,12 +24,13 @@ struct ShowingRequest {
   xcb_get_property_cookie_t legacyState;
   xcb_get_property_cookie_t state;
 };
-ShowingRequest AskShowing(const XcbLink& link, xcb_window_t window);
-Showing TakeShowing(XcbLink& link, const ShowingRequest& request);
+ShowingRequest AskShowing(const XcbConnection& link, xcb_window_t window);
+Visibility TakeShowing(XcbConnection& link, const ShowingRequest& request);
 
 // A property made of 32-bit values; empty when it is none.
-xcb_get_property_cookie_t AskValues(const XcbLink& link, xcb_window_t window, xcb_atom_t property);
-std::vector<std::uint32_t> TakeValues(XcbLink& link, xcb_get_property_cookie_t request);
+xcb_get_property_cookie_t AskValues(const XcbConnection& link, xcb_window_t window,
+                                    xcb_atom_t property);
+std::vector<std::uint32_t> TakeValues(XcbConnection& link, xcb_get_property_cookie_t request);
 
 }  // namespace platform
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "platform/linux/WindowTitle.h"
-#include "platform/linux/XcbLink.h"
+#include "platform/linux/XcbConnection.h"
 #include "platform/linux/XcbWindowGrabber.h"
 #include "platform/linux/XcbWindowState.h"
 
@@ -19,7 +19,7 @@ constexpr std::uint32_t kLongestTitle = 16384;
 
 // The check window that a living manager keeps, which names itself; a manager that died leaves its
 // list on the root window, and the window goes with it.
-bool ManagerLives(XcbLink& link) {
+bool ManagerLives(XcbConnection& link) {
   const xcb_atom_t check = link.Atoms().managerCheck;
   const std::vector<std::uint32_t> named =
       TakeValues(link, AskValues(link, link.Screen()->root, check));
@@ -30,7 +30,7 @@ bool ManagerLives(XcbLink& link) {
   return !itself.empty() && itself.front() == named.front();
 }
 
-std::vector<xcb_window_t> Children(XcbLink& link) {
+std::vector<xcb_window_t> Children(XcbConnection& link) {
   const auto tree =
       link.Take<xcb_query_tree_reply_t>(xcb_query_tree(link.Get(), link.Screen()->root).sequence);
   if (!tree) {
@@ -40,13 +40,13 @@ std::vector<xcb_window_t> Children(XcbLink& link) {
   return {first, first + xcb_query_tree_children_length(tree.get())};
 }
 
-std::vector<xcb_window_t> Candidates(XcbLink& link) {
+std::vector<xcb_window_t> Candidates(XcbConnection& link) {
   return ManagerLives(link)
              ? TakeValues(link, AskValues(link, link.Screen()->root, link.Atoms().clientList))
              : Children(link);
 }
 
-std::string TakeTitle(XcbLink& link, xcb_get_property_cookie_t request) {
+std::string TakeTitle(XcbConnection& link, xcb_get_property_cookie_t request) {
   const auto property = link.Take<xcb_get_property_reply_t>(request.sequence);
   if (!property || property->format != 8) {
     return "";
@@ -68,7 +68,7 @@ struct Questions {
   xcb_get_property_cookie_t legacyName;
 };
 
-Questions Ask(const XcbLink& link, xcb_window_t window) {
+Questions Ask(const XcbConnection& link, xcb_window_t window) {
   return {
       window, AskShowing(link, window),
       xcb_get_property(link.Get(), 0, window, link.Atoms().name, link.Atoms().utf8, 0,
@@ -79,7 +79,7 @@ Questions Ask(const XcbLink& link, xcb_window_t window) {
 }  // namespace
 
 std::vector<WindowInfo> XcbWindowSystem::List() {
-  const std::unique_ptr<XcbLink> link = XcbLink::Connect(kListMs, kListMs);
+  const std::unique_ptr<XcbConnection> link = XcbConnection::Connect(kListMs, kListMs);
   if (!link) {
     return {};
   }
@@ -89,13 +89,13 @@ std::vector<WindowInfo> XcbWindowSystem::List() {
   }
   std::vector<WindowInfo> windows;
   for (const Questions& questions : asked) {
-    const Showing showing = TakeShowing(*link, questions.showing);
+    const Visibility showing = TakeShowing(*link, questions.showing);
     std::string title = TakeTitle(*link, questions.name);
     std::string legacyTitle = TakeTitle(*link, questions.legacyName);
     if (title.empty()) {
       title.swap(legacyTitle);
     }
-    if (showing == Showing::Yes && !title.empty()) {
+    if (showing == Visibility::kVisible && !title.empty()) {
       windows.push_back({questions.window, std::move(title)});
     }
   }

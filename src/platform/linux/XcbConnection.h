@@ -3,16 +3,16 @@
 // The ordinary calls of an X library wait for their answer for as long as it takes; a worker that
 // asks a server which has stopped would never come back. Here every answer is waited for up to the
 // limit given to Connect. When one is late, no further request goes out before it has come
-// (Answering), so a frozen server costs one limit and then nothing, and the connection goes on
+// (IsResponsive), so a frozen server costs one limit and then nothing, and the connection goes on
 // where it was once the server is back. That an answer is late tells nothing: only an error, which
 // Take tells apart, is a no.
 //
-// Errors that answer requests without reply are events, which Answering and Take consume. A server
-// that dies breaks the connection, for good; it ends nothing else.
+// Errors that answer requests without reply are events, which IsResponsive and Take consume. A
+// server that dies breaks the connection, for good; it ends nothing else.
 //
 // Threads: one thread at a time.
-#ifndef ORVANE_PLATFORM_LINUX_XCBLINK_H
-#define ORVANE_PLATFORM_LINUX_XCBLINK_H
+#ifndef ORVANE_PLATFORM_LINUX_XCBCONNECTION_H
+#define ORVANE_PLATFORM_LINUX_XCBCONNECTION_H
 
 #include <xcb/xcb.h>
 
@@ -41,16 +41,16 @@ struct XcbAtoms {
   xcb_atom_t hidden = XCB_ATOM_NONE;
 };
 
-class XcbLink {
+class XcbConnection {
  public:
   // To the display that the environment names. Null, with a line in the log, when there is none or
   // when it has not let this process in within connectMs. Each later answer is waited for up to
   // answerMs. Whoever would wait on takes an XcbAttempt instead.
-  static std::unique_ptr<XcbLink> Connect(int connectMs, int answerMs);
-  ~XcbLink();
+  static std::unique_ptr<XcbConnection> Connect(int connectMs, int answerMs);
+  ~XcbConnection();
 
-  XcbLink(const XcbLink&) = delete;
-  XcbLink& operator=(const XcbLink&) = delete;
+  XcbConnection(const XcbConnection&) = delete;
+  XcbConnection& operator=(const XcbConnection&) = delete;
 
   xcb_connection_t* Get() const { return m_connection; }
   const xcb_screen_t* Screen() const { return m_screen; }
@@ -63,7 +63,7 @@ class XcbLink {
   // The server is gone.
   bool Broken() const;
   // False while it is gone or an answer is overdue: then send nothing.
-  bool Answering();
+  bool IsResponsive();
   // The answer to a request just sent; null when that is an error, which *refused tells, is late or
   // will never come.
   template <typename T>
@@ -79,8 +79,8 @@ class XcbLink {
  private:
   friend class XcbAttempt;
 
-  XcbLink(xcb_connection_t* connection, int screen, int answerMs);
-  static std::unique_ptr<XcbLink> Establish(const std::string& display, int answerMs);
+  XcbConnection(xcb_connection_t* connection, int screen, int answerMs);
+  static std::unique_ptr<XcbConnection> Establish(const std::string& display, int answerMs);
   bool Handshake();
   void* TakeRaw(unsigned int sequence, bool* refused);
   // False when nothing has come in time.
@@ -109,7 +109,7 @@ class XcbAttempt {
   XcbAttempt& operator=(const XcbAttempt&) = delete;
 
   // True once it is over; *link is then the connection, or null, which the log says. Once only.
-  bool Await(int waitMs, std::unique_ptr<XcbLink>* link);
+  bool Await(int waitMs, std::unique_ptr<XcbConnection>* link);
   const std::string& Display() const { return m_display; }
 
  private:

@@ -7,14 +7,14 @@
 // up to 20 ms early or late. What a missing one leaves out, the layer's last picture fills.
 //
 // Pure arithmetic on a monotonic clock in microseconds; for one thread.
-#ifndef ORVANE_PLATFORM_LINUX_GRABPACE_H
-#define ORVANE_PLATFORM_LINUX_GRABPACE_H
+#ifndef ORVANE_PLATFORM_LINUX_CATCHUPFILTER_H
+#define ORVANE_PLATFORM_LINUX_CATCHUPFILTER_H
 
 #include <cstdint>
 
 namespace platform {
 
-class GrabPace {
+class CatchUpFilter {
  public:
   static constexpr std::int64_t kStepUs = 40000;
 

@@ -1,4 +1,4 @@
-#include "platform/linux/XcbLink.h"
+#include "platform/linux/XcbConnection.h"
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -94,7 +94,7 @@ void InternAtoms(xcb_connection_t* connection, XcbAtoms* atoms) {
 
 }  // namespace
 
-XcbLink::XcbLink(xcb_connection_t* connection, int screen, int answerMs)
+XcbConnection::XcbConnection(xcb_connection_t* connection, int screen, int answerMs)
     : m_connection(connection),
       m_answerMs(answerMs),
       m_patienceMs(std::numeric_limits<int>::max()) {
@@ -103,28 +103,28 @@ XcbLink::XcbLink(xcb_connection_t* connection, int screen, int answerMs)
   }
 }
 
-XcbLink::~XcbLink() {
+XcbConnection::~XcbConnection() {
   xcb_disconnect(m_connection);
 }
 
-std::unique_ptr<XcbLink> XcbLink::Connect(int connectMs, int answerMs) {
+std::unique_ptr<XcbConnection> XcbConnection::Connect(int connectMs, int answerMs) {
   XcbAttempt attempt(answerMs);
-  std::unique_ptr<XcbLink> link;
+  std::unique_ptr<XcbConnection> link;
   if (!attempt.Await(connectMs, &link)) {
     av_log(nullptr, AV_LOG_ERROR, "X display \"%s\": does not answer\n", attempt.Display().c_str());
   }
   return link;
 }
 
-std::unique_ptr<XcbLink> XcbLink::Establish(const std::string& display, int answerMs) {
+std::unique_ptr<XcbConnection> XcbConnection::Establish(const std::string& display, int answerMs) {
   int screen = 0;
   // The destructor also disposes of what the library gives for a failed connection.
-  std::unique_ptr<XcbLink> link(
-      new XcbLink(xcb_connect(display.c_str(), &screen), screen, answerMs));
+  std::unique_ptr<XcbConnection> link(
+      new XcbConnection(xcb_connect(display.c_str(), &screen), screen, answerMs));
   return link->Handshake() ? std::move(link) : nullptr;
 }
 
-bool XcbLink::Handshake() {
+bool XcbConnection::Handshake() {
   if (Broken() || m_screen == nullptr) {
     return false;
   }
@@ -134,11 +134,11 @@ bool XcbLink::Handshake() {
   return !Broken();
 }
 
-bool XcbLink::Broken() const {
+bool XcbConnection::Broken() const {
   return xcb_connection_has_error(m_connection) != 0;
 }
 
-bool XcbLink::Answering() {
+bool XcbConnection::IsResponsive() {
   if (Broken()) {
     return false;
   }
@@ -150,11 +150,11 @@ bool XcbLink::Answering() {
   return !m_overdue && !Broken();
 }
 
-XcbReply<xcb_generic_event_t> XcbLink::NextEvent() {
+XcbReply<xcb_generic_event_t> XcbConnection::NextEvent() {
   return XcbReply<xcb_generic_event_t>(xcb_poll_for_event(m_connection));
 }
 
-void* XcbLink::TakeRaw(unsigned int sequence, bool* refused) {
+void* XcbConnection::TakeRaw(unsigned int sequence, bool* refused) {
   void* reply = nullptr;
   if (refused != nullptr) {
     *refused = false;
@@ -174,7 +174,7 @@ void* XcbLink::TakeRaw(unsigned int sequence, bool* refused) {
   return reply;
 }
 
-bool XcbLink::Poll(unsigned int sequence, int timeoutMs, void** reply, bool* refused) {
+bool XcbConnection::Poll(unsigned int sequence, int timeoutMs, void** reply, bool* refused) {
   const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
   xcb_flush(m_connection);
   for (;;) {
@@ -199,7 +199,7 @@ struct XcbAttempt::Shared {
   Mutex mutex;
   Condition changed;
   bool done ORVANE_GUARDED_BY(mutex) = false;
-  std::unique_ptr<XcbLink> link ORVANE_GUARDED_BY(mutex);
+  std::unique_ptr<XcbConnection> link ORVANE_GUARDED_BY(mutex);
 };
 
 XcbAttempt::XcbAttempt(int answerMs) : m_shared(std::make_shared<Shared>()) {
@@ -207,7 +207,7 @@ XcbAttempt::XcbAttempt(int answerMs) : m_shared(std::make_shared<Shared>()) {
   m_display = variable != nullptr ? variable : "";
   try {
     std::thread([shared = m_shared, display = m_display, answerMs] {
-      std::unique_ptr<XcbLink> link = XcbLink::Establish(display, answerMs);
+      std::unique_ptr<XcbConnection> link = XcbConnection::Establish(display, answerMs);
       const Lock lock(shared->mutex);
       shared->link = std::move(link);
       shared->done = true;
@@ -222,7 +222,7 @@ XcbAttempt::XcbAttempt(int answerMs) : m_shared(std::make_shared<Shared>()) {
 
 XcbAttempt::~XcbAttempt() = default;
 
-bool XcbAttempt::Await(int waitMs, std::unique_ptr<XcbLink>* link) {
+bool XcbAttempt::Await(int waitMs, std::unique_ptr<XcbConnection>* link) {
   const Lock lock(m_shared->mutex);
   if (!m_shared->changed.WaitFor(m_shared->mutex, std::chrono::milliseconds(waitMs),
                                  [this]()

@@ -1,8 +1,8 @@
 // Compressed packets that wait for room to be decoded, first in first out, with their memory
 // counted: what they hold, and what each costs beside it, which is more where packets are small.
 // Owned by the queue until TakeFirst. One thread uses it.
-#ifndef ORVANE_SOURCES_KEPTPACKETS_H
-#define ORVANE_SOURCES_KEPTPACKETS_H
+#ifndef ORVANE_SOURCES_DEFERREDPACKETS_H
+#define ORVANE_SOURCES_DEFERREDPACKETS_H
 
 #include <cstdint>
 #include <deque>
@@ -13,16 +13,16 @@ extern "C" {
 
 namespace sources {
 
-class KeptPackets {
+class DeferredPackets {
  public:
   // A packet, its buffer with the padding, their bookkeeping and the allocator's.
   static constexpr std::int64_t kBytesBeside = 400;
 
-  KeptPackets() = default;
-  ~KeptPackets() { Clear(); }
+  DeferredPackets() = default;
+  ~DeferredPackets() { Clear(); }
 
-  KeptPackets(const KeptPackets&) = delete;
-  KeptPackets& operator=(const KeptPackets&) = delete;
+  DeferredPackets(const DeferredPackets&) = delete;
+  DeferredPackets& operator=(const DeferredPackets&) = delete;
 
   // Moves what packet refers to in; packet is empty afterwards. False when there is no memory.
   bool Keep(AVPacket* packet) {

@@ -1,4 +1,4 @@
-#include "sources/KeptPackets.h"
+#include "sources/DeferredPackets.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-using sources::KeptPackets;
+using sources::DeferredPackets;
 
 AVPacket* NewPacket(int bytes, std::int64_t pts) {
   AVPacket* packet = av_packet_alloc();
@@ -15,15 +15,15 @@ AVPacket* NewPacket(int bytes, std::int64_t pts) {
   return packet;
 }
 
-TEST(KeptPackets, GivesThemBackInOrderAndCountsWhatTheyTake) {
-  KeptPackets kept;
+TEST(DeferredPackets, GivesThemBackInOrderAndCountsWhatTheyTake) {
+  DeferredPackets kept;
   for (int i = 0; i < 3; ++i) {
     ffmpeg::ScopedPacket packet(NewPacket(1000, i));
     ASSERT_TRUE(kept.Keep(packet.Get()));
     EXPECT_EQ(packet->data, nullptr);
   }
   EXPECT_EQ(kept.Count(), 3);
-  EXPECT_EQ(kept.Bytes(), 3 * (1000 + KeptPackets::kBytesBeside));
+  EXPECT_EQ(kept.Bytes(), 3 * (1000 + DeferredPackets::kBytesBeside));
   for (int i = 0; i < 3; ++i) {
     ffmpeg::ScopedPacket packet(av_packet_alloc());
     kept.TakeFirst(packet.Get());
@@ -35,8 +35,8 @@ TEST(KeptPackets, GivesThemBackInOrderAndCountsWhatTheyTake) {
 }
 
 // A still screen that was recorded: hours of packets of some bytes.
-TEST(KeptPackets, SmallOnesCountForWhatTheyCost) {
-  KeptPackets kept;
+TEST(DeferredPackets, SmallOnesCountForWhatTheyCost) {
+  DeferredPackets kept;
   for (int i = 0; i < 1000; ++i) {
     ffmpeg::ScopedPacket packet(NewPacket(40, i));
     ASSERT_TRUE(kept.Keep(packet.Get()));

@@ -1,4 +1,5 @@
-// By how much the end of a device's blocks was taken later than the blocks arrive.
+// The capture time of a block's last sample minus its time of arrival: the median of the server's
+// last nine reports.
 //
 // Positive for what a loudspeaker has yet to play when its monitor delivers it; negative for a
 // microphone that holds sound back. The server tells it several times a second, with the noise of
@@ -6,8 +7,8 @@
 // second.
 //
 // Pure, one thread. Microseconds.
-#ifndef ORVANE_PLATFORM_LINUX_LEADESTIMATE_H
-#define ORVANE_PLATFORM_LINUX_LEADESTIMATE_H
+#ifndef ORVANE_PLATFORM_LINUX_CAPTUREOFFSETESTIMATE_H
+#define ORVANE_PLATFORM_LINUX_CAPTUREOFFSETESTIMATE_H
 
 #include <algorithm>
 #include <cstddef>
@@ -16,15 +17,15 @@
 
 namespace platform {
 
-class LeadEstimate {
+class CaptureOffsetEstimate {
  public:
   static constexpr std::int64_t kMaxUs = 500'000;
 
-  void Add(std::int64_t leadUs) {
+  void Add(std::int64_t captureOffsetUs) {
     if (m_values.size() == kValues) {
       m_values.erase(m_values.begin());
     }
-    m_values.push_back(std::clamp(leadUs, -kMaxUs, kMaxUs));
+    m_values.push_back(std::clamp(captureOffsetUs, -kMaxUs, kMaxUs));
   }
   bool Known() const { return !m_values.empty(); }
   // 0 while unknown.

@@ -9,8 +9,8 @@
 // still holds 25 pictures a second from a source that sends no more.
 //
 // Pure arithmetic on SDL_GetTicks, which may wrap; for one thread.
-#ifndef ORVANE_OUTPUT_PATIENCE_H
-#define ORVANE_OUTPUT_PATIENCE_H
+#ifndef ORVANE_OUTPUT_REPEATHOLDOFF_H
+#define ORVANE_OUTPUT_REPEATHOLDOFF_H
 
 #include <cstdint>
 
@@ -18,12 +18,12 @@
 
 namespace output {
 
-class Patience {
+class RepeatHoldOff {
  public:
   static constexpr std::uint32_t kMostMs = media::kPictureMs;
 
   // Whether to look again later. shortage: there is nothing but what must stay.
-  bool Wait(std::uint32_t now, bool shortage) {
+  bool ShouldWait(std::uint32_t now, bool shortage) {
     if (!shortage) {
       m_waiting = false;
       return false;
