@@ -4,6 +4,7 @@
 #include <libyuv/row.h>
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 extern "C" {
@@ -14,6 +15,16 @@ extern "C" {
 namespace ffmpeg {
 
 namespace {
+
+// A field of a decoded frame as a number: decoders write there what the file says, which may be no
+// enumerator and must then not be read as one.
+template <typename Enumeration>
+int NumberOf(const Enumeration& field) {
+  static_assert(sizeof(Enumeration) == sizeof(int));
+  int number = 0;
+  std::memcpy(&number, &field, sizeof number);
+  return number;
+}
 
 constexpr Weights WeightsFor(int space) {
   switch (space) {
@@ -83,9 +94,9 @@ bool IsFullRange(const AVFrame* frame) {
     return true;
   }
   if (d->nb_components < 3) {
-    return frame->color_range != AVCOL_RANGE_MPEG;
+    return NumberOf(frame->color_range) != AVCOL_RANGE_MPEG;
   }
-  return frame->color_range == AVCOL_RANGE_JPEG;
+  return NumberOf(frame->color_range) == AVCOL_RANGE_JPEG;
 }
 
 AVPixelFormat WithoutRange(int format) {
@@ -106,7 +117,7 @@ AVPixelFormat WithoutRange(int format) {
 }
 
 int SwsSpace(const AVFrame* frame) {
-  switch (frame->colorspace) {
+  switch (NumberOf(frame->colorspace)) {
     case AVCOL_SPC_BT709:
       return SWS_CS_ITU709;
     case AVCOL_SPC_BT2020_NCL:
