@@ -86,11 +86,12 @@ struct Sample {
   long logBytes = 0;
 };
 
-double MedianKb(std::vector<Sample>::const_iterator from, std::vector<Sample>::const_iterator to) {
-  std::vector<double> values;
-  std::transform(from, to, std::back_inserter(values),
-                 [](const Sample& s) { return static_cast<double>(s.program.residentKb); });
-  return support::Median(values);
+// What a moment without load holds: an overload takes memory, and gives it back within a minute.
+double LeastKb(std::vector<Sample>::const_iterator from, std::vector<Sample>::const_iterator to) {
+  const auto least = std::min_element(from, to, [](const Sample& a, const Sample& b) {
+    return a.program.residentKb < b.program.residentKb;
+  });
+  return static_cast<double>(least->program.residentKb);
 }
 
 class Soak : public testing::Test {
@@ -291,13 +292,13 @@ void Soak::JudgeSamples() const {
   });
   ASSERT_GE(m_samples.end() - settled, 5);
   const auto fifth = (m_samples.end() - settled) / 5;
-  const double before = MedianKb(settled, settled + fifth);
-  const double after = MedianKb(m_samples.end() - fifth, m_samples.end());
+  const double before = LeastKb(settled, settled + fifth);
+  const double after = LeastKb(m_samples.end() - fifth, m_samples.end());
   const Sample& first = *settled;
   const Sample& last = m_samples.back();
   const double seconds = last.seconds - first.seconds;
-  std::printf("memory %.0f to %.0f KiB (%+.1f %%), CPU %.3f s/s, log %.0f bytes an hour\n", before,
-              after, 100 * (after / before - 1),
+  std::printf("least memory %.0f to %.0f KiB (%+.1f %%), CPU %.3f s/s, log %.0f bytes an hour\n",
+              before, after, 100 * (after / before - 1),
               (last.program.cpuSeconds - first.program.cpuSeconds) / seconds,
               static_cast<double>(last.logBytes - first.logBytes) * 3600 / seconds);
   EXPECT_LE(after, before * (1 + kMemoryGrowth));
