@@ -1,18 +1,14 @@
 #include "sources/CInputFile.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "media/ffmpeg/Scoped.h"
-#include "sources/UnknownStreams.h"
 #include "support/FakeClock.h"
 #include "support/LogRecord.h"
 #include "support/MediaSamples.h"
@@ -477,105 +473,4 @@ TEST_F(CInputFileTest, ASuspendedMachineDoesNotRushThroughTheFile) {
   EXPECT_LE(player.soundPts.size() - before, 12U) << "200 ms of sound";
   player.Run(3000);
   EXPECT_NEAR(static_cast<double>(player.Samples()), 96000, 4000);
-}
-
-TEST_F(CInputFileTest, FilesWithoutSoundOrWithoutPicturesAreRefusedWithoutAWord) {
-  ClipOptions silent;
-  silent.soundSeconds = 0;
-  ClipOptions blind;
-  blind.frames = 0;
-  const struct {
-    std::string path;
-    const char* cause;
-  } files[] = {{m_samples.Clip("silent.mp4", silent), "it has no sound"},
-               {m_samples.Clip("blind.mp4", blind), "it has no picture"}};
-  for (const auto& file : files) {
-    ASSERT_FALSE(file.path.empty());
-    support::LogRecord log;
-    CInputFile node(file.path);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(node.Start(), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_TRUE(log.HasError(file.path, file.cause));
-    EXPECT_EQ(node.Stop(), 0);
-  }
-}
-
-TEST_F(CInputFileTest, AFileInWhichNothingIsMadeOutIsRefusedWithTheText) {
-  const support::UnknownStreams unknown;
-  support::LogRecord log;
-  CInputFile node(m_samples.Clip("unknown.mp4"));
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(node.Start(), -1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Couldn't find stream information.\n");
-}
-
-TEST_F(CInputFileTest, FilesThatAreNoMediaAreRefusedWithTheText) {
-  support::LogRecord log;
-  const std::string pipe = m_samples.Path("pipe.mp4");
-  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  const std::string files[] = {m_samples.Path("missing.mp4"), m_samples.Write("empty.mp4", ""),
-                               m_samples.Write("text.mp4", std::string(5000, 'x')),
-                               m_samples.Directory(), pipe};
-  for (const std::string& path : files) {
-    CInputFile node(path);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(node.Start(), -1) << path;
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Couldn't open input stream.\n") << path;
-    EXPECT_TRUE(log.HasError("media file \"" + path + "\": ")) << path;
-  }
-}
-
-TEST_F(CInputFileTest, APlayListOrAnAddressOpensNothingElse) {
-  ASSERT_FALSE(m_samples.Clip("target.ts").empty());
-  const std::filesystem::path before = std::filesystem::current_path();
-  std::filesystem::current_path(m_samples.Directory());
-  const std::string list =
-      "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\ntarget.ts\n#EXT-X-ENDLIST\n";
-  EXPECT_EQ(CInputFile(m_samples.Write("list.m3u8", list)).Start(), -1);
-  EXPECT_EQ(
-      CInputFile(m_samples.Write("list.txt", "ffconcat version 1.0\nfile target.ts\n")).Start(),
-      -1);
-  std::filesystem::current_path(before);
-  for (const char* path : {"rtmp://127.0.0.1:9/a", "http://127.0.0.1:9/a.mp4", "concat:a|b"}) {
-    support::LogRecord log;
-    EXPECT_EQ(CInputFile(path).Start(), -1);
-    EXPECT_TRUE(log.HasError(path, "No such file"));
-  }
-}
-
-TEST_F(CInputFileTest, NamesAreTakenLetterForLetter) {
-  const std::string content = support::ReadFile(m_samples.Clip("a.mkv"));
-  for (const char* name : {"100%d.mkv", "new\nline \"quoted\".mkv", "视频 🎬.mkv"}) {
-    File node(m_samples.Write(name, content));
-    EXPECT_EQ(node.Open(), 0) << name;
-  }
-}
-
-TEST_F(CInputFileTest, RunningItPlaysAndStopsWhereverItStands) {
-  const std::string path = m_samples.Clip("a.mp4");
-  support::RecordingNode consumer;
-  CInputFile node(path);
-  node.AddAudioOutput(&consumer);
-  node.AddVideoOutput(&consumer);
-  EXPECT_EQ(node.Stop(), 0);
-  ASSERT_EQ(node.Start(), 0);
-  ASSERT_TRUE(support::WaitFor([&] { return consumer.VideoCount() > 2; }, 10000));
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(node.Start(), 0);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "is already started");
-  EXPECT_EQ(node.Stop(), 0);
-  const int shown = consumer.VideoCount();
-  EXPECT_EQ(node.Stop(), 0);
-  EXPECT_EQ(consumer.VideoCount(), shown);
-  EXPECT_EQ(node.Start(), -1) << "a stopped file is not started again";
-}
-
-TEST_F(CInputFileTest, StopRightAfterStartIsClean) {
-  const std::string path = m_samples.Clip("a.mp4");
-  for (int i = 0; i < 5; ++i) {
-    CInputFile node(path);
-    ASSERT_EQ(node.Start(), 0);
-    EXPECT_EQ(node.Stop(), 0);
-  }
 }
