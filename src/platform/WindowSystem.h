@@ -25,7 +25,7 @@ using WindowHandle = std::uintptr_t;
 
 struct WindowInfo {
   WindowHandle handle = 0;
-  std::string title;  // UTF-8, not empty, of any length
+  std::string title;  // UTF-8, not empty, of 64 KiB at most where a stranger gives it
 };
 
 struct Size {
