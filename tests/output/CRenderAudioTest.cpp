@@ -9,6 +9,8 @@
 #include "output/LibraryFailures.h"
 #include "output/RenderHarness.h"
 #include "support/FakeClock.h"
+#include "support/LogRecord.h"
+#include "support/Process.h"
 
 namespace {
 
@@ -169,18 +171,30 @@ TEST_F(CRenderAudio, FramesThatHoldLessThanTheySayAreReadNoFurther) {
 // The resampler goes with Stop, and the first-call step does not run again after the next Start.
 TEST_F(CRenderAudio, ABacklogAfterARestartIsStillCorrected) {
   CRender node(1);
-  const auto restart = [&] {
+  const auto feed = [&] {
     ASSERT_EQ(0, node.Start());
     for (int i = 0; i < 10; ++i) {
       node.EnqueueAudio(0, NewSound(1000, 100));
     }
-    EXPECT_EQ(100, Fill(&node, 4000).back());
+  };
+  const auto stop = [&] {
     EXPECT_EQ(0, node.Stop());
     node.ClearAudioQueues();
   };
   SDL_setenv("SDL_AUDIODRIVER", "none-at-all", 1);
-  restart();
-  restart();
+  {
+    // The scale thread looks at what waits until it has tried the device, and never again.
+    const support::LogRecord log;
+    feed();
+    ASSERT_TRUE(support::WaitFor([&] { return log.HasError("Monitor sound: no device"); }, 10000));
+    stop();
+  }
+  qInstallMessageHandler(CountMessages);
+  for (int i = 0; i < 2; ++i) {
+    feed();
+    EXPECT_EQ(100, Fill(&node, 4000).back());
+    stop();
+  }
   EXPECT_GT(g_notNormal, 6);
 }
 
