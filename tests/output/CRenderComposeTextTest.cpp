@@ -34,10 +34,15 @@ int BrightPixels(const AVFrame* canvas, int x0, int y0, int x1, int y1) {
   return count;
 }
 
-TEST(CRenderComposeText, ATextLayerAloneProducesNoCanvas) {
+// In a directory with the font.
+class CRenderComposeText : public testing::Test {
+ protected:
   WorkingDirectory directory;
   FakeClock clock;
   HandRender render;
+};
+
+TEST_F(CRenderComposeText, ATextLayerAloneProducesNoCanvas) {
   const int id = render.AddLayer();
   render.SetLayerText(id, 0xffffffffU, "text");
   for (int i = 0; i < 3; ++i) {
@@ -45,10 +50,7 @@ TEST(CRenderComposeText, ATextLayerAloneProducesNoCanvas) {
   }
 }
 
-TEST(CRenderComposeText, ATextBelowTheFirstPictureDrawsNothing) {
-  WorkingDirectory directory;
-  FakeClock clock;
-  HandRender render;
+TEST_F(CRenderComposeText, ATextBelowTheFirstPictureDrawsNothing) {
   const int text = render.AddLayer();
   const int picture = render.AddLayer();
   render.SetLayerText(text, 0xffffffffU, "text");
@@ -57,10 +59,7 @@ TEST(CRenderComposeText, ATextBelowTheFirstPictureDrawsNothing) {
   EXPECT_EQ(0, BrightPixels(canvas.Get(), 0, 0, 400, 200));
 }
 
-TEST(CRenderComposeText, ATextStandsOnThePicturesBelowIt) {
-  WorkingDirectory directory;
-  FakeClock clock;
-  HandRender render;
+TEST_F(CRenderComposeText, ATextStandsOnThePicturesBelowIt) {
   const int picture = render.AddLayer();
   const int text = render.AddLayer();
   render.SetLayerText(text, 0xffffffffU, "text");
@@ -76,10 +75,7 @@ TEST(CRenderComposeText, ATextStandsOnThePicturesBelowIt) {
   EXPECT_EQ(0, BrightPixels(without.Get(), 0, 0, 300, 150));
 }
 
-TEST(CRenderComposeText, ATextIsDrawnWhereItWasPutAndAsWideAsItWasMade) {
-  WorkingDirectory directory;
-  FakeClock clock;
-  HandRender render;
+TEST_F(CRenderComposeText, ATextIsDrawnWhereItWasPutAndAsWideAsItWasMade) {
   const int picture = render.AddLayer();
   const int text = render.AddLayer();
   render.SetLayerText(text, 0xffffffffU, "text");
@@ -112,10 +108,7 @@ TEST(CRenderComposeText, ATextIsDrawnWhereItWasPutAndAsWideAsItWasMade) {
 }
 
 // drawtext fails on a frame, and the canvas that it was given is lost with it.
-TEST(CRenderComposeText, AnOverlayFailureSkipsTheTextAndThePassGoesOn) {
-  WorkingDirectory directory;
-  FakeClock clock;
-  HandRender render;
+TEST_F(CRenderComposeText, AnOverlayFailureSkipsTheTextAndThePassGoesOn) {
   const int picture = render.AddLayer();
   const int text = render.AddLayer();
   const int top = render.AddLayer();
@@ -140,10 +133,7 @@ TEST(CRenderComposeText, AnOverlayFailureSkipsTheTextAndThePassGoesOn) {
 }
 
 // The picture that became the canvas is gone with it. That happens once: from then on it is copied.
-TEST(CRenderComposeText, AFailureThatTakesAPictureAlongCostsOneCanvas) {
-  WorkingDirectory directory;
-  FakeClock clock;
-  HandRender render;
+TEST_F(CRenderComposeText, AFailureThatTakesAPictureAlongCostsOneCanvas) {
   const int picture = render.AddLayer();
   const int text = render.AddLayer();
   render.SetLayerText(text, 0xffffffffU, "text");
