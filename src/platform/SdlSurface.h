@@ -66,6 +66,7 @@ class SdlSurface {
 
   // Draws no more, and tells the log why.
   void GiveUp(const char* why);
+  bool HasGivenUp() const { return m_givenUp; }
 
  private:
   bool Make() ORVANE_REQUIRES(SdlVideoMutex());

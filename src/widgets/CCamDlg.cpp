@@ -3,7 +3,6 @@
 #include <SDL.h>
 
 #include <QAbstractItemView>
-#include <QMouseEvent>
 #include <QProxyStyle>
 #include <QSignalBlocker>
 #include <QStyleOptionComplex>
@@ -26,7 +25,7 @@ extern "C" {
 namespace {
 
 constexpr int kNoSource = 0;
-constexpr int kSurfaceEventsMs = 50;
+constexpr int kSurfaceMs = 50;
 constexpr int kMiddleGrey = 128;
 
 bool IsDark(const QPalette& palette) {
@@ -54,7 +53,7 @@ class ArrowStyle : public QProxyStyle {
 }  // namespace
 
 CCamDlg::CCamDlg(QWidget* parent)
-    : QDialog(parent), CSrcInterface(kNoSource, 1), catalogue(DeviceCatalogue::Instance()) {
+    : QDialog(parent), CSrcInterface(kNoSource, 1), m_catalogue(DeviceCatalogue::Instance()) {
   InitUi();
   connect(ui.m_btnOk, &QPushButton::clicked, this, &CCamDlg::SlotOK);
   connect(ui.m_btnCancel, &QPushButton::clicked, this, &CCamDlg::SlotCancel);
@@ -91,15 +90,15 @@ void CCamDlg::FillDevices() {
   // is shown hears of the move while the window manager frames it, and Qt then takes it to be in
   // the corner of the screen, for its list that drops down and for every drag.
   adjustPosition(parentWidget());
-  renderHandle = ui.m_labRender->winId();
-  catalogue->RefreshDevices();
+  m_renderHandle = ui.m_labRender->winId();
+  m_catalogue->RefreshDevices();
   ui.m_ComDev->setStyleSheet(QStringLiteral("color: blue; "));
   std::vector<QString> devices;
-  catalogue->CopyVideoDevices(&devices);
+  m_catalogue->CopyVideoDevices(&devices);
   {
     // The first entry would make itself the current one while the list is still being filled.
     const QSignalBlocker blocker(ui.m_ComDev);
-    for (const QString& name : widgets::FreeCameras(devices, catalogue->usedVideoDevices)) {
+    for (const QString& name : widgets::FreeCameras(devices, m_catalogue->usedVideoDevices)) {
       ui.m_ComDev->addItem(name);
       ui.m_ComDev->setItemData(ui.m_ComDev->count() - 1, Qt::convertFromPlainText(name),
                                Qt::ToolTipRole);
@@ -121,48 +120,55 @@ void CCamDlg::SlotCancel() {
 
 void CCamDlg::SlotComboDevChanged() {
   const std::string name = ui.m_ComDev->currentText().toStdString();
-  if (ui.m_ComDev->count() == 0 || name == deviceName) {
+  if (ui.m_ComDev->count() == 0 || name == m_deviceName) {
     return;
   }
-  deviceName = name;
+  m_deviceName = name;
   ui.m_ComDev->setToolTip(Qt::convertFromPlainText(ui.m_ComDev->currentText()));
-  if (inputDev != nullptr) {
+  if (m_inputDev != nullptr) {
     StopCamera();
     // Nothing of that camera comes any more, and what it has sent is not the next one's picture.
-    cameraChanged = true;
+    m_cameraChanged = true;
   }
-  inputDev = new CInputDev(false, deviceName, 0, 0, AV_PIX_FMT_RGB24);
-  inputDev->AddVideoOutput(this);
-  inputDev->Start();
+  m_inputDev = new CInputDev(false, m_deviceName, 0, 0, AV_PIX_FMT_RGB24);
+  m_inputDev->AddVideoOutput(this);
+  m_inputDev->Start();
 }
 
 void CCamDlg::StartPreview() {
   if (platform::CanDrawInNativeWindows()) {
     ui.m_labRender->LeaveToOthers();
   }
-  stopPreview = false;
-  if (!previewThread.Start(
+  m_stopPreview = false;
+  if (!m_previewThread.Start(
           "preview", [this] { Preview(); }, media::WorkerRole::kShow)) {
     StopCamera();  // nobody would take its pictures
     return;
   }
-  connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });
-  m_surfaceEvents.start(kSurfaceEventsMs);
+  connect(&m_surfaceTimer, &QTimer::timeout, this, &CCamDlg::SeeToSurface);
+  m_surfaceTimer.start(kSurfaceMs);
+}
+
+void CCamDlg::SeeToSurface() {
+  platform::FlushSdlEvents();
+  if (m_undrawable && ui.m_labRender->testAttribute(Qt::WA_PaintOnScreen)) {
+    ui.m_labRender->TakeBack();
+  }
 }
 
 void CCamDlg::StopCamera() {
-  if (inputDev != nullptr) {
-    inputDev->Stop();
-    delete inputDev;
-    inputDev = nullptr;
+  if (m_inputDev != nullptr) {
+    m_inputDev->Stop();
+    delete m_inputDev;
+    m_inputDev = nullptr;
   }
 }
 
 void CCamDlg::StopPreview() {
   StopCamera();
-  m_surfaceEvents.stop();
-  stopPreview = true;
-  previewThread.Join();
+  m_surfaceTimer.stop();
+  m_stopPreview = true;
+  m_previewThread.Join();
 }
 
 void CCamDlg::done(int result) {
@@ -172,27 +178,28 @@ void CCamDlg::done(int result) {
 
 void CCamDlg::Preview() {
   {
-    widgets::CameraPreview preview(renderHandle);
-    while (!stopPreview) {
-      if (cameraChanged.exchange(false)) {
+    widgets::CameraPreview preview(m_renderHandle);
+    while (!m_stopPreview) {
+      if (m_cameraChanged.exchange(false)) {
         preview.Forget(m_firstVideoQueue);
       }
       preview.Turn(m_firstVideoQueue);
+      m_undrawable = !preview.CanDraw();
     }
   }
   SDL_TLSCleanup();  // what SDL keeps for a thread that it has not made
 }
 
 void CCamDlg::mousePressEvent(QMouseEvent* event) {
-  drag.Press(this, event);
+  m_drag.Press(this, event);
 }
 
 void CCamDlg::mouseReleaseEvent(QMouseEvent* event) {
-  drag.Release(event);
+  m_drag.Release(event);
 }
 
 void CCamDlg::mouseMoveEvent(QMouseEvent* event) {
-  drag.Move(this, event);
+  m_drag.Move(this, event);
 }
 
 void CCamDlg::paintEvent(QPaintEvent* event) {

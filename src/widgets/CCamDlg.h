@@ -13,13 +13,14 @@
 // preview node. The catalogue is not owned.
 //
 // Threads: user interface thread. The node's worker enters EnqueueVideo only. The preview thread
-// touches the video queue, the stop flag, the flag of a change of camera and the native window.
+// touches the video queue, its flags and the native window.
 // The user interface waits for the opening of a camera, the stopping of a node and one turn of the
 // preview thread, and a moment for the sound server, which the list of devices asks as well; never
 // for a picture.
 //
 // Failure: a camera that can't be opened leaves the preview black; the log says why, and the dialog
-// can still be confirmed. One that is unplugged or hangs leaves its last picture.
+// can still be confirmed. One that is unplugged or hangs leaves its last picture. Where nothing can
+// be drawn the preview is black too.
 #ifndef ORVANE_WIDGETS_CCAMDLG_H
 #define ORVANE_WIDGETS_CCAMDLG_H
 
@@ -46,7 +47,7 @@ class CCamDlg : public QDialog, public CSrcInterface {
 
   // The name of the camera in the list, UTF-8 as CInputDev takes it; empty when there was none to
   // choose. It stays after the dialog has closed, whatever the result.
-  const std::string& DeviceName() const { return deviceName; }
+  const std::string& DeviceName() const { return m_deviceName; }
 
   // Every closing goes this way.
   void done(int result) override;
@@ -69,17 +70,20 @@ class CCamDlg : public QDialog, public CSrcInterface {
   void StopCamera();
   void StopPreview();
   void Preview();
+  // The preview's window, now and then: what SDL hears of it, and whether it draws there.
+  void SeeToSurface();
 
-  std::string deviceName;
-  std::atomic<bool> stopPreview{false};
-  platform::WindowHandle renderHandle = 0;
-  media::Worker previewThread;
-  CInputDev* inputDev = nullptr;
+  std::string m_deviceName;
+  std::atomic<bool> m_stopPreview{false};
+  platform::WindowHandle m_renderHandle = 0;
+  media::Worker m_previewThread;
+  CInputDev* m_inputDev = nullptr;
   Ui::CamDlg ui;
-  FramelessDrag drag;
-  DeviceCatalogue* catalogue;
-  std::atomic<bool> cameraChanged{false};  // what the preview thread has is of the former camera
-  QTimer m_surfaceEvents;                  // empties what SDL queues for the native window
+  FramelessDrag m_drag;
+  DeviceCatalogue* m_catalogue;
+  std::atomic<bool> m_cameraChanged{false};  // what the preview thread has is of the former camera
+  std::atomic<bool> m_undrawable{false};     // nothing can be drawn in the label's window
+  QTimer m_surfaceTimer;
 };
 
 #endif

@@ -12,6 +12,11 @@ void CameraLabel::LeaveToOthers() {
   setAttribute(Qt::WA_PaintOnScreen);
 }
 
+void CameraLabel::TakeBack() {
+  setAttribute(Qt::WA_PaintOnScreen, false);
+  update();
+}
+
 QPaintEngine* CameraLabel::paintEngine() const {
   return testAttribute(Qt::WA_PaintOnScreen) ? nullptr : QLabel::paintEngine();
 }

@@ -1,5 +1,5 @@
-// The label that the camera chooser's preview is drawn into: black, until another library draws in
-// its native window. From then on Qt paints nothing there, whatever effect its dialog wears: each
+// The label that the camera chooser's preview is drawn into: black, but while another library draws
+// in its native window. Qt paints nothing there then, whatever effect its dialog wears: each
 // repaint of the dialog would otherwise flash over the picture.
 //
 // Threads: user interface thread.
@@ -14,6 +14,8 @@ class CameraLabel : public QLabel {
 
   // From now on its native window is somebody else's to draw in.
   void LeaveToOthers();
+  // Nobody else draws there: it is black again.
+  void TakeBack();
 
   // Null once it is left to others, as Qt asks of a widget that it does not paint.
   QPaintEngine* paintEngine() const override;

@@ -43,6 +43,9 @@ class CameraPreview {
   // What waits is of a camera that is closed, and so is what is shown.
   void Forget(CMyQueue* pictures);
 
+  // False once nothing can be drawn any more: the window is its owner's to paint again.
+  bool CanDraw() const { return !m_surface.HasGivenUp(); }
+
   // What is shown, YUV 4:2:0 at the camera's size; null for black.
   const AVFrame* Picture() const { return m_picture.Get(); }
 

@@ -2,7 +2,6 @@
 #include "widgets/CCamDlg.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <QAbstractItemView>
 #include <QAccessible>
@@ -16,32 +15,27 @@
 #include <QTextDocument>
 #include <QTimer>
 #include <algorithm>
-#include <cerrno>
+#include <optional>
 #include <tuple>
 
 #include "sources/DeviceCatalogue.h"
 #include "support/FakeCaptureLayer.h"
 #include "support/LogRecord.h"
+#include "support/RefusedThreads.h"
 
 namespace {
 
 using support::FakeDevice;
 
-// How many threads the system still grants; -1 for all.
-int g_threadsLeft = -1;
+// What platform::CanDrawInNativeWindows is made to say; it says no without a display.
+bool g_claimsToDraw = false;
 
 }  // namespace
 
-// Linked in the place of the system's, for what is not in a library of its own.
-extern "C" int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                                     void* (*entry)(void*), void* argument);
-extern "C" int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                                     void* (*entry)(void*), void* argument) {
-  if (g_threadsLeft == 0) {
-    return EAGAIN;
-  }
-  g_threadsLeft -= g_threadsLeft > 0 ? 1 : 0;
-  return __real_pthread_create(thread, attributes, entry, argument);
+// Linked in its place.
+extern "C" bool __wrap__ZN8platform22CanDrawInNativeWindowsEv();
+extern "C" bool __wrap__ZN8platform22CanDrawInNativeWindowsEv() {
+  return g_claimsToDraw;
 }
 
 namespace {
@@ -363,14 +357,31 @@ TEST_F(CamDlgTest, ReturnOnCancelCancels) {
 // Nobody would take its pictures.
 TEST_F(CamDlgTest, WithoutAThreadForThePreviewTheCameraIsClosedAgain) {
   const FakeDevice* camera = layer.Add("Only");
-  g_threadsLeft = 2;  // the camera's own, to open it and to read from it
+  std::optional<support::RefusedThreads> refused(2);  // but the camera's own, to open and to read
   CCamDlg dialog;
-  g_threadsLeft = -1;
+  refused.reset();
   EXPECT_NE(log.Errors().find("no thread for \"preview\""), std::string::npos) << log.Errors();
   EXPECT_EQ(camera->OpenCount(), 1);
   EXPECT_FALSE(camera->IsOpen());
   dialog.SlotOK();
   EXPECT_EQ(dialog.DeviceName(), "Only");
+}
+
+// The label is left to the one that draws, and it turns out that nobody does.
+TEST_F(CamDlgTest, ThePreviewIsBlackWhereNothingCanBeDrawnAfterAll) {
+  layer.Add("Only");
+  g_claimsToDraw = true;
+  CCamDlg dialog;
+  g_claimsToDraw = false;
+  const auto isLeft = [&] {
+    return Find(dialog, "m_labRender")->testAttribute(Qt::WA_PaintOnScreen);
+  };
+  EXPECT_TRUE(isLeft());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !isLeft(); }, kPatienceMs));
+  QImage picture(dialog.size(), QImage::Format_ARGB32_Premultiplied);
+  picture.fill(Qt::white);
+  dialog.render(&picture, QPoint(), QRegion(), QWidget::DrawChildren);
+  EXPECT_EQ(qRgba(0, 0, 0, 0xff), picture.pixel(300, 300));
 }
 
 int Brightness(const QColor& colour) {

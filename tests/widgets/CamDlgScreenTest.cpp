@@ -33,6 +33,19 @@ constexpr CameraColour kGreen{20, 160, 60};
 constexpr char kFirst[] = "First Camera";
 constexpr char kSecond[] = "Second Camera";
 
+bool g_hasRenderer = true;
+
+}  // namespace
+
+// Linked in the place of SDL's.
+extern "C" SDL_Renderer* __real_SDL_CreateRenderer(SDL_Window* window, int index, Uint32 flags);
+extern "C" SDL_Renderer* __wrap_SDL_CreateRenderer(SDL_Window* window, int index, Uint32 flags);
+extern "C" SDL_Renderer* __wrap_SDL_CreateRenderer(SDL_Window* window, int index, Uint32 flags) {
+  return g_hasRenderer ? __real_SDL_CreateRenderer(window, index, flags) : nullptr;
+}
+
+namespace {
+
 class CamDlgOnScreen : public CamDlgRig {
  protected:
   void PlugFirst() { ASSERT_TRUE(first.Plug(ModeOf(kFirst, kBlue))) << first.Failure(); }
@@ -108,6 +121,21 @@ TEST_F(CamDlgOnScreen, WithoutACameraThePreviewIsBlack) {
   EXPECT_EQ(0, List(dialog)->count());
   EXPECT_TRUE(ShowsBlack(dialog));
   EXPECT_EQ(0, Workers());
+}
+
+// Nobody else would paint the label then: it would show what its window was made with.
+TEST_F(CamDlgOnScreen, ThePreviewIsBlackWhereSdlCannotDraw) {
+  PlugFirst();
+  g_hasRenderer = false;
+  CCamDlg dialog;
+  const auto* label = dialog.findChild<QLabel*>(QStringLiteral("m_labRender"));
+  const std::uint32_t red = 0xffff0000;
+  xcb_change_window_attributes(s_link, static_cast<xcb_window_t>(label->effectiveWinId()),
+                               XCB_CW_BACK_PIXEL, &red);
+  xcb_flush(s_link);
+  Show(&dialog);
+  EXPECT_TRUE(ShowsBlack(dialog));
+  g_hasRenderer = true;
 }
 
 TEST_F(CamDlgOnScreen, ABusyCameraLeavesThePreviewBlackAndCanBeConfirmed) {
