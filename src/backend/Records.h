@@ -32,10 +32,15 @@ struct ActivityInfo {
   QString coverUrl;
   QString lsId;         // the activity's identifier, sent as "id" when a broadcast starts and ends
   int playStatus = 0;   // not 0: the activity can be chosen
-  QString publishUrl;   // where the stream goes; usable when it holds "rtmp"
+  QString publishUrl;   // where the stream goes
   QString rtmpLiveUrl;  // where viewers find it
   QDateTime startTime;
   QString title;
+
+  // Its address holds "rtmp", in small letters and anywhere.
+  bool CanBePublished() const {
+    return publishUrl.contains(QLatin1String("rtmp"), Qt::CaseSensitive);
+  }
 };
 
 struct ActivityList {

@@ -57,7 +57,11 @@ void Advance(CInputDev* device, double seconds, widgets::MeterState* state) {
 }  // namespace
 
 LiveMonitor::LiveMonitor(const LiveNodes& nodes, const LayerNodes& layers, QObject* parent)
-    : QObject(parent), m_nodes(nodes), m_layers(layers) {
+    : QObject(parent),
+      m_systemSound(nodes.loopback),
+      m_microphone(nodes.mic),
+      m_encoder(nodes.encoder),
+      m_layers(layers) {
   m_meterTimer.setTimerType(Qt::PreciseTimer);
   connect(&m_meterTimer, &QTimer::timeout, this, &LiveMonitor::MoveMeter);
 }
@@ -78,8 +82,8 @@ void LiveMonitor::AddTo(QBoxLayout* bar, QWidget* neighbour) {
 void LiveMonitor::Begin(bool hasMicrophone) {
   m_history.clear();
   m_refusal.reset();
-  m_systemSound = {};
-  m_microphone = {};
+  m_systemSoundLevel = {};
+  m_microphoneLevel = {};
   m_meterTime = Now();
   m_beginTime = m_meterTime;
   m_hasMicrophone = hasMicrophone;
@@ -90,7 +94,7 @@ void LiveMonitor::Begin(bool hasMicrophone) {
 }
 
 void LiveMonitor::Refresh() {
-  if (m_nodes.encoder == nullptr) {
+  if (m_encoder == nullptr) {
     return;
   }
   AddSight(&m_history, Look());
@@ -109,9 +113,9 @@ void LiveMonitor::End() {
 StreamSight LiveMonitor::Look() const {
   StreamSight sight;
   sight.timeMs = Now();
-  sight.encoder = m_nodes.encoder->Statistics();
-  NoteCapture(-1, m_nodes.loopback, &sight.captures);
-  NoteCapture(-1, m_nodes.mic, &sight.captures);
+  sight.encoder = m_encoder->Statistics();
+  NoteCapture(-1, m_systemSound, &sight.captures);
+  NoteCapture(-1, m_microphone, &sight.captures);
   for (const auto& [slot, node] : m_layers) {
     NoteCapture(slot, dynamic_cast<const CInputDev*>(node), &sight.captures);
   }
@@ -141,14 +145,14 @@ void LiveMonitor::MoveMeter() {
   const std::int64_t now = Now();
   if (now - m_meterTime > kStillMs) {
     // A suspended machine: what was not looked at is no silence.
-    m_systemSound = {};
-    m_microphone = {};
+    m_systemSoundLevel = {};
+    m_microphoneLevel = {};
     m_meterTime = now;
   }
   const double seconds = static_cast<double>(now - m_meterTime) / 1000;
   m_meterTime = now;
-  MoveRow(SoundMeter::kSystemSound, m_nodes.loopback, seconds, &m_systemSound);
-  MoveRow(SoundMeter::kMicrophone, m_nodes.mic, seconds, &m_microphone);
+  MoveRow(SoundMeter::kSystemSound, m_systemSound, seconds, &m_systemSoundLevel);
+  MoveRow(SoundMeter::kMicrophone, m_microphone, seconds, &m_microphoneLevel);
 }
 
 // Every machine has a system's sound: where it did not open that is told like a microphone's.

@@ -11,8 +11,8 @@
 // counts too: it may be shown at any moment.
 //
 // Ownership: label and meter belong to the widget that their layout belongs to. The nodes are the
-// window's; the references that it gave are looked at anew each time, so that a node may go or come
-// at any time between two calls.
+// window's; its pointers are read anew each time and never set, so that a node may go or come at
+// any time between two calls.
 //
 // Threads: user interface thread only.
 #ifndef ORVANE_SHELL_LIVEMONITOR_H
@@ -28,6 +28,7 @@
 #include "shell/StreamHealth.h"
 #include "widgets/MeterRules.h"
 
+class CEncoder;
 class CInputDev;
 class QBoxLayout;
 class QLabel;
@@ -58,7 +59,9 @@ class LiveMonitor : public QObject {
   StreamSight Look() const;
   void Show(const StreamHealth& health);
 
-  const LiveNodes m_nodes;
+  CInputDev* const& m_systemSound;
+  CInputDev* const& m_microphone;
+  CEncoder* const& m_encoder;
   const LayerNodes& m_layers;
   QLabel* m_label = nullptr;
   SoundMeter* m_meter = nullptr;
@@ -69,8 +72,8 @@ class LiveMonitor : public QObject {
   StreamHistory m_history;
   std::optional<QString> m_refusal;
   std::optional<StreamLight> m_shownLight;
-  widgets::MeterState m_systemSound;
-  widgets::MeterState m_microphone;
+  widgets::MeterState m_systemSoundLevel;
+  widgets::MeterState m_microphoneLevel;
 };
 
 }  // namespace shell

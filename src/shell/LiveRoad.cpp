@@ -5,6 +5,10 @@
 #include <thread>
 #include <vector>
 
+extern "C" {
+#include <libavutil/pixfmt.h>
+}
+
 #include "media/CMixOut.h"
 #include "output/CEncoder.h"
 #include "output/CRender.h"
@@ -15,15 +19,13 @@ namespace shell {
 
 namespace {
 
-constexpr int kRgb24 = 2;  // AV_PIX_FMT_RGB24; nothing to a sound device
-
 // True when the microphone runs, as input 1 of the mixer that is still to come.
 bool StartMicrophone(const LiveNodes& nodes, const std::string& name) {
   if (name.empty()) {
     return false;
   }
   if (nodes.mic == nullptr) {
-    nodes.mic = new CInputDev(true, name, 0, 0, kRgb24);
+    nodes.mic = new CInputDev(true, name, 0, 0, AV_PIX_FMT_RGB24);
   }
   nodes.mic->SetAudioIndex(1);
   if (nodes.mic->Start() < 0) {
@@ -64,7 +66,7 @@ void StopTogether(std::initializer_list<CSrcInterface*> nodes) {
 
 void StartLive(const LiveNodes& nodes, const LiveSettings& settings, CRender* render) {
   if (nodes.loopback == nullptr) {
-    nodes.loopback = new CInputDev(true, settings.systemSound, 0, 0, kRgb24);
+    nodes.loopback = new CInputDev(true, settings.systemSound, 0, 0, AV_PIX_FMT_RGB24);
   }
   const bool microphone = StartMicrophone(nodes, settings.microphone);
   if (nodes.encoder == nullptr) {

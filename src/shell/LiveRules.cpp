@@ -2,10 +2,6 @@
 
 namespace shell {
 
-bool CanPublish(const QString& publishUrl) {
-  return publishUrl.contains(QLatin1String("rtmp"), Qt::CaseSensitive);
-}
-
 QSize StreamSize(int quality) {
   switch (quality) {
     case 0:
@@ -15,6 +11,10 @@ QSize StreamSize(int quality) {
     default:
       return {1920, 1080};
   }
+}
+
+QString ClockText(const QTime& time) {
+  return time.toString(QStringLiteral("hh:mm:ss"));
 }
 
 }  // namespace shell

@@ -1,17 +1,18 @@
-// What a start of a broadcast decides of the chosen activity. Pure.
+// The small decisions of the broadcast. Pure.
 #ifndef ORVANE_SHELL_LIVERULES_H
 #define ORVANE_SHELL_LIVERULES_H
 
 #include <QSize>
 #include <QString>
+#include <QTime>
 
 namespace shell {
 
-// True when a publish address holds "rtmp", in small letters and anywhere.
-bool CanPublish(const QString& publishUrl);
-
 // The size of the stream by the entry of the quality box: 540P, 720P, 1080P.
 QSize StreamSize(int quality);
+
+// The time of the broadcast as its label shows it.
+QString ClockText(const QTime& time);
 
 }  // namespace shell
 

@@ -27,24 +27,24 @@ using output::Extent;
 using output::Rect;
 
 // Window pixels at the left, top and right edge in which a left press does nothing.
-constexpr int kEdge = kFramelessMargin;
+inline constexpr int kEdge = kFramelessMargin;
 // Height of the title area, by which the window is dragged, in window pixels.
-constexpr int kTitleHeight = kFramelessTitle;
+inline constexpr int kTitleHeight = kFramelessTitle;
 // How far from a corner of the selected layer a press still grabs it, in preview pixels and in each
 // axis.
-constexpr int kGrip = 19;
+inline constexpr int kGrip = 19;
 // A step of a drag that is smaller in every coordinate is not worth a new scaling of the source.
-constexpr int kLeastStep = 13;
+inline constexpr int kLeastStep = 13;
 // The snap distance is this part of the scene's size.
-constexpr int kSnapPart = 88;
+inline constexpr int kSnapPart = 88;
 // No layer is resized beyond this on a side, nor beyond four scenes in all: each picture of it
 // would be scaled to that size, 25 times a second, for a scene that shows a part of it.
-constexpr int kMostSide = 8192;
-constexpr int kMostPixels = 3840 * 2160;
+inline constexpr int kMostSide = 8192;
+inline constexpr int kMostPixels = 3840 * 2160;
 // Pixels kept free below the preview.
-constexpr int kBelowPreview = 28;
+inline constexpr int kBelowPreview = 28;
 // The preview of the normal window, and the least that is fitted.
-constexpr Extent kNormalPreview{960, 540};
+inline constexpr Extent kNormalPreview{960, 540};
 
 // The two sizes between which points are converted.
 struct Scales {
@@ -64,10 +64,10 @@ struct Edges {
 Edges OnPreview(const Rect& layer, const Scales& scales);
 
 // Values of orvane::m_dragMode.
-constexpr int kDragNothing = -1;
-constexpr int kDragMove = 0;
-constexpr int kDragTopLeft = 1;
-constexpr int kDragBottomRight = 2;
+inline constexpr int kDragNothing = -1;
+inline constexpr int kDragMove = 0;
+inline constexpr int kDragTopLeft = 1;
+inline constexpr int kDragBottomRight = 2;
 
 // What a press at that point of the preview takes hold of. A press further below the preview than
 // the grip of a corner on its edge takes hold of nothing.

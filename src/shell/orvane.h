@@ -68,8 +68,13 @@ namespace shell {
 struct FileQuestion;
 }
 
+namespace support {
+class OrvaneMembers;  // by which tests look at the window's members
+}
+
 class orvane : public QWidget {
   Q_OBJECT
+  friend class support::OrvaneMembers;
 
  public:
   explicit orvane(QWidget* parent = nullptr);
@@ -123,8 +128,8 @@ class orvane : public QWidget {
   // A second of the broadcast has passed.
   void updateTime();
   // Another account: logs out, forgets the saved account, and asks for a login again. A broadcast
-  // goes on meanwhile, on purpose: the notice that tells so is no guard here. Asked once more while
-  // a change is under way, it does nothing.
+  // goes on meanwhile, on purpose: the notice informs, it does not cancel the change. Asked once
+  // more while a change is under way, it waits no longer for the answer to the logout.
   void SlotLoginChange();
   // A row's whole name beside the mouse. While one shows, a further call changes nothing.
   void RecvStatusTip(QString str, QPoint point);
@@ -152,17 +157,18 @@ class orvane : public QWidget {
   void FitPreview();
   shell::Scales PreviewScales() const;
   shell::Drag DragAt(const QPoint& position) const;
-  shell::LiveNodes LiveNodes() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
+  shell::LiveNodes Broadcast() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
   const ActivityInfo* ChosenActivity() const;
   void SetActivitySpacer(int width);
   void ShowChosen(const QString& title);
   void ShowUnchosen();
   void StartBroadcast(const ActivityInfo& activity);
   void StopBroadcast();
-  shell::BroadcastReports::Service Service();
+  static shell::BroadcastReports::Service Service();
   // Ends the broadcast on the way out of the program.
   void LeaveBroadcast();
-  shell::FixedNodes FixedNodes() { return {m_mixFrame, m_silence, m_render}; }
+  void LogOut();
+  shell::FixedNodes Monitor() { return {m_mixFrame, m_silence, m_render}; }
   void AddDefaultLayers();
   void OpenMenu(QMenu* menu, const QWidget* button);
   bool MayAddLayer();
@@ -180,8 +186,6 @@ class orvane : public QWidget {
   void ListLayer(int slot, CSrcInterface* node, const QString& text, int kind);
   int PositionOf(int row) const;
 
- protected:
-  // What is kept in step, for tests to look at.
   Ui::orvaneClass ui;
 
   // The mouse on the window and the preview.
@@ -236,11 +240,12 @@ class orvane : public QWidget {
   bool m_tipShown = false;
 
   shell::LayerSlots m_slots{&m_layers};
-  QTimer m_sourceTimer;         // looks after sources that fail or end a little later
-  bool m_changesLogin = false;  // a change of account is under way
-  int m_broadcasts = 0;         // begun so far
+  QTimer m_sourceTimer;                // looks after sources that fail or end a little later
+  bool m_changesLogin = false;         // a change of account is under way
+  backend::Until* m_logout = nullptr;  // of the logout that is out
+  int m_broadcasts = 0;                // begun so far
   // The state of the stream and the sound meter; looks at the nodes above.
-  shell::LiveMonitor m_liveMonitor{LiveNodes(), m_layers};
+  shell::LiveMonitor m_liveMonitor{Broadcast(), m_layers};
   shell::BroadcastReports m_reports{Service()};
   QTimer m_surfaceEvents;  // empties what SDL queues for the preview's native window
 };

@@ -19,8 +19,8 @@ void orvane::InitGraph() {
   shell::OpenLog();
   shell::StartLibraries();
   m_catalogue->RefreshDevices();
-  shell::StartMonitorMix(FixedNodes());
-  shell::StartRender(FixedNodes(), [] {
+  shell::StartMonitorMix(Monitor());
+  shell::StartRender(Monitor(), [] {
     QSize size(shell::kNormalPreview.width, shell::kNormalPreview.height);
     emit CEvent::instance()->renderSize(size);
   });
@@ -38,5 +38,5 @@ void orvane::CloseGraph() {
   m_surfaceEvents.stop();
   m_sourceTimer.stop();
   m_slots.DropNodes();
-  shell::EndFixed(FixedNodes());
+  shell::EndFixed(Monitor());
 }

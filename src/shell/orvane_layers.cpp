@@ -4,6 +4,10 @@
 #include <QGuiApplication>
 #include <QScreen>
 
+extern "C" {
+#include <libavutil/pixfmt.h>
+}
+
 #include "media/CSrcInterface.h"
 #include "output/CRender.h"
 #include "shell/LayerRules.h"
@@ -24,10 +28,8 @@
 
 namespace {
 
-constexpr int kRgb24 = 2;  // AV_PIX_FMT_RGB24, what the renderer stacks
-
 CInputDev* NewCamera(const std::string& device) {
-  return new CInputDev(false, device, 0, 0, kRgb24);
+  return new CInputDev(false, device, 0, 0, AV_PIX_FMT_RGB24);
 }
 
 }  // namespace
@@ -127,7 +129,7 @@ void orvane::FollowSounds() {
 void orvane::SlotAddDesk() {
   if (MayAddLayer()) {
     AddSource(new CInputDev(false, m_catalogue->VideoDevice(0).toStdString(),
-                            m_catalogue->renderWidth, m_catalogue->renderHeight, kRgb24),
+                            m_catalogue->renderWidth, m_catalogue->renderHeight, AV_PIX_FMT_RGB24),
               shell::DeskName());
   }
   m_WndMenu.close();

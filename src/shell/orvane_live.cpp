@@ -25,10 +25,6 @@ constexpr int kSpacerHeight = 20;
 // A title of any length leaves the window its size.
 constexpr int kTitleAtLeast = 120;
 
-QString ClockText(const QTime& time) {
-  return time.toString(QStringLiteral("hh:mm:ss"));
-}
-
 }  // namespace
 
 void orvane::SlotChooseBtn() {
@@ -103,7 +99,7 @@ void orvane::RecvStartLiving() {
   if (m_isLiving) {
     StopBroadcast();
     m_reports.End(activity.lsId);
-  } else if (shell::CanPublish(activity.publishUrl)) {
+  } else if (activity.CanBePublished()) {
     StartBroadcast(activity);
   }
 }
@@ -124,7 +120,7 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
   settings.watchUrl = activity.rtmpLiveUrl.toStdString();
   settings.width = size.width();
   settings.height = size.height();
-  shell::StartLive(LiveNodes(), settings, m_render);
+  shell::StartLive(Broadcast(), settings, m_render);
   m_liveMonitor.Begin(!settings.microphone.empty());
 
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
@@ -145,9 +141,9 @@ void orvane::StopBroadcast() {
   ui.m_LiveBtn->setStyleSheet(shell::BlueButtonStyle());
   m_liveTimer.stop();
   m_liveTime = QTime(0, 0, 0, 0);
-  ui.startTime->setText(ClockText(m_liveTime));
+  ui.startTime->setText(shell::ClockText(m_liveTime));
   m_liveMonitor.End();
-  shell::StopLive(LiveNodes(), m_render);
+  shell::StopLive(Broadcast(), m_render);
 }
 
 shell::BroadcastReports::Service orvane::Service() {
@@ -178,6 +174,6 @@ void orvane::LeaveBroadcast() {
 
 void orvane::updateTime() {
   m_liveTime = m_liveTime.addSecs(1);
-  ui.startTime->setText(ClockText(m_liveTime));
+  ui.startTime->setText(shell::ClockText(m_liveTime));
   m_liveMonitor.Refresh();
 }

@@ -10,6 +10,7 @@
 #include "output/CRender.h"
 #include "shell/CEvent.h"
 #include "shell/Libraries.h"
+#include "shell/LiveRules.h"
 #include "shell/WindowStyle.h"
 #include "shell/orvane.h"
 #include "sources/DeviceCatalogue.h"
@@ -76,7 +77,7 @@ void orvane::InitUi() {
   InitStyle();
   ui.activitiesTitleLabel->hide();
   ui.m_reselectBtn->hide();
-  ui.startTime->setText(m_liveTime.toString(QStringLiteral("hh:mm:ss")));
+  ui.startTime->setText(shell::ClockText(m_liveTime));
   ui.startTime->hide();
   ui.m_LiveBtn->hide();
   m_liveMonitor.AddTo(ui.buttomLayout, ui.startTime);

@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QMetaType>
 #include <QPixmap>
+#include <QSize>
 #include <QString>
 
 struct ActItemData {
@@ -20,7 +21,8 @@ Q_DECLARE_METATYPE(ActItemData)
 
 namespace widgets {
 
-constexpr int kActItemDataRole = Qt::UserRole + 1;
+inline constexpr int kActItemDataRole = Qt::UserRole + 1;
+inline constexpr QSize kActCardSize(215, 167);
 
 }  // namespace widgets
 

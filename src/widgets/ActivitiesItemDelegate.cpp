@@ -5,6 +5,7 @@
 
 #include "widgets/ActItemData.h"
 #include "widgets/theme/Palette.h"
+#include "widgets/theme/SeenLength.h"
 
 namespace {
 
@@ -21,10 +22,6 @@ constexpr int kBadgeRadius = 10;
 const QColor kNoOutline(0x00, 0xA0, 0xE6);
 const QColor kVeil(40, 42, 48, 150);
 
-// More than two lines of any script: laying out all of a hostile title at each repaint would freeze
-// the window.
-constexpr int kLongestTitle = 300;
-
 QFont InterfaceFont(int points, int weight = -1) {
   return QFont(QStringLiteral("Microsoft YaHei UI"), points, weight);
 }
@@ -39,7 +36,7 @@ void PaintBase(QPainter* painter, const QPoint& corner, const ActItemData& data)
   painter->setFont(InterfaceFont(10));
   painter->setPen(QPen(theme::kText, 1, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
   painter->drawPixmap(kPicture.translated(corner), data.cover);
-  painter->drawText(QRectF(kTitle.translated(corner)), data.title.left(kLongestTitle),
+  painter->drawText(QRectF(kTitle.translated(corner)), data.title.left(theme::kSeenInLine),
                     QTextOption());
 
   UseVeil(painter);

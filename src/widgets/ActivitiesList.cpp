@@ -8,12 +8,6 @@
 #include "widgets/CardKeys.h"
 #include "widgets/theme/ListStyle.h"
 
-namespace {
-
-constexpr QSize kCard(215, 167);
-
-}  // namespace
-
 ActivitiesList::ActivitiesList(QWidget* parent)
     : QListView(parent),
       model(new QStandardItemModel(this)),
@@ -28,7 +22,7 @@ ActivitiesList::ActivitiesList(QWidget* parent)
   setSelectionMode(QAbstractItemView::ExtendedSelection);
   setMouseTracking(true);
   setViewMode(QListView::IconMode);
-  setIconSize(kCard);
+  setIconSize(widgets::kActCardSize);
   setSpacing(10);
   setFocusPolicy(Qt::NoFocus);
   setEditTriggers(QAbstractItemView::NoEditTriggers);

@@ -13,7 +13,7 @@ std::vector<QString> FreeCameras(const std::vector<QString>& devices,
                                  const std::vector<QString>& used);
 
 // Pictures that may wait behind the one that is shown.
-constexpr int kCameraBacklog = 5;
+inline constexpr int kCameraBacklog = 5;
 
 // What one turn of the preview does with the pictures that wait.
 struct CameraTake {

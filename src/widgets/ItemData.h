@@ -31,11 +31,11 @@ QDataStream& operator>>(QDataStream& stream, ItemData& record);
 
 namespace widgets {
 
-constexpr int kItemDataRole = Qt::UserRole + 1;
+inline constexpr int kItemDataRole = Qt::UserRole + 1;
 // Why the layer's source could not be opened, a QString; none while it could.
-constexpr int kFailureRole = Qt::UserRole + 2;
+inline constexpr int kFailureRole = Qt::UserRole + 2;
 
-constexpr QSize kRowSize(280, 40);
+inline constexpr QSize kRowSize(280, 40);
 
 ItemData RecordOf(const QModelIndex& index);
 

@@ -1,11 +1,12 @@
 #include "widgets/LayerRowRules.h"
 
+#include "widgets/theme/SeenLength.h"
+
 namespace widgets {
 
 namespace {
 
 constexpr int kLeastWidthWithTip = 191;
-constexpr int kMostCharacters = 600;
 constexpr double kHiddenEyeLeft = 10.2;
 constexpr double kHiddenEyeTop = 12.2;
 
@@ -81,7 +82,7 @@ PressAction ActionOfPress(const ItemData& record, const QRect& row, const QPoint
 }
 
 QString ReadablePart(const QString& text) {
-  return text.left(kMostCharacters);
+  return text.left(theme::kSeenInLine);
 }
 
 bool NeedsTip(int textWidth) {

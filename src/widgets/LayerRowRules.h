@@ -1,8 +1,9 @@
 // What the layer list decides: where the parts of a row lie, what a press or a move of the mouse in
 // a row asks for, and how a drop changes the rows.
 //
-// Rectangles are in the coordinates of the row's own, which is given. Where the text and the eye
-// of a hidden layer can be hit is not quite where they are painted; operators' hands know it so.
+// Every rectangle lies in the coordinates of the row that is given, which are its view's. Where the
+// text and the eye of a hidden layer can be hit is not quite where they are painted; operators'
+// hands know it so.
 //
 // Threads: any; nothing is kept.
 #ifndef ORVANE_WIDGETS_LAYERROWRULES_H

@@ -38,7 +38,6 @@
 
 #include "widgets/ItemDelegate.h"
 
-class QStandardItem;
 class QStandardItemModel;
 namespace widgets {
 class LayerKeys;

@@ -1,11 +1,10 @@
 #include "widgets/OneLine.h"
 
+#include "widgets/theme/SeenLength.h"
+
 namespace widgets {
 
 namespace {
-
-// More than any row could show: to measure a pasted book would hold up each paint.
-constexpr int kMostMeasured = 1024;
 
 bool BreaksLine(QChar unit) {
   return unit == QLatin1Char('\n') || unit == QLatin1Char('\r') || unit == QLatin1Char('\t') ||
@@ -15,7 +14,7 @@ bool BreaksLine(QChar unit) {
 }  // namespace
 
 QString WithoutBreaks(const QString& text) {
-  QString line = text.left(kMostMeasured);
+  QString line = text.left(theme::kSeenInLine);
   for (QChar& unit : line) {
     if (BreaksLine(unit)) {
       unit = QLatin1Char(' ');

@@ -6,12 +6,12 @@
 
 #include "backend/BackendClient.h"
 #include "sources/DeviceCatalogue.h"
+#include "widgets/ActItemData.h"
 #include "widgets/ActivitiesItemDelegate.h"
 #include "widgets/theme/TitleButtons.h"
 
 namespace {
 
-constexpr QSize kCard(215, 167);
 constexpr int kPaintMs = 50;
 
 }  // namespace
@@ -84,8 +84,8 @@ void SelectActivities::AddPage(QList<ActivityInfo*>* records, const backend::Unt
       return;
     }
     ActivityInfo* info = records->takeFirst();
-    const bool available = info->publishUrl.contains(QLatin1String("rtmp"), Qt::CaseSensitive);
-    ui.listView->AddCard(available, info->title, kCard, cover, info->startTime);
+    const bool available = info->CanBePublished();
+    ui.listView->AddCard(available, info->title, widgets::kActCardSize, cover, info->startTime);
     activities.append(info);
   }
 }

@@ -77,8 +77,8 @@ class SelectActivities : public QDialog {
   int quality = 0;
   bool loading = false;
   bool m_closed = false;
-  QTimer m_painted;         // runs for a while behind each repaint during a fetch
-  bool m_paintDue = false;  // more was asked for meanwhile
+  QTimer m_painted;         // while it runs no other repaint of a fetch is let through
+  bool m_paintDue = false;  // one was asked for meanwhile
 };
 
 #endif

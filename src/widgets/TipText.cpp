@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "widgets/theme/SeenLength.h"
+
 namespace widgets {
 
 namespace {
@@ -9,10 +11,6 @@ namespace {
 constexpr int kChineseWidth = 12;
 constexpr int kStep = 160;
 constexpr int kLastLimit = 800;
-// Nobody reads on behind so many characters, but laying them out, or measuring step by step what
-// has no width at all, would hold up the window.
-constexpr int kMostLaidOut = 2000;
-constexpr int kMostMeasured = 600;
 
 // One character at that place; two units of UTF-16 where it takes them.
 QString CharacterAt(const QString& text, int at) {
@@ -26,11 +24,12 @@ QString CharacterAt(const QString& text, int at) {
 QString TipText(const QString& text, const TextWidth& width) {
   const QString first = CharacterAt(text, 0);
   if (width(first) == kChineseWidth) {
-    return text.left(kMostLaidOut);
+    return text.left(theme::kSeenInPanel);
   }
   QString shown;
   int limit = kStep;
-  const int end = std::min(text.size(), kMostMeasured);
+  // It is measured step by step, and may have no width at all.
+  const int end = std::min(text.size(), theme::kSeenInLine);
   for (int at = first.size(); at < end && limit <= kLastLimit;) {
     const QString character = CharacterAt(text, at);
     at += character.size();

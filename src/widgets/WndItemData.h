@@ -16,8 +16,8 @@ Q_DECLARE_METATYPE(WndItemData)
 
 namespace widgets {
 
-constexpr int kWndItemDataRole = Qt::UserRole + 1;
-constexpr QSize kWndRowSize(460, 30);
+inline constexpr int kWndItemDataRole = Qt::UserRole + 1;
+inline constexpr QSize kWndRowSize(460, 30);
 
 }  // namespace widgets
 

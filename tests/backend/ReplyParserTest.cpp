@@ -111,6 +111,18 @@ TEST(ReplyParser, ReadsActivitiesInTheOrderOfTheReply) {
   EXPECT_TRUE(list.activities[1]->publishUrl.isEmpty());
 }
 
+TEST(ReplyParser, AnActivityCanBePublishedWhereItsAddressHoldsRtmp) {
+  ActivityInfo activity;
+  for (const char* address : {"rtmp://127.0.0.1/live/key", "rtmps://a/b", "x rtmp", "RTMP rtmp"}) {
+    activity.publishUrl = QLatin1String(address);
+    EXPECT_TRUE(activity.CanBePublished()) << address;
+  }
+  for (const char* address : {"", "RTMP://127.0.0.1/live", "http://127.0.0.1/live.flv", "rtm p"}) {
+    activity.publishUrl = QLatin1String(address);
+    EXPECT_FALSE(activity.CanBePublished()) << address;
+  }
+}
+
 TEST(ReplyParser, AStartTimeOfDigitsInAStringConverts) {
   OwnedList list;
   ASSERT_TRUE(ParseActivities(kList, &list));

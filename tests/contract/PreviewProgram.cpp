@@ -21,14 +21,14 @@
 
 #include "output/CRender.h"
 #include "shell/Libraries.h"
+#include "shell/OrvaneMembers.h"
 #include "shell/QuitSignals.h"
-#include "shell/orvane.h"
 #include "sources/CInputPic.h"
 #include "widgets/theme/Theme.h"
 
 namespace {
 
-class Program : public orvane {
+class Program : public support::OrvaneMembers {
  public:
   void DropDefaultLayers() {
     while (m_render->LayerCount() > 0) {

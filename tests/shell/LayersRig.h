@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "shell/orvane.h"
+#include "shell/OrvaneMembers.h"
 #include "support/FakeCaptureLayer.h"
 #include "support/FakeWindowSystem.h"
 #include "support/Operator.h"
@@ -22,21 +22,9 @@ namespace support {
 
 inline constexpr char kDesk[] = "screen-capture-recorder";
 
-// What the window keeps in step, open to the test.
-class OpenOrvane : public orvane {
+// The window, asked as the tests of its layers ask.
+class OpenOrvane : public OrvaneMembers {
  public:
-  using orvane::m_camDlg;
-  using orvane::m_layers;
-  using orvane::m_mixFrame;
-  using orvane::m_render;
-  using orvane::m_slots;
-  using orvane::m_textDlg;
-  using orvane::m_tip;
-  using orvane::m_tipShown;
-  using orvane::m_TuCMenu;
-  using orvane::m_WndMenu;
-  using orvane::ui;
-
   ~OpenOrvane() override { CloseGraph(); }
 
   std::vector<int> Order() const;

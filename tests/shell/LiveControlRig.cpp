@@ -74,7 +74,8 @@ void LiveControlRig::SetUp() {
   qputenv("SDL_VIDEODRIVER", "dummy");
   qputenv("SDL_AUDIODRIVER", "dummy");
   SetTestAddress(m_service.Address());
-  m_capture.AddCamera(platform::kDesktopName)->RunFree();
+  m_desktop = m_capture.AddCamera(platform::kDesktopName);
+  m_desktop->RunFree();
   m_systemSound = m_capture.AddMicrophone(platform::kSystemSoundName);
   m_systemSound->RunFree();
   m_microphone = m_capture.AddMicrophone("Microphone");
@@ -83,7 +84,7 @@ void LiveControlRig::SetUp() {
   DeviceCatalogue::Instance()->userToken = QStringLiteral("the-token");
   DeviceCatalogue::Instance()->loggedIn = 1;
   m_nobody = "rtmp://127.0.0.1:" + std::to_string(FreePort()) + "/live/key";
-  m_window = std::make_unique<OpenBroadcast>();
+  m_window = std::make_unique<OrvaneMembers>();
   m_window->InitGraph();
 }
 
@@ -93,8 +94,12 @@ void LiveControlRig::TearDown() {
   platform::CaptureLayer::Install(nullptr);
 }
 
+ScriptedReply LiveControlRig::ListReply(const ListedActivity& activity) {
+  return JsonReply(ListOf(activity));
+}
+
 void LiveControlRig::Serve(const ListedActivity& activity, const QList<ScriptedReply>& later) {
-  m_service.SetReplies(QList<ScriptedReply>{JsonReply(ListOf(activity))} + later);
+  m_service.SetReplies(QList<ScriptedReply>{ListReply(activity)} + later);
 }
 
 bool LiveControlRig::Choose(bool accept, bool card, int quality, const char* button) {
@@ -182,6 +187,9 @@ void LiveControlRig::ExpectChosen() const {
   EXPECT_FALSE(Shows("streamState"));
   EXPECT_FALSE(Shows("soundMeter"));
   EXPECT_TRUE(Shows("m_LiveBtn"));
+  QSpacerItem* spacer = m_window->findChild<QBoxLayout*>("buttomLayout")->itemAt(0)->spacerItem();
+  EXPECT_EQ(spacer->sizePolicy(), QSizePolicy(QSizePolicy::Minimum, QSizePolicy::Minimum));
+  EXPECT_EQ(spacer->sizeHint().height(), 20);
   EXPECT_EQ(Button("m_LiveBtn")->text(), "开始直播");
   EXPECT_EQ(Button("m_LiveBtn")->styleSheet(), shell::BlueButtonStyle());
   EXPECT_EQ(Label("startTime")->text(), "00:00:00");

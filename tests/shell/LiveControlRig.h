@@ -15,26 +15,13 @@
 #include <string>
 #include <vector>
 
+#include "shell/OrvaneMembers.h"
 #include "support/FakeCaptureLayer.h"
 #include "support/Notices.h"
 #include "support/ScriptedHttp.h"
 #include "support/WorkingDirectory.h"
 
-#include "shell/orvane.h"
-
 namespace support {
-
-// What belongs to the broadcast, open to the test.
-class OpenBroadcast : public orvane {
- public:
-  using orvane::m_actDlg;
-  using orvane::m_encoder;
-  using orvane::m_isLiving;
-  using orvane::m_liveTimer;
-  using orvane::m_loopback;
-  using orvane::m_mic;
-  using orvane::m_mixOut;
-};
 
 // One activity of the service's list, as JSON.
 struct ListedActivity {
@@ -51,6 +38,7 @@ class LiveControlRig : public testing::Test {
   void SetUp() override;
   void TearDown() override;
 
+  static ScriptedReply ListReply(const ListedActivity& activity);
   // The replies to the list, and then to every later request in turn; the last one again and again.
   void Serve(const ListedActivity& activity, const QList<ScriptedReply>& later);
   // Presses the button, waits for the first card and presses it (unless card is false), sets the
@@ -87,10 +75,11 @@ class LiveControlRig : public testing::Test {
   ScriptedHttp m_service;
   Notices m_notices;
   FakeCaptureLayer m_capture;
+  FakeDevice* m_desktop = nullptr;
   FakeDevice* m_systemSound = nullptr;
   FakeDevice* m_microphone = nullptr;
   std::string m_nobody;  // a publish address at which nobody listens
-  std::unique_ptr<OpenBroadcast> m_window;
+  std::unique_ptr<OrvaneMembers> m_window;
 };
 
 }  // namespace support

@@ -11,24 +11,11 @@
 
 #include "output/RenderHarness.h"
 #include "shell/CEvent.h"
-#include "shell/orvane.h"
+#include "shell/OrvaneMembers.h"
 
 namespace support {
 
 using Numbers = std::vector<int>;
-
-class Stage : public orvane {
- public:
-  using orvane::m_leftDown;
-  using orvane::m_maximised;
-  using orvane::m_normalRect;
-  using orvane::m_render;
-  using orvane::m_tip;
-  using orvane::m_tipShown;
-  using orvane::m_TuCMenu;
-  using orvane::m_WndMenu;
-  using orvane::ui;
-};
 
 class PreviewMouse : public testing::Test {
  protected:
@@ -97,7 +84,7 @@ class PreviewMouse : public testing::Test {
   }
 
   support::HandRender render;
-  Stage window;
+  OrvaneMembers window;
   QPoint preview;
   Qt::MouseButtons held = Qt::NoButton;
 };

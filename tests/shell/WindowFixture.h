@@ -8,39 +8,10 @@
 
 #include "shell/LayersRig.h"
 
-class OpenWindow : public support::OpenOrvane {
- public:
-  using orvane::m_actDlg;
-  using orvane::m_adPixmap;
-  using orvane::m_backend;
-  using orvane::m_catalogue;
-  using orvane::m_dragFrom;
-  using orvane::m_dragMode;
-  using orvane::m_dragTo;
-  using orvane::m_encoder;
-  using orvane::m_isLiving;
-  using orvane::m_layerMoved;
-  using orvane::m_leftDown;
-  using orvane::m_liveTime;
-  using orvane::m_liveTimer;
-  using orvane::m_loginDlg;
-  using orvane::m_loginShadow;
-  using orvane::m_loopback;
-  using orvane::m_maximised;
-  using orvane::m_mic;
-  using orvane::m_mixOut;
-  using orvane::m_normalRect;
-  using orvane::m_pressPos;
-  using orvane::m_pressRect;
-  using orvane::m_silence;
-  using orvane::m_wndDlg;
-  using orvane::m_wndDrag;
-};
-
 class MainWindow : public support::LayersRig {
  protected:
   MainWindow() {
-    main = new OpenWindow;
+    main = new support::OpenOrvane;
     window.reset(main);
   }
 
@@ -58,7 +29,7 @@ class MainWindow : public support::LayersRig {
     return qobject_cast<T*>(Find(name));
   }
 
-  OpenWindow* main;
+  support::OpenOrvane* main;
 };
 
 #endif

@@ -17,8 +17,8 @@ class QWidget;
 
 // The margin around a window in which a press starts nothing, and the height of the area by which
 // it is moved; the main window has the same.
-constexpr int kFramelessMargin = 5;
-constexpr int kFramelessTitle = 40;
+inline constexpr int kFramelessMargin = 5;
+inline constexpr int kFramelessTitle = 40;
 
 // Makes the dialog a frameless one with round corners, whose end is not that of the program, also
 // while no other window is shown. Before any native handle is taken: a change of the flags makes

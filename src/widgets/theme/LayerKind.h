@@ -6,8 +6,8 @@
 
 namespace widgets {
 
-constexpr std::int32_t kTextLayer = 0;
-constexpr std::int32_t kOtherLayer = 1;  // desktop, camera, window, picture, media file
+inline constexpr std::int32_t kTextLayer = 0;
+inline constexpr std::int32_t kOtherLayer = 1;  // desktop, camera, window, picture, media file
 
 }  // namespace widgets
 

@@ -5,19 +5,14 @@
 #include <QTextLayout>
 #include <algorithm>
 
+#include "widgets/theme/SeenLength.h"
+
 namespace theme {
-
-namespace {
-
-// More than any notice could show: a service may send megabytes.
-constexpr int kMostLaidOut = 4096;
-
-}  // namespace
 
 QStringList LinesIn(const QString& text, const QFont& font, const QSize& room) {
   const QFontMetrics metrics(font);
   const int most = std::max(1, room.height() / metrics.lineSpacing());
-  QString whole = text.left(kMostLaidOut);
+  QString whole = text.left(kSeenInPanel);
   whole.replace(QLatin1Char('\n'), QChar::LineSeparator);
   QTextLayout layout(whole, font);
   QTextOption option;
