@@ -21,10 +21,21 @@ void orvane::ShowLogin() {
   m_loginDlg->hide();  // a program that was told to quit leaves it standing
 }
 
+void orvane::LogOut() {
+  backend::Until until;
+  const QScopedValueRollback<backend::Until*> out(m_logout, &until);
+  int code = 0;
+  m_backend->Logout(m_catalogue->userToken, &code, until);
+}
+
 void orvane::SlotLoginChange() {
-  // The service is waited for in a loop of its own, in which the operator may ask once more. A
-  // second change inside the first would leave the first to log the new account out again.
+  // The service is waited for in a loop of its own, in which the operator may ask once more: of a
+  // service that hangs, no answer is then waited for. A second change inside the first would leave
+  // the first to log the new account out again.
   if (m_changesLogin) {
+    if (m_logout != nullptr) {
+      m_logout->End();
+    }
     return;
   }
   const QScopedValueRollback<bool> changes(m_changesLogin, true);
@@ -32,8 +43,7 @@ void orvane::SlotLoginChange() {
     InformationDlg(InformationDlg::kLiving, QString()).exec();
   }
   m_reports.BeforeLogout();
-  int code = 0;
-  m_backend->Logout(m_catalogue->userToken, &code);
+  LogOut();
   m_catalogue->userToken.clear();
   m_catalogue->loggedIn = 0;
   widgets::WriteLoginSettings({QString(), QString()});

@@ -50,9 +50,7 @@ class ChangeOfAccount : public MainWindow {
  protected:
   ChangeOfAccount() {
     SetTestAddress(server.Address());
-    // In the order in which they are asked for: logout, picture of the login, login.
-    server.SetReplies({JsonReply(R"({"code":0})"), JsonReply(R"({"code":-1})"),
-                       JsonReply(R"({"code":0,"data":{"token":"t2"},"token":"t2"})")});
+    Serve(JsonReply(R"({"code":0})"));
     QSettings settings(QStringLiteral("./login.ini"), QSettings::IniFormat);
     settings.setValue(QStringLiteral("usr"), QStringLiteral("first"));
     settings.setValue(QStringLiteral("psw"), QStringLiteral("secret"));
@@ -61,6 +59,14 @@ class ChangeOfAccount : public MainWindow {
     DeviceCatalogue::Instance()->userName = QStringLiteral("first");
   }
   ~ChangeOfAccount() override { DeviceCatalogue::Instance()->loggedIn = 0; }
+  // The replies to the next change of account, in which the second account logs in.
+  void Serve(const ScriptedReply& logout) {
+    QList<ScriptedReply> replies = {logout};
+    if (main->m_loginDlg == nullptr) {
+      replies += JsonReply(R"({"code":-1})");  // no picture for the login
+    }
+    server.SetReplies(replies + QList<ScriptedReply>{JsonReply(R"({"code":0,"token":"t2"})")});
+  }
   QString ShownName() const { return Get<QLabel>("nameLabel")->text(); }
 
   ScriptedHttp server;
@@ -83,25 +89,82 @@ TEST_F(ChangeOfAccount, LogsOutForgetsHidesAsksAndComesBack) {
   EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2"));
 }
 
+// However the notice is left: it informs and does not ask.
 TEST_F(ChangeOfAccount, WhileABroadcastRunsShowsTheNoticeAndGoesOn) {
   Run();
-  main->m_isLiving = true;
+  for (const bool cross : {false, true}) {
+    Serve(JsonReply(R"({"code":0})"));
+    main->m_isLiving = true;
+    answers.cross = cross;
+    const std::size_t before = answers.All().size();
+    AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+    emit CEvent::instance()->loginChange();
+    ASSERT_GT(answers.All().size(), before);
+    EXPECT_EQ(answers.All()[before].text, QStringLiteral("正在直播过程中，请先停止直播"));
+    EXPECT_FALSE(answers.All()[before].shadow);
+    EXPECT_EQ(answers.TakeKinds(), QStringList({"InformationDlg", "CLoginDlg"}));
+    EXPECT_TRUE(operatorAtLogin.opened);
+    EXPECT_TRUE(main->m_isLiving);
+    EXPECT_EQ(ShownName(), QStringLiteral("second"));
+    main->m_isLiving = false;
+  }
+}
+
+TEST_F(ChangeOfAccount, ALogoutThatFailsIsToldAndTheChangeGoesOn) {
+  Serve(JsonReply("{}", 500));
+  Run();
   AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
   emit CEvent::instance()->loginChange();
   ASSERT_FALSE(answers.All().empty());
-  EXPECT_EQ(answers.All()[0].text, QStringLiteral("正在直播过程中，请先停止直播"));
+  EXPECT_EQ(answers.All()[0].text, QStringLiteral("网络不通畅，请检查网络连接"));
+  EXPECT_TRUE(answers.All()[0].shadow);
   EXPECT_EQ(answers.TakeKinds(), QStringList({"InformationDlg", "CLoginDlg"}));
-  EXPECT_TRUE(operatorAtLogin.opened);
-  EXPECT_TRUE(main->m_isLiving);
+  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2"));
+}
+
+TEST_F(ChangeOfAccount, WhatTheServiceSaysOfTheLogoutChangesNothing) {
+  Run();
+  for (const char* answer : {R"({"code":-1,"message":"no"})", "[]", ""}) {
+    Serve(JsonReply(answer));
+    DeviceCatalogue::Instance()->userToken = QStringLiteral("t1");
+    AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+    emit CEvent::instance()->loginChange();
+    EXPECT_FALSE(answers.TakeKinds().contains("InformationDlg")) << answer;
+    EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2")) << answer;
+  }
+}
+
+// A service that hangs must not keep the operator from another account.
+TEST_F(ChangeOfAccount, AskedForOnceMoreItWaitsNoLongerForALogoutThatHangs) {
+  ScriptedReply hung;
+  hung.never = true;
+  hung.dropMs = 10000;
+  Serve(hung);
+  Run();
+  AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
+  QTimer hand;
+  QObject::connect(&hand, &QTimer::timeout, main, [&] {
+    if (server.Requests().size() == 1) {
+      hand.stop();
+      EXPECT_TRUE(main->isVisible());
+      emit CEvent::instance()->loginChange();
+    }
+  });
+  hand.start(5);
+  emit CEvent::instance()->loginChange();
+  EXPECT_EQ(answers.TakeKinds(), QStringList("CLoginDlg")) << "and no notice";
+  ASSERT_EQ(server.Requests().size(), 3);
+  EXPECT_TRUE(server.Requests()[0].contains("logout"));
+  EXPECT_TRUE(server.Requests()[1].contains("homepage-ads"));
+  EXPECT_EQ(DeviceCatalogue::Instance()->userToken, QStringLiteral("t2"));
   EXPECT_EQ(ShownName(), QStringLiteral("second"));
-  main->m_isLiving = false;
 }
 
 // An operator whose service is slow asks once more.
 TEST_F(ChangeOfAccount, AskedForTwiceWhileTheServiceIsSlowAsksForOneLogin) {
   ScriptedReply slow = JsonReply(R"({"code":0})");
   slow.delayMs = 300;
-  server.SetReplies({slow, JsonReply(R"({"code":-1})"), JsonReply(R"({"code":0,"token":"t2"})")});
+  Serve(slow);
   Run();
   AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
   QTimer::singleShot(20, main, [] { emit CEvent::instance()->loginChange(); });

@@ -86,7 +86,7 @@ void Operator::Note(QDialog* dialog) {
 void Operator::Answer(QDialog* dialog) {
   if (auto* notice = qobject_cast<InformationDlg*>(dialog)) {
     m_open = nullptr;
-    notice->slotBtnOk();
+    cross ? notice->slotBtnCannel() : notice->slotBtnOk();
   } else if (!confirm) {
     m_open = nullptr;
     dialog->reject();

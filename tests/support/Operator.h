@@ -32,6 +32,7 @@ class Operator : public QObject {
   };
 
   bool confirm = true;  // false: every dialog is cancelled
+  bool cross = false;   // notices are closed by their cross
   QString path;         // for file choosers: picked in the list if it is there, else typed
   QString text;
   std::uint32_t color = 255;

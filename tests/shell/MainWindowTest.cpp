@@ -345,13 +345,16 @@ TEST_F(MainWindow, TakesTheSizeOfThePreviewFromTheBus) {
 TEST_F(MainWindow, StaysOpenWhileABroadcastRunsAndSaysWhy) {
   Run();
   main->m_isLiving = true;
-  Get<QPushButton>("m_BtnExit")->click();
-  ASSERT_EQ(answers.All().size(), 1U);
-  EXPECT_EQ(answers.All()[0].text, QStringLiteral("正在直播过程中，请先停止直播"));
-  EXPECT_TRUE(main->isVisible());
+  for (const bool cross : {false, true}) {
+    answers.cross = cross;
+    Get<QPushButton>("m_BtnExit")->click();
+    EXPECT_EQ(answers.All().back().text, QStringLiteral("正在直播过程中，请先停止直播"));
+    EXPECT_FALSE(answers.All().back().shadow);
+    EXPECT_TRUE(main->isVisible());
+  }
   main->m_isLiving = false;
   Get<QPushButton>("m_BtnExit")->click();
-  EXPECT_EQ(answers.All().size(), 1U);
+  EXPECT_EQ(answers.All().size(), 2U);
   EXPECT_FALSE(main->isVisible());
 }
 
