@@ -9,7 +9,9 @@
 #include <QTimer>
 
 #include "output/CEncoder.h"
+#include "output/CRender.h"
 #include "shell/LiveControlRig.h"
+#include "sources/DeviceCatalogue.h"
 #include "support/LogRecord.h"
 #include "widgets/SelectActivities.h"
 
@@ -74,6 +76,88 @@ TEST_F(LiveControl, ACancelledReselectionLeavesNothingChosen) {
   Serve(Activity(), {kFine});
   ASSERT_TRUE(Choose(false, true, 0, "m_reselectBtn"));
   ExpectUnchosen();
+}
+
+// The first dialog's last request still waits below the second one.
+TEST_F(LiveControl, AChoiceMadeWhileAnotherDialogCloses) {
+  ScriptedReply never;
+  never.never = true;
+  ListedActivity later = Activity();
+  later.title = QStringLiteral("后来的");
+  m_service.SetReplies({never, ListReply(later), kFine});
+  bool closed = false;
+  bool chosen = false;
+  QTimer hand;
+  QObject::connect(&hand, &QTimer::timeout, [&] {
+    auto* dialog = qobject_cast<SelectActivities*>(QApplication::activeModalWidget());
+    if (dialog == nullptr || Requests("host-list") == 0) {
+      return;
+    }
+    hand.stop();
+    // Both clicks have come before the first dialog's loops see that they are over.
+    QMetaObject::invokeMethod(dialog->findChild<QPushButton*>("okBtn"), "click",
+                              Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        m_window.get(),
+        [&] {
+          EXPECT_FALSE(closed);
+          chosen = Choose();
+        },
+        Qt::QueuedConnection);
+  });
+  hand.start(5);
+  Press("m_chooseBtn");
+  closed = true;
+  ASSERT_TRUE(chosen);
+  ExpectChosen();
+  EXPECT_EQ(Label("activitiesTitleLabel")->text(), "后来的");
+}
+
+TEST_F(LiveControl, WithoutAnActivityThereIsNothingToStart) {
+  m_window->RecvStartLiving();
+  ExpectUnchosen();
+  Serve(Activity(), {kFine});
+  ASSERT_TRUE(Choose(true, false));
+  m_window->RecvStartLiving();
+  ExpectUnchosen();
+  ExpectNoBroadcastNodes();
+  EXPECT_EQ(Requests("host-start"), 0);
+  EXPECT_TRUE(m_notices.texts.isEmpty());
+}
+
+TEST_F(LiveControl, AMachineWithoutAMicrophoneBroadcastsTheSystemsSound) {
+  m_microphone->Unplug();
+  DeviceCatalogue::Instance()->RefreshDevices();
+  ChooseWith();
+  Press("m_LiveBtn");
+  ExpectLive();
+  EXPECT_EQ(m_window->m_mic, nullptr);
+  EXPECT_EQ(m_window->m_mixOut, nullptr);
+  const auto* meter = m_window->findChild<QWidget*>("soundMeter");
+  EXPECT_TRUE(meter->accessibleDescription().contains("麦克风：未接入"));
+}
+
+TEST_F(LiveControl, TheLayersStayAsTheyAreThroughStartAndStop) {
+  m_window->SlotAddDesk();
+  const auto nodes = m_window->m_layers;
+  ASSERT_EQ(nodes.size(), 2U);
+  const auto order = [&] {
+    std::vector<int> layers;
+    m_window->m_render->CopyLayerOrder(&layers);
+    return layers;
+  };
+  const std::vector<int> before = order();
+  const int opened = m_desktop->OpenCount();
+  ChooseWith();
+  for (int press = 0; press < 2; ++press) {
+    Press("m_LiveBtn");
+    EXPECT_EQ(m_window->m_layers, nodes);
+    EXPECT_EQ(order(), before);
+    EXPECT_EQ(m_window->ui.m_tabLayer->RowCount(), 2);
+    EXPECT_EQ(m_desktop->OpenCount(), opened) << "none was started anew";
+    const unsigned number = m_desktop->NextNumber();
+    EXPECT_TRUE(Await([&] { return m_desktop->NextNumber() > number; }));
+  }
 }
 
 // Never to the live button: the key that confirmed the choice would start the broadcast.

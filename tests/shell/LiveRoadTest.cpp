@@ -8,8 +8,11 @@
 #include <complex>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "media/CMixOut.h"
@@ -153,6 +156,69 @@ TEST_F(LiveRoad, TheNodesStopBesideEachOther) {
   shell::StartLive(Nodes(), m_settings, &m_render);
   shell::StopLive(Nodes(), &m_render);
   EXPECT_TRUE(met);
+}
+
+// Starts no thread, and looks at the graph when it is asked to start.
+template <typename Node>
+class Watching : public Node {
+ public:
+  template <typename... Arguments>
+  explicit Watching(std::function<void()> atStart, Arguments... arguments)
+      : Node(arguments...), m_atStart(std::move(atStart)) {}
+  int Start() override {
+    m_atStart();
+    return 0;
+  }
+  int Stop() override { return 0; }
+
+ private:
+  std::function<void()> m_atStart;
+};
+
+TEST_F(LiveRoad, WhatTakesRunsBeforeItIsGivenAnythingAndThePictureComesLast) {
+  using List = std::vector<CSrcInterface*>;
+  std::vector<std::string> started;
+  const auto outputs = [](CSrcInterface* node) {
+    return node == nullptr ? List() : Peek::SoundOutputs(node);
+  };
+  const auto note = [&](const char* name) {
+    started.emplace_back(name);
+    EXPECT_EQ(Peek::PictureOutputs(&m_render), List()) << name;
+  };
+  for (const bool microphone : {true, false}) {
+    started.clear();
+    m_settings.microphone = microphone ? "Microphone" : "";
+    m_loopback = new Watching<CInputDev>(
+        [&] {
+          note("system sound");
+          EXPECT_EQ(outputs(m_mixOut), m_mixOut == nullptr ? List() : List{m_encoder});
+        },
+        true, m_settings.systemSound, 0, 0, 2);
+    if (microphone) {
+      m_mic = new Watching<CInputDev>([&] { note("microphone"); }, true, m_settings.microphone, 0,
+                                      0, 2);
+      m_mixOut = new Watching<CMixOut>([&] {
+        note("mixer");
+        EXPECT_EQ(outputs(m_loopback), List());
+        EXPECT_EQ(outputs(m_mic), List());
+      });
+    }
+    m_encoder = new Watching<CEncoder>(
+        [&] {
+          note("encoder");
+          EXPECT_EQ(outputs(m_loopback), List());
+          EXPECT_EQ(outputs(m_mixOut), List());
+        },
+        960, 540);
+    shell::StartLive(Nodes(), m_settings, &m_render);
+    EXPECT_EQ(started, microphone ? std::vector<std::string>(
+                                        {"microphone", "encoder", "mixer", "system sound"})
+                                  : std::vector<std::string>({"encoder", "system sound"}));
+    EXPECT_EQ(outputs(m_loopback), microphone ? List{m_mixOut} : List{m_encoder});
+    EXPECT_EQ(outputs(m_mic), microphone ? List{m_mixOut} : List());
+    EXPECT_EQ(Peek::PictureOutputs(&m_render), List{m_encoder});
+    shell::StopLive(Nodes(), &m_render);
+  }
 }
 
 TEST_F(LiveRoad, TheSceneGoesToTheEncoderUntilTheStop) {

@@ -80,6 +80,7 @@ TEST_F(LiveTrouble, RepliesOfAnyShapeChangeNothing) {
               JsonReply(QByteArray(100000, '[')), JsonReply("{\"code\":0}", 302),
               JsonReply("{\"code\":0}", 500), HalfAReply(), crawling,
               JsonReply("{\"code\":" + QByteArray(1000000, '9') + "}")});
+  const support::LogRecord log;
   for (int broadcast = 0; broadcast < 7; ++broadcast) {
     Press("m_LiveBtn");
     ExpectLive();
@@ -88,6 +89,7 @@ TEST_F(LiveTrouble, RepliesOfAnyShapeChangeNothing) {
   }
   // The error and the half reply; whatever else can't be understood counts as heard.
   EXPECT_EQ(m_notices.texts, (QStringList{kNoNetwork, kNoNetwork}));
+  EXPECT_FALSE(Holds(log.Debug(), "StartLive failed"));
 }
 
 TEST_F(LiveTrouble, AnAddressFileThatCantBeWrittenIsPassedOver) {
