@@ -17,6 +17,8 @@
 
 namespace {
 
+class BackendClientWait : public BackendClientTest {};
+
 // Acts right behind the client's own handling of the end of a reply, before it goes on.
 class AtTheEndOfAReply : public QObject {
  public:
@@ -42,7 +44,7 @@ class AtTheEndOfAReply : public QObject {
   bool m_came = false;
 };
 
-TEST_F(BackendClientTest, ASlowReplyIsWaitedForWhileTheInterfaceLives) {
+TEST_F(BackendClientWait, ASlowReplyIsWaitedForWhileTheInterfaceLives) {
   ScriptedReply slow = JsonReply(R"({"code":0,"token":"late"})");
   slow.delayMs = 50;
   slow.byteByByte = true;
@@ -58,7 +60,7 @@ TEST_F(BackendClientTest, ASlowReplyIsWaitedForWhileTheInterfaceLives) {
 }
 
 // Each of the seven, while the service says nothing.
-TEST_F(BackendClientTest, EveryCallEndsWithItsUntilAndShowsNothing) {
+TEST_F(BackendClientWait, EveryCallEndsWithItsUntilAndShowsNothing) {
   LoginResult login;
   AdResult ad;
   ActivityList list;
@@ -99,7 +101,7 @@ TEST_F(BackendClientTest, EveryCallEndsWithItsUntilAndShowsNothing) {
 
 // Its own wait can't return before the one on top of it; its connection may not stay as long, since
 // one that dies without a byte has its request sent again.
-TEST_F(BackendClientTest, ARequestThatIsGivenUpBelowAnotherIsClosedAtOnce) {
+TEST_F(BackendClientWait, ARequestThatIsGivenUpBelowAnotherIsClosedAtOnce) {
   ScriptedReply never;
   never.never = true;
   ScriptedReply slow = JsonReply(R"({"code":0})");
@@ -127,7 +129,7 @@ TEST_F(BackendClientTest, ARequestThatIsGivenUpBelowAnotherIsClosedAtOnce) {
   EXPECT_TRUE(notices.texts.isEmpty());
 }
 
-TEST_F(BackendClientTest, APendingCallEndsWhenTheApplicationQuits) {
+TEST_F(BackendClientWait, APendingCallEndsWhenTheApplicationQuits) {
   ScriptedReply never;
   never.never = true;
   server.SetReplies({never});
@@ -143,7 +145,7 @@ TEST_F(BackendClientTest, APendingCallEndsWhenTheApplicationQuits) {
 }
 
 // Nobody would read it, and it would come up for a moment.
-TEST_F(BackendClientTest, AReplyThatFailsAsTheApplicationQuitsShowsNoNotice) {
+TEST_F(BackendClientWait, AReplyThatFailsAsTheApplicationQuitsShowsNoNotice) {
   class Shown : public QObject {
    public:
     bool eventFilter(QObject* watched, QEvent* event) override {
@@ -164,7 +166,7 @@ TEST_F(BackendClientTest, AReplyThatFailsAsTheApplicationQuitsShowsNoNotice) {
   EXPECT_FALSE(shown.notice);
 }
 
-TEST_F(BackendClientTest, ABriefCallIsAnsweredAfterTheApplicationWasToldToQuit) {
+TEST_F(BackendClientWait, ABriefCallIsAnsweredAfterTheApplicationWasToldToQuit) {
   server.SetReplies({JsonReply(R"({"code":-7})")});
   int code = 0;
   int returned = 1;
@@ -177,7 +179,7 @@ TEST_F(BackendClientTest, ABriefCallIsAnsweredAfterTheApplicationWasToldToQuit) 
   EXPECT_EQ(code, -7);
 }
 
-TEST_F(BackendClientTest, ABriefCallThatFailsSaysNothing) {
+TEST_F(BackendClientWait, ABriefCallThatFailsSaysNothing) {
   SetTestAddress(QStringLiteral("http://127.0.0.1:1"));
   int code = 0;
   EXPECT_EQ(client->HostEnd("7", "token", &code, Until(kBrief)), -1);
@@ -186,7 +188,7 @@ TEST_F(BackendClientTest, ABriefCallThatFailsSaysNothing) {
 }
 
 // Between the last byte and the reading of the picture.
-TEST_F(BackendClientTest, ADialogThatEndsAsItsPictureArrivesGetsNone) {
+TEST_F(BackendClientWait, ADialogThatEndsAsItsPictureArrivesGetsNone) {
   QImage image(3, 2, QImage::Format_RGB32);
   image.fill(Qt::red);
   QBuffer png;

@@ -6,7 +6,7 @@
 
 using namespace shell;
 
-TEST(PositionOfRow, RowsCountFromTheTopAndTheOrderFromTheBottom) {
+TEST(LayerRules, RowsCountFromTheTopAndTheOrderFromTheBottom) {
   EXPECT_EQ(PositionOfRow(1, 0), 0);
   EXPECT_EQ(PositionOfRow(3, 0), 2);
   EXPECT_EQ(PositionOfRow(3, 1), 1);
@@ -14,11 +14,11 @@ TEST(PositionOfRow, RowsCountFromTheTopAndTheOrderFromTheBottom) {
   EXPECT_EQ(PositionOfRow(10, 9), 0);
 }
 
-TEST(PositionOfRow, NoRowIsThePositionPastTheEnd) {
+TEST(LayerRules, NoRowIsThePositionPastTheEnd) {
   EXPECT_EQ(PositionOfRow(3, -1), 3);
 }
 
-TEST(SceneIsFull, AtTenLayersAndNotBefore) {
+TEST(LayerRules, AtTenLayersAndNotBefore) {
   EXPECT_FALSE(SceneIsFull(0));
   EXPECT_FALSE(SceneIsFull(9));
   EXPECT_TRUE(SceneIsFull(10));
@@ -33,13 +33,13 @@ QStringList PatternsOf(const QString& filter) {
   return match.captured(2).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-TEST(FileQuestion, EveryPatternOfThePicturesStandsAlone) {
+TEST(LayerRules, EveryPatternOfThePicturesStandsAlone) {
   EXPECT_EQ(PictureQuestion().caption, QString("打开图片文件"));
   EXPECT_EQ(PatternsOf(PictureQuestion().filter), QStringList({"*.png", "*.jpg", "*.bmp"}));
   EXPECT_TRUE(PictureQuestion().filter.startsWith("图片文件("));
 }
 
-TEST(FileQuestion, EveryPatternOfTheMediaFilesStandsAlone) {
+TEST(LayerRules, EveryPatternOfTheMediaFilesStandsAlone) {
   EXPECT_EQ(MediaQuestion().caption, QString("打开视频文件"));
   EXPECT_EQ(PatternsOf(MediaQuestion().filter),
             QStringList({"*.mp4", "*.rm", "*.rmvb", "*.avi", "*.mkv", "*.flv", "*.3gp", "*.mpg",
@@ -47,23 +47,23 @@ TEST(FileQuestion, EveryPatternOfTheMediaFilesStandsAlone) {
   EXPECT_TRUE(MediaQuestion().filter.startsWith("视频文件("));
 }
 
-TEST(FirstPath, OnlyTheFirstOfTheFilesCounts) {
+TEST(LayerRules, OnlyTheFirstOfTheFilesCounts) {
   EXPECT_EQ(FirstPath({}), "");
   EXPECT_EQ(FirstPath({"/a", "/b"}), "/a");
 }
 
-TEST(FirstPath, AnyNameGoesOnInUtf8) {
+TEST(LayerRules, AnyNameGoesOnInUtf8) {
   EXPECT_EQ(FirstPath({QString("/图 \"片\"'s\n%03d:[x].png")}), "/图 \"片\"'s\n%03d:[x].png");
   EXPECT_EQ(FirstPath({QString::fromUcs4(U"/\U0001F600.png")}), "/\xF0\x9F\x98\x80.png");
 }
 
-TEST(Places, MenusOpenAboveTheirButtonAndPanelsAboveTheMouse) {
+TEST(LayerRules, MenusOpenAboveTheirButtonAndPanelsAboveTheMouse) {
   EXPECT_EQ(MenuPlace({600, 700}), QPoint(550, 570));
   EXPECT_EQ(PanelPlace({600, 700}), QPoint(450, 586));
   EXPECT_EQ(PanelPlace({0, 0}), QPoint(-150, -114));
 }
 
-TEST(Rows, AreNamedAfterWhatTheyShow) {
+TEST(LayerRules, AreNamedAfterWhatTheyShow) {
   EXPECT_EQ(DeskName(), QString("全屏桌面"));
   EXPECT_EQ(CameraName(), QString("摄像头"));
   EXPECT_EQ(PictureName(), QString("图片"));

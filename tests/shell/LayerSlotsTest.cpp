@@ -159,7 +159,7 @@ TEST_F(LayerSlots, ASlotWithoutANodeIsDroppedToo) {
 
 // Sound, at the indices of a mixer in which nothing sounds but what the test says.
 
-class LayerSounds : public LayerSlots {
+class LayerSlotsSound : public LayerSlots {
  protected:
   // A layer with sound; the mixer has that many inputs in use.
   Source* AddSound(int inUse) {
@@ -176,13 +176,13 @@ class LayerSounds : public LayerSlots {
   MixerRig m_mix{shell::kLayerLimit};
 };
 
-TEST_F(LayerSounds, EachTakesTheFirstFreeInput) {
+TEST_F(LayerSlotsSound, EachTakesTheFirstFreeInput) {
   EXPECT_EQ(AddSound(1)->AudioIndex(), 1);
   EXPECT_EQ(AddSound(2)->AudioIndex(), 2);
   EXPECT_EQ(AddSound(3)->AudioOutputs(), 1U);
 }
 
-TEST_F(LayerSounds, TheHighestTakesOverAnIndexThatBecomesFree) {
+TEST_F(LayerSlotsSound, TheHighestTakesOverAnIndexThatBecomesFree) {
   AddSound(1);
   const Source* second = AddSound(2);
   const Source* third = AddSound(3);
@@ -195,7 +195,7 @@ TEST_F(LayerSounds, TheHighestTakesOverAnIndexThatBecomesFree) {
   EXPECT_EQ(second->AudioIndex(), 1);
 }
 
-TEST_F(LayerSounds, TheLastOnesEndChangesNothing) {
+TEST_F(LayerSlotsSound, TheLastOnesEndChangesNothing) {
   const Source* first = AddSound(1);
   const Source* second = AddSound(2);
   AddSound(3);
@@ -207,7 +207,7 @@ TEST_F(LayerSounds, TheLastOnesEndChangesNothing) {
 }
 
 // The mixer calls the input of a layer that has gone taken for a second more.
-TEST_F(LayerSounds, TheNextOneTakesTheIndexThatIsFreeAndNotTheOneBehindIt) {
+TEST_F(LayerSlotsSound, TheNextOneTakesTheIndexThatIsFreeAndNotTheOneBehindIt) {
   AddSound(1);
   AddSound(2);
   AddSound(3);
@@ -216,7 +216,7 @@ TEST_F(LayerSounds, TheNextOneTakesTheIndexThatIsFreeAndNotTheOneBehindIt) {
   EXPECT_EQ(AddSound(4)->AudioIndex(), 4);
 }
 
-TEST_F(LayerSounds, ASourceThatMakesNoSoundAfterAllLeavesNoHole) {
+TEST_F(LayerSlotsSound, ASourceThatMakesNoSoundAfterAllLeavesNoHole) {
   Source* first = AddSound(1);
   const Source* second = AddSound(2);
   m_slots.UnlinkSound(m_render.LayerAt(0), first, &m_mix.mixer);
@@ -225,7 +225,7 @@ TEST_F(LayerSounds, ASourceThatMakesNoSoundAfterAllLeavesNoHole) {
 }
 
 // A film that has ended stays a layer, and is no input of the mix for as long as it is silent.
-TEST_F(LayerSounds, ASoundThatEndsGivesItsInputToTheHighest) {
+TEST_F(LayerSlotsSound, ASoundThatEndsGivesItsInputToTheHighest) {
   Source* first = AddSound(1);
   const Source* second = AddSound(2);
   const Source* third = AddSound(3);
@@ -250,7 +250,7 @@ TEST_F(LayerSounds, ASoundThatEndsGivesItsInputToTheHighest) {
   EXPECT_EQ(third->AudioIndex(), 1);
 }
 
-TEST_F(LayerSounds, WithTheMixFullALayerGetsAnIndexPastTheLastInputAndItsSoundIsLost) {
+TEST_F(LayerSlotsSound, WithTheMixFullALayerGetsAnIndexPastTheLastInputAndItsSoundIsLost) {
   Source* source = AddSound(shell::kLayerLimit);
   EXPECT_EQ(source->AudioIndex(), shell::kLayerLimit);
   EXPECT_EQ(source->AudioOutputs(), 1U);

@@ -6,9 +6,11 @@
 
 namespace {
 
+class LayersRows : public Layers {};
+
 // Deleting.
 
-TEST_F(Layers, DeletingTheMiddleRowLeavesTheOthersInTheirOrder) {
+TEST_F(LayersRows, DeletingTheMiddleRowLeavesTheOthersInTheirOrder) {
   OpenEmpty();
   for (const char* text : {"C", "B", "A"}) {
     AddText(text);
@@ -22,7 +24,7 @@ TEST_F(Layers, DeletingTheMiddleRowLeavesTheOthersInTheirOrder) {
   EXPECT_EQ(window->m_layers.size(), 2U);
 }
 
-TEST_F(Layers, ADeletedLayersNodeIsStoppedAndItsDeviceClosed) {
+TEST_F(LayersRows, ADeletedLayersNodeIsStoppedAndItsDeviceClosed) {
   Open();
   ASSERT_TRUE(desk->IsOpen());
   window->SlotDeleteItem(0);
@@ -30,7 +32,7 @@ TEST_F(Layers, ADeletedLayersNodeIsStoppedAndItsDeviceClosed) {
   EXPECT_TRUE(window->m_layers.empty());
 }
 
-TEST_F(Layers, TheQuestionStandsAtTheMouseAndOnlyAYesDeletes) {
+TEST_F(LayersRows, TheQuestionStandsAtTheMouseAndOnlyAYesDeletes) {
   Open();
   answers.confirm = false;
   window->RecvDeleteSignal(0, 1, QPoint(600, 400));
@@ -45,7 +47,7 @@ TEST_F(Layers, TheQuestionStandsAtTheMouseAndOnlyAYesDeletes) {
   EXPECT_TRUE(window->Order().empty());
 }
 
-TEST_F(Layers, DeletingTheSelectedLayerLeavesTheSelection) {
+TEST_F(LayersRows, DeletingTheSelectedLayerLeavesTheSelection) {
   Open();
   window->m_render->selectedLayer = 0;
   window->SlotDeleteItem(0);
@@ -54,7 +56,7 @@ TEST_F(Layers, DeletingTheSelectedLayerLeavesTheSelection) {
   EXPECT_EQ(window->m_render->GetLayerRect(0, &unused, &unused, &unused, &unused), -1);
 }
 
-TEST_F(Layers, ARowWhoseSlotHasNoNodeIsDeletedToo) {
+TEST_F(LayersRows, ARowWhoseSlotHasNoNodeIsDeletedToo) {
   Open();
   window->m_slots.DropNodes();
   window->SlotDeleteItem(0);
@@ -62,7 +64,7 @@ TEST_F(Layers, ARowWhoseSlotHasNoNodeIsDeletedToo) {
   EXPECT_TRUE(window->Order().empty());
 }
 
-TEST_F(Layers, ARowThatIsNotThereChangesNothing) {
+TEST_F(LayersRows, ARowThatIsNotThereChangesNothing) {
   Open();
   for (const int row : {-1, 1, 1000}) {
     window->SlotDeleteItem(row);
@@ -77,7 +79,7 @@ TEST_F(Layers, ARowThatIsNotThereChangesNothing) {
 
 // Order.
 
-TEST_F(Layers, ASwapOfTheFirstAndTheLastRowLeavesTheMiddle) {
+TEST_F(LayersRows, ASwapOfTheFirstAndTheLastRowLeavesTheMiddle) {
   OpenEmpty();
   for (const char* text : {"C", "B", "A"}) {
     AddText(text);
@@ -87,7 +89,7 @@ TEST_F(Layers, ASwapOfTheFirstAndTheLastRowLeavesTheMiddle) {
   EXPECT_EQ(window->Order(), Ints({order[2], order[1], order[0]}));
 }
 
-TEST_F(Layers, ADropOnNoRowLeavesTheScene) {
+TEST_F(LayersRows, ADropOnNoRowLeavesTheScene) {
   OpenEmpty();
   AddText("A");
   AddText("B");
@@ -97,7 +99,7 @@ TEST_F(Layers, ADropOnNoRowLeavesTheScene) {
 }
 
 // The list shows it below then, and each row is still of the layer at its place.
-TEST_F(Layers, ARowThatIsDroppedBelowTheOthersLeavesTheSceneAndAllRowsTheirPlaces) {
+TEST_F(LayersRows, ARowThatIsDroppedBelowTheOthersLeavesTheSceneAndAllRowsTheirPlaces) {
   OpenEmpty();
   for (const char* text : {"C", "B", "A"}) {
     AddText(text);
@@ -117,7 +119,7 @@ TEST_F(Layers, ARowThatIsDroppedBelowTheOthersLeavesTheSceneAndAllRowsTheirPlace
 
 // Editing and visibility.
 
-TEST_F(Layers, AnEditedTextShowsInTheRow) {
+TEST_F(LayersRows, AnEditedTextShowsInTheRow) {
   OpenEmpty();
   AddText("A");
   AddText("B");
@@ -131,7 +133,7 @@ TEST_F(Layers, AnEditedTextShowsInTheRow) {
 }
 
 // Seen in the picture that leaves the renderer: a wide text on black.
-TEST_F(Layers, ATextHasTheColourThatWasChosenLast) {
+TEST_F(LayersRows, ATextHasTheColourThatWasChosenLast) {
   // Counts what it is given that is mostly of one colour.
   class Viewer : public CSrcInterface {
    public:
@@ -169,7 +171,7 @@ TEST_F(Layers, ATextHasTheColourThatWasChosenLast) {
   window->m_render->RemoveVideoOutput(&viewer);
 }
 
-TEST_F(Layers, ATextWithoutANodeIsRenamedInTheListOnly) {
+TEST_F(LayersRows, ATextWithoutANodeIsRenamedInTheListOnly) {
   OpenEmpty();
   AddText("A");
   window->m_slots.DropNodes();
@@ -178,7 +180,7 @@ TEST_F(Layers, ATextWithoutANodeIsRenamedInTheListOnly) {
   EXPECT_EQ(window->Rows(), QStringList({"B"}));
 }
 
-TEST_F(Layers, AHiddenLayerIsNoTargetAndKeepsItsNodeRunning) {
+TEST_F(LayersRows, AHiddenLayerIsNoTargetAndKeepsItsNodeRunning) {
   Open();
   ASSERT_TRUE(Shows(0));
   int unused = 0;
@@ -193,7 +195,7 @@ TEST_F(Layers, AHiddenLayerIsNoTargetAndKeepsItsNodeRunning) {
 
 // The name tip.
 
-TEST_F(Layers, TheTipStaysWhereItFirstOpenedUntilItIsHidden) {
+TEST_F(LayersRows, TheTipStaysWhereItFirstOpenedUntilItIsHidden) {
   Open();
   window->RecvStatusTip("a long name", QPoint(600, 400));
   EXPECT_TRUE(window->m_tip.isVisible());
@@ -207,7 +209,7 @@ TEST_F(Layers, TheTipStaysWhereItFirstOpenedUntilItIsHidden) {
   EXPECT_EQ(window->m_tip.pos(), QPoint(550, 386));
 }
 
-TEST_F(Layers, TheTipDoesNotLieOverTheRowThatItBelongsTo) {
+TEST_F(LayersRows, TheTipDoesNotLieOverTheRowThatItBelongsTo) {
   Open();
   window->show();
   window->move(100, 200);
@@ -221,7 +223,7 @@ TEST_F(Layers, TheTipDoesNotLieOverTheRowThatItBelongsTo) {
   EXPECT_EQ(window->m_tip.x(), mouse.x() - 150);
 }
 
-TEST_F(Layers, ATipThatWasClosedOtherwiseComesBackOnlyAfterAHide) {
+TEST_F(LayersRows, ATipThatWasClosedOtherwiseComesBackOnlyAfterAHide) {
   Open();
   window->RecvStatusTip("name", QPoint(600, 400));
   window->m_tip.close();

@@ -6,9 +6,11 @@
 
 namespace {
 
+class LayersTrouble : public Layers {};
+
 // What can't be opened.
 
-TEST_F(Layers, AFileThatCanNotBeOpenedTellsTheLogAndIsListedAllTheSame) {
+TEST_F(LayersTrouble, AFileThatCanNotBeOpenedTellsTheLogAndIsListedAllTheSame) {
   OpenEmpty();
   const std::string missing = samples.Path("missing.png");
   AddPicture(missing);
@@ -27,7 +29,7 @@ TEST_F(Layers, AFileThatCanNotBeOpenedTellsTheLogAndIsListedAllTheSame) {
   EXPECT_TRUE(window->m_layers.empty());
 }
 
-TEST_F(Layers, ADirectoryIsNoFileToChoose) {
+TEST_F(LayersTrouble, ADirectoryIsNoFileToChoose) {
   OpenEmpty();
   answers.path = QString::fromStdString(samples.Directory());
   window->SlotAddPic();
@@ -35,7 +37,7 @@ TEST_F(Layers, ADirectoryIsNoFileToChoose) {
   EXPECT_TRUE(window->Rows().isEmpty());
 }
 
-TEST_F(Layers, AFileOfAnyNameIsShown) {
+TEST_F(LayersTrouble, AFileOfAnyNameIsShown) {
   OpenEmpty();
   const QString picture = QString::fromStdString(samples.Picture("plain.png"));
   const QString names[] = {"a \"quoted\" name.png",
@@ -55,7 +57,7 @@ TEST_F(Layers, AFileOfAnyNameIsShown) {
   }
 }
 
-TEST_F(Layers, AFileThatVanishesWhileTheChooserStandsOpenLeavesAnEmptyLayer) {
+TEST_F(LayersTrouble, AFileThatVanishesWhileTheChooserStandsOpenLeavesAnEmptyLayer) {
   OpenEmpty();
   const std::string path = samples.Path("gone.png");
   ASSERT_FALSE(samples.Picture("gone.png").empty());
@@ -65,7 +67,7 @@ TEST_F(Layers, AFileThatVanishesWhileTheChooserStandsOpenLeavesAnEmptyLayer) {
   EXPECT_NE(Log().find("gone.png"), std::string::npos);
 }
 
-TEST_F(Layers, AWindowThatVanishesWhileTheChooserStandsOpenLeavesAnEmptyLayer) {
+TEST_F(LayersTrouble, AWindowThatVanishesWhileTheChooserStandsOpenLeavesAnEmptyLayer) {
   const platform::WindowHandle handle = windows.Add("short-lived", {320, 240}, 0x112233);
   OpenEmpty();
   answers.beforeAnswer = [&] { windows.Close(handle); };
@@ -75,14 +77,14 @@ TEST_F(Layers, AWindowThatVanishesWhileTheChooserStandsOpenLeavesAnEmptyLayer) {
   EXPECT_TRUE(window->m_layers.empty());
 }
 
-TEST_F(Layers, AWindowChooserConfirmedWithoutAChoiceAddsAnEmptyLayer) {
+TEST_F(LayersTrouble, AWindowChooserConfirmedWithoutAChoiceAddsAnEmptyLayer) {
   OpenEmpty();
   answers.row = -1;
   window->SlotAddWindow();
   EXPECT_EQ(window->Rows(), QStringList({""}));
 }
 
-TEST_F(Layers, ACameraThatIsUnpluggedWhileTheChooserStandsOpenLeavesAnEmptyLayer) {
+TEST_F(LayersTrouble, ACameraThatIsUnpluggedWhileTheChooserStandsOpenLeavesAnEmptyLayer) {
   FakeDevice* camera = devices.AddCamera("Camera");
   camera->RunFree();
   OpenEmpty();
@@ -94,7 +96,7 @@ TEST_F(Layers, ACameraThatIsUnpluggedWhileTheChooserStandsOpenLeavesAnEmptyLayer
 
 // Order, slots and marks out of step, and sources that never give a picture: the ways in which two
 // layers came to share a slot.
-TEST_F(Layers, NoTwoLayersShareASlotAndTheDeletionOfOneLeavesTheOthersRunning) {
+TEST_F(LayersTrouble, NoTwoLayersShareASlotAndTheDeletionOfOneLeavesTheOthersRunning) {
   FakeDevice* camera = devices.AddCamera("Camera");  // gives no picture
   Open();
   ASSERT_EQ(window->Rows(), QStringList({"摄像头", "全屏桌面"}));
@@ -122,7 +124,7 @@ TEST_F(Layers, NoTwoLayersShareASlotAndTheDeletionOfOneLeavesTheOthersRunning) {
   }
 }
 
-TEST_F(Layers, SourcesThatFailUseUpNoSlotForGood) {
+TEST_F(LayersTrouble, SourcesThatFailUseUpNoSlotForGood) {
   OpenEmpty();
   for (int round = 0; round < 3; ++round) {
     for (int layer = 0; layer < 10; ++layer) {
@@ -139,7 +141,7 @@ TEST_F(Layers, SourcesThatFailUseUpNoSlotForGood) {
   }
 }
 
-TEST_F(Layers, ARowWhoseSourceDidNotOpenIsGreyWithTheCause) {
+TEST_F(LayersTrouble, ARowWhoseSourceDidNotOpenIsGreyWithTheCause) {
   const platform::WindowHandle handle = windows.Add("short-lived", {320, 240}, 0x112233);
   OpenEmpty();
   AddPicture("/nowhere/a.png");
@@ -158,7 +160,7 @@ TEST_F(Layers, ARowWhoseSourceDidNotOpenIsGreyWithTheCause) {
 
 // Texts.
 
-TEST_F(Layers, TextsOfAnyKindAreListedAsTheyStand) {
+TEST_F(LayersTrouble, TextsOfAnyKindAreListedAsTheyStand) {
   OpenEmpty();
   const QString book(100000, QChar(0x4E16));
   for (const QString& text : {QString("two\nlines"), QString("   "), QString(QChar(0x200B)), book,
@@ -169,7 +171,7 @@ TEST_F(Layers, TextsOfAnyKindAreListedAsTheyStand) {
   EXPECT_EQ(window->Order().size(), 6U);
 }
 
-TEST_F(Layers, AnEmptyTextAddsNothing) {
+TEST_F(LayersTrouble, AnEmptyTextAddsNothing) {
   OpenEmpty();
   AddText("");
   EXPECT_TRUE(window->Rows().isEmpty());
@@ -177,7 +179,7 @@ TEST_F(Layers, AnEmptyTextAddsNothing) {
   EXPECT_TRUE(window->m_layers.empty());
 }
 
-TEST_F(Layers, ATextThatIsEditedToNothingKeepsItsRowAndItsSlotAndShowsNothing) {
+TEST_F(LayersTrouble, ATextThatIsEditedToNothingKeepsItsRowAndItsSlotAndShowsNothing) {
   OpenEmpty();
   AddText("seen");
   const int slot = window->Order().front();

@@ -276,7 +276,7 @@ TEST_F(MainWindow, HasTwoMenusWithASeparatorBehindEveryEntry) {
 
 // Where a panel at the left or the top takes a part of the screen its size counts and its place
 // does not; each half is cut by itself.
-TEST(CentrePlace, TheScreensOwnCornerIsNotCounted) {
+TEST_F(MainWindow, TheScreensOwnCornerIsNotCountedForItsPlace) {
   EXPECT_EQ(shell::CentrePlace({0, 0, 1920, 1080}, {1280, 720}), QPoint(320, 180));
   EXPECT_EQ(shell::CentrePlace({64, 27, 1856, 1053}, {1280, 720}), QPoint(288, 166));
   EXPECT_EQ(shell::CentrePlace({0, 0, 1367, 769}, {1281, 721}), QPoint(43, 24));

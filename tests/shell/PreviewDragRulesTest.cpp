@@ -40,12 +40,12 @@ Drag BottomRightOf(const Rect& from, const Extent& natural, int dx) {
   return {shell::kDragBottomRight, from, natural, {dx, 0}};
 }
 
-TEST(PreviewDrag, AMoveKeepsTheSize) {
+TEST(PreviewDragRules, AMoveKeepsTheSize) {
   EXPECT_EQ(Of(shell::DragTo(MoveOf({10, 20, 300, 200}, 50, -7), kScene)),
             (std::vector<int>{60, 13, 300, 200}));
 }
 
-TEST(PreviewDrag, AMoveMayLeaveTheSceneUpToItsEdges) {
+TEST(PreviewDragRules, AMoveMayLeaveTheSceneUpToItsEdges) {
   const Rect layer{0, 0, 300, 200};
   for (const auto& [dx, dy, allowed] :
        {std::tuple(-300, 0, true), std::tuple(-301, 0, false), std::tuple(1920, 0, true),
@@ -55,7 +55,7 @@ TEST(PreviewDrag, AMoveMayLeaveTheSceneUpToItsEdges) {
   }
 }
 
-TEST(PreviewDrag, TheHeightFollowsTheSourcesShapeThroughTheHorizontalWayAlone) {
+TEST(PreviewDragRules, TheHeightFollowsTheSourcesShapeThroughTheHorizontalWayAlone) {
   const Rect layer{100, 100, 640, 360};
   for (const int vertical : {0, 500, -500}) {
     Drag drag = BottomRightOf(layer, kHd, 100);
@@ -67,12 +67,12 @@ TEST(PreviewDrag, TheHeightFollowsTheSourcesShapeThroughTheHorizontalWayAlone) {
   }
 }
 
-TEST(PreviewDrag, AResizeSetsTheHeightOfADistortedLayerByItsSource) {
+TEST(PreviewDragRules, AResizeSetsTheHeightOfADistortedLayerByItsSource) {
   EXPECT_EQ(shell::HeightStep(BottomRightOf({0, 0, 640, 640}, kHd, 0)), 360 - 640);
   EXPECT_EQ(shell::HeightStep(BottomRightOf({0, 0, 100, 56}, kHd, -101)), -56);
 }
 
-TEST(PreviewDrag, WithoutAKnownSourceTheHeightStays) {
+TEST(PreviewDragRules, WithoutAKnownSourceTheHeightStays) {
   for (const Extent& natural : {Extent{0, 0}, Extent{1280, 0}, Extent{0, 720}}) {
     EXPECT_EQ(Of(shell::DragTo(BottomRightOf({5, 5, 200, 40}, natural, 60), kScene)),
               (std::vector<int>{5, 5, 260, 40}));
@@ -81,7 +81,7 @@ TEST(PreviewDrag, WithoutAKnownSourceTheHeightStays) {
   }
 }
 
-TEST(PreviewDrag, AResizeGoesDownToNothingAndNoFurther) {
+TEST(PreviewDragRules, AResizeGoesDownToNothingAndNoFurther) {
   const Rect layer{100, 100, 640, 360};
   EXPECT_EQ(Of(shell::DragTo(BottomRightOf(layer, kHd, -640), kScene)),
             (std::vector<int>{100, 100, 0, 0}));
@@ -96,17 +96,17 @@ TEST(PreviewDrag, AResizeGoesDownToNothingAndNoFurther) {
   EXPECT_EQ(Of(shell::DragTo(TopLeftOf(layer, {100, 100}, 81), kScene)), kNone);
 }
 
-TEST(PreviewDrag, AResizeMayLeaveTheScene) {
+TEST(PreviewDragRules, AResizeMayLeaveTheScene) {
   EXPECT_EQ(Of(shell::DragTo(BottomRightOf({100, 100, 640, 360}, kHd, 2560), kScene)),
             (std::vector<int>{100, 100, 3200, 1800}));
 }
 
-TEST(PreviewDrag, NothingIsDraggedInTheOtherModes) {
+TEST(PreviewDragRules, NothingIsDraggedInTheOtherModes) {
   EXPECT_EQ(Of(shell::DragTo({shell::kDragNothing, {1, 2, 3, 4}, kHd, {5, 6}}, kScene)), kNone);
   EXPECT_EQ(Of(shell::DragTo({7, {1, 2, 3, 4}, kHd, {5, 6}}, kScene)), kNone);
 }
 
-TEST(PreviewDrag, HostileValuesAreHeldAtTheEndsOf32Bits) {
+TEST(PreviewDragRules, HostileValuesAreHeldAtTheEndsOf32Bits) {
   EXPECT_EQ(Of(shell::DragTo(MoveOf({INT_MAX, 0, 10, 10}, INT_MAX, 0), kScene)), kNone);
   EXPECT_EQ(Of(shell::DragTo(MoveOf({INT_MIN, 0, 10, 10}, INT_MIN, 0), kScene)), kNone);
   EXPECT_EQ(Of(shell::DragTo(MoveOf({0, 0, INT_MIN, 0}, 0, 0), kScene)), kNone);
@@ -117,7 +117,7 @@ TEST(PreviewDrag, HostileValuesAreHeldAtTheEndsOf32Bits) {
   EXPECT_EQ(shell::HeightStep(BottomRightOf({0, 0, 1600000, 0}, {1920, 1080}, 1600000)), 1800000);
 }
 
-TEST(PreviewDragFilter, AMoveOfLessThan13PixelsInBothAxesIsSmall) {
+TEST(PreviewDragRules, AMoveOfLessThan13PixelsInBothAxesIsSmall) {
   const Rect at{100, 100, 300, 200};
   EXPECT_TRUE(shell::IsSmallStep(shell::kDragMove, at, {112, 88, 300, 200}));
   EXPECT_FALSE(shell::IsSmallStep(shell::kDragMove, at, {113, 100, 300, 200}));
@@ -126,7 +126,7 @@ TEST(PreviewDragFilter, AMoveOfLessThan13PixelsInBothAxesIsSmall) {
   EXPECT_TRUE(shell::IsSmallStep(shell::kDragMove, at, {100, 100, 900, 900}));
 }
 
-TEST(PreviewDragFilter, AResizeIsSmallOnlyWhenAllFourAre) {
+TEST(PreviewDragRules, AResizeIsSmallOnlyWhenAllFourAre) {
   const Rect at{100, 100, 300, 200};
   for (const int mode : {shell::kDragTopLeft, shell::kDragBottomRight}) {
     EXPECT_TRUE(shell::IsSmallStep(mode, at, {112, 112, 312, 212}));
@@ -138,12 +138,12 @@ TEST(PreviewDragFilter, AResizeIsSmallOnlyWhenAllFourAre) {
   }
 }
 
-TEST(PreviewDragFilter, AStepFromOneEndOf32BitsToTheOtherIsLarge) {
+TEST(PreviewDragRules, AStepFromOneEndOf32BitsToTheOtherIsLarge) {
   EXPECT_FALSE(shell::IsSmallStep(shell::kDragMove, {INT_MIN, 0, 0, 0}, {INT_MAX, 0, 0, 0}));
   EXPECT_FALSE(shell::IsSmallStep(shell::kDragMove, {0, 0, 0, 0}, {INT_MIN, 0, 0, 0}));
 }
 
-TEST(PreviewRange, ALayerIsInRangeAsLongAsItTouchesTheScene) {
+TEST(PreviewDragRules, ALayerIsInRangeAsLongAsItTouchesTheScene) {
   for (const auto& [rect, out] :
        {std::pair(Rect{0, 0, 10, 10}, false), std::pair(Rect{1919, 0, 10, 10}, false),
         std::pair(Rect{1920, 0, 10, 10}, true), std::pair(Rect{-10, 0, 10, 10}, false),
@@ -156,7 +156,7 @@ TEST(PreviewRange, ALayerIsInRangeAsLongAsItTouchesTheScene) {
   }
 }
 
-TEST(PreviewRelease, AFullLayerDraggedLeftByLessThan21PixelsGoesBack) {
+TEST(PreviewDragRules, AFullLayerDraggedLeftByLessThan21PixelsGoesBack) {
   const Rect full{0, 0, 1920, 1080};
   EXPECT_EQ(Of(shell::DropAt(MoveOf(full, -20, 0), kScene)), (std::vector<int>{0, 0, 1920, 1080}));
   EXPECT_EQ(Of(shell::DropAt(MoveOf(full, -21, 0), kScene)),
@@ -166,7 +166,7 @@ TEST(PreviewRelease, AFullLayerDraggedLeftByLessThan21PixelsGoesBack) {
             (std::vector<int>{21, 12, 1920, 1080}));
 }
 
-TEST(PreviewRelease, AMovedLayerSnapsToTheNearEdgeOfEachAxis) {
+TEST(PreviewDragRules, AMovedLayerSnapsToTheNearEdgeOfEachAxis) {
   const Rect layer{500, 300, 400, 200};
   for (const auto& [dx, dy, x, y] :
        {std::tuple(-480, 0, 0, 300), std::tuple(-479, 0, 21, 300), std::tuple(-520, 0, 0, 300),
@@ -180,25 +180,25 @@ TEST(PreviewRelease, AMovedLayerSnapsToTheNearEdgeOfEachAxis) {
   }
 }
 
-TEST(PreviewRelease, WithBothEdgesInReachTheLeftAndTheTopWin) {
+TEST(PreviewDragRules, WithBothEdgesInReachTheLeftAndTheTopWin) {
   EXPECT_EQ(Of(shell::DropAt(MoveOf({5, 5, 1900, 1070}, 10, 5), kScene)),
             (std::vector<int>{0, 0, 1900, 1070}));
 }
 
-TEST(PreviewRelease, AMoveIsTestedWhereItBeganNotWhereItEnds) {
+TEST(PreviewDragRules, AMoveIsTestedWhereItBeganNotWhereItEnds) {
   EXPECT_EQ(Of(shell::DropAt(MoveOf({1920, 0, 400, 200}, -1000, 0), kScene)), kNone);
   EXPECT_EQ(Of(shell::DropAt(MoveOf({1919, 0, 400, 200}, 500, 40), kScene)),
             (std::vector<int>{2419, 40, 400, 200}));
 }
 
-TEST(PreviewRelease, ATopLeftCornerFarFromTheEdgesStays) {
+TEST(PreviewDragRules, ATopLeftCornerFarFromTheEdgesStays) {
   EXPECT_EQ(Of(shell::SnapTopLeft({21, 12, 640, 360}, kScene)),
             (std::vector<int>{21, 12, 640, 360}));
   EXPECT_EQ(Of(shell::SnapTopLeft({-21, 12, 640, 360}, kScene)),
             (std::vector<int>{-21, 12, 640, 360}));
 }
 
-TEST(PreviewRelease, ATopLeftCornerNearAnEdgeSlidesAlongTheDiagonal) {
+TEST(PreviewDragRules, ATopLeftCornerNearAnEdgeSlidesAlongTheDiagonal) {
   // Near the left edge: y follows x by 9 / 16.
   EXPECT_EQ(Of(shell::SnapTopLeft({16, 300, 640, 360}, kScene)),
             (std::vector<int>{0, 291, 640, 360}));
@@ -212,7 +212,7 @@ TEST(PreviewRelease, ATopLeftCornerNearAnEdgeSlidesAlongTheDiagonal) {
   EXPECT_EQ(Of(shell::SnapTopLeft({16, 10, 640, 360}, kScene)), (std::vector<int>{0, 1, 640, 360}));
 }
 
-TEST(PreviewRelease, ATopLeftCornerAboveTheSceneAlwaysSnaps) {
+TEST(PreviewDragRules, ATopLeftCornerAboveTheSceneAlwaysSnaps) {
   EXPECT_EQ(Of(shell::SnapTopLeft({900, -90, 640, 360}, kScene)),
             (std::vector<int>{1060, 0, 640, 360}));
   EXPECT_EQ(Of(shell::SnapTopLeft({30, -90, 640, 360}, kScene)),
@@ -222,17 +222,17 @@ TEST(PreviewRelease, ATopLeftCornerAboveTheSceneAlwaysSnaps) {
             (std::vector<int>{-90, 90, 640, 360}));
 }
 
-TEST(PreviewRelease, ATopLeftResizeKeepsTheSizeThatItWasDraggedTo) {
+TEST(PreviewDragRules, ATopLeftResizeKeepsTheSizeThatItWasDraggedTo) {
   EXPECT_EQ(Of(shell::DropAt(TopLeftOf({176, 399, 640, 360}, kHd, -160), kScene)),
             (std::vector<int>{0, 300, 800, 450}));
 }
 
-TEST(PreviewRelease, ABottomRightCornerFarFromTheEdgesStays) {
+TEST(PreviewDragRules, ABottomRightCornerFarFromTheEdgesStays) {
   EXPECT_EQ(Of(shell::SnapBottomRight({100, 100, 1799, 968}, kHd, kScene)),
             (std::vector<int>{100, 100, 1799, 968}));
 }
 
-TEST(PreviewRelease, ABottomRightCornerGoesOntoTheEdgeThatItIsNearerTo) {
+TEST(PreviewDragRules, ABottomRightCornerGoesOntoTheEdgeThatItIsNearerTo) {
   // 5 beyond the bottom, far from the right.
   EXPECT_EQ(Of(shell::SnapBottomRight({0, 365, 1280, 720}, kHd, kScene)),
             (std::vector<int>{0, 365, 1271, 715}));
@@ -248,7 +248,7 @@ TEST(PreviewRelease, ABottomRightCornerGoesOntoTheEdgeThatItIsNearerTo) {
             (std::vector<int>{100, 100, 1960, 980}));
 }
 
-TEST(PreviewRelease, ABottomRightCornerSnapsUpToItsReach) {
+TEST(PreviewDragRules, ABottomRightCornerSnapsUpToItsReach) {
   EXPECT_EQ(Of(shell::SnapBottomRight({100, 100, 1800, 900}, kHd, kScene)),
             (std::vector<int>{100, 100, 1820, 1023}));
   EXPECT_EQ(Of(shell::SnapBottomRight({100, 100, 1840, 900}, kHd, kScene)),
@@ -261,34 +261,34 @@ TEST(PreviewRelease, ABottomRightCornerSnapsUpToItsReach) {
             (std::vector<int>{100, 100, 900, 992}));
 }
 
-TEST(PreviewRelease, ALayerOfUnknownNaturalSizeIsNotSnappedByItsBottomRightCorner) {
+TEST(PreviewDragRules, ALayerOfUnknownNaturalSizeIsNotSnappedByItsBottomRightCorner) {
   for (const Extent& natural : {Extent{0, 0}, Extent{1280, 0}, Extent{0, 720}}) {
     EXPECT_EQ(Of(shell::DropAt(BottomRightOf({1500, 1000, 300, 80}, natural, 115), kScene)),
               (std::vector<int>{1500, 1000, 415, 80}));
   }
 }
 
-TEST(PreviewRelease, AResizeOutOfRangeKeepsTheLastStep) {
+TEST(PreviewDragRules, AResizeOutOfRangeKeepsTheLastStep) {
   EXPECT_EQ(Of(shell::DropAt(TopLeftOf({1500, 0, 640, 360}, kHd, 420), kScene)), kNone);
   EXPECT_EQ(Of(shell::DropAt(BottomRightOf({-100, 0, 640, 360}, kHd, -541), kScene)), kNone);
   EXPECT_EQ(Of(shell::DropAt(BottomRightOf({1920, 0, 640, 360}, kHd, 0), kScene)), kNone);
   EXPECT_EQ(Of(shell::DropAt(BottomRightOf({0, 1080, 640, 360}, kHd, 0), kScene)), kNone);
 }
 
-TEST(PreviewRelease, AResizeThroughTheOppositeCornerKeepsTheLastStep) {
+TEST(PreviewDragRules, AResizeThroughTheOppositeCornerKeepsTheLastStep) {
   EXPECT_EQ(Of(shell::DropAt(TopLeftOf({500, 500, 100, 50}, {0, 0}, 101), kScene)), kNone);
   EXPECT_EQ(Of(shell::DropAt(BottomRightOf({500, 500, 100, 50}, {0, 0}, -101), kScene)), kNone);
   EXPECT_EQ(Of(shell::DropAt(BottomRightOf({500, 500, 100, 50}, {0, 0}, -100), kScene)),
             (std::vector<int>{500, 500, 0, 50}));
 }
 
-TEST(PreviewRelease, WithNothingGrabbedNothingIsWritten) {
+TEST(PreviewDragRules, WithNothingGrabbedNothingIsWritten) {
   EXPECT_EQ(Of(shell::DropAt({shell::kDragNothing, {50, 50, 300, 400}, kHd, {50, 60}}, kScene)),
             kNone);
 }
 
 // 8192 on a side, 3840 x 2160 in all.
-TEST(PreviewDrag, AResizeBeyondTheLargestLayerKeepsTheLastStep) {
+TEST(PreviewDragRules, AResizeBeyondTheLargestLayerKeepsTheLastStep) {
   const struct {
     Extent natural;
     int width;
@@ -307,7 +307,7 @@ TEST(PreviewDrag, AResizeBeyondTheLargestLayerKeepsTheLastStep) {
 }
 
 // A text that is as long as a book is larger from the start.
-TEST(PreviewDrag, ALayerThatIsTooLargeCanBeMadeSmaller) {
+TEST(PreviewDragRules, ALayerThatIsTooLargeCanBeMadeSmaller) {
   const Rect book{0, 0, 30000, 4000};
   EXPECT_EQ(Of(shell::DragTo(TopLeftOf(book, {0, 0}, 900), kScene)),
             (std::vector<int>{900, 0, 29100, 4000}));
@@ -317,13 +317,13 @@ TEST(PreviewDrag, ALayerThatIsTooLargeCanBeMadeSmaller) {
 }
 
 // A snap may carry the corner further than the mouse did.
-TEST(PreviewRelease, ASnapBeyondTheLargestLayerKeepsTheLastStep) {
+TEST(PreviewDragRules, ASnapBeyondTheLargestLayerKeepsTheLastStep) {
   EXPECT_EQ(Of(shell::DropAt(BottomRightOf({0, -7112, 100, 8190}, {100, 8190}, 0), kScene)),
             (std::vector<int>{0, -7112, 100, 8192}));
   EXPECT_EQ(Of(shell::DropAt(BottomRightOf({0, -7113, 100, 8190}, {100, 8190}, 0), kScene)), kNone);
 }
 
-TEST(PreviewRelease, HostileValuesAreHeldAtTheEndsOf32Bits) {
+TEST(PreviewDragRules, HostileReleasesAreHeldAtTheEndsOf32Bits) {
   EXPECT_EQ(Of(shell::SnapMoved({INT_MIN, INT_MIN, INT_MIN, INT_MIN}, kScene)),
             (std::vector<int>{INT_MIN, INT_MIN, INT_MIN, INT_MIN}));
   EXPECT_EQ(Of(shell::SnapTopLeft({INT_MAX, INT_MIN, 1, 1}, kScene)),

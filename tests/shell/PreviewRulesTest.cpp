@@ -16,7 +16,7 @@ constexpr Extent kScene{1920, 1080};
 constexpr Scales kHalf{kScene, {960, 540}};
 constexpr Scales kOdd{kScene, {1552, 873}};
 
-TEST(PreviewGeometry, MultipliesFirstAndCutsTowardsZero) {
+TEST(PreviewRules, MultipliesFirstAndCutsTowardsZero) {
   EXPECT_EQ(shell::ToScene({1, 1}, kHalf), QPoint(2, 2));
   EXPECT_EQ(shell::ToScene({959, 539}, kHalf), QPoint(1918, 1078));
   EXPECT_EQ(shell::ToScene({1, 1}, kOdd), QPoint(1, 1));
@@ -30,7 +30,7 @@ TEST(PreviewGeometry, MultipliesFirstAndCutsTowardsZero) {
   EXPECT_EQ(edges.bottom, 52);
 }
 
-TEST(PreviewGeometry, TheFarEdgesOfTheSceneAreThoseOfThePreview) {
+TEST(PreviewRules, TheFarEdgesOfTheSceneAreThoseOfThePreview) {
   for (const Scales& scales : {kHalf, kOdd}) {
     const shell::Edges edges = shell::OnPreview({0, 0, 1920, 1080}, scales);
     EXPECT_EQ(edges.right, scales.preview.width);
@@ -40,7 +40,7 @@ TEST(PreviewGeometry, TheFarEdgesOfTheSceneAreThoseOfThePreview) {
   }
 }
 
-TEST(PreviewGeometry, ValuesBeyond32BitsAreHeldAtTheirEnd) {
+TEST(PreviewRules, ValuesBeyond32BitsAreHeldAtTheirEnd) {
   EXPECT_EQ(shell::ToScene({INT_MAX, INT_MIN}, kHalf), QPoint(INT_MAX, INT_MIN));
   EXPECT_EQ(shell::ToScene({2000000, -2000000}, kHalf), QPoint(4000000, -4000000));
   const shell::Edges edges = shell::OnPreview({INT_MAX, INT_MIN, INT_MAX, INT_MIN}, kHalf);
@@ -50,7 +50,7 @@ TEST(PreviewGeometry, ValuesBeyond32BitsAreHeldAtTheirEnd) {
   EXPECT_EQ(edges.bottom, INT_MIN / 2);
 }
 
-TEST(PreviewGeometry, APreviewWithoutASizeGivesZero) {
+TEST(PreviewRules, APreviewWithoutASizeGivesZero) {
   EXPECT_EQ(shell::ToScene({5, 5}, {kScene, {0, 0}}), QPoint(0, 0));
 }
 
@@ -69,7 +69,7 @@ void ExpectModes(const Rect& selected, const Scales& scales, std::initializer_li
 // In the preview: 100, 50 to 300, 250.
 constexpr Rect kSelected{200, 100, 400, 400};
 
-TEST(PreviewGrip, APressUpTo19PixelsOutsideTheTopLeftCornerGrabsIt) {
+TEST(PreviewRules, APressUpTo19PixelsOutsideTheTopLeftCornerGrabsIt) {
   ExpectModes(kSelected, kHalf,
               {{{100, 50}, 1},
                {{81, 31}, 1},
@@ -82,7 +82,7 @@ TEST(PreviewGrip, APressUpTo19PixelsOutsideTheTopLeftCornerGrabsIt) {
                {{119, 31}, 1}});
 }
 
-TEST(PreviewGrip, APressUpTo19PixelsOutsideTheBottomRightCornerGrabsIt) {
+TEST(PreviewRules, APressUpTo19PixelsOutsideTheBottomRightCornerGrabsIt) {
   ExpectModes(kSelected, kHalf,
               {{{300, 250}, 2},
                {{319, 269}, 2},
@@ -93,12 +93,12 @@ TEST(PreviewGrip, APressUpTo19PixelsOutsideTheBottomRightCornerGrabsIt) {
                {{281, 230}, 0}});
 }
 
-TEST(PreviewGrip, TheOtherTwoCornersHaveNone) {
+TEST(PreviewRules, TheOtherTwoCornersHaveNone) {
   ExpectModes(kSelected, kHalf,
               {{{300, 50}, -1}, {{100, 250}, -1}, {{299, 51}, 0}, {{101, 249}, 0}});
 }
 
-TEST(PreviewGrip, OnTheEdgesThemselvesNothingIsGrabbed) {
+TEST(PreviewRules, OnTheEdgesThemselvesNothingIsGrabbed) {
   ExpectModes(kSelected, kHalf,
               {{{100, 150}, -1},
                {{101, 150}, 0},
@@ -110,28 +110,28 @@ TEST(PreviewGrip, OnTheEdgesThemselvesNothingIsGrabbed) {
                {{200, 250}, -1}});
 }
 
-TEST(PreviewGrip, OnASmallLayerTheTopLeftCornerWins) {
+TEST(PreviewRules, OnASmallLayerTheTopLeftCornerWins) {
   ExpectModes({200, 100, 20, 20}, kHalf, {{{105, 55}, 1}, {{119, 69}, 1}, {{120, 70}, 2}});
 }
 
-TEST(PreviewGrip, FollowsTheSizeOfThePreview) {
+TEST(PreviewRules, FollowsTheSizeOfThePreview) {
   // 161.67 and 80.83 in the preview, cut.
   ExpectModes(kSelected, kOdd, {{{161, 80}, 1}, {{142, 61}, 1}, {{141, 61}, -1}, {{485, 404}, 2}});
 }
 
-TEST(PreviewGrip, APressMoreThan19PixelsBelowThePreviewStartsNothing) {
+TEST(PreviewRules, APressMoreThan19PixelsBelowThePreviewStartsNothing) {
   // A layer that reaches below the scene: its bottom is at 640 in the preview.
   const Rect low{200, 800, 400, 480};
   ExpectModes(low, kHalf, {{{200, 540}, 0}, {{200, 559}, 0}, {{200, 560}, -1}, {{300, 639}, -1}});
 }
 
-TEST(PreviewGrip, AnEdgeBeyond32BitsIsOutOfReach) {
+TEST(PreviewRules, AnEdgeBeyond32BitsIsOutOfReach) {
   ExpectModes({INT_MAX, INT_MAX, INT_MAX, INT_MAX}, kHalf, {{{10, 10}, -1}});
   ExpectModes({INT_MIN, INT_MIN, INT_MAX, INT_MAX}, kHalf, {{{0, 0}, 2}});
   EXPECT_EQ(shell::DragModeAt({0, 0, 10, 10}, {INT_MIN, INT_MIN}, kHalf), -1);
 }
 
-TEST(PreviewHit, BothFarEdgesBelongToThePreviewAndToALayer) {
+TEST(PreviewRules, BothFarEdgesBelongToThePreviewAndToALayer) {
   for (const auto& [at, inside] :
        {std::pair(QPoint(0, 0), true), std::pair(QPoint(960, 540), true),
         std::pair(QPoint(-1, 0), false), std::pair(QPoint(0, -1), false),
@@ -147,7 +147,7 @@ TEST(PreviewHit, BothFarEdgesBelongToThePreviewAndToALayer) {
   EXPECT_TRUE(shell::IsOnLayer({1900, 5}, {5, 5, INT_MAX, 0}));
 }
 
-TEST(PreviewHit, TheFirstClickOnTwoLayersSelectsTheSecondSlotThenTheyAlternate) {
+TEST(PreviewRules, TheFirstClickOnTwoLayersSelectsTheSecondSlotThenTheyAlternate) {
   const std::vector<int> hits{0, 1};
   int selected = -1;
   for (const int wanted : {1, 0, 1, 0}) {
@@ -156,7 +156,7 @@ TEST(PreviewHit, TheFirstClickOnTwoLayersSelectsTheSecondSlotThenTheyAlternate) 
   }
 }
 
-TEST(PreviewHit, RepeatedClicksGoThroughTheStackInAscendingOrderAndWrap) {
+TEST(PreviewRules, RepeatedClicksGoThroughTheStackInAscendingOrderAndWrap) {
   const std::vector<int> hits{1, 4, 7};
   int selected = -1;
   for (const int wanted : {7, 1, 4, 7, 1}) {
@@ -165,18 +165,18 @@ TEST(PreviewHit, RepeatedClicksGoThroughTheStackInAscendingOrderAndWrap) {
   }
 }
 
-TEST(PreviewHit, TheWalkCountsPositionsOfTheOrderNotTheSlotsInIt) {
+TEST(PreviewRules, TheWalkCountsPositionsOfTheOrderNotTheSlotsInIt) {
   // Three layers in the slots 0, 4 and 7: 7 and 4 are no number below 3.
   EXPECT_EQ(shell::NextSelection({0, 4, 7}, -1, 3), 0);
   EXPECT_EQ(shell::NextSelection({2, 4, 7}, -1, 3), 2);
 }
 
-TEST(PreviewHit, WhenTheWalkFindsNothingTheFirstHitIsSelected) {
+TEST(PreviewRules, WhenTheWalkFindsNothingTheFirstHitIsSelected) {
   EXPECT_EQ(shell::NextSelection({4, 7}, -1, 3), 4);
   EXPECT_EQ(shell::NextSelection({4, 7}, -1, 0), 4);
 }
 
-TEST(PreviewHit, ASelectedLayerThatIsNotHitGivesWayToTheFirstHit) {
+TEST(PreviewRules, ASelectedLayerThatIsNotHitGivesWayToTheFirstHit) {
   EXPECT_EQ(shell::NextSelection({2, 5}, 3, 10), 2);
   EXPECT_EQ(shell::NextSelection({2, 5}, 9, 10), 2);
 }
@@ -191,7 +191,7 @@ std::optional<Extent> SearchedFit(int width, int height) {
   return std::nullopt;
 }
 
-TEST(PreviewFit, IsTheWidestThatKeepsTheShapeInWholePixels) {
+TEST(PreviewRules, IsTheWidestThatKeepsTheShapeInWholePixels) {
   EXPECT_EQ(shell::FitPreview({1920, 1200}), (Extent{1920, 1080}));
   EXPECT_EQ(shell::FitPreview({1919, 1200}), (Extent{1904, 1071}));
   EXPECT_EQ(shell::FitPreview({1898, 928}), (Extent{1584, 891}));
@@ -204,19 +204,19 @@ TEST(PreviewFit, IsTheWidestThatKeepsTheShapeInWholePixels) {
   }
 }
 
-TEST(PreviewFit, AMiddleAreaOfLessThan960PixelsChangesNothing) {
+TEST(PreviewRules, AMiddleAreaOfLessThan960PixelsChangesNothing) {
   EXPECT_FALSE(shell::FitPreview({959, 2000}));
   EXPECT_FALSE(shell::FitPreview({944, 2000}));
   EXPECT_FALSE(shell::FitPreview({0, 0}));
   EXPECT_FALSE(shell::FitPreview({INT_MIN, INT_MIN}));
 }
 
-TEST(PreviewFit, AMiddleAreaTooLowForAny16MultipleChangesNothing) {
+TEST(PreviewRules, AMiddleAreaTooLowForAny16MultipleChangesNothing) {
   EXPECT_FALSE(shell::FitPreview({1920, 568}));
   EXPECT_FALSE(shell::FitPreview({1920, 28}));
 }
 
-TEST(PreviewFit, AHostileAreaIsFittedAtOnce) {
+TEST(PreviewRules, AHostileAreaIsFittedAtOnce) {
   EXPECT_EQ(shell::FitPreview({INT_MAX, 569}), (Extent{960, 540}));
   const std::optional<Extent> fitted = shell::FitPreview({INT_MAX, INT_MAX});
   ASSERT_TRUE(fitted);

@@ -159,9 +159,9 @@ void PrintTo(const Down& down, std::ostream* out) {
   *out << down.name;
 }
 
-class StreamDown : public testing::TestWithParam<Down> {};
+class StreamHealthDown : public testing::TestWithParam<Down> {};
 
-TEST_P(StreamDown, IsRedWithTheCause) {
+TEST_P(StreamHealthDown, IsRedWithTheCause) {
   const StreamHealth health = Always(GetParam().status);
   EXPECT_EQ(health.light, StreamLight::kRed);
   EXPECT_EQ(health.words.toStdString(), GetParam().words);
@@ -200,7 +200,7 @@ const Down kDown[] = {
     {"NothingToSend", Status(PublishState::kWaiting), "未推流：没有声音和画面"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Causes, StreamDown, testing::ValuesIn(kDown),
+INSTANTIATE_TEST_SUITE_P(Causes, StreamHealthDown, testing::ValuesIn(kDown),
                          [](const auto& row) { return row.param.name; });
 
 TEST(StreamHealth, AServerThatReadsNothingIsRedAfterThreeSeconds) {

@@ -33,7 +33,7 @@ void SendKey(QWidget* widget, QEvent::Type type, int key, const QString& text, b
 }
 
 }  // namespace
-TEST(CAddTextDlg, TabWalksFromTheFieldThroughEveryControlAndBackAgain) {
+TEST(CAddTextDlgKeys, TabWalksFromTheFieldThroughEveryControlAndBackAgain) {
   CAddTextDlg dialog;
   Exec(&dialog, [&] {
     ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
@@ -51,7 +51,7 @@ TEST(CAddTextDlg, TabWalksFromTheFieldThroughEveryControlAndBackAgain) {
   });
 }
 
-TEST(CAddTextDlg, EachOpeningStartsInTheField) {
+TEST(CAddTextDlgKeys, EachOpeningStartsInTheField) {
   CAddTextDlg dialog;
   for (int opening = 0; opening < 2; ++opening) {
     Exec(&dialog, [&] {
@@ -62,7 +62,7 @@ TEST(CAddTextDlg, EachOpeningStartsInTheField) {
   }
 }
 
-TEST(CAddTextDlg, EnterPressesTheTextButtonWithTheFocusAndElseTheOneThatAccepts) {
+TEST(CAddTextDlgKeys, EnterPressesTheTextButtonWithTheFocusAndElseTheOneThatAccepts) {
   for (const auto& [name, accepted] :
        {std::pair("m_chooseColorBtn", true), std::pair("m_cancelBtn", false),
         std::pair("m_ok", true), std::pair("m_BtnExit", true)}) {
@@ -78,7 +78,7 @@ TEST(CAddTextDlg, EnterPressesTheTextButtonWithTheFocusAndElseTheOneThatAccepts)
   }
 }
 
-TEST(CAddTextDlg, AFocusedButtonIsPressedByTheSpaceBar) {
+TEST(CAddTextDlgKeys, AFocusedButtonIsPressedByTheSpaceBar) {
   CAddTextDlg dialog;
   EXPECT_EQ(Exec(&dialog, [&] { QTest::keyClick(Button(dialog, "m_ok"), Qt::Key_Space); }),
             QDialog::Accepted);
@@ -86,7 +86,7 @@ TEST(CAddTextDlg, AFocusedButtonIsPressedByTheSpaceBar) {
             QDialog::Rejected);
 }
 
-TEST(CAddTextDlg, EveryControlHasAnAccessibleName) {
+TEST(CAddTextDlgKeys, EveryControlHasAnAccessibleName) {
   CAddTextDlg dialog;
   const QList<QWidget*> children = dialog.findChildren<QWidget*>();
   QSet<QString> named;
@@ -101,7 +101,7 @@ TEST(CAddTextDlg, EveryControlHasAnAccessibleName) {
   EXPECT_EQ(named.size(), 5);
 }
 
-TEST(CAddTextDlg, ADoubleClickEndsItOnce) {
+TEST(CAddTextDlgKeys, ADoubleClickEndsItOnce) {
   for (const char* name : {"m_ok", "m_cancelBtn", "m_BtnExit"}) {
     CAddTextDlg dialog;
     EXPECT_EQ(support::EndsOfADoubleClick(&dialog, name), 1) << name;
@@ -109,7 +109,7 @@ TEST(CAddTextDlg, ADoubleClickEndsItOnce) {
   }
 }
 
-TEST(CAddTextDlg, ADoubleClickOnTheSwatchOpensOneColourDialog) {
+TEST(CAddTextDlgKeys, ADoubleClickOnTheSwatchOpensOneColourDialog) {
   CAddTextDlg dialog;
   dialog.show();
   QPushButton* swatch = Button(dialog, "m_chooseColorBtn");
@@ -123,7 +123,7 @@ TEST(CAddTextDlg, ADoubleClickOnTheSwatchOpensOneColourDialog) {
   EXPECT_EQ(dialog.color, 255u);
 }
 
-TEST(CAddTextDlg, AHeldKeyPressesAButtonOnce) {
+TEST(CAddTextDlgKeys, AHeldKeyPressesAButtonOnce) {
   CAddTextDlg dialog;
   dialog.show();
   QPushButton* swatch = Button(dialog, "m_chooseColorBtn");
@@ -138,7 +138,7 @@ TEST(CAddTextDlg, AHeldKeyPressesAButtonOnce) {
   EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }
 
-TEST(CAddTextDlg, AHeldEnterEndsItOnce) {
+TEST(CAddTextDlgKeys, AHeldEnterEndsItOnce) {
   CAddTextDlg dialog;
   int ends = 0;
   QObject::connect(&dialog, &QDialog::finished, [&ends] { ++ends; });
@@ -154,13 +154,13 @@ TEST(CAddTextDlg, AHeldEnterEndsItOnce) {
   EXPECT_EQ(ends, 1);
 }
 
-TEST(CAddTextDlg, IsMovedByItsTitleArea) {
+TEST(CAddTextDlgKeys, IsMovedByItsTitleArea) {
   CAddTextDlg dialog;
   support::ExpectMovedByItsTitleArea(&dialog);
 }
 
 // What is typed takes the place of the last text, which stays for who only wants its colour.
-TEST(CAddTextDlg, ComesWithTheLastTextSelected) {
+TEST(CAddTextDlgKeys, ComesWithTheLastTextSelected) {
   CAddTextDlg dialog;
   auto* field = dialog.findChild<QTextEdit*>(QStringLiteral("textEdit"));
   field->setPlainText(QStringLiteral("last"));

@@ -65,10 +65,10 @@ class WatchedLayer : public support::FakeCaptureLayer {
   std::vector<std::string> stillOpen;
 };
 
-class CamDlgTest : public testing::Test {
+class CCamDlgTest : public testing::Test {
  protected:
-  CamDlgTest() { catalogue->usedVideoDevices.clear(); }
-  ~CamDlgTest() override { catalogue->usedVideoDevices.clear(); }
+  CCamDlgTest() { catalogue->usedVideoDevices.clear(); }
+  ~CCamDlgTest() override { catalogue->usedVideoDevices.clear(); }
 
   template <typename T = QWidget>
   static T* Find(const CCamDlg& dialog, const char* name) {
@@ -92,7 +92,7 @@ class CamDlgTest : public testing::Test {
   support::InstalledCaptureLayer installed{&layer};
 };
 
-TEST_F(CamDlgTest, WithoutAFreeCameraTheListIsEmptyAndOkGivesAnEmptyName) {
+TEST_F(CCamDlgTest, WithoutAFreeCameraTheListIsEmptyAndOkGivesAnEmptyName) {
   CCamDlg dialog;
   EXPECT_EQ(0, List(dialog)->count());
   EXPECT_TRUE(layer.Opened().empty());
@@ -103,7 +103,7 @@ TEST_F(CamDlgTest, WithoutAFreeCameraTheListIsEmptyAndOkGivesAnEmptyName) {
   EXPECT_EQ("", log.Errors());
 }
 
-TEST_F(CamDlgTest, TheListHoldsTheFreeCamerasInOrderAndTheFirstIsChosen) {
+TEST_F(CCamDlgTest, TheListHoldsTheFreeCamerasInOrderAndTheFirstIsChosen) {
   FakeDevice* first = layer.Add("Überwachung 摄像头");
   layer.Add("Used");
   layer.Add("my screen-capture-recorder");
@@ -117,7 +117,7 @@ TEST_F(CamDlgTest, TheListHoldsTheFreeCamerasInOrderAndTheFirstIsChosen) {
   EXPECT_EQ(1, first->OpenCount());
 }
 
-TEST_F(CamDlgTest, SwitchingStopsTheFormerCameraBeforeTheNextOpens) {
+TEST_F(CCamDlgTest, SwitchingStopsTheFormerCameraBeforeTheNextOpens) {
   FakeDevice* first = layer.Add("First");
   FakeDevice* second = layer.Add("Second");
   CCamDlg dialog;
@@ -131,7 +131,7 @@ TEST_F(CamDlgTest, SwitchingStopsTheFormerCameraBeforeTheNextOpens) {
   EXPECT_EQ("First", dialog.DeviceName());
 }
 
-TEST_F(CamDlgTest, ChoosingTheCameraThatIsShownChangesNothing) {
+TEST_F(CCamDlgTest, ChoosingTheCameraThatIsShownChangesNothing) {
   FakeDevice* camera = layer.Add("Only");
   CCamDlg dialog;
   dialog.SlotComboDevChanged();
@@ -139,7 +139,7 @@ TEST_F(CamDlgTest, ChoosingTheCameraThatIsShownChangesNothing) {
   EXPECT_EQ(1, camera->OpenCount());
 }
 
-TEST_F(CamDlgTest, ThePicturesAreTakenAndNotHeaped) {
+TEST_F(CCamDlgTest, ThePicturesAreTakenAndNotHeaped) {
   // Only looks: a dialog of a class of its own would still be made while the camera delivers.
   struct Look : CCamDlg {
     static int Waiting(CCamDlg* dialog) { return (dialog->*(&Look::m_firstVideoQueue))->Size(); }
@@ -152,7 +152,7 @@ TEST_F(CamDlgTest, ThePicturesAreTakenAndNotHeaped) {
   EXPECT_FALSE(camera->IsOpen());
 }
 
-TEST_F(CamDlgTest, ACameraThatCannotBeOpenedCanBeConfirmed) {
+TEST_F(CCamDlgTest, ACameraThatCannotBeOpenedCanBeConfirmed) {
   layer.Add("Busy")->SetBusy(true);
   CCamDlg dialog;
   EXPECT_TRUE(catalogue->usedVideoDevices.empty());
@@ -162,7 +162,7 @@ TEST_F(CamDlgTest, ACameraThatCannotBeOpenedCanBeConfirmed) {
   EXPECT_TRUE(log.HasError("Busy"));
 }
 
-TEST_F(CamDlgTest, ACameraThatCannotBeOpenedLeavesRoomForTheNext) {
+TEST_F(CCamDlgTest, ACameraThatCannotBeOpenedLeavesRoomForTheNext) {
   layer.Add("Busy")->SetBusy(true);
   FakeDevice* good = layer.Add("Good");
   CCamDlg dialog;
@@ -171,7 +171,7 @@ TEST_F(CamDlgTest, ACameraThatCannotBeOpenedLeavesRoomForTheNext) {
   EXPECT_EQ("Good", dialog.DeviceName());
 }
 
-TEST_F(CamDlgTest, TheNameSurvivesEitherWayAndTheDeviceIsFree) {
+TEST_F(CCamDlgTest, TheNameSurvivesEitherWayAndTheDeviceIsFree) {
   FakeDevice* camera = layer.Add("Only");
   for (const bool ok : {true, false}) {
     CCamDlg dialog;
@@ -184,7 +184,7 @@ TEST_F(CamDlgTest, TheNameSurvivesEitherWayAndTheDeviceIsFree) {
   }
 }
 
-TEST_F(CamDlgTest, TheDeviceIsFreeBeforeTheDialogTellsThatItHasClosed) {
+TEST_F(CCamDlgTest, TheDeviceIsFreeBeforeTheDialogTellsThatItHasClosed) {
   FakeDevice* camera = layer.Add("Only");
   CCamDlg dialog;
   bool open = true;
@@ -193,7 +193,7 @@ TEST_F(CamDlgTest, TheDeviceIsFreeBeforeTheDialogTellsThatItHasClosed) {
   EXPECT_FALSE(open);
 }
 
-TEST_F(CamDlgTest, EscapeAndTheWindowManagerGoTheSameRoad) {
+TEST_F(CCamDlgTest, EscapeAndTheWindowManagerGoTheSameRoad) {
   FakeDevice* camera = layer.Add("Only");
   {
     CCamDlg dialog;
@@ -208,7 +208,7 @@ TEST_F(CamDlgTest, EscapeAndTheWindowManagerGoTheSameRoad) {
   EXPECT_FALSE(camera->IsOpen());
 }
 
-TEST_F(CamDlgTest, ADoubleClickOnAButtonEndsTheDialogOnce) {
+TEST_F(CCamDlgTest, ADoubleClickOnAButtonEndsTheDialogOnce) {
   FakeDevice* camera = layer.Add("Only");
   for (const auto& [name, result] : {std::tuple("m_btnOk", 1), std::tuple("m_btnCancel", 0)}) {
     CCamDlg dialog;
@@ -231,7 +231,7 @@ TEST_F(CamDlgTest, ADoubleClickOnAButtonEndsTheDialogOnce) {
   }
 }
 
-TEST_F(CamDlgTest, OkAfterItHasClosedTouchesNoCamera) {
+TEST_F(CCamDlgTest, OkAfterItHasClosedTouchesNoCamera) {
   FakeDevice* camera = layer.Add("Only");
   CCamDlg dialog;
   dialog.SlotCancel();
@@ -240,7 +240,7 @@ TEST_F(CamDlgTest, OkAfterItHasClosedTouchesNoCamera) {
   EXPECT_EQ(1, camera->OpenCount());
 }
 
-TEST_F(CamDlgTest, LooksAsPrescribed) {
+TEST_F(CCamDlgTest, LooksAsPrescribed) {
   layer.Add("Only");
   CCamDlg dialog;
   dialog.ensurePolished();
@@ -282,7 +282,7 @@ TEST_F(CamDlgTest, LooksAsPrescribed) {
   EXPECT_TRUE(exit->styleSheet().contains("topbar-close.png"));
 }
 
-TEST_F(CamDlgTest, TheBodyIsRoundAndTheMarginTransparent) {
+TEST_F(CCamDlgTest, TheBodyIsRoundAndTheMarginTransparent) {
   CCamDlg dialog;
   QImage picture(dialog.size(), QImage::Format_ARGB32_Premultiplied);
   picture.fill(Qt::transparent);
@@ -302,7 +302,7 @@ void Send(CCamDlg& dialog, QEvent::Type type, QPoint local, QPoint global, bool*
   *accepted = event.isAccepted();
 }
 
-TEST_F(CamDlgTest, IsMovedByItsTitleAreaOnly) {
+TEST_F(CCamDlgTest, IsMovedByItsTitleAreaOnly) {
   for (const auto& [press, moves, taken] :
        {std::tuple(QPoint(300, 39), true, true), std::tuple(QPoint(300, 40), false, true),
         std::tuple(QPoint(5, 5), true, true), std::tuple(QPoint(4, 20), false, false),
@@ -324,7 +324,7 @@ TEST_F(CamDlgTest, IsMovedByItsTitleAreaOnly) {
   }
 }
 
-TEST_F(CamDlgTest, IsWorkedByTheKeyboard) {
+TEST_F(CCamDlgTest, IsWorkedByTheKeyboard) {
   layer.Add("First");
   layer.Add("Second");
   CCamDlg dialog;
@@ -343,7 +343,7 @@ TEST_F(CamDlgTest, IsWorkedByTheKeyboard) {
   EXPECT_FALSE(dialog.isVisible());
 }
 
-TEST_F(CamDlgTest, ReturnOnCancelCancels) {
+TEST_F(CCamDlgTest, ReturnOnCancelCancels) {
   CCamDlg dialog;
   dialog.show();
   QApplication::setActiveWindow(&dialog);
@@ -355,7 +355,7 @@ TEST_F(CamDlgTest, ReturnOnCancelCancels) {
 }
 
 // Nobody would take its pictures.
-TEST_F(CamDlgTest, WithoutAThreadForThePreviewTheCameraIsClosedAgain) {
+TEST_F(CCamDlgTest, WithoutAThreadForThePreviewTheCameraIsClosedAgain) {
   const FakeDevice* camera = layer.Add("Only");
   std::optional<support::RefusedThreads> refused(2);  // but the camera's own, to open and to read
   CCamDlg dialog;
@@ -368,7 +368,7 @@ TEST_F(CamDlgTest, WithoutAThreadForThePreviewTheCameraIsClosedAgain) {
 }
 
 // The label is left to the one that draws, and it turns out that nobody does.
-TEST_F(CamDlgTest, ThePreviewIsBlackWhereNothingCanBeDrawnAfterAll) {
+TEST_F(CCamDlgTest, ThePreviewIsBlackWhereNothingCanBeDrawnAfterAll) {
   layer.Add("Only");
   g_claimsToDraw = true;
   CCamDlg dialog;
@@ -389,7 +389,7 @@ int Brightness(const QColor& colour) {
 }
 
 // The letters are blue; an arrow of their colour could not be seen on the dark box.
-TEST_F(CamDlgTest, TheArrowOfTheListStandsOutFromItsBox) {
+TEST_F(CCamDlgTest, TheArrowOfTheListStandsOutFromItsBox) {
   layer.Add("Only");
   QWidget window;  // as the main window hands its ground down
   window.setStyleSheet(QStringLiteral("QWidget{background-color:#282A30;}"));
@@ -410,7 +410,7 @@ TEST_F(CamDlgTest, TheArrowOfTheListStandsOutFromItsBox) {
   EXPECT_GT(brightest, Brightness(QColor(0x28, 0x2A, 0x30)) + 200);
 }
 
-TEST_F(CamDlgTest, TellsAScreenReaderWhatEverythingIs) {
+TEST_F(CCamDlgTest, TellsAScreenReaderWhatEverythingIs) {
   CCamDlg dialog;
   for (const auto& [name, text] :
        {std::tuple("m_ComDev", "选择设备"), std::tuple("m_btnOk", "确定"),
@@ -422,7 +422,7 @@ TEST_F(CamDlgTest, TellsAScreenReaderWhatEverythingIs) {
   }
 }
 
-TEST_F(CamDlgTest, ALongNameCanBeReadWhole) {
+TEST_F(CCamDlgTest, ALongNameCanBeReadWhole) {
   const QString name = QString(60, 'W') + " 2";
   layer.Add(name.toStdString());
   CCamDlg dialog;

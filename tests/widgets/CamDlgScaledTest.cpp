@@ -4,12 +4,12 @@
 
 namespace {
 
-class CamDlgOnAScaledScreen : public support::CamDlgRig {
+class CamDlgScaled : public support::CamDlgRig {
  protected:
   static void SetUpTestSuite() { StartScreen(2560, 1440, 2); }
 };
 
-TEST_F(CamDlgOnAScaledScreen, ThePictureFillsTheLabel) {
+TEST_F(CamDlgScaled, ThePictureFillsTheLabel) {
   support::FakeCamera camera;
   const support::CameraColour blue{20, 60, 180};
   ASSERT_TRUE(camera.Plug(ModeOf("Camera", blue))) << camera.Failure();

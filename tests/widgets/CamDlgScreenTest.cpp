@@ -46,7 +46,7 @@ extern "C" SDL_Renderer* __wrap_SDL_CreateRenderer(SDL_Window* window, int index
 
 namespace {
 
-class CamDlgOnScreen : public CamDlgRig {
+class CamDlgScreen : public CamDlgRig {
  protected:
   void PlugFirst() { ASSERT_TRUE(first.Plug(ModeOf(kFirst, kBlue))) << first.Failure(); }
   void PlugSecond() { ASSERT_TRUE(second.Plug(ModeOf(kSecond, kGreen))) << second.Failure(); }
@@ -74,7 +74,7 @@ class CamDlgOnScreen : public CamDlgRig {
   FakeCamera second;
 };
 
-TEST_F(CamDlgOnScreen, ListsTheCamerasAndShowsTheFirstOverTheWholeLabel) {
+TEST_F(CamDlgScreen, ListsTheCamerasAndShowsTheFirstOverTheWholeLabel) {
   PlugFirst();
   PlugSecond();
   CCamDlg dialog;
@@ -87,7 +87,7 @@ TEST_F(CamDlgOnScreen, ListsTheCamerasAndShowsTheFirstOverTheWholeLabel) {
   EXPECT_TRUE(GoesOn(dialog));
 }
 
-TEST_F(CamDlgOnScreen, ADownKeySwitchesToTheOtherCamera) {
+TEST_F(CamDlgScreen, ADownKeySwitchesToTheOtherCamera) {
   PlugFirst();
   PlugSecond();
   CCamDlg dialog;
@@ -101,7 +101,7 @@ TEST_F(CamDlgOnScreen, ADownKeySwitchesToTheOtherCamera) {
   EXPECT_EQ(2, Workers());
 }
 
-TEST_F(CamDlgOnScreen, ACameraInUseIsAbsentUntilItIsFree) {
+TEST_F(CamDlgScreen, ACameraInUseIsAbsentUntilItIsFree) {
   PlugFirst();
   PlugSecond();
   DeviceCatalogue::Instance()->usedVideoDevices = {QString::fromLatin1(kFirst)};
@@ -115,7 +115,7 @@ TEST_F(CamDlgOnScreen, ACameraInUseIsAbsentUntilItIsFree) {
   EXPECT_EQ(2, List(dialog)->count());
 }
 
-TEST_F(CamDlgOnScreen, WithoutACameraThePreviewIsBlack) {
+TEST_F(CamDlgScreen, WithoutACameraThePreviewIsBlack) {
   CCamDlg dialog;
   Show(&dialog);
   EXPECT_EQ(0, List(dialog)->count());
@@ -124,7 +124,7 @@ TEST_F(CamDlgOnScreen, WithoutACameraThePreviewIsBlack) {
 }
 
 // Nobody else would paint the label then: it would show what its window was made with.
-TEST_F(CamDlgOnScreen, ThePreviewIsBlackWhereSdlCannotDraw) {
+TEST_F(CamDlgScreen, ThePreviewIsBlackWhereSdlCannotDraw) {
   PlugFirst();
   g_hasRenderer = false;
   CCamDlg dialog;
@@ -138,7 +138,7 @@ TEST_F(CamDlgOnScreen, ThePreviewIsBlackWhereSdlCannotDraw) {
   g_hasRenderer = true;
 }
 
-TEST_F(CamDlgOnScreen, ABusyCameraLeavesThePreviewBlackAndCanBeConfirmed) {
+TEST_F(CamDlgScreen, ABusyCameraLeavesThePreviewBlackAndCanBeConfirmed) {
   PlugFirst();
   PlugSecond();
   ASSERT_TRUE(second.SetBusy(true));
@@ -153,7 +153,7 @@ TEST_F(CamDlgOnScreen, ABusyCameraLeavesThePreviewBlackAndCanBeConfirmed) {
   EXPECT_EQ(kSecond, dialog.DeviceName());
 }
 
-TEST_F(CamDlgOnScreen, ACameraThatIsUnpluggedLeavesItsLastPicture) {
+TEST_F(CamDlgScreen, ACameraThatIsUnpluggedLeavesItsLastPicture) {
   PlugFirst();
   CCamDlg dialog;
   Show(&dialog);
@@ -166,7 +166,7 @@ TEST_F(CamDlgOnScreen, ACameraThatIsUnpluggedLeavesItsLastPicture) {
   EXPECT_EQ(0, Workers());
 }
 
-TEST_F(CamDlgOnScreen, AFrozenCameraLeavesItsLastPictureAndGoesOnWhenItThaws) {
+TEST_F(CamDlgScreen, AFrozenCameraLeavesItsLastPictureAndGoesOnWhenItThaws) {
   PlugFirst();
   CCamDlg dialog;
   Show(&dialog);
@@ -182,7 +182,7 @@ TEST_F(CamDlgOnScreen, AFrozenCameraLeavesItsLastPictureAndGoesOnWhenItThaws) {
   EXPECT_EQ(0, Workers());
 }
 
-TEST_F(CamDlgOnScreen, AFrozenCameraCanBeSwitchedAwayFrom) {
+TEST_F(CamDlgScreen, AFrozenCameraCanBeSwitchedAwayFrom) {
   PlugFirst();
   PlugSecond();
   ASSERT_TRUE(first.Freeze());
@@ -194,7 +194,7 @@ TEST_F(CamDlgOnScreen, AFrozenCameraCanBeSwitchedAwayFrom) {
 }
 
 // The layer that is made next opens the same device.
-TEST_F(CamDlgOnScreen, EveryWayOfClosingLeavesTheCameraFree) {
+TEST_F(CamDlgScreen, EveryWayOfClosingLeavesTheCameraFree) {
   PlugFirst();
   const std::vector<std::pair<std::function<void(CCamDlg&)>, int>> ways = {
       {[](CCamDlg& d) { QTest::mouseClick(Button(d, "m_btnOk"), Qt::LeftButton); }, 1},
@@ -219,7 +219,7 @@ TEST_F(CamDlgOnScreen, EveryWayOfClosingLeavesTheCameraFree) {
 }
 
 // Deleted while it is open, as by a main window that ends.
-TEST_F(CamDlgOnScreen, DeletionEndsThePreviewToo) {
+TEST_F(CamDlgScreen, DeletionEndsThePreviewToo) {
   PlugFirst();
   auto dialog = std::make_unique<CCamDlg>();
   Show(dialog.get());
@@ -229,7 +229,7 @@ TEST_F(CamDlgOnScreen, DeletionEndsThePreviewToo) {
   EXPECT_TRUE(IsFree(kFirst));
 }
 
-TEST_F(CamDlgOnScreen, FiftyOpeningsLeaveNothingBehind) {
+TEST_F(CamDlgScreen, FiftyOpeningsLeaveNothingBehind) {
   PlugFirst();
   int descriptors = 0;
   std::size_t bytes = 0;
@@ -261,7 +261,7 @@ TEST_F(CamDlgOnScreen, FiftyOpeningsLeaveNothingBehind) {
   EXPECT_LT(BytesInUse(), bytes + 192 * 1024);
 }
 
-TEST_F(CamDlgOnScreen, TheDialogCanBeMovedAndItsPictureMovesAlong) {
+TEST_F(CamDlgScreen, TheDialogCanBeMovedAndItsPictureMovesAlong) {
   PlugFirst();
   CCamDlg dialog;
   Show(&dialog);
@@ -272,7 +272,7 @@ TEST_F(CamDlgOnScreen, TheDialogCanBeMovedAndItsPictureMovesAlong) {
 }
 
 // A drag moves it from where Qt believes it to be.
-TEST_F(CamDlgOnScreen, QtKnowsWhereTheDialogStands) {
+TEST_F(CamDlgScreen, QtKnowsWhereTheDialogStands) {
   QWidget window;
   window.setGeometry(100, 80, 900, 600);
   window.show();
@@ -295,7 +295,7 @@ TEST_F(CamDlgOnScreen, QtKnowsWhereTheDialogStands) {
   }
 }
 
-TEST_F(CamDlgOnScreen, WhatSdlHearsOfItsWindowIsThrownAway) {
+TEST_F(CamDlgScreen, WhatSdlHearsOfItsWindowIsThrownAway) {
   PlugFirst();
   CCamDlg dialog;
   Show(&dialog);
@@ -311,7 +311,7 @@ TEST_F(CamDlgOnScreen, WhatSdlHearsOfItsWindowIsThrownAway) {
 
 // What another library has drawn must outlast the repaints of the dialog. Only the first one of the
 // program has an effect; without it Qt brings each widget to the screen by itself.
-TEST_F(CamDlgOnScreen, QtPaintsNothingWhereAnotherLibraryDraws) {
+TEST_F(CamDlgScreen, QtPaintsNothingWhereAnotherLibraryDraws) {
   for (const bool shadow : {true, false}) {
     CCamDlg dialog;
     auto* label =

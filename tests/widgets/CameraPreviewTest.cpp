@@ -17,7 +17,7 @@ using support::LogRecord;
 using support::NewRgb;
 using widgets::CameraPreview;
 
-class CameraPreviewTurn : public testing::Test {
+class CameraPreviewTest : public testing::Test {
  protected:
   void SetUp() override { preview.emplace(0); }
 
@@ -42,13 +42,13 @@ class CameraPreviewTurn : public testing::Test {
   std::optional<CameraPreview> preview;
 };
 
-TEST_F(CameraPreviewTurn, NothingWaitsNothingIsShown) {
+TEST_F(CameraPreviewTest, NothingWaitsNothingIsShown) {
   Turn();
   EXPECT_EQ(-1, Shown());
   EXPECT_EQ(std::vector<std::uint32_t>{10}, clock.TakeDelays());
 }
 
-TEST_F(CameraPreviewTurn, IsDue25TimesASecond) {
+TEST_F(CameraPreviewTest, IsDue25TimesASecond) {
   int turns = 0;
   const std::uint32_t start = clock.Now();
   while (clock.Now() - start < 1000) {
@@ -64,7 +64,7 @@ TEST_F(CameraPreviewTurn, IsDue25TimesASecond) {
   EXPECT_EQ(25, turns);
 }
 
-TEST_F(CameraPreviewTurn, CatchesUpWhenItIsLate) {
+TEST_F(CameraPreviewTest, CatchesUpWhenItIsLate) {
   Queue(1, 200);
   Turn();
   clock.Advance(200);
@@ -75,7 +75,7 @@ TEST_F(CameraPreviewTurn, CatchesUpWhenItIsLate) {
   EXPECT_TRUE(clock.TakeDelays().empty());
 }
 
-TEST_F(CameraPreviewTurn, APictureThatWaitsAloneStaysAndIsShownAgain) {
+TEST_F(CameraPreviewTest, APictureThatWaitsAloneStaysAndIsShownAgain) {
   Queue(1, 200);
   Turn();
   const int first = Shown();
@@ -89,7 +89,7 @@ TEST_F(CameraPreviewTurn, APictureThatWaitsAloneStaysAndIsShownAgain) {
   EXPECT_EQ(converted, preview->Picture());
 }
 
-TEST_F(CameraPreviewTurn, OfTwoTheFirstIsShownAndGoes) {
+TEST_F(CameraPreviewTest, OfTwoTheFirstIsShownAndGoes) {
   Queue(1, 0);
   Queue(1, 255);
   Turn();
@@ -100,7 +100,7 @@ TEST_F(CameraPreviewTurn, OfTwoTheFirstIsShownAndGoes) {
   EXPECT_EQ(1, queue.Size());
 }
 
-TEST_F(CameraPreviewTurn, OfManyTheFirstIsShownAndFiveStay) {
+TEST_F(CameraPreviewTest, OfManyTheFirstIsShownAndFiveStay) {
   Queue(1, 0);
   Queue(3, 128);
   Queue(5, 255);
@@ -112,7 +112,7 @@ TEST_F(CameraPreviewTurn, OfManyTheFirstIsShownAndFiveStay) {
   EXPECT_EQ(4, queue.Size());
 }
 
-TEST_F(CameraPreviewTurn, APictureOfAnotherSizeIsShownAtItsOwn) {
+TEST_F(CameraPreviewTest, APictureOfAnotherSizeIsShownAtItsOwn) {
   Queue(1, 100, 32, 16);
   Turn();
   EXPECT_EQ(32, preview->Picture()->width);
@@ -124,7 +124,7 @@ TEST_F(CameraPreviewTurn, APictureOfAnotherSizeIsShownAtItsOwn) {
   EXPECT_EQ(AV_PIX_FMT_YUV420P, preview->Picture()->format);
 }
 
-TEST_F(CameraPreviewTurn, NothingOfACameraThatIsClosedIsShown) {
+TEST_F(CameraPreviewTest, NothingOfACameraThatIsClosedIsShown) {
   Queue(7, 200);
   Turn();
   preview->Forget(&queue);
@@ -136,7 +136,7 @@ TEST_F(CameraPreviewTurn, NothingOfACameraThatIsClosedIsShown) {
   EXPECT_GT(Shown(), 200);
 }
 
-TEST_F(CameraPreviewTurn, APictureThatCannotBeConvertedLeavesTheLastOneAndIsLoggedOnce) {
+TEST_F(CameraPreviewTest, APictureThatCannotBeConvertedLeavesTheLastOneAndIsLoggedOnce) {
   Queue(1, 200);
   Turn();
   const int shown = Shown();
@@ -157,7 +157,7 @@ TEST_F(CameraPreviewTurn, APictureThatCannotBeConvertedLeavesTheLastOneAndIsLogg
   EXPECT_EQ(std::string::npos, errors.find(text, first + 1));
 }
 
-TEST_F(CameraPreviewTurn, WithoutAScreenItSaysSoOnceAndTakesThePictures) {
+TEST_F(CameraPreviewTest, WithoutAScreenItSaysSoOnceAndTakesThePictures) {
   for (int i = 0; i < 3; ++i) {
     Queue(2);
     Turn();

@@ -86,7 +86,7 @@ TEST_P(DialogAccess, EnterAndEscapeEndIt) {
 INSTANTIATE_TEST_SUITE_P(All, DialogAccess, testing::ValuesIn(kDialogs),
                          [](const auto& dialog) { return std::string(dialog.param.name); });
 
-TEST(LoginAccess, EveryControlHasANameAndTabReachesIt) {
+TEST(DialogAccessLogin, EveryControlHasANameAndTabReachesIt) {
   const support::WorkingDirectory directory;
   support::ScriptedHttp server;
   server.SetReplies({support::JsonReply(R"({"code":-1})")});

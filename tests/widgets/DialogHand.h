@@ -14,8 +14,18 @@
 
 namespace support {
 
+template <typename T>
+T* Child(const QWidget& parent, const char* name) {
+  return parent.findChild<T*>(QLatin1String(name));
+}
+
 inline QPushButton* Button(const QWidget& dialog, const char* name) {
-  return dialog.findChild<QPushButton*>(QLatin1String(name));
+  return Child<QPushButton>(dialog, name);
+}
+
+inline QString ButtonText(const QWidget& dialog, const char* name) {
+  const QPushButton* button = Button(dialog, name);
+  return button != nullptr ? button->text() : QStringLiteral("<none>");
 }
 
 inline void Click(const QWidget& dialog, const char* button) {
@@ -26,6 +36,11 @@ inline void Click(const QWidget& dialog, const char* button) {
 inline int Exec(QDialog* dialog, const std::function<void()>& action) {
   QTimer::singleShot(0, dialog, action);
   return dialog->exec();
+}
+
+// Runs the dialog and clicks the button in it; what exec then gives.
+inline int ExecAndClick(QDialog* dialog, const char* button) {
+  return Exec(dialog, [dialog, button] { Click(*dialog, button); });
 }
 
 // Enter while the focus is on the button; what exec then gives, or -1 when the dialog stays open.

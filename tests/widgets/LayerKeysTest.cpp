@@ -41,7 +41,7 @@ class LayerKeysTest : public testing::Test {
 
 }  // namespace
 
-TEST(LayerKeyRules, ARowsPartsAreThoseThatTheMouseFinds) {
+TEST_F(LayerKeysTest, ARowsPartsAreThoseThatTheMouseFinds) {
   EXPECT_EQ(widgets::PartsOf({"", true, widgets::kTextLayer}),
             (Parts{RowPart::Eye, RowPart::Edit, RowPart::Delete}));
   EXPECT_EQ(widgets::PartsOf({"", true, widgets::kOtherLayer}),

@@ -78,7 +78,7 @@ struct ListSpies {
 
 }  // namespace
 
-TEST(ItemData, IsStreamedAsTextBoolAndNumberWithNoHeader) {
+TEST(LayerList, ARecordIsStreamedAsTextBoolAndNumberWithNoHeader) {
   QByteArray bytes;
   QDataStream out(&bytes, QIODevice::WriteOnly);
   out << ItemData{QStringLiteral("A图"), true, 0x01020304};
@@ -95,7 +95,7 @@ TEST(ItemData, IsStreamedAsTextBoolAndNumberWithNoHeader) {
   EXPECT_TRUE(in.atEnd());
 }
 
-TEST(ItemData, IsKnownByNameAndStreamedInsideAVariant) {
+TEST(LayerList, ARecordIsKnownByNameAndStreamedInsideAVariant) {
   widgets::RegisterItemData();
   widgets::RegisterItemData();
   EXPECT_EQ(QMetaType::type("ItemData"), qMetaTypeId<ItemData>());
@@ -110,7 +110,7 @@ TEST(ItemData, IsKnownByNameAndStreamedInsideAVariant) {
   EXPECT_EQ(back.value<ItemData>().kind, 1);
 }
 
-TEST(ItemData, VariantOfAnotherTypeReadsAsAnEmptyRecord) {
+TEST(LayerList, AVariantOfAnotherTypeReadsAsAnEmptyRecord) {
   const auto record = QVariant(QStringLiteral("no record")).value<ItemData>();
   EXPECT_TRUE(record.text.isEmpty());
   EXPECT_FALSE(record.visible);

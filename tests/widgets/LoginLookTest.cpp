@@ -11,13 +11,15 @@
 
 namespace {
 
+class LoginLook : public LoginTest {};
+
 void Send(QWidget* widget, QEvent::Type type, QPoint global) {
   QMouseEvent event(type, widget->mapFromGlobal(global), global, Qt::LeftButton, Qt::LeftButton,
                     Qt::NoModifier);
   QApplication::sendEvent(widget, &event);
 }
 
-TEST_F(LoginTest, StandsAtItsSizesInItsStyle) {
+TEST_F(LoginLook, StandsAtItsSizesInItsStyle) {
   CLoginDlg dialog;
   EXPECT_EQ(dialog.objectName(), QStringLiteral("LoginDlg"));
   EXPECT_EQ(dialog.windowTitle(), QStringLiteral("登录"));
@@ -47,7 +49,7 @@ TEST_F(LoginTest, StandsAtItsSizesInItsStyle) {
             QStringLiteral("柯维直播助手"));
 }
 
-TEST_F(LoginTest, WearsItsStyleSheets) {
+TEST_F(LoginLook, WearsItsStyleSheets) {
   CLoginDlg dialog;
   EXPECT_EQ(dialog.styleSheet(), QStringLiteral("QWidget{background-color:#282A30;}"));
   const QString edit = QStringLiteral(
@@ -84,7 +86,7 @@ TEST_F(LoginTest, WearsItsStyleSheets) {
   }
 }
 
-TEST_F(LoginTest, ThePictureFillsItsAreaWhateverItsAspect) {
+TEST_F(LoginLook, ThePictureFillsItsAreaWhateverItsAspect) {
   QImage image(10, 40, QImage::Format_RGB32);
   image.fill(Qt::red);
   GivePicture(image);
@@ -99,7 +101,7 @@ TEST_F(LoginTest, ThePictureFillsItsAreaWhateverItsAspect) {
 }
 
 // What it has no room for would be kept, and scaled on each change of its size.
-TEST_F(LoginTest, AnEnormousPictureIsReducedToWhatItsAreaCanShow) {
+TEST_F(LoginLook, AnEnormousPictureIsReducedToWhatItsAreaCanShow) {
   QImage image(2500, 1500, QImage::Format_RGB32);
   image.fill(Qt::red);
   GivePicture(image);
@@ -109,14 +111,14 @@ TEST_F(LoginTest, AnEnormousPictureIsReducedToWhatItsAreaCanShow) {
   EXPECT_EQ(PictureOf(Picture(dialog)).size(), QSize(1920, 1080));
 }
 
-TEST_F(LoginTest, IsMinimisedByItsButton) {
+TEST_F(LoginLook, IsMinimisedByItsButton) {
   CLoginDlg dialog;
   dialog.show();
   dialog.findChild<QPushButton*>(QStringLiteral("m_BtnMin"))->click();
   EXPECT_TRUE(dialog.isMinimized());
 }
 
-TEST_F(LoginTest, APressInTheTitleStripMovesTheDialogAndOneBelowDoesNot) {
+TEST_F(LoginLook, APressInTheTitleStripMovesTheDialogAndOneBelowDoesNot) {
   CLoginDlg dialog;
   dialog.move(100, 100);
   dialog.show();
@@ -134,7 +136,7 @@ TEST_F(LoginTest, APressInTheTitleStripMovesTheDialogAndOneBelowDoesNot) {
   EXPECT_EQ(dialog.pos(), QPoint(110, 110));
 }
 
-TEST_F(LoginTest, FocusInEitherFieldSelectsItsWholeText) {
+TEST_F(LoginLook, FocusInEitherFieldSelectsItsWholeText) {
   CLoginDlg dialog;
   User(dialog)->setText(QStringLiteral("account"));
   Password(dialog)->setText(QStringLiteral("password"));
@@ -149,7 +151,7 @@ TEST_F(LoginTest, FocusInEitherFieldSelectsItsWholeText) {
   }
 }
 
-TEST_F(LoginTest, TheCrossRejects) {
+TEST_F(LoginLook, TheCrossRejects) {
   CLoginDlg dialog;
   QTimer::singleShot(0, &dialog, [&dialog] {
     dialog.findChild<QPushButton*>(QStringLiteral("m_BtnExit"))->click();
@@ -158,7 +160,7 @@ TEST_F(LoginTest, TheCrossRejects) {
 }
 
 // A screen of 1080 lines is lower than the picture of a maximised dialog with its title above it.
-TEST_F(LoginTest, MaximisedItShowsTheWholePictureWithTheFormInItsOwnPart) {
+TEST_F(LoginLook, MaximisedItShowsTheWholePictureWithTheFormInItsOwnPart) {
   QImage image(100, 100, QImage::Format_RGB32);
   image.fill(Qt::red);
   QPainter(&image).fillRect(20, 20, 60, 60, Qt::blue);
@@ -188,7 +190,7 @@ TEST_F(LoginTest, MaximisedItShowsTheWholePictureWithTheFormInItsOwnPart) {
 }
 
 // At a first start the first field has the keyboard, and says what it is for all the same.
-TEST_F(LoginTest, AnEmptyFieldShowsItsPlaceholderWhileItHasTheKeyboardToo) {
+TEST_F(LoginLook, AnEmptyFieldShowsItsPlaceholderWhileItHasTheKeyboardToo) {
   CLoginDlg dialog;
   dialog.show();
   QApplication::setActiveWindow(&dialog);

@@ -28,7 +28,7 @@ using support::WaitFor;
 
 constexpr int kPatienceMs = 15000;
 
-class WindowChooser : public testing::Test {
+class WindowChooserDesktop : public testing::Test {
  protected:
   static void SetUpTestSuite() {
     s_desktop = new VirtualDesktop;
@@ -89,9 +89,9 @@ class WindowChooser : public testing::Test {
   std::vector<std::unique_ptr<TestWindow>> m_windows;
 };
 
-VirtualDesktop* WindowChooser::s_desktop = nullptr;
+VirtualDesktop* WindowChooserDesktop::s_desktop = nullptr;
 
-TEST_F(WindowChooser, ListsRealWindowsByTheirHandlesWithTheirTitles) {
+TEST_F(WindowChooserDesktop, ListsRealWindowsByTheirHandlesWithTheirTitles) {
   // Their titles in the opposite order of their handles.
   std::vector<TestWindow*> windows = {Open("终端 — 直播设置 𠮷😀"), Open("b \"quoted\" <b>"),
                                       Open("a\nb")};
@@ -108,7 +108,7 @@ TEST_F(WindowChooser, ListsRealWindowsByTheirHandlesWithTheirTitles) {
   EXPECT_GE(RowOf(dialog, "终端 — 直播设置 𠮷😀"), 0);
 }
 
-TEST_F(WindowChooser, GivesTheWindowThatWasPressed) {
+TEST_F(WindowChooserDesktop, GivesTheWindowThatWasPressed) {
   Open("other");
   const TestWindow* wanted = Open("录屏 window");
   ActivitiesWndDlg dialog;
@@ -122,7 +122,7 @@ TEST_F(WindowChooser, GivesTheWindowThatWasPressed) {
   EXPECT_EQ(dialog.selectedTitle, QStringLiteral("录屏 window"));
 }
 
-TEST_F(WindowChooser, LeavesOutMinimisedAndUntitledWindows) {
+TEST_F(WindowChooserDesktop, LeavesOutMinimisedAndUntitledWindows) {
   TestWindow* minimised = Open("minimised");
   minimised->Iconify();
   ASSERT_TRUE(WaitFor([&] { return !minimised->Viewable(); }, kPatienceMs));
@@ -133,7 +133,7 @@ TEST_F(WindowChooser, LeavesOutMinimisedAndUntitledWindows) {
 }
 
 // The list is that of the opening. What was in it can be chosen, and whoever captures it finds out.
-TEST_F(WindowChooser, SurvivesAWindowThatVanishesWhileItIsOpen) {
+TEST_F(WindowChooserDesktop, SurvivesAWindowThatVanishesWhileItIsOpen) {
   Open("stays");
   TestWindow* vanishing = Open("vanishes");
   const platform::WindowHandle handle = vanishing->Id();
@@ -154,7 +154,7 @@ TEST_F(WindowChooser, SurvivesAWindowThatVanishesWhileItIsOpen) {
   EXPECT_TRUE(grabber == nullptr || !grabber->Exists());
 }
 
-TEST_F(WindowChooser, ANewOneKnowsTheWindowsOfItsTime) {
+TEST_F(WindowChooserDesktop, ANewOneKnowsTheWindowsOfItsTime) {
   Open("first");
   const ActivitiesWndDlg before;
   Open("second");

@@ -1,0 +1,123 @@
+#include "widgets/MeterRules.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using widgets::AdvanceMeter;
+using widgets::kMeterFloor;
+using widgets::MeterMeasure;
+using widgets::MeterState;
+using widgets::MeterZone;
+
+constexpr double kTurn = 0.05;
+
+MeterMeasure Tone(double peak) {
+  return {true, peak, peak * peak / 2};
+}
+
+MeterState Pass(MeterState state, const MeterMeasure& measure, double seconds) {
+  for (int turn = 0; turn < std::lround(seconds / kTurn); ++turn) {
+    state = AdvanceMeter(state, measure, kTurn);
+  }
+  return state;
+}
+
+TEST(MeterRules, LevelsAreInDecibelsOfFullScale) {
+  EXPECT_DOUBLE_EQ(widgets::PeakDb(1), 0);
+  EXPECT_NEAR(widgets::PeakDb(0.5), -6.02, 0.01);
+  EXPECT_NEAR(widgets::PowerDb(0.5), -3.01, 0.01);
+  EXPECT_DOUBLE_EQ(widgets::PowerDb(1), 0);
+}
+
+TEST(MeterRules, NothingIsBelowTheFloor) {
+  EXPECT_DOUBLE_EQ(widgets::PeakDb(0), kMeterFloor);
+  EXPECT_DOUBLE_EQ(widgets::PeakDb(1e-9), kMeterFloor);
+  EXPECT_DOUBLE_EQ(widgets::PowerDb(0), kMeterFloor);
+  EXPECT_DOUBLE_EQ(widgets::PowerDb(1e-18), kMeterFloor);
+}
+
+TEST(MeterRules, ThePeakRisesAtOnceAndFallsAsAProgrammeMeter) {
+  MeterState state = AdvanceMeter({}, Tone(1), kTurn);
+  EXPECT_DOUBLE_EQ(state.peak, 0);
+  state = Pass(state, Tone(0), 1.7);
+  EXPECT_NEAR(state.peak, -20, 0.01);
+  state = Pass(state, Tone(0), 10);
+  EXPECT_DOUBLE_EQ(state.peak, kMeterFloor);
+}
+
+TEST(MeterRules, TheRmsOfASineSettlesThreeDecibelsBelowItsPeak) {
+  const MeterState state = Pass({}, Tone(0.5), 3);
+  EXPECT_NEAR(state.peak, -6.02, 0.01);
+  EXPECT_NEAR(state.rms, -9.03, 0.01);
+}
+
+TEST(MeterRules, TheRmsFollowsWithItsTimeConstant) {
+  const MeterState state = Pass({}, {true, 1, 1}, widgets::kRmsSeconds);
+  EXPECT_NEAR(state.power, 1 - std::exp(-1), 1e-9);
+}
+
+TEST(MeterRules, TheFallDoesNotDependOnHowOftenOneLooks) {
+  MeterState often = AdvanceMeter({}, Tone(1), kTurn);
+  MeterState seldom = often;
+  often = Pass(often, Tone(0), 1);
+  seldom = AdvanceMeter(seldom, Tone(0), 1);
+  EXPECT_NEAR(often.peak, seldom.peak, 1e-9);
+  EXPECT_NEAR(often.power, seldom.power, 1e-9);
+}
+
+TEST(MeterRules, TheHighestPeakIsHeldAndThenFalls) {
+  MeterState state = AdvanceMeter({}, Tone(1), kTurn);
+  state = Pass(state, Tone(0), widgets::kHoldSeconds - kTurn);
+  EXPECT_DOUBLE_EQ(state.hold, 0);
+  EXPECT_LT(state.peak, -10);
+  state = Pass(state, Tone(0), 1);
+  EXPECT_LT(state.hold, 0);
+  EXPECT_GE(state.hold, state.peak);
+  state = AdvanceMeter(state, Tone(0.9), kTurn);
+  EXPECT_DOUBLE_EQ(state.hold, state.peak);
+}
+
+TEST(MeterRules, SoundThatDoesNotComeIsSilence) {
+  const MeterState state = Pass(Pass({}, Tone(0.5), 1), {}, 10);
+  EXPECT_DOUBLE_EQ(state.peak, kMeterFloor);
+  EXPECT_DOUBLE_EQ(state.rms, kMeterFloor);
+  EXPECT_TRUE(widgets::IsSilent(state));
+}
+
+TEST(MeterRules, SilenceIsSaidAfterThreeSecondsAndNotInAPauseOfSpeech) {
+  MeterState state = Pass({}, Tone(0.5), 1);
+  state = Pass(state, Tone(0), widgets::kSilenceSeconds - 2 * kTurn);
+  EXPECT_FALSE(widgets::IsSilent(state));
+  state = Pass(state, Tone(0), 3 * kTurn);
+  EXPECT_TRUE(widgets::IsSilent(state));
+  EXPECT_FALSE(widgets::IsSilent(AdvanceMeter(state, Tone(0.01), kTurn)));
+}
+
+TEST(MeterRules, SharesOfTheBar) {
+  EXPECT_DOUBLE_EQ(widgets::MeterShare(-100), 0);
+  EXPECT_DOUBLE_EQ(widgets::MeterShare(kMeterFloor), 0);
+  EXPECT_DOUBLE_EQ(widgets::MeterShare(-30), 0.5);
+  EXPECT_DOUBLE_EQ(widgets::MeterShare(0), 1);
+  EXPECT_DOUBLE_EQ(widgets::MeterShare(6), 1);
+}
+
+TEST(MeterRules, Zones) {
+  EXPECT_EQ(widgets::ZoneOf(-20.1), MeterZone::kGood);
+  EXPECT_EQ(widgets::ZoneOf(-20), MeterZone::kWarn);
+  EXPECT_EQ(widgets::ZoneOf(-9.1), MeterZone::kWarn);
+  EXPECT_EQ(widgets::ZoneOf(-9), MeterZone::kAlarm);
+}
+
+TEST(MeterRules, TheTextTellsPeakAndRms) {
+  const MeterState state = Pass({}, Tone(0.5), 3);
+  EXPECT_EQ(widgets::MeterText("麦克风", state), "麦克风：峰值 -6 dBFS，有效值 -9 dBFS");
+  EXPECT_EQ(widgets::MeterFigure(state), "-6");
+  const MeterState silent = Pass({}, {}, 4);
+  EXPECT_EQ(widgets::MeterText("麦克风", silent), "麦克风：无声");
+  EXPECT_EQ(widgets::MeterFigure(silent), "无声");
+}
+
+}  // namespace
