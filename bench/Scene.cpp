@@ -83,12 +83,12 @@ void Scene::Build(QWidget* surface) {
   m_catalogue = DeviceCatalogue::Instance();
   m_catalogue->RefreshDevices();
   shell::StartMonitorMix(Fixed());
-  shell::StartRender(Fixed(), [this, surface] {
-    if (surface != nullptr) {
-      m_render->windowHandle = surface->winId();
-      m_render->previewSize = surface->size() * surface->devicePixelRatioF();
-    }
-  });
+  shell::MakeRender(Fixed());
+  if (surface != nullptr) {
+    m_render->windowHandle = surface->winId();
+    m_render->previewSize = surface->size() * surface->devicePixelRatioF();
+  }
+  shell::StartRender(Fixed());
   connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });
   m_surfaceEvents.start(kSurfaceEventsMs);
   m_tap = new PictureTap(m_options.record);
@@ -102,7 +102,7 @@ void Scene::Build(QWidget* surface) {
 }
 
 void Scene::StartLive() {
-  shell::LiveSettings settings;
+  shell::BroadcastSettings settings;
   settings.systemSound = m_catalogue->AudioDevice(0).toStdString();
   if (m_options.microphone) {
     settings.microphone = m_catalogue->AudioDevice(1).toStdString();
@@ -110,13 +110,13 @@ void Scene::StartLive() {
   settings.url = m_options.url;
   settings.width = m_options.width;
   settings.height = m_options.height;
-  shell::StartLive(Live(), settings, m_render);
+  shell::StartBroadcast(Live(), settings, m_render);
 }
 
 void Scene::StopLive() {
   if (m_encoder != nullptr) {
     m_lastEncoder = m_encoder->Statistics();
-    shell::StopLive(Live(), m_render);
+    shell::StopBroadcast(Live(), m_render);
   }
 }
 
@@ -129,7 +129,7 @@ void Scene::End() {
   StopLive();
   m_render->RemoveVideoOutput(m_tap);
   m_slots.DropNodes();
-  shell::EndFixed(Fixed());
+  shell::EndMonitor(Fixed());
   delete m_tap;
   m_tap = nullptr;
 }

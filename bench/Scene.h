@@ -17,9 +17,9 @@
 #include "media/CSrcInterface.h"
 #include "output/EncoderStatistics.h"
 #include "output/RenderStatistics.h"
-#include "shell/FixedRoad.h"
+#include "shell/BroadcastGraph.h"
 #include "shell/LayerSlots.h"
-#include "shell/LiveRoad.h"
+#include "shell/MonitorGraph.h"
 
 class DeviceCatalogue;
 class QWidget;
@@ -83,8 +83,8 @@ class Scene : public QObject {
   std::uintptr_t WindowOf(const std::string& wanted) const;
   // Puts layers where they belong as soon as their first picture has told their size.
   void PlaceLayers();
-  shell::FixedNodes Fixed() { return {m_mixFrame, m_silence, m_render}; }
-  shell::LiveNodes Live() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
+  shell::MonitorNodes Fixed() { return {m_mixFrame, m_silence, m_render}; }
+  shell::BroadcastNodes Live() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
 
   const Options& m_options;
   DeviceCatalogue* m_catalogue = nullptr;

@@ -6,7 +6,7 @@
 #include "media/CMixFrame.h"
 #include "media/CSrcInterface.h"
 #include "output/CRender.h"
-#include "shell/EndNode.h"
+#include "shell/StopAndDelete.h"
 
 namespace shell {
 
@@ -72,7 +72,7 @@ void LayerSlots::Drop(int position, CRender* render) {
   const int slot = render->LayerAt(position);
   const auto found = m_nodes->find(slot);
   if (found != m_nodes->end()) {
-    EndNode(&found->second);
+    StopAndDelete(&found->second);
     m_nodes->erase(found);
   }
   HandOverSound(slot);
@@ -98,7 +98,7 @@ void LayerSlots::HandOverSound(int slot) {
 
 void LayerSlots::DropNodes() {
   for (auto& [slot, node] : *m_nodes) {
-    EndNode(&node);
+    StopAndDelete(&node);
   }
   m_nodes->clear();
   m_soundIndices.clear();

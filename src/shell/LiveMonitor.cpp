@@ -29,19 +29,19 @@ std::int64_t Now() {
   return static_cast<std::int64_t>(SDL_GetTicks64());
 }
 
-CaptureSort SortOf(const CInputDev& device) {
+CaptureRole RoleOf(const CInputDev& device) {
   if (device.IsAudio()) {
-    return device.DeviceName() == platform::kSystemSoundName ? CaptureSort::kSystemSound
-                                                             : CaptureSort::kMicrophone;
+    return device.DeviceName() == platform::kSystemSoundName ? CaptureRole::kSystemSound
+                                                             : CaptureRole::kMicrophone;
   }
-  return device.DeviceName() == platform::kDesktopName ? CaptureSort::kDesktop
-                                                       : CaptureSort::kCamera;
+  return device.DeviceName() == platform::kDesktopName ? CaptureRole::kDesktop
+                                                       : CaptureRole::kCamera;
 }
 
-void NoteCapture(int place, const CInputDev* device, std::vector<CaptureSight>* captures) {
+void NoteCapture(int place, const CInputDev* device, std::vector<CaptureSample>* captures) {
   if (device != nullptr) {
     captures->push_back(
-        {place, SortOf(*device), device->DeviceName(), device->Delivered(), device->HasOpened()});
+        {place, RoleOf(*device), device->DeviceName(), device->Delivered(), device->HasOpened()});
   }
 }
 
@@ -56,7 +56,7 @@ void Advance(CInputDev* device, double seconds, widgets::MeterState* state) {
 
 }  // namespace
 
-LiveMonitor::LiveMonitor(const LiveNodes& nodes, const LayerNodes& layers, QObject* parent)
+LiveMonitor::LiveMonitor(const BroadcastNodes& nodes, const LayerNodes& layers, QObject* parent)
     : QObject(parent),
       m_systemSound(nodes.loopback),
       m_microphone(nodes.mic),
@@ -97,7 +97,7 @@ void LiveMonitor::Refresh() {
   if (m_encoder == nullptr) {
     return;
   }
-  AddSight(&m_history, Look());
+  AddSample(&m_history, TakeSample());
   Show(WithRefusal(JudgeStream(m_history), m_refusal));
   MoveMeter();
   m_meter->Announce();
@@ -110,16 +110,16 @@ void LiveMonitor::End() {
   m_history.clear();
 }
 
-StreamSight LiveMonitor::Look() const {
-  StreamSight sight;
-  sight.timeMs = Now();
-  sight.encoder = m_encoder->Statistics();
-  NoteCapture(-1, m_systemSound, &sight.captures);
-  NoteCapture(-1, m_microphone, &sight.captures);
+StreamSample LiveMonitor::TakeSample() const {
+  StreamSample sample;
+  sample.timeMs = Now();
+  sample.encoder = m_encoder->Statistics();
+  NoteCapture(-1, m_systemSound, &sample.captures);
+  NoteCapture(-1, m_microphone, &sample.captures);
   for (const auto& [slot, node] : m_layers) {
-    NoteCapture(slot, dynamic_cast<const CInputDev*>(node), &sight.captures);
+    NoteCapture(slot, dynamic_cast<const CInputDev*>(node), &sample.captures);
   }
-  return sight;
+  return sample;
 }
 
 void LiveMonitor::Show(const StreamHealth& health) {

@@ -23,8 +23,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "shell/BroadcastGraph.h"
 #include "shell/LayerSlots.h"
-#include "shell/LiveRoad.h"
 #include "shell/StreamHealth.h"
 #include "widgets/MeterRules.h"
 
@@ -41,7 +41,7 @@ class LiveMonitor : public QObject {
   Q_OBJECT
 
  public:
-  LiveMonitor(const LiveNodes& nodes, const LayerNodes& layers, QObject* parent = nullptr);
+  LiveMonitor(const BroadcastNodes& nodes, const LayerNodes& layers, QObject* parent = nullptr);
 
   // Puts label and meter behind that widget of the bar, hidden.
   void AddTo(QBoxLayout* bar, QWidget* neighbour);
@@ -56,7 +56,7 @@ class LiveMonitor : public QObject {
  private:
   void MoveMeter();
   void MoveRow(int row, CInputDev* device, double seconds, widgets::MeterState* state);
-  StreamSight Look() const;
+  StreamSample TakeSample() const;
   void Show(const StreamHealth& health);
 
   CInputDev* const& m_systemSound;

@@ -86,8 +86,8 @@ bool IsInsideOut(const Rect& layer) {
 }
 
 bool IsTooLarge(const Rect& layer) {
-  return layer.width > kMostSide || layer.height > kMostSide ||
-         static_cast<std::int64_t>(layer.width) * layer.height > kMostPixels;
+  return layer.width > kMaxSide || layer.height > kMaxSide ||
+         static_cast<std::int64_t>(layer.width) * layer.height > kMaxPixels;
 }
 
 // A long text is too large from the start: it may become smaller in steps.

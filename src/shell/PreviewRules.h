@@ -39,8 +39,8 @@ inline constexpr int kLeastStep = 13;
 inline constexpr int kSnapPart = 88;
 // No layer is resized beyond this on a side, nor beyond four scenes in all: each picture of it
 // would be scaled to that size, 25 times a second, for a scene that shows a part of it.
-inline constexpr int kMostSide = 8192;
-inline constexpr int kMostPixels = 3840 * 2160;
+inline constexpr int kMaxSide = 8192;
+inline constexpr int kMaxPixels = 3840 * 2160;
 // Pixels kept free below the preview.
 inline constexpr int kBelowPreview = 28;
 // The preview of the normal window, and the least that is fitted.

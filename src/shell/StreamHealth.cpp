@@ -18,15 +18,15 @@ namespace shell {
 
 namespace {
 
-constexpr int kMostNamed = 2;  // captures in the one line; the details name all
+constexpr int kMaxNamed = 2;  // captures in the one line; the details name all
 
-// The newest sight that is at least that old, or null when the history is shorter.
-const StreamSight* SightBefore(const StreamHistory& history, std::int64_t ageMs) {
+// The newest sample that is at least that old, or null when the history is shorter.
+const StreamSample* SampleBefore(const StreamHistory& history, std::int64_t ageMs) {
   const std::int64_t latest = history.back().timeMs - ageMs;
-  const StreamSight* found = nullptr;
-  for (const StreamSight& sight : history) {
-    if (sight.timeMs <= latest) {
-      found = &sight;
+  const StreamSample* found = nullptr;
+  for (const StreamSample& sample : history) {
+    if (sample.timeMs <= latest) {
+      found = &sample;
     }
   }
   return found;
@@ -98,56 +98,57 @@ struct Phrase {
 };
 using Phrases = std::vector<Phrase>;
 
-QString FailureWords(const CaptureSight& capture) {
-  switch (capture.sort) {
-    case CaptureSort::kDesktop:
+QString FailureWords(const CaptureSample& capture) {
+  switch (capture.role) {
+    case CaptureRole::kDesktop:
       return QStringLiteral("桌面打开失败");
-    case CaptureSort::kCamera:
+    case CaptureRole::kCamera:
       return QStringLiteral("摄像头“%1”打开失败").arg(QString::fromStdString(capture.device));
-    case CaptureSort::kSystemSound:
+    case CaptureRole::kSystemSound:
       return QStringLiteral("系统声音打开失败");
-    case CaptureSort::kMicrophone:
+    case CaptureRole::kMicrophone:
       return QStringLiteral("麦克风打开失败");
   }
   return QString();
 }
 
-QString CaptureWords(const CaptureSight& capture) {
+QString CaptureWords(const CaptureSample& capture) {
   if (!capture.opened) {
     return FailureWords(capture);
   }
-  switch (capture.sort) {
-    case CaptureSort::kDesktop:
+  switch (capture.role) {
+    case CaptureRole::kDesktop:
       return QStringLiteral("桌面画面停止");
-    case CaptureSort::kCamera:
+    case CaptureRole::kCamera:
       return QStringLiteral("摄像头“%1”画面停止").arg(QString::fromStdString(capture.device));
-    case CaptureSort::kSystemSound:
+    case CaptureRole::kSystemSound:
       return QStringLiteral("系统声音中断");
-    case CaptureSort::kMicrophone:
+    case CaptureRole::kMicrophone:
       return QStringLiteral("麦克风中断");
   }
   return QString();
 }
 
-bool SameCapture(const CaptureSight& one, const CaptureSight& other) {
-  return one.place == other.place && one.sort == other.sort && one.device == other.device;
+bool SameCapture(const CaptureSample& one, const CaptureSample& other) {
+  return one.place == other.place && one.role == other.role && one.device == other.device;
 }
 
-// Whether the capture was there in that sight, with the same count.
-bool StoodThere(const StreamSight& sight, const CaptureSight& capture) {
-  return std::any_of(sight.captures.begin(), sight.captures.end(), [&](const CaptureSight& then) {
-    return SameCapture(then, capture) && then.delivered == capture.delivered;
-  });
+// Whether the capture was there in that sample, with the same count.
+bool StoodStill(const StreamSample& sample, const CaptureSample& capture) {
+  return std::any_of(sample.captures.begin(), sample.captures.end(),
+                     [&](const CaptureSample& then) {
+                       return SameCapture(then, capture) && then.delivered == capture.delivered;
+                     });
 }
 
 QStringList StoppedCaptures(const StreamHistory& history) {
   QStringList words;
-  const StreamSight* then = SightBefore(history, kStillMs);
+  const StreamSample* then = SampleBefore(history, kStillMs);
   if (then == nullptr) {
     return words;
   }
-  for (const CaptureSight& capture : history.back().captures) {
-    if (StoodThere(*then, capture)) {
+  for (const CaptureSample& capture : history.back().captures) {
+    if (StoodStill(*then, capture)) {
       words.append(CaptureWords(capture));
     }
   }
@@ -155,23 +156,23 @@ QStringList StoppedCaptures(const StreamHistory& history) {
   return words;
 }
 
-// True when the state was the same at every sight of the last kStillMs, and that long is known.
+// True when the state was the same at every sample of the last kStillMs, and that long is known.
 bool HasLasted(const StreamHistory& history, PublishState state) {
-  const StreamSight* then = SightBefore(history, kStillMs);
+  const StreamSample* then = SampleBefore(history, kStillMs);
   return then != nullptr &&
-         std::all_of(history.begin(), history.end(), [&](const StreamSight& sight) {
-           return sight.timeMs < then->timeMs || sight.encoder.status.state == state;
+         std::all_of(history.begin(), history.end(), [&](const StreamSample& sample) {
+           return sample.timeMs < then->timeMs || sample.encoder.status.state == state;
          });
 }
 
 bool SendsNothing(const StreamHistory& history) {
   return HasLasted(history, PublishState::kPublishing) &&
-         SightBefore(history, kStillMs)->encoder.bytesSent == history.back().encoder.bytesSent;
+         SampleBefore(history, kStillMs)->encoder.bytesSent == history.back().encoder.bytesSent;
 }
 
 // What the encoders have not given in the last kStillMs.
 QString MissingWords(const StreamHistory& history) {
-  const EncoderStatistics& then = SightBefore(history, kStillMs)->encoder;
+  const EncoderStatistics& then = SampleBefore(history, kStillMs)->encoder;
   const EncoderStatistics& now = history.back().encoder;
   const bool sound = then.audioPacketsEncoded == now.audioPacketsEncoded;
   const bool picture = then.videoPacketsEncoded == now.videoPacketsEncoded;
@@ -234,7 +235,7 @@ QString Seconds(std::int64_t ms) {
   return QString::number(static_cast<double>(ms) / 1000, 'f', 1);
 }
 
-// Of one sight alone there is no rate.
+// Of one sample alone there is no rate.
 QString RateWords(const StreamHistory& history) {
   return history.size() > 1
              ? QStringLiteral("%1 kb/s").arg(KilobitsPerSecond(history.front(), history.back()))
@@ -279,8 +280,8 @@ void Put(const Phrases& words, StreamHealth* health) {
 }
 
 QString NamedWords(const QStringList& stopped) {
-  QString words = stopped.mid(0, kMostNamed).join(QStringLiteral("，"));
-  if (stopped.size() > kMostNamed) {
+  QString words = stopped.mid(0, kMaxNamed).join(QStringLiteral("，"));
+  if (stopped.size() > kMaxNamed) {
     words += QStringLiteral("，等 %1 项").arg(stopped.size());
   }
   return words;
@@ -322,11 +323,11 @@ QString Details(const StreamHistory& history, const QStringList& stopped) {
 
 }  // namespace
 
-void AddSight(StreamHistory* history, StreamSight sight) {
-  if (!history->empty() && sight.timeMs - history->back().timeMs > kStillMs) {
+void AddSample(StreamHistory* history, StreamSample sample) {
+  if (!history->empty() && sample.timeMs - history->back().timeMs > kStillMs) {
     history->clear();
   }
-  history->push_back(std::move(sight));
+  history->push_back(std::move(sample));
   // The second oldest alone covers the span.
   while (history->size() > 2 && history->back().timeMs - (*history)[1].timeMs >= kRecentMs) {
     history->pop_front();
@@ -376,7 +377,7 @@ QString LightColour(StreamLight light) {
   return QString();
 }
 
-int KilobitsPerSecond(const StreamSight& from, const StreamSight& to) {
+int KilobitsPerSecond(const StreamSample& from, const StreamSample& to) {
   const std::int64_t ms = to.timeMs - from.timeMs;
   if (ms <= 0 || to.encoder.bytesSent < from.encoder.bytesSent) {
     return 0;

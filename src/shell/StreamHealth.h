@@ -1,8 +1,8 @@
 // What the operator is told of the running broadcast: the colour, the words and the details of the
 // one label beside the clock.
 //
-// Flow: once a second the encoder's figures and the captures' counts are noted as a StreamSight and
-// added to the history; JudgeStream makes of the last seconds what the label shows:
+// Flow: once a second the encoder's figures and the captures' counts are noted as a StreamSample
+// and added to the history; JudgeStream makes of the last seconds what the label shows:
 //   green   all is well, with the rate
 //   amber   it runs, but pictures or packets were dropped in the last kRecentMs, or the delay
 //           grows, or a capture has stopped; or the first connection is still being made
@@ -11,8 +11,9 @@
 // have failed. What counts is told at CInputDev: of a desktop this is an answer of the X server,
 // whatever moves on it.
 //
-// Pure: everything comes from the history, time included. A gap of over kStillMs between two sights
-// is a suspended machine or a blocked window, in which nobody looked: the history begins anew.
+// Pure: everything comes from the history, time included. A gap of over kStillMs between two
+// samples is a suspended machine or a blocked window, in which nobody looked: the history begins
+// anew.
 #ifndef ORVANE_SHELL_STREAMHEALTH_H
 #define ORVANE_SHELL_STREAMHEALTH_H
 
@@ -26,24 +27,24 @@
 
 namespace shell {
 
-enum class CaptureSort { kDesktop, kCamera, kSystemSound, kMicrophone };
+enum class CaptureRole { kDesktop, kCamera, kSystemSound, kMicrophone };
 
-struct CaptureSight {
+struct CaptureSample {
   int place = -1;  // the layer's slot; -1 for the sound of the broadcast
-  CaptureSort sort = CaptureSort::kDesktop;
+  CaptureRole role = CaptureRole::kDesktop;
   std::string device;           // its name in the catalogue
   std::uint64_t delivered = 0;  // pictures or blocks of sound so far
   bool opened = true;           // its device, at any time so far
 };
 
-struct StreamSight {
+struct StreamSample {
   std::int64_t timeMs = 0;
   EncoderStatistics encoder;
-  std::vector<CaptureSight> captures;
+  std::vector<CaptureSample> captures;
 };
 
 // Oldest first.
-using StreamHistory = std::deque<StreamSight>;
+using StreamHistory = std::deque<StreamSample>;
 
 enum class StreamLight { kGreen, kAmber, kRed };
 
@@ -59,17 +60,17 @@ inline constexpr std::int64_t kStillMs = 3000;   // longer without anything is a
 // Usually 600 ms wait; more than this, and the network takes less than is made.
 inline constexpr std::int64_t kLongDelayMs = 1500;
 
-// Adds the newest sight and forgets what is no longer needed.
-void AddSight(StreamHistory* history, StreamSight sight);
+// Adds the newest sample and forgets what is no longer needed.
+void AddSample(StreamHistory* history, StreamSample sample);
 
-// Of a history with at least one sight.
+// Of a history with at least one sample.
 StreamHealth JudgeStream(const StreamHistory& history);
 
 // The colour as style sheets write it.
 QString LightColour(StreamLight light);
 
-// What was sent between two sights, in kilobits a second of payload.
-int KilobitsPerSecond(const StreamSight& from, const StreamSight& to);
+// What was sent between two samples, in kilobits a second of payload.
+int KilobitsPerSecond(const StreamSample& from, const StreamSample& to);
 
 }  // namespace shell
 

@@ -37,11 +37,11 @@
 #include <string>
 
 #include "backend/BackendClient.h"
+#include "shell/BroadcastGraph.h"
 #include "shell/BroadcastReports.h"
-#include "shell/FixedRoad.h"
 #include "shell/LayerSlots.h"
 #include "shell/LiveMonitor.h"
-#include "shell/LiveRoad.h"
+#include "shell/MonitorGraph.h"
 #include "shell/PreviewRules.h"
 #include "ui_orvane.h"
 #include "widgets/ListTextTip.h"
@@ -157,7 +157,7 @@ class orvane : public QWidget {
   void FitPreview();
   shell::Scales PreviewScales() const;
   shell::Drag DragAt(const QPoint& position) const;
-  shell::LiveNodes Broadcast() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
+  shell::BroadcastNodes Broadcast() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
   const ActivityInfo* ChosenActivity() const;
   void SetActivitySpacer(int width);
   void ShowChosen(const QString& title);
@@ -168,15 +168,15 @@ class orvane : public QWidget {
   // Ends the broadcast on the way out of the program.
   void LeaveBroadcast();
   void LogOut();
-  shell::FixedNodes Monitor() { return {m_mixFrame, m_silence, m_render}; }
+  shell::MonitorNodes Monitor() { return {m_mixFrame, m_silence, m_render}; }
   void AddDefaultLayers();
   void OpenMenu(QMenu* menu, const QWidget* button);
   bool MayAddLayer();
   void MakeTextDialog();
   std::string AskForFile(const shell::FileQuestion& question);
-  // Corner::Yes: the layer takes the corner with its first picture.
-  enum class Corner { No, Yes };
-  void AddSource(CSrcInterface* node, const QString& name, Corner corner = Corner::No);
+  // Corner::kYes: the layer takes the corner with its first picture.
+  enum class Corner { kNo, kYes };
+  void AddSource(CSrcInterface* node, const QString& name, Corner corner = Corner::kNo);
   void AddFilm(const std::string& path);
   // Greys the rows whose source could not be opened.
   void ShowFailures();

@@ -20,10 +20,10 @@ void orvane::InitGraph() {
   shell::StartLibraries();
   m_catalogue->RefreshDevices();
   shell::StartMonitorMix(Monitor());
-  shell::StartRender(Monitor(), [] {
-    QSize size(shell::kNormalPreview.width, shell::kNormalPreview.height);
-    emit CEvent::instance()->renderSize(size);
-  });
+  shell::MakeRender(Monitor());
+  QSize size(shell::kNormalPreview.width, shell::kNormalPreview.height);
+  emit CEvent::instance()->renderSize(size);
+  shell::StartRender(Monitor());
   connect(&m_surfaceEvents, &QTimer::timeout, this, [] { platform::FlushSdlEvents(); });
   m_surfaceEvents.start(kSurfaceEventsMs);
   AddDefaultLayers();
@@ -38,5 +38,5 @@ void orvane::CloseGraph() {
   m_surfaceEvents.stop();
   m_sourceTimer.stop();
   m_slots.DropNodes();
-  shell::EndFixed(Monitor());
+  shell::EndMonitor(Monitor());
 }

@@ -72,7 +72,7 @@ void orvane::AddSource(CSrcInterface* node, const QString& name, Corner corner) 
     delete node;
     return;
   }
-  if (corner == Corner::Yes) {
+  if (corner == Corner::kYes) {
     m_render->SetLayerAutoFit(slot, 1);
   }
   // A source that does not open tells the log; its layer is listed and stays empty.
@@ -219,7 +219,7 @@ void orvane::AddDefaultLayers() {
   const QString camera = m_catalogue->VideoDevice(1);
   if (!camera.isEmpty()) {
     // It takes the corner with its first picture.
-    AddSource(NewCamera(camera.toStdString()), shell::CameraName(), Corner::Yes);
+    AddSource(NewCamera(camera.toStdString()), shell::CameraName(), Corner::kYes);
   }
   connect(ui.m_tabLayer, &MyListView::changeItem, this, &orvane::SlotChangeItem);
   connect(ui.m_tabLayer, &MyListView::editItem, this, &orvane::SlotEditItem);

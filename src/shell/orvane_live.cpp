@@ -8,7 +8,7 @@
 
 #include "backend/BackendClient.h"
 #include "backend/Records.h"
-#include "shell/LiveRoad.h"
+#include "shell/BroadcastGraph.h"
 #include "shell/LiveRules.h"
 #include "shell/WatchAddress.h"
 #include "shell/WindowStyle.h"
@@ -113,14 +113,14 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
   m_liveTimer.start(kTickMs);
 
   const QSize size = shell::StreamSize(m_actDlg->Quality());
-  shell::LiveSettings settings;
+  shell::BroadcastSettings settings;
   settings.systemSound = m_catalogue->AudioDevice(0).toStdString();
   settings.microphone = m_catalogue->AudioDevice(1).toStdString();
   settings.url = activity.publishUrl.toStdString();
   settings.watchUrl = activity.rtmpLiveUrl.toStdString();
   settings.width = size.width();
   settings.height = size.height();
-  shell::StartLive(Broadcast(), settings, m_render);
+  shell::StartBroadcast(Broadcast(), settings, m_render);
   m_liveMonitor.Begin(!settings.microphone.empty());
 
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
@@ -143,7 +143,7 @@ void orvane::StopBroadcast() {
   m_liveTime = QTime(0, 0, 0, 0);
   ui.startTime->setText(shell::ClockText(m_liveTime));
   m_liveMonitor.End();
-  shell::StopLive(Broadcast(), m_render);
+  shell::StopBroadcast(Broadcast(), m_render);
 }
 
 shell::BroadcastReports::Service orvane::Service() {

@@ -107,29 +107,29 @@ bool ItemDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
 void ItemDelegate::Press(const QMouseEvent& event, const ItemData& record, const QRect& row,
                          const QModelIndex& index) {
   switch (widgets::ActionOfPress(record, row, event.pos(), event.button())) {
-    case PressAction::Delete:
+    case PressAction::kDelete:
       qDebug() << "delete";
       emit deleteItem(index, event.globalPos());
       break;
-    case PressAction::Edit:
+    case PressAction::kEdit:
       qDebug() << "edit";
       emit editItem(index);
       break;
-    case PressAction::Hide:
+    case PressAction::kHide:
       qDebug() << "invisible";
       emit invisibleItem(index);
       break;
-    case PressAction::Show:
+    case PressAction::kShow:
       qDebug() << "invisible";
       emit visibleItem(index);
       break;
-    case PressAction::RecordLeft:
+    case PressAction::kRecordLeft:
       emit buttonKindItem(LeftKind);
       break;
-    case PressAction::RecordRight:
+    case PressAction::kRecordRight:
       emit buttonKindItem(RightKind);
       break;
-    case PressAction::Nothing:
+    case PressAction::kNothing:
       break;
   }
 }

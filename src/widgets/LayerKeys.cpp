@@ -12,12 +12,12 @@ namespace widgets {
 
 std::vector<RowPart> PartsOf(const ItemData& record) {
   if (!record.visible) {
-    return {RowPart::Eye};
+    return {RowPart::kEye};
   }
   if (record.kind == kTextLayer) {
-    return {RowPart::Eye, RowPart::Edit, RowPart::Delete};
+    return {RowPart::kEye, RowPart::kEdit, RowPart::kDelete};
   }
-  return {RowPart::Eye, RowPart::Delete};
+  return {RowPart::kEye, RowPart::kDelete};
 }
 
 LayerKeys::LayerKeys(MyListView* list) : CellKeys(list), m_layers(list) {
@@ -27,15 +27,15 @@ LayerKeys::LayerKeys(MyListView* list) : CellKeys(list), m_layers(list) {
 
 RowPart LayerKeys::PartIn(const QModelIndex& index) const {
   const std::vector<RowPart> parts = PartsOf(RecordOf(index));
-  return std::find(parts.begin(), parts.end(), m_part) != parts.end() ? m_part : RowPart::Eye;
+  return std::find(parts.begin(), parts.end(), m_part) != parts.end() ? m_part : RowPart::kEye;
 }
 
 QRect LayerKeys::Cell(const QModelIndex& index) const {
   const QRect row = m_layers->visualRect(index);
   switch (PartIn(index)) {
-    case RowPart::Edit:
+    case RowPart::kEdit:
       return EditRect(row);
-    case RowPart::Delete:
+    case RowPart::kDelete:
       return DeleteRect(row);
     default:
       return EyeRect(row);
@@ -45,9 +45,9 @@ QRect LayerKeys::Cell(const QModelIndex& index) const {
 QString LayerKeys::Name(const QModelIndex& index) const {
   const ItemData record = RecordOf(index);
   switch (PartIn(index)) {
-    case RowPart::Edit:
+    case RowPart::kEdit:
       return QStringLiteral("编辑 ") + record.text;
-    case RowPart::Delete:
+    case RowPart::kDelete:
       return QStringLiteral("删除 ") + record.text;
     default:
       return (record.visible ? QStringLiteral("隐藏 ") : QStringLiteral("显示 ")) + record.text;
@@ -92,10 +92,10 @@ void LayerKeys::StepAside(int by) {
 void LayerKeys::Press(const QModelIndex& index) {
   const QPoint middle = m_layers->viewport()->mapToGlobal(Cell(index).center());
   switch (PartIn(index)) {
-    case RowPart::Edit:
+    case RowPart::kEdit:
       m_layers->recvEditSlot(index);
       break;
-    case RowPart::Delete:
+    case RowPart::kDelete:
       m_layers->deleteSlot(index, middle);
       break;
     default:

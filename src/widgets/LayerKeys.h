@@ -17,7 +17,7 @@ struct ItemData;
 
 namespace widgets {
 
-enum class RowPart { Eye, Edit, Delete };
+enum class RowPart { kEye, kEdit, kDelete };
 
 // From left to right.
 std::vector<RowPart> PartsOf(const ItemData& record);
@@ -41,7 +41,7 @@ class LayerKeys : public CellKeys {
   void StepAside(int by);
 
   MyListView* m_layers;
-  RowPart m_part = RowPart::Eye;
+  RowPart m_part = RowPart::kEye;
 };
 
 }  // namespace widgets

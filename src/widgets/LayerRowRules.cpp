@@ -18,20 +18,20 @@ QRect Part(const QRect& row, int x1, int y1, int x2, int y2) {
 PressAction ActionOfRow(Qt::MouseButton button) {
   switch (button) {
     case Qt::LeftButton:
-      return PressAction::RecordLeft;
+      return PressAction::kRecordLeft;
     case Qt::RightButton:
-      return PressAction::RecordRight;
+      return PressAction::kRecordRight;
     default:
-      return PressAction::Nothing;
+      return PressAction::kNothing;
   }
 }
 
 RowStep Insert(int row, RowStep::Record record) {
-  return {RowStep::Kind::Insert, row, record};
+  return {RowStep::Kind::kInsert, row, record};
 }
 
 RowStep Remove(int row) {
-  return {RowStep::Kind::Remove, row, RowStep::Record::None};
+  return {RowStep::Kind::kRemove, row, RowStep::Record::kNone};
 }
 
 }  // namespace
@@ -70,15 +70,15 @@ QRect TextMarkPaintRect(const QRect& row) {
 PressAction ActionOfPress(const ItemData& record, const QRect& row, const QPoint& at,
                           Qt::MouseButton button) {
   if (record.visible && DeleteRect(row).contains(at)) {
-    return PressAction::Delete;
+    return PressAction::kDelete;
   }
   if (record.visible && EditRect(row).contains(at)) {
-    return record.kind == kTextLayer ? PressAction::Edit : PressAction::Nothing;
+    return record.kind == kTextLayer ? PressAction::kEdit : PressAction::kNothing;
   }
   if (EyeRect(row).contains(at)) {
-    return record.visible ? PressAction::Hide : PressAction::Show;
+    return record.visible ? PressAction::kHide : PressAction::kShow;
   }
-  return row.contains(at) ? ActionOfRow(button) : PressAction::Nothing;
+  return row.contains(at) ? ActionOfRow(button) : PressAction::kNothing;
 }
 
 QString ReadablePart(const QString& text) {
@@ -100,13 +100,13 @@ std::vector<RowStep> StepsOfDrop(int drag, int target, int rows) {
     return {};
   }
   if (target < 0) {
-    return {{RowStep::Kind::Append, -1, Record::Dragged}, Remove(drag)};
+    return {{RowStep::Kind::kAppend, -1, Record::kDragged}, Remove(drag)};
   }
   if (drag < target) {
-    return {Insert(target, Record::Dragged), Remove(drag), Insert(drag, Record::Target),
+    return {Insert(target, Record::kDragged), Remove(drag), Insert(drag, Record::kTarget),
             Remove(target + 1)};
   }
-  return {Insert(target, Record::Dragged), Remove(target + 1), Insert(drag, Record::Target),
+  return {Insert(target, Record::kDragged), Remove(target + 1), Insert(drag, Record::kTarget),
           Remove(drag + 1)};
 }
 

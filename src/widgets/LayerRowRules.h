@@ -27,7 +27,7 @@ QRect EditRect(const QRect& row);
 QRect DeleteRect(const QRect& row);
 QRect TextMarkPaintRect(const QRect& row);
 
-enum class PressAction { Nothing, Delete, Edit, Hide, Show, RecordLeft, RecordRight };
+enum class PressAction { kNothing, kDelete, kEdit, kHide, kShow, kRecordLeft, kRecordRight };
 
 // A press at that position; the first part of the row that contains it decides. A hidden row has no
 // delete and no edit button, and the edit button of a row that is no text takes the press without
@@ -47,10 +47,10 @@ QString FailureText(const QString& name, const QString& cause);
 
 // One change of the list's rows in the course of a drop.
 struct RowStep {
-  enum class Kind { Insert, Append, Remove };
-  enum class Record { Dragged, Target, None };
+  enum class Kind { kInsert, kAppend, kRemove };
+  enum class Record { kDragged, kTarget, kNone };
   Kind kind;
-  int row;  // -1 for Append
+  int row;  // -1 for kAppend
   Record record;
 };
 

@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr int kMargin = 5;         // above and below
-constexpr int kLongestName = 320;  // pixels
+constexpr int kMargin = 5;          // above and below
+constexpr int kMaxNameWidth = 320;  // pixels
 
 }  // namespace
 
@@ -60,7 +60,7 @@ void LoginInfoControl::SetLoginInfo(QString name, QPixmap avatar) {
   }
   // The title row has room for its buttons only while a name stays short.
   nameLabel->ensurePolished();
-  nameLabel->setText(nameLabel->fontMetrics().elidedText(name, Qt::ElideRight, kLongestName));
+  nameLabel->setText(nameLabel->fontMetrics().elidedText(name, Qt::ElideRight, kMaxNameWidth));
   nameLabel->setToolTip(Qt::convertFromPlainText(name));
   repaint();
 }

@@ -218,14 +218,14 @@ void MyListView::ExchangeRows(int drag, int target) {
   const QVariant displacedFailure = targetIndex.data(widgets::kFailureRole);
   emit changeItem(drag, target);
   for (const RowStep& step : steps) {
-    if (step.kind == RowStep::Kind::Remove) {
+    if (step.kind == RowStep::Kind::kRemove) {
       model->removeRow(step.row);
       continue;
     }
-    const bool isDragged = step.record == RowStep::Record::Dragged;
+    const bool isDragged = step.record == RowStep::Record::kDragged;
     auto* item = new RowItem(isDragged ? dragged : displaced, kRowSize);
     item->TakeFailure(isDragged ? draggedFailure : displacedFailure);
-    if (step.kind == RowStep::Kind::Append) {
+    if (step.kind == RowStep::Kind::kAppend) {
       model->appendRow(item);
     } else {
       model->insertRow(step.row, item);

@@ -17,48 +17,48 @@ extern "C" {
 
 namespace {
 
-using shell::CaptureSight;
-using shell::CaptureSort;
+using shell::CaptureRole;
+using shell::CaptureSample;
 using shell::JudgeStream;
 using shell::StreamHealth;
 using shell::StreamHistory;
 using shell::StreamLight;
-using shell::StreamSight;
+using shell::StreamSample;
 
-// A sight of a broadcast that runs as it should, at that second.
-StreamSight WellAt(int second) {
-  StreamSight sight;
-  sight.timeMs = second * 1000;
-  sight.encoder.status.state = PublishState::kPublishing;
-  sight.encoder.connections = 1;
-  sight.encoder.bytesSent = static_cast<std::uint64_t>(second) * 250'000;  // 2000 kb/s
-  sight.encoder.queuedMs = 600;
-  sight.encoder.audioPacketsEncoded = static_cast<std::uint64_t>(second) * 47;
-  sight.encoder.videoPacketsEncoded = static_cast<std::uint64_t>(second) * 25;
-  sight.encoder.width = 1280;
-  sight.encoder.height = 720;
-  return sight;
+// A sample of a broadcast that runs as it should, at that second.
+StreamSample WellAt(int second) {
+  StreamSample sample;
+  sample.timeMs = second * 1000;
+  sample.encoder.status.state = PublishState::kPublishing;
+  sample.encoder.connections = 1;
+  sample.encoder.bytesSent = static_cast<std::uint64_t>(second) * 250'000;  // 2000 kb/s
+  sample.encoder.queuedMs = 600;
+  sample.encoder.audioPacketsEncoded = static_cast<std::uint64_t>(second) * 47;
+  sample.encoder.videoPacketsEncoded = static_cast<std::uint64_t>(second) * 25;
+  sample.encoder.width = 1280;
+  sample.encoder.height = 720;
+  return sample;
 }
 
-// One sight a second, each changed as the test wants; all of them noted as the window does.
+// One sample a second, each changed as the test wants; all of them noted as the window does.
 StreamHistory Seconds(int from, int to,
-                      const std::function<void(int, StreamSight*)>& change = nullptr) {
+                      const std::function<void(int, StreamSample*)>& change = nullptr) {
   StreamHistory history;
   for (int second = from; second <= to; ++second) {
-    StreamSight sight = WellAt(second);
+    StreamSample sample = WellAt(second);
     if (change) {
-      change(second, &sight);
+      change(second, &sample);
     }
-    shell::AddSight(&history, sight);
+    shell::AddSample(&history, sample);
   }
   return history;
 }
 
 StreamHealth Always(const PublishStatus& status) {
-  return JudgeStream(Seconds(0, 10, [&](int, StreamSight* sight) {
-    sight->encoder.status = status;
-    sight->encoder.bytesSent = 0;
-    sight->encoder.audioPacketsEncoded = sight->encoder.videoPacketsEncoded = 0;
+  return JudgeStream(Seconds(0, 10, [&](int, StreamSample* sample) {
+    sample->encoder.status = status;
+    sample->encoder.bytesSent = 0;
+    sample->encoder.audioPacketsEncoded = sample->encoder.videoPacketsEncoded = 0;
   }));
 }
 
@@ -79,15 +79,16 @@ TEST(StreamHealth, IsGreenWithTheRateWhileAllIsWell) {
 }
 
 TEST(StreamHealth, TheRateIsThatOfTheLastSecondsAlone) {
-  const StreamHealth health = JudgeStream(Seconds(0, 20, [](int second, StreamSight* sight) {
-    sight->encoder.bytesSent = second <= 10 ? 0 : static_cast<std::uint64_t>(second - 10) * 125'000;
+  const StreamHealth health = JudgeStream(Seconds(0, 20, [](int second, StreamSample* sample) {
+    sample->encoder.bytesSent =
+        second <= 10 ? 0 : static_cast<std::uint64_t>(second - 10) * 125'000;
   }));
   EXPECT_EQ(health.words, "直播正常  1000 kb/s");
 }
 
 TEST(StreamHealth, IsAmberWhilePicturesWereDroppedInTheLastSeconds) {
-  const auto dropAtSecond10 = [](int second, StreamSight* sight) {
-    sight->encoder.videoFramesDropped = second >= 10 ? 7 : 0;
+  const auto dropAtSecond10 = [](int second, StreamSample* sample) {
+    sample->encoder.videoFramesDropped = second >= 10 ? 7 : 0;
   };
   EXPECT_EQ(JudgeStream(Seconds(0, 9, dropAtSecond10)).light, StreamLight::kGreen);
   const StreamHealth dropped = JudgeStream(Seconds(0, 10, dropAtSecond10));
@@ -98,9 +99,9 @@ TEST(StreamHealth, IsAmberWhilePicturesWereDroppedInTheLastSeconds) {
 }
 
 TEST(StreamHealth, PacketsThatWereSkippedCountAsDroppedByTheNetwork) {
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSight* sight) {
-    sight->encoder.videoPacketsDropped = second >= 8 ? 101 : 0;
-    sight->encoder.videoFramesDropped = second >= 9 ? 2 : 0;
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSample* sample) {
+    sample->encoder.videoPacketsDropped = second >= 8 ? 101 : 0;
+    sample->encoder.videoFramesDropped = second >= 9 ? 2 : 0;
   }));
   EXPECT_EQ(health.light, StreamLight::kAmber);
   EXPECT_EQ(health.words, "编码丢帧 2  网络丢帧 101  2000 kb/s");
@@ -108,7 +109,7 @@ TEST(StreamHealth, PacketsThatWereSkippedCountAsDroppedByTheNetwork) {
 
 TEST(StreamHealth, IsAmberWhileTheEffortIsBelowThePrescribedOne) {
   const StreamHealth health =
-      JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) { sight->encoder.effort = 2; }));
+      JudgeStream(Seconds(0, 10, [](int, StreamSample* sample) { sample->encoder.effort = 2; }));
   EXPECT_EQ(health.light, StreamLight::kAmber);
   EXPECT_EQ(health.words, "画质已自动降低  2000 kb/s");
   EXPECT_TRUE(health.details.contains("veryfast")) << health.details.toStdString();
@@ -116,9 +117,9 @@ TEST(StreamHealth, IsAmberWhileTheEffortIsBelowThePrescribedOne) {
 }
 
 TEST(StreamHealth, AFirstConnectionThatFailsInterruptsNothing) {
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
-    sight->encoder.connections = 0;
-    sight->encoder.status =
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSample* sample) {
+    sample->encoder.connections = 0;
+    sample->encoder.status =
         Status(PublishState::kRetrying, PublishFault::kConnect, 2, AVERROR(ECONNREFUSED));
   }));
   EXPECT_EQ(health.light, StreamLight::kRed);
@@ -126,8 +127,8 @@ TEST(StreamHealth, AFirstConnectionThatFailsInterruptsNothing) {
 }
 
 TEST(StreamHealth, IsAmberWithTheDelayWhenTheNetworkIsTooSlow) {
-  const StreamHealth health =
-      JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) { sight->encoder.queuedMs = 3240; }));
+  const StreamHealth health = JudgeStream(
+      Seconds(0, 10, [](int, StreamSample* sample) { sample->encoder.queuedMs = 3240; }));
   EXPECT_EQ(health.light, StreamLight::kAmber);
   EXPECT_EQ(health.words, "延迟 3.2 秒  2000 kb/s");
 }
@@ -135,15 +136,15 @@ TEST(StreamHealth, IsAmberWithTheDelayWhenTheNetworkIsTooSlow) {
 TEST(StreamHealth, TheFirstConnectionIsAmber) {
   for (const PublishState state : {PublishState::kWaiting, PublishState::kConnecting}) {
     const StreamHealth health = JudgeStream(
-        Seconds(0, 2, [&](int, StreamSight* sight) { sight->encoder.status.state = state; }));
+        Seconds(0, 2, [&](int, StreamSample* sample) { sample->encoder.status.state = state; }));
     EXPECT_EQ(health.light, StreamLight::kAmber);
     EXPECT_EQ(health.words, "正在连接…");
   }
 }
 
 TEST(StreamHealth, AServerThatTakesTheFirstConnectionAndDoesNotAnswerIsNamed) {
-  const StreamHealth health = JudgeStream(Seconds(0, 4, [&](int, StreamSight* sight) {
-    sight->encoder.status.state = PublishState::kConnecting;
+  const StreamHealth health = JudgeStream(Seconds(0, 4, [&](int, StreamSample* sample) {
+    sample->encoder.status.state = PublishState::kConnecting;
   }));
   EXPECT_EQ(health.light, StreamLight::kRed);
   EXPECT_EQ(health.words, "未推流：服务器没有应答");
@@ -204,9 +205,9 @@ INSTANTIATE_TEST_SUITE_P(Causes, StreamHealthDown, testing::ValuesIn(kDown),
                          [](const auto& row) { return row.param.name; });
 
 TEST(StreamHealth, AServerThatReadsNothingIsRedAfterThreeSeconds) {
-  const auto stall = [](int second, StreamSight* sight) {
-    sight->encoder.bytesSent = 250'000 * static_cast<std::uint64_t>(std::min(second, 10));
-    sight->encoder.queuedMs = 600 + 1000 * std::max(0, second - 10);
+  const auto stall = [](int second, StreamSample* sample) {
+    sample->encoder.bytesSent = 250'000 * static_cast<std::uint64_t>(std::min(second, 10));
+    sample->encoder.queuedMs = 600 + 1000 * std::max(0, second - 10);
   };
   EXPECT_EQ(JudgeStream(Seconds(0, 12, stall)).light, StreamLight::kAmber);
   const StreamHealth health = JudgeStream(Seconds(0, 13, stall));
@@ -223,17 +224,17 @@ TEST(StreamHealth, WithoutSoundOrPictureNothingIsSentAndTheCauseSaysWhich) {
       {false, false, "没有声音和画面"}, {false, true, "没有声音"}, {true, false, "没有画面"}};
   for (const auto& row : kRows) {
     for (const PublishState state : {PublishState::kWaiting, PublishState::kPublishing}) {
-      const auto missing = [&](int second, StreamSight* sight) {
-        const StreamSight last = WellAt(std::min(second, 10));
-        sight->encoder.status.state = state;
-        sight->encoder.bytesSent = last.encoder.bytesSent;
+      const auto missing = [&](int second, StreamSample* sample) {
+        const StreamSample last = WellAt(std::min(second, 10));
+        sample->encoder.status.state = state;
+        sample->encoder.bytesSent = last.encoder.bytesSent;
         if (!row.sound) {
-          sight->encoder.audioPacketsEncoded = last.encoder.audioPacketsEncoded;
+          sample->encoder.audioPacketsEncoded = last.encoder.audioPacketsEncoded;
           // What can't be sent without sound waits.
-          sight->encoder.queuedMs = row.picture ? 600 + 1000 * std::max(0, second - 10) : 600;
+          sample->encoder.queuedMs = row.picture ? 600 + 1000 * std::max(0, second - 10) : 600;
         }
         if (!row.picture) {
-          sight->encoder.videoPacketsEncoded = last.encoder.videoPacketsEncoded;
+          sample->encoder.videoPacketsEncoded = last.encoder.videoPacketsEncoded;
         }
       };
       EXPECT_NE(JudgeStream(Seconds(0, 12, missing)).light, StreamLight::kRed);
@@ -247,8 +248,8 @@ TEST(StreamHealth, WithoutSoundOrPictureNothingIsSentAndTheCauseSaysWhich) {
 }
 
 TEST(StreamHealth, ABroadcastWhoseFirstPacketsHaveJustComeIsNotDown) {
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
-    sight->encoder.status.state = PublishState::kWaiting;
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSample* sample) {
+    sample->encoder.status.state = PublishState::kWaiting;
   }));
   EXPECT_EQ(health.light, StreamLight::kAmber);
   EXPECT_EQ(health.words, "正在连接…");
@@ -256,35 +257,35 @@ TEST(StreamHealth, ABroadcastWhoseFirstPacketsHaveJustComeIsNotDown) {
 
 TEST(StreamHealth, AReconnectedStreamIsNoStandstill) {
   // Bytes stood still through the retry; the new connection is one second old.
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSight* sight) {
-    sight->encoder.bytesSent = 1'000'000;
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSample* sample) {
+    sample->encoder.bytesSent = 1'000'000;
     if (second < 9) {
-      sight->encoder.status = Status(PublishState::kRetrying, PublishFault::kWrite, 1, -EPIPE);
+      sample->encoder.status = Status(PublishState::kRetrying, PublishFault::kWrite, 1, -EPIPE);
     }
   }));
   EXPECT_NE(health.light, StreamLight::kRed);
 }
 
-CaptureSight Capture(CaptureSort sort, std::uint64_t delivered, const char* device = "cam",
-                     int place = 0) {
+CaptureSample Capture(CaptureRole sort, std::uint64_t delivered, const char* device = "cam",
+                      int place = 0) {
   return {place, sort, device, delivered};
 }
 
 // The count moves until second 10 and not after.
-StreamHistory StopsAtSecond10(CaptureSort sort, int until) {
-  return Seconds(0, until, [&](int second, StreamSight* sight) {
-    sight->captures = {Capture(sort, static_cast<std::uint64_t>(std::min(second, 10)) * 25)};
+StreamHistory StopsAtSecond10(CaptureRole sort, int until) {
+  return Seconds(0, until, [&](int second, StreamSample* sample) {
+    sample->captures = {Capture(sort, static_cast<std::uint64_t>(std::min(second, 10)) * 25)};
   });
 }
 
 TEST(StreamHealth, NamesACaptureWithoutANewFrameForThreeSeconds) {
   const struct {
-    CaptureSort sort;
+    CaptureRole sort;
     const char* words;
-  } kSorts[] = {{CaptureSort::kDesktop, "桌面画面停止  2000 kb/s"},
-                {CaptureSort::kCamera, "摄像头“cam”画面停止  2000 kb/s"},
-                {CaptureSort::kSystemSound, "系统声音中断  2000 kb/s"},
-                {CaptureSort::kMicrophone, "麦克风中断  2000 kb/s"}};
+  } kSorts[] = {{CaptureRole::kDesktop, "桌面画面停止  2000 kb/s"},
+                {CaptureRole::kCamera, "摄像头“cam”画面停止  2000 kb/s"},
+                {CaptureRole::kSystemSound, "系统声音中断  2000 kb/s"},
+                {CaptureRole::kMicrophone, "麦克风中断  2000 kb/s"}};
   for (const auto& row : kSorts) {
     EXPECT_EQ(JudgeStream(StopsAtSecond10(row.sort, 12)).light, StreamLight::kGreen);
     const StreamHealth health = JudgeStream(StopsAtSecond10(row.sort, 13));
@@ -296,16 +297,16 @@ TEST(StreamHealth, NamesACaptureWithoutANewFrameForThreeSeconds) {
 
 TEST(StreamHealth, ACaptureThatNeverOpenedHasFailedAndIsNotSaidToBeInterrupted) {
   const struct {
-    CaptureSort sort;
+    CaptureRole sort;
     const char* words;
-  } kSorts[] = {{CaptureSort::kDesktop, "桌面打开失败  2000 kb/s"},
-                {CaptureSort::kCamera, "摄像头“cam”打开失败  2000 kb/s"},
-                {CaptureSort::kSystemSound, "系统声音打开失败  2000 kb/s"},
-                {CaptureSort::kMicrophone, "麦克风打开失败  2000 kb/s"}};
+  } kSorts[] = {{CaptureRole::kDesktop, "桌面打开失败  2000 kb/s"},
+                {CaptureRole::kCamera, "摄像头“cam”打开失败  2000 kb/s"},
+                {CaptureRole::kSystemSound, "系统声音打开失败  2000 kb/s"},
+                {CaptureRole::kMicrophone, "麦克风打开失败  2000 kb/s"}};
   for (const auto& row : kSorts) {
-    const StreamHealth health = JudgeStream(Seconds(0, 10, [&](int, StreamSight* sight) {
-      sight->captures = {Capture(row.sort, 0)};
-      sight->captures.front().opened = false;
+    const StreamHealth health = JudgeStream(Seconds(0, 10, [&](int, StreamSample* sample) {
+      sample->captures = {Capture(row.sort, 0)};
+      sample->captures.front().opened = false;
     }));
     EXPECT_EQ(health.light, StreamLight::kAmber);
     EXPECT_EQ(health.words.toStdString(), row.words);
@@ -314,25 +315,25 @@ TEST(StreamHealth, ACaptureThatNeverOpenedHasFailedAndIsNotSaidToBeInterrupted) 
 
 // A screen reader is told of each change: what ticks is left out.
 TEST(StreamHealth, TheStateStaysTheSameWhileOnlyFiguresChange) {
-  const std::function<void(int, StreamSight*)> kTroubles[] = {
-      [](int, StreamSight*) {},
-      [](int second, StreamSight* sight) { sight->encoder.queuedMs = 2000 + second * 100; },
-      [](int second, StreamSight* sight) {
-        sight->encoder.videoFramesDropped = static_cast<std::uint64_t>(second) * second;
+  const std::function<void(int, StreamSample*)> kTroubles[] = {
+      [](int, StreamSample*) {},
+      [](int second, StreamSample* sample) { sample->encoder.queuedMs = 2000 + second * 100; },
+      [](int second, StreamSample* sample) {
+        sample->encoder.videoFramesDropped = static_cast<std::uint64_t>(second) * second;
       },
-      [](int second, StreamSight* sight) {
-        sight->encoder.videoPacketsDropped = static_cast<std::uint64_t>(second) * second;
+      [](int second, StreamSample* sample) {
+        sample->encoder.videoPacketsDropped = static_cast<std::uint64_t>(second) * second;
       },
-      [](int second, StreamSight* sight) {
-        sight->encoder.status = Status(PublishState::kRetrying, PublishFault::kLookup,
-                                       static_cast<std::uint16_t>(second));
+      [](int second, StreamSample* sample) {
+        sample->encoder.status = Status(PublishState::kRetrying, PublishFault::kLookup,
+                                        static_cast<std::uint16_t>(second));
       }};
   const char* const kStates[] = {"直播正常", "延迟", "编码丢帧", "网络丢帧",
                                  "推流中断：找不到服务器"};
   for (std::size_t i = 0; i < std::size(kStates); ++i) {
-    const auto change = [&](int second, StreamSight* sight) {
-      sight->encoder.bytesSent += static_cast<std::uint64_t>(second) * second * 1000;
-      kTroubles[i](second, sight);
+    const auto change = [&](int second, StreamSample* sample) {
+      sample->encoder.bytesSent += static_cast<std::uint64_t>(second) * second * 1000;
+      kTroubles[i](second, sample);
     };
     const StreamHealth one = JudgeStream(Seconds(0, 10, change));
     const StreamHealth next = JudgeStream(Seconds(0, 11, change));
@@ -343,80 +344,80 @@ TEST(StreamHealth, TheStateStaysTheSameWhileOnlyFiguresChange) {
 }
 
 TEST(StreamHealth, ACaptureThatComesBackIsNamedNoMore) {
-  const StreamHealth health = JudgeStream(Seconds(0, 20, [](int second, StreamSight* sight) {
-    sight->captures = {Capture(CaptureSort::kCamera, second == 20 ? 251 : 250)};
+  const StreamHealth health = JudgeStream(Seconds(0, 20, [](int second, StreamSample* sample) {
+    sample->captures = {Capture(CaptureRole::kCamera, second == 20 ? 251 : 250)};
   }));
   EXPECT_EQ(health.light, StreamLight::kGreen);
 }
 
 TEST(StreamHealth, ACaptureThatGaveNothingFromTheStartIsNamedAfterThreeSeconds) {
-  const auto neverCame = [](int, StreamSight* sight) {
-    sight->captures = {Capture(CaptureSort::kMicrophone, 0)};
+  const auto neverCame = [](int, StreamSample* sample) {
+    sample->captures = {Capture(CaptureRole::kMicrophone, 0)};
   };
   EXPECT_EQ(JudgeStream(Seconds(0, 2, neverCame)).light, StreamLight::kGreen);
   EXPECT_EQ(JudgeStream(Seconds(0, 3, neverCame)).words, "麦克风中断  2000 kb/s");
 }
 
 TEST(StreamHealth, ALayerThatWasJustAddedIsNotNamed) {
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSight* sight) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSample* sample) {
     if (second >= 8) {
-      sight->captures = {Capture(CaptureSort::kCamera, 0)};
+      sample->captures = {Capture(CaptureRole::kCamera, 0)};
     }
   }));
   EXPECT_EQ(health.light, StreamLight::kGreen);
 }
 
 TEST(StreamHealth, AnotherDeviceInTheSamePlaceIsAnotherCapture) {
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSight* sight) {
-    sight->captures = {Capture(CaptureSort::kCamera, 0, second < 9 ? "old" : "new")};
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSample* sample) {
+    sample->captures = {Capture(CaptureRole::kCamera, 0, second < 9 ? "old" : "new")};
   }));
   EXPECT_EQ(health.light, StreamLight::kGreen);
 }
 
 TEST(StreamHealth, ManyStoppedCapturesAreCountedInTheLineAndNamedInTheDetails) {
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
-    sight->captures = {Capture(CaptureSort::kSystemSound, 5, "", -1),
-                       Capture(CaptureSort::kMicrophone, 5, "", -1),
-                       Capture(CaptureSort::kDesktop, 5), Capture(CaptureSort::kCamera, 5, "c", 2)};
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSample* sample) {
+    sample->captures = {
+        Capture(CaptureRole::kSystemSound, 5, "", -1), Capture(CaptureRole::kMicrophone, 5, "", -1),
+        Capture(CaptureRole::kDesktop, 5), Capture(CaptureRole::kCamera, 5, "c", 2)};
   }));
   EXPECT_EQ(health.words, "系统声音中断，麦克风中断，等 4 项  2000 kb/s");
   EXPECT_EQ(health.details.count("采集："), 4);
 }
 
 TEST(StreamHealth, OneDeviceInSeveralLayersIsNamedOnce) {
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
-    sight->captures = {
-        Capture(CaptureSort::kDesktop, 5, "", 0), Capture(CaptureSort::kDesktop, 7, "", 1),
-        Capture(CaptureSort::kCamera, 5, "a", 2), Capture(CaptureSort::kCamera, 5, "a", 3)};
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSample* sample) {
+    sample->captures = {
+        Capture(CaptureRole::kDesktop, 5, "", 0), Capture(CaptureRole::kDesktop, 7, "", 1),
+        Capture(CaptureRole::kCamera, 5, "a", 2), Capture(CaptureRole::kCamera, 5, "a", 3)};
   }));
   EXPECT_EQ(health.words, "桌面画面停止，摄像头“a”画面停止  2000 kb/s");
 }
 
 TEST(StreamHealth, AStoppedCaptureIsNamedBesideAStreamThatIsDown) {
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
-    sight->encoder.status =
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSample* sample) {
+    sample->encoder.status =
         Status(PublishState::kRetrying, PublishFault::kConnect, 4, AVERROR(ECONNREFUSED));
-    sight->captures = {Capture(CaptureSort::kSystemSound, 5)};
+    sample->captures = {Capture(CaptureRole::kSystemSound, 5)};
   }));
   EXPECT_EQ(health.light, StreamLight::kRed);
   EXPECT_EQ(health.words, "推流中断：连接被拒绝，第 4 次重试  系统声音中断");
 }
 
 TEST(StreamHealth, AfterASuspendedMachineNothingIsJudgedByTheTimeBefore) {
-  StreamHistory history = Seconds(0, 10, [](int, StreamSight* sight) {
-    sight->captures = {Capture(CaptureSort::kCamera, 250)};
+  StreamHistory history = Seconds(0, 10, [](int, StreamSample* sample) {
+    sample->captures = {Capture(CaptureRole::kCamera, 250)};
   });
-  StreamSight woken = WellAt(71);
+  StreamSample woken = WellAt(71);
   woken.encoder.bytesSent = WellAt(10).encoder.bytesSent;
   woken.encoder.videoFramesDropped = 3;
-  woken.captures = {Capture(CaptureSort::kCamera, 250)};
-  shell::AddSight(&history, woken);
+  woken.captures = {Capture(CaptureRole::kCamera, 250)};
+  shell::AddSample(&history, woken);
   const StreamHealth health = JudgeStream(history);
   EXPECT_EQ(health.light, StreamLight::kGreen);
   EXPECT_EQ(health.words, "直播正常");
 }
 
-TEST(StreamHealth, TheFirstSightAloneIsEnoughButHasNoRate) {
+TEST(StreamHealth, TheFirstSampleAloneIsEnoughButHasNoRate) {
   const StreamHealth health = JudgeStream(Seconds(0, 0));
   EXPECT_EQ(health.words, "直播正常");
   EXPECT_TRUE(health.details.contains("码率：—"));
@@ -429,16 +430,16 @@ TEST(StreamHealth, TheHistoryStaysShort) {
 }
 
 TEST(StreamHealth, TheDetailsTellTheWholeSnapshot) {
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSight* sight) {
-    sight->encoder.status =
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSample* sample) {
+    sample->encoder.status =
         Status(PublishState::kRetrying, PublishFault::kConnect, 4, AVERROR(ECONNREFUSED));
-    sight->encoder.cause = "connect: Connection refused";
-    sight->encoder.videoPacketsSent = 11;
-    sight->encoder.audioPacketsSent = 12;
-    sight->encoder.videoFramesDropped = 13;
-    sight->encoder.videoPacketsDropped = 14;
-    sight->encoder.audioPacketsDropped = 15;
-    sight->encoder.connections = 16;
+    sample->encoder.cause = "connect: Connection refused";
+    sample->encoder.videoPacketsSent = 11;
+    sample->encoder.audioPacketsSent = 12;
+    sample->encoder.videoFramesDropped = 13;
+    sample->encoder.videoPacketsDropped = 14;
+    sample->encoder.audioPacketsDropped = 15;
+    sample->encoder.connections = 16;
   }));
   EXPECT_EQ(health.details.toStdString(),
             "状态：等待重试\n画面：1280 × 720\n码率：2000 kb/s\n延迟：0.6 秒\n已发送：画面 11 "

@@ -43,11 +43,11 @@ class LayerKeysTest : public testing::Test {
 
 TEST_F(LayerKeysTest, ARowsPartsAreThoseThatTheMouseFinds) {
   EXPECT_EQ(widgets::PartsOf({"", true, widgets::kTextLayer}),
-            (Parts{RowPart::Eye, RowPart::Edit, RowPart::Delete}));
+            (Parts{RowPart::kEye, RowPart::kEdit, RowPart::kDelete}));
   EXPECT_EQ(widgets::PartsOf({"", true, widgets::kOtherLayer}),
-            (Parts{RowPart::Eye, RowPart::Delete}));
+            (Parts{RowPart::kEye, RowPart::kDelete}));
   for (const int kind : {widgets::kTextLayer, widgets::kOtherLayer}) {
-    EXPECT_EQ(widgets::PartsOf({"", false, kind}), Parts{RowPart::Eye});
+    EXPECT_EQ(widgets::PartsOf({"", false, kind}), Parts{RowPart::kEye});
   }
 }
 

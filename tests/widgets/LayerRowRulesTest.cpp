@@ -43,7 +43,7 @@ void ExpectPresses(const ItemData& record, const Corners& corners, PressAction i
     EXPECT_EQ(Press(record, at.x(), at.y()), inside) << at.x() << "," << at.y();
   }
   for (const QPoint& at : corners.Outside()) {
-    EXPECT_EQ(Press(record, at.x(), at.y()), PressAction::RecordLeft) << at.x() << "," << at.y();
+    EXPECT_EQ(Press(record, at.x(), at.y()), PressAction::kRecordLeft) << at.x() << "," << at.y();
   }
 }
 
@@ -52,15 +52,15 @@ std::string RowsAfterDrop(std::string rows, int drag, int target) {
   const char dragged = rows.at(static_cast<std::size_t>(drag));
   const char displaced = target < 0 ? '?' : rows.at(static_cast<std::size_t>(target));
   for (const RowStep& step : StepsOfDrop(drag, target, static_cast<int>(rows.size()))) {
-    const char record = step.record == RowStep::Record::Dragged ? dragged : displaced;
+    const char record = step.record == RowStep::Record::kDragged ? dragged : displaced;
     switch (step.kind) {
-      case RowStep::Kind::Append:
+      case RowStep::Kind::kAppend:
         rows.push_back(record);
         break;
-      case RowStep::Kind::Insert:
+      case RowStep::Kind::kInsert:
         rows.insert(static_cast<std::size_t>(step.row), 1, record);
         break;
-      case RowStep::Kind::Remove:
+      case RowStep::Kind::kRemove:
         rows.erase(static_cast<std::size_t>(step.row), 1);
         break;
     }
@@ -111,54 +111,54 @@ TEST(LayerRowRules, HitTextEndsOnePixelBeforeThePaintedText) {
 
 TEST(LayerRowRules, PressInAVisibleRowGoesToTheFirstPartThatContainsIt) {
   for (const std::int32_t kind : {kTextLayer, kOtherLayer}) {
-    ExpectPresses(Record(true, kind), kDelete, PressAction::Delete);
-    ExpectPresses(Record(true, kind), kEye, PressAction::Hide);
+    ExpectPresses(Record(true, kind), kDelete, PressAction::kDelete);
+    ExpectPresses(Record(true, kind), kEye, PressAction::kHide);
   }
-  ExpectPresses(Record(true, kTextLayer), kEdit, PressAction::Edit);
+  ExpectPresses(Record(true, kTextLayer), kEdit, PressAction::kEdit);
 }
 
 TEST(LayerRowRules, PressOnEditOfAVisibleLayerThatIsNoTextDoesNothingAtAll) {
-  ExpectPresses(Record(true, kOtherLayer), kEdit, PressAction::Nothing);
-  EXPECT_EQ(Press(Record(true, kOtherLayer), 230, 15, Qt::RightButton), PressAction::Nothing);
+  ExpectPresses(Record(true, kOtherLayer), kEdit, PressAction::kNothing);
+  EXPECT_EQ(Press(Record(true, kOtherLayer), 230, 15, Qt::RightButton), PressAction::kNothing);
 }
 
 TEST(LayerRowRules, PressOnTheEyeOfAHiddenRowShowsIt) {
   for (const std::int32_t kind : {kTextLayer, kOtherLayer}) {
-    ExpectPresses(Record(false, kind), kEye, PressAction::Show);
+    ExpectPresses(Record(false, kind), kEye, PressAction::kShow);
   }
 }
 
 TEST(LayerRowRules, PressOnDeleteOrEditOfAHiddenRowOnlyRecordsTheButton) {
   for (const std::int32_t kind : {kTextLayer, kOtherLayer}) {
     for (const Corners& corners : {kDelete, kEdit}) {
-      ExpectPresses(Record(false, kind), corners, PressAction::RecordLeft);
+      ExpectPresses(Record(false, kind), corners, PressAction::kRecordLeft);
       EXPECT_EQ(Press(Record(false, kind), corners.x1, corners.y1, Qt::RightButton),
-                PressAction::RecordRight);
+                PressAction::kRecordRight);
     }
   }
 }
 
 TEST(LayerRowRules, ButtonsOfARowTakeAnyMouseButton) {
   for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton}) {
-    EXPECT_EQ(Press(Record(true, kTextLayer), 260, 20, button), PressAction::Delete);
-    EXPECT_EQ(Press(Record(true, kTextLayer), 235, 20, button), PressAction::Edit);
-    EXPECT_EQ(Press(Record(true, kTextLayer), 15, 20, button), PressAction::Hide);
-    EXPECT_EQ(Press(Record(false, kTextLayer), 15, 20, button), PressAction::Show);
+    EXPECT_EQ(Press(Record(true, kTextLayer), 260, 20, button), PressAction::kDelete);
+    EXPECT_EQ(Press(Record(true, kTextLayer), 235, 20, button), PressAction::kEdit);
+    EXPECT_EQ(Press(Record(true, kTextLayer), 15, 20, button), PressAction::kHide);
+    EXPECT_EQ(Press(Record(false, kTextLayer), 15, 20, button), PressAction::kShow);
   }
 }
 
 TEST(LayerRowRules, PressElsewhereRecordsLeftAndRightAndNoOtherButton) {
   const ItemData record = Record(true, kTextLayer);
   for (const QPoint& at : {QPoint(0, 0), QPoint(279, 39), QPoint(100, 20)}) {
-    EXPECT_EQ(Press(record, at.x(), at.y(), Qt::LeftButton), PressAction::RecordLeft);
-    EXPECT_EQ(Press(record, at.x(), at.y(), Qt::RightButton), PressAction::RecordRight);
-    EXPECT_EQ(Press(record, at.x(), at.y(), Qt::MiddleButton), PressAction::Nothing);
+    EXPECT_EQ(Press(record, at.x(), at.y(), Qt::LeftButton), PressAction::kRecordLeft);
+    EXPECT_EQ(Press(record, at.x(), at.y(), Qt::RightButton), PressAction::kRecordRight);
+    EXPECT_EQ(Press(record, at.x(), at.y(), Qt::MiddleButton), PressAction::kNothing);
   }
 }
 
 TEST(LayerRowRules, PressOutsideTheRowDoesNothing) {
   for (const QPoint& at : {QPoint(-1, 20), QPoint(280, 20), QPoint(100, -1), QPoint(100, 40)}) {
-    EXPECT_EQ(Press(Record(true, kTextLayer), at.x(), at.y()), PressAction::Nothing);
+    EXPECT_EQ(Press(Record(true, kTextLayer), at.x(), at.y()), PressAction::kNothing);
   }
 }
 
@@ -224,9 +224,9 @@ TEST(LayerRowRules, DropInsertsBeforeItRemoves) {
     int target;
     std::vector<std::pair<Kind, int>> steps;
   } drops[] = {
-      {2, -1, {{Kind::Append, -1}, {Kind::Remove, 2}}},
-      {1, 3, {{Kind::Insert, 3}, {Kind::Remove, 1}, {Kind::Insert, 1}, {Kind::Remove, 4}}},
-      {3, 1, {{Kind::Insert, 1}, {Kind::Remove, 2}, {Kind::Insert, 3}, {Kind::Remove, 4}}},
+      {2, -1, {{Kind::kAppend, -1}, {Kind::kRemove, 2}}},
+      {1, 3, {{Kind::kInsert, 3}, {Kind::kRemove, 1}, {Kind::kInsert, 1}, {Kind::kRemove, 4}}},
+      {3, 1, {{Kind::kInsert, 1}, {Kind::kRemove, 2}, {Kind::kInsert, 3}, {Kind::kRemove, 4}}},
   };
   for (const auto& drop : drops) {
     std::vector<std::pair<Kind, int>> steps;

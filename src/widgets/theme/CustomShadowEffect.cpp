@@ -47,7 +47,7 @@ void CustomShadowEffect::draw(QPainter* painter) {
   const bool alone = PaintsItsWindow(this, painter);
   painter->setCompositionMode(alone ? QPainter::CompositionMode_Source
                                     : QPainter::CompositionMode_SourceOver);
-  painter->drawImage(offset, m_shadow.Of(source, {distance, blurRadius, color}));
+  painter->drawImage(offset, m_shadow.Get(source, {distance, blurRadius, color}));
   painter->setCompositionMode(QPainter::CompositionMode_SourceOver);
   painter->drawPixmap(offset, source);
   painter->setWorldTransform(transform);

@@ -14,7 +14,7 @@
 #include <QColor>
 #include <QGraphicsEffect>
 
-#include "widgets/theme/KeptShadow.h"
+#include "widgets/theme/ShadowCache.h"
 
 class CustomShadowEffect : public QGraphicsEffect {
   Q_OBJECT
@@ -34,7 +34,7 @@ class CustomShadowEffect : public QGraphicsEffect {
   void draw(QPainter* painter) override;
 
  private:
-  theme::KeptShadow m_shadow;
+  theme::ShadowCache m_shadow;
 };
 
 // The recipe that every dialog of the program shares: blur 20, distance 2, black at alpha 80; the

@@ -1,16 +1,14 @@
 // The part of the media graph that stands for as long as the program runs: the monitor mix, the
 // silence that keeps it going, and the renderer.
 //
-//   StartMonitorMix, StartRender, and the first layers after both.
-//   EndFixed last, when the layers are gone.
+//   StartMonitorMix, MakeRender, its surface, StartRender, and then the first layers.
+//   EndMonitor last, when the layers are gone.
 //
 // Ownership: the pointers belong to the caller (the window) and are null unless the part stands.
 //
 // Threads: the user interface thread.
-#ifndef ORVANE_SHELL_FIXEDROAD_H
-#define ORVANE_SHELL_FIXEDROAD_H
-
-#include <functional>
+#ifndef ORVANE_SHELL_MONITORGRAPH_H
+#define ORVANE_SHELL_MONITORGRAPH_H
 
 class CInputSlience;
 class CMixFrame;
@@ -18,19 +16,22 @@ class CRender;
 
 namespace shell {
 
-struct FixedNodes {
+struct MonitorNodes {
   CMixFrame*& mixFrame;
   CInputSlience*& silence;
   CRender*& render;
 };
 
-void StartMonitorMix(const FixedNodes& nodes);
+void StartMonitorMix(const MonitorNodes& nodes);
 
-// Makes the renderer, lets the caller give it its surface, starts it and links the mix to it.
-void StartRender(const FixedNodes& nodes, const std::function<void()>& giveSurface);
+// The renderer wants its surface before it starts.
+void MakeRender(const MonitorNodes& nodes);
+
+// Starts the renderer and links the mix to it.
+void StartRender(const MonitorNodes& nodes);
 
 // Unlinks, stops and deletes silence, mixer and renderer, in this order.
-void EndFixed(const FixedNodes& nodes);
+void EndMonitor(const MonitorNodes& nodes);
 
 }  // namespace shell
 

@@ -7,8 +7,8 @@
 //
 // Ownership: a value, which keeps the last picture and its shadow. Threads: user interface thread
 // only, as for every pixmap.
-#ifndef ORVANE_WIDGETS_THEME_KEPTSHADOW_H
-#define ORVANE_WIDGETS_THEME_KEPTSHADOW_H
+#ifndef ORVANE_WIDGETS_THEME_SHADOWCACHE_H
+#define ORVANE_WIDGETS_THEME_SHADOWCACHE_H
 
 #include <QColor>
 #include <QImage>
@@ -26,10 +26,10 @@ struct ShadowLook {
   }
 };
 
-class KeptShadow {
+class ShadowCache {
  public:
   // As large as the source and twice the distance, cut to whole pixels.
-  const QImage& Of(const QPixmap& source, const ShadowLook& look);
+  const QImage& Get(const QPixmap& source, const ShadowLook& look);
 
  private:
   QImage m_source;

@@ -1,4 +1,4 @@
-#include "shell/LiveRoad.h"
+#include "shell/BroadcastGraph.h"
 
 #include <gtest/gtest.h>
 
@@ -51,7 +51,7 @@ double ToneIn(const std::vector<std::int16_t>& samples, int hertz) {
   return 2 * std::abs(sum) / static_cast<double>(samples.size());
 }
 
-class LiveRoad : public testing::Test {
+class BroadcastGraph : public testing::Test {
  protected:
   // The catalogue that the nodes use wants an application object.
   static void SetUpTestSuite() {
@@ -79,12 +79,12 @@ class LiveRoad : public testing::Test {
   }
 
   void TearDown() override {
-    shell::StopLive(Nodes(), &m_render);
+    shell::StopBroadcast(Nodes(), &m_render);
     m_render.Stop();
     platform::CaptureLayer::Install(nullptr);
   }
 
-  shell::LiveNodes Nodes() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
+  shell::BroadcastNodes Nodes() { return {m_loopback, m_mic, m_mixOut, m_encoder}; }
 
   bool SoundReachesTheEncoder() {
     return support::WaitFor([this] { return m_encoder->Statistics().audioPacketsEncoded > 20; },
@@ -115,15 +115,15 @@ class LiveRoad : public testing::Test {
   support::FakeDevice* m_systemSound = nullptr;
   support::FakeDevice* m_microphone = nullptr;
   CRender m_render{shell::kLayerLimit};
-  shell::LiveSettings m_settings;
+  shell::BroadcastSettings m_settings;
   CInputDev* m_loopback = nullptr;
   CInputDev* m_mic = nullptr;
   CMixOut* m_mixOut = nullptr;
   CEncoder* m_encoder = nullptr;
 };
 
-TEST_F(LiveRoad, WithAMicrophoneBothSoundsGoThroughTheMixer) {
-  shell::StartLive(Nodes(), m_settings, &m_render);
+TEST_F(BroadcastGraph, WithAMicrophoneBothSoundsGoThroughTheMixer) {
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
   EXPECT_NE(m_loopback, nullptr);
   EXPECT_NE(m_mic, nullptr);
   EXPECT_NE(m_mixOut, nullptr);
@@ -138,7 +138,7 @@ TEST_F(LiveRoad, WithAMicrophoneBothSoundsGoThroughTheMixer) {
 }
 
 // Each may take half a second, and the window waits for all of them.
-TEST_F(LiveRoad, TheNodesStopBesideEachOther) {
+TEST_F(BroadcastGraph, TheNodesStopBesideEachOther) {
   std::mutex mutex;
   std::condition_variable both;
   int closing = 0;
@@ -153,8 +153,8 @@ TEST_F(LiveRoad, TheNodesStopBesideEachOther) {
   };
   m_systemSound->OnClose(meet);
   m_microphone->OnClose(meet);
-  shell::StartLive(Nodes(), m_settings, &m_render);
-  shell::StopLive(Nodes(), &m_render);
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
+  shell::StopBroadcast(Nodes(), &m_render);
   EXPECT_TRUE(met);
 }
 
@@ -175,7 +175,7 @@ class Watching : public Node {
   std::function<void()> m_atStart;
 };
 
-TEST_F(LiveRoad, WhatTakesRunsBeforeItIsGivenAnythingAndThePictureComesLast) {
+TEST_F(BroadcastGraph, WhatTakesRunsBeforeItIsGivenAnythingAndThePictureComesLast) {
   using List = std::vector<CSrcInterface*>;
   std::vector<std::string> started;
   const auto outputs = [](CSrcInterface* node) {
@@ -210,44 +210,44 @@ TEST_F(LiveRoad, WhatTakesRunsBeforeItIsGivenAnythingAndThePictureComesLast) {
           EXPECT_EQ(outputs(m_mixOut), List());
         },
         960, 540);
-    shell::StartLive(Nodes(), m_settings, &m_render);
+    shell::StartBroadcast(Nodes(), m_settings, &m_render);
     EXPECT_EQ(started, microphone ? std::vector<std::string>(
                                         {"microphone", "encoder", "mixer", "system sound"})
                                   : std::vector<std::string>({"encoder", "system sound"}));
     EXPECT_EQ(outputs(m_loopback), microphone ? List{m_mixOut} : List{m_encoder});
     EXPECT_EQ(outputs(m_mic), microphone ? List{m_mixOut} : List());
     EXPECT_EQ(Peek::PictureOutputs(&m_render), List{m_encoder});
-    shell::StopLive(Nodes(), &m_render);
+    shell::StopBroadcast(Nodes(), &m_render);
   }
 }
 
-TEST_F(LiveRoad, TheSceneGoesToTheEncoderUntilTheStop) {
-  shell::StartLive(Nodes(), m_settings, &m_render);
+TEST_F(BroadcastGraph, TheSceneGoesToTheEncoderUntilTheStop) {
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
   EXPECT_EQ(Peek::PictureOutputs(&m_render), std::vector<CSrcInterface*>{m_encoder});
-  shell::StopLive(Nodes(), &m_render);
+  shell::StopBroadcast(Nodes(), &m_render);
   EXPECT_TRUE(Peek::PictureOutputs(&m_render).empty());
 }
 
-TEST_F(LiveRoad, WithoutAMicrophoneTheSystemSoundGoesStraightIntoTheEncoder) {
+TEST_F(BroadcastGraph, WithoutAMicrophoneTheSystemSoundGoesStraightIntoTheEncoder) {
   m_settings.microphone.clear();
-  shell::StartLive(Nodes(), m_settings, &m_render);
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
   EXPECT_EQ(m_mic, nullptr);
   EXPECT_EQ(m_mixOut, nullptr);
   ASSERT_NE(m_encoder, nullptr);
   EXPECT_TRUE(SoundReachesTheEncoder());
 }
 
-TEST_F(LiveRoad, AMicrophoneThatDoesNotStartIsLeftOut) {
+TEST_F(BroadcastGraph, AMicrophoneThatDoesNotStartIsLeftOut) {
   m_microphone->SetBusy(true);
-  shell::StartLive(Nodes(), m_settings, &m_render);
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
   EXPECT_EQ(m_mic, nullptr);
   EXPECT_EQ(m_mixOut, nullptr);
   EXPECT_TRUE(SoundReachesTheEncoder());
 }
 
-TEST_F(LiveRoad, SystemSoundThatDoesNotStartChangesNothing) {
+TEST_F(BroadcastGraph, SystemSoundThatDoesNotStartChangesNothing) {
   m_systemSound->SetBusy(true);
-  shell::StartLive(Nodes(), m_settings, &m_render);
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
   EXPECT_FALSE(m_systemSound->IsOpen());
   EXPECT_EQ(Peek::SoundOutputs(m_loopback), std::vector<CSrcInterface*>{m_mixOut});
   EXPECT_EQ(Peek::SoundOutputs(m_mic), std::vector<CSrcInterface*>{m_mixOut});
@@ -255,25 +255,25 @@ TEST_F(LiveRoad, SystemSoundThatDoesNotStartChangesNothing) {
   EXPECT_EQ(Peek::PictureOutputs(&m_render), std::vector<CSrcInterface*>{m_encoder});
 }
 
-TEST_F(LiveRoad, AnEncoderThatDoesNotStartCountsAsRunningAndStops) {
+TEST_F(BroadcastGraph, AnEncoderThatDoesNotStartCountsAsRunningAndStops) {
   m_settings.width = 123;
-  shell::StartLive(Nodes(), m_settings, &m_render);
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
   ASSERT_NE(m_encoder, nullptr);
   EXPECT_EQ(m_encoder->Statistics().status.state, PublishState::kStopped);
   EXPECT_TRUE(m_systemSound->IsOpen());
   EXPECT_TRUE(m_microphone->IsOpen());
   EXPECT_EQ(Peek::PictureOutputs(&m_render), std::vector<CSrcInterface*>{m_encoder});
-  shell::StopLive(Nodes(), &m_render);
+  shell::StopBroadcast(Nodes(), &m_render);
   EXPECT_EQ(m_encoder, nullptr);
   EXPECT_FALSE(m_systemSound->IsOpen());
   EXPECT_FALSE(m_microphone->IsOpen());
 }
 
-TEST_F(LiveRoad, StopTakesEverythingAwayAndItCanStartAgain) {
+TEST_F(BroadcastGraph, StopTakesEverythingAwayAndItCanStartAgain) {
   for (int broadcast = 0; broadcast < 2; ++broadcast) {
-    shell::StartLive(Nodes(), m_settings, &m_render);
+    shell::StartBroadcast(Nodes(), m_settings, &m_render);
     EXPECT_TRUE(SoundReachesTheEncoder());
-    shell::StopLive(Nodes(), &m_render);
+    shell::StopBroadcast(Nodes(), &m_render);
     EXPECT_EQ(m_loopback, nullptr);
     EXPECT_EQ(m_mic, nullptr);
     EXPECT_EQ(m_mixOut, nullptr);

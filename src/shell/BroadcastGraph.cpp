@@ -1,4 +1,4 @@
-#include "shell/LiveRoad.h"
+#include "shell/BroadcastGraph.h"
 
 #include <QtGlobal>
 #include <initializer_list>
@@ -12,7 +12,7 @@ extern "C" {
 #include "media/CMixOut.h"
 #include "output/CEncoder.h"
 #include "output/CRender.h"
-#include "shell/EndNode.h"
+#include "shell/StopAndDelete.h"
 #include "sources/CInputDev.h"
 
 namespace shell {
@@ -20,7 +20,7 @@ namespace shell {
 namespace {
 
 // True when the microphone runs, as input 1 of the mixer that is still to come.
-bool StartMicrophone(const LiveNodes& nodes, const std::string& name) {
+bool StartMicrophone(const BroadcastNodes& nodes, const std::string& name) {
   if (name.empty()) {
     return false;
   }
@@ -36,7 +36,7 @@ bool StartMicrophone(const LiveNodes& nodes, const std::string& name) {
   return true;
 }
 
-void LinkBothSounds(const LiveNodes& nodes) {
+void LinkBothSounds(const BroadcastNodes& nodes) {
   if (nodes.mixOut == nullptr) {
     nodes.mixOut = new CMixOut;
   }
@@ -64,7 +64,8 @@ void StopTogether(std::initializer_list<CSrcInterface*> nodes) {
 
 }  // namespace
 
-void StartLive(const LiveNodes& nodes, const LiveSettings& settings, CRender* render) {
+void StartBroadcast(const BroadcastNodes& nodes, const BroadcastSettings& settings,
+                    CRender* render) {
   if (nodes.loopback == nullptr) {
     nodes.loopback = new CInputDev(true, settings.systemSound, 0, 0, AV_PIX_FMT_RGB24);
   }
@@ -84,16 +85,16 @@ void StartLive(const LiveNodes& nodes, const LiveSettings& settings, CRender* re
   render->AddVideoOutput(nodes.encoder);
 }
 
-void StopLive(const LiveNodes& nodes, CRender* render) {
+void StopBroadcast(const BroadcastNodes& nodes, CRender* render) {
   if (nodes.loopback != nullptr) {
     nodes.loopback->RemoveAudioOutput(nodes.encoder);
   }
   render->RemoveVideoOutput(nodes.encoder);
   StopTogether({nodes.loopback, nodes.mic, nodes.mixOut, nodes.encoder});
-  EndNode(&nodes.loopback);
-  EndNode(&nodes.mic);
-  EndNode(&nodes.mixOut);
-  EndNode(&nodes.encoder);
+  StopAndDelete(&nodes.loopback);
+  StopAndDelete(&nodes.mic);
+  StopAndDelete(&nodes.mixOut);
+  StopAndDelete(&nodes.encoder);
 }
 
 }  // namespace shell

@@ -1,9 +1,9 @@
-#include "shell/FixedRoad.h"
+#include "shell/MonitorGraph.h"
 
 #include "media/CMixFrame.h"
 #include "output/CRender.h"
-#include "shell/EndNode.h"
 #include "shell/LayerSlots.h"
+#include "shell/StopAndDelete.h"
 #include "sources/CInputSlience.h"
 
 extern "C" {
@@ -23,7 +23,7 @@ void Start(CSrcInterface* node, const char* name) {
 
 }  // namespace
 
-void StartMonitorMix(const FixedNodes& nodes) {
+void StartMonitorMix(const MonitorNodes& nodes) {
   if (nodes.mixFrame == nullptr) {
     nodes.mixFrame = new CMixFrame(kLayerLimit);
   }
@@ -37,25 +37,27 @@ void StartMonitorMix(const FixedNodes& nodes) {
   nodes.silence->AddAudioOutput(nodes.mixFrame);
 }
 
-void StartRender(const FixedNodes& nodes, const std::function<void()>& giveSurface) {
+void MakeRender(const MonitorNodes& nodes) {
   if (nodes.render == nullptr) {
     nodes.render = new CRender(kLayerLimit);
   }
-  giveSurface();
+}
+
+void StartRender(const MonitorNodes& nodes) {
   Start(nodes.render, "the renderer");
   nodes.mixFrame->AddAudioOutput(nodes.render);
 }
 
-void EndFixed(const FixedNodes& nodes) {
+void EndMonitor(const MonitorNodes& nodes) {
   if (nodes.silence != nullptr) {
     nodes.silence->RemoveAudioOutput(nodes.mixFrame);
   }
-  EndNode(&nodes.silence);
+  StopAndDelete(&nodes.silence);
   if (nodes.mixFrame != nullptr) {
     nodes.mixFrame->RemoveAudioOutput(nodes.render);
   }
-  EndNode(&nodes.mixFrame);
-  EndNode(&nodes.render);
+  StopAndDelete(&nodes.mixFrame);
+  StopAndDelete(&nodes.render);
 }
 
 }  // namespace shell

@@ -1,4 +1,4 @@
-#include "widgets/theme/KeptShadow.h"
+#include "widgets/theme/ShadowCache.h"
 
 #include <QtWidgets/qtwidgetsglobal.h>
 #include <QPainter>
@@ -59,7 +59,7 @@ QImage ShadowOf(const QPixmap& source, const QSize& size, const ShadowLook& look
 
 }  // namespace
 
-const QImage& KeptShadow::Of(const QPixmap& source, const ShadowLook& look) {
+const QImage& ShadowCache::Get(const QPixmap& source, const ShadowLook& look) {
   const QImage picture = source.toImage();
   if (m_shadow.isNull() || !(m_look == look) || !SameShape(m_source, picture)) {
     const QSize size(static_cast<int>(source.width() + 2 * look.distance),

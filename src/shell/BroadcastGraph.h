@@ -8,15 +8,15 @@
 // Ownership: the pointers belong to the caller (the window), are null unless live, and are made and
 // deleted by the two functions here.
 //
-// Threads: the user interface thread. StopLive stops the four nodes beside each other, on threads
-// of its own that it joins: each ends within half a second in every state of its device or of the
-// network, and so do all of them.
+// Threads: the user interface thread. StopBroadcast stops the four nodes beside each other, on
+// threads of its own that it joins: each ends within half a second in every state of its device or
+// of the network, and so do all of them.
 //
 // Failure: a microphone that does not open is left out. An encoder that does not start, or an
 // address that can't be reached, changes nothing here: the broadcast counts as running, and the
 // encoder keeps trying where that helps.
-#ifndef ORVANE_SHELL_LIVEROAD_H
-#define ORVANE_SHELL_LIVEROAD_H
+#ifndef ORVANE_SHELL_BROADCASTGRAPH_H
+#define ORVANE_SHELL_BROADCASTGRAPH_H
 
 #include <string>
 
@@ -27,14 +27,14 @@ class CRender;
 
 namespace shell {
 
-struct LiveNodes {
+struct BroadcastNodes {
   CInputDev*& loopback;  // the system's sound
   CInputDev*& mic;       // null while live without one
   CMixOut*& mixOut;      // the same
   CEncoder*& encoder;
 };
 
-struct LiveSettings {
+struct BroadcastSettings {
   std::string systemSound;  // name in the catalogue
   std::string microphone;   // the same; empty for none
   std::string url;
@@ -43,9 +43,10 @@ struct LiveSettings {
   int height = 1080;
 };
 
-void StartLive(const LiveNodes& nodes, const LiveSettings& settings, CRender* render);
+void StartBroadcast(const BroadcastNodes& nodes, const BroadcastSettings& settings,
+                    CRender* render);
 
-void StopLive(const LiveNodes& nodes, CRender* render);
+void StopBroadcast(const BroadcastNodes& nodes, CRender* render);
 
 }  // namespace shell
 

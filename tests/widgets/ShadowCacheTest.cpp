@@ -1,5 +1,5 @@
 // The shadow of a dialog is blurred anew when it has to be, and only then.
-#include "widgets/theme/KeptShadow.h"
+#include "widgets/theme/ShadowCache.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-using theme::KeptShadow;
+using theme::ShadowCache;
 using theme::ShadowLook;
 
 const ShadowLook kLook{2.0, 20.0, QColor(0, 0, 0, 80)};
@@ -28,22 +28,22 @@ QPixmap Box(const QColor& color, const QRect& box = QRect(20, 20, 60, 40)) {
 }
 
 QImage Fresh(const QPixmap& source, const ShadowLook& look = kLook) {
-  return KeptShadow().Of(source, look);
+  return ShadowCache().Get(source, look);
 }
 
 }  // namespace
 
-TEST(KeptShadow, IsGivenAgainWhileOnlyColoursChange) {
-  KeptShadow kept;
-  const qint64 first = kept.Of(Box(Qt::red), kLook).cacheKey();
-  EXPECT_EQ(kept.Of(Box(Qt::red), kLook).cacheKey(), first);
-  EXPECT_EQ(kept.Of(Box(Qt::darkCyan), kLook).cacheKey(), first);
-  EXPECT_EQ(kept.Of(Box(Qt::black), kLook), Fresh(Box(Qt::black)));
+TEST(ShadowCache, IsGivenAgainWhileOnlyColoursChange) {
+  ShadowCache kept;
+  const qint64 first = kept.Get(Box(Qt::red), kLook).cacheKey();
+  EXPECT_EQ(kept.Get(Box(Qt::red), kLook).cacheKey(), first);
+  EXPECT_EQ(kept.Get(Box(Qt::darkCyan), kLook).cacheKey(), first);
+  EXPECT_EQ(kept.Get(Box(Qt::black), kLook), Fresh(Box(Qt::black)));
 }
 
-TEST(KeptShadow, IsMadeAnewForAnotherShape) {
-  KeptShadow kept;
-  kept.Of(Box(Qt::red), kLook);
+TEST(ShadowCache, IsMadeAnewForAnotherShape) {
+  ShadowCache kept;
+  kept.Get(Box(Qt::red), kLook);
   QPixmap half(200, 160);
   half.setDevicePixelRatio(2);
   half.fill(Qt::transparent);
@@ -56,27 +56,27 @@ TEST(KeptShadow, IsMadeAnewForAnotherShape) {
                             Box(Qt::red).scaled(200, 160),
                             half};
   for (const QPixmap& shape : shapes) {
-    const qint64 before = kept.Of(Box(Qt::red), kLook).cacheKey();
-    const QImage shadow = kept.Of(shape, kLook);
+    const qint64 before = kept.Get(Box(Qt::red), kLook).cacheKey();
+    const QImage shadow = kept.Get(shape, kLook);
     EXPECT_NE(shadow.cacheKey(), before);
     EXPECT_EQ(shadow, Fresh(shape));
     EXPECT_EQ(shadow.size(), shape.size() + QSize(4, 4));
   }
 }
 
-TEST(KeptShadow, IsMadeAnewForAnotherLook) {
+TEST(ShadowCache, IsMadeAnewForAnotherLook) {
   const ShadowLook looks[] = {
       {3.0, 20.0, QColor(0, 0, 0, 80)}, {2.0, 5.0, QColor(0, 0, 0, 80)}, {2.0, 20.0, Qt::red}};
   for (const ShadowLook& look : looks) {
-    KeptShadow kept;
-    kept.Of(Box(Qt::red), kLook);
-    EXPECT_EQ(kept.Of(Box(Qt::red), look), Fresh(Box(Qt::red), look));
+    ShadowCache kept;
+    kept.Get(Box(Qt::red), kLook);
+    EXPECT_EQ(kept.Get(Box(Qt::red), look), Fresh(Box(Qt::red), look));
     EXPECT_NE(Fresh(Box(Qt::red), look), Fresh(Box(Qt::red)));
   }
 }
 
 // What the operator sees is no other than with an effect that has drawn nothing before.
-TEST(KeptShadow, AnEffectThatDrewOtherStatesLooksLikeANewOne) {
+TEST(ShadowCache, AnEffectThatDrewOtherStatesLooksLikeANewOne) {
   QWidget parent;
   parent.resize(200, 160);
   parent.setStyleSheet(QStringLiteral("background:#FFFFFF"));
@@ -103,7 +103,7 @@ TEST(KeptShadow, AnEffectThatDrewOtherStatesLooksLikeANewOne) {
 }
 
 // The rectangle around two controls that are painted anew crosses the margin, which nobody clears.
-TEST(KeptShadow, RepaintsOfAWindowLeaveTheMarginAsItIs) {
+TEST(ShadowCache, RepaintsOfAWindowLeaveTheMarginAsItIs) {
   QDialog dialog;
   dialog.setAttribute(Qt::WA_TranslucentBackground);
   dialog.setWindowFlags(dialog.windowFlags() | Qt::FramelessWindowHint);

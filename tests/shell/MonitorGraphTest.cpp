@@ -1,4 +1,4 @@
-#include "shell/FixedRoad.h"
+#include "shell/MonitorGraph.h"
 
 #include <gtest/gtest.h>
 
@@ -41,12 +41,13 @@ class Noting : public Node {
   Steps* m_steps;
 };
 
-class FixedRoad : public testing::Test {
+class MonitorGraph : public testing::Test {
  protected:
-  shell::FixedNodes Nodes() { return {m_mix, m_silence, m_render}; }
+  shell::MonitorNodes Nodes() { return {m_mix, m_silence, m_render}; }
   void Start() {
     shell::StartMonitorMix(Nodes());
-    shell::StartRender(Nodes(), [this] { m_steps.emplace_back("surface"); });
+    shell::MakeRender(Nodes());
+    shell::StartRender(Nodes());
   }
 
   Steps m_steps;
@@ -58,29 +59,29 @@ class FixedRoad : public testing::Test {
   CRender* m_render = m_notedRender;
 };
 
-// The mix has one input that never rests, and the renderer its surface before it starts.
-TEST_F(FixedRoad, ComesUpFromTheMixToTheRenderer) {
+// The mix has one input that never rests, whatever comes later.
+TEST_F(MonitorGraph, ComesUpFromTheMixToTheRenderer) {
   Start();
-  EXPECT_EQ(m_steps, Steps({"mix starts", "silence starts", "surface", "renderer starts"}));
+  EXPECT_EQ(m_steps, Steps({"mix starts", "silence starts", "renderer starts"}));
   EXPECT_TRUE(m_notedSilence->FeedsSound());
   EXPECT_TRUE(m_notedMix->FeedsSound());
-  shell::EndFixed(Nodes());
+  shell::EndMonitor(Nodes());
 }
 
-TEST_F(FixedRoad, EndsWithTheRendererLast) {
+TEST_F(MonitorGraph, EndsWithTheRendererLast) {
   Start();
   m_steps.clear();
-  shell::EndFixed(Nodes());
+  shell::EndMonitor(Nodes());
   EXPECT_EQ(m_steps, Steps({"silence stops", "silence goes", "mix stops", "mix goes",
                             "renderer stops", "renderer goes"}));
   EXPECT_EQ(m_silence, nullptr);
   EXPECT_EQ(m_mix, nullptr);
   EXPECT_EQ(m_render, nullptr);
-  shell::EndFixed(Nodes());
+  shell::EndMonitor(Nodes());
 }
 
 // Without a word the operator would stand before an empty scene.
-TEST_F(FixedRoad, APartThatDoesNotStartIsInTheLog) {
+TEST_F(MonitorGraph, APartThatDoesNotStartIsInTheLog) {
   const support::LogRecord log;
   m_notedMix->result = m_notedSilence->result = m_notedRender->result = -1;
   Start();
@@ -89,7 +90,7 @@ TEST_F(FixedRoad, APartThatDoesNotStartIsInTheLog) {
             "the silence could not be started\n"
             "the renderer could not be started\n");
   EXPECT_TRUE(m_notedMix->FeedsSound()) << "the others go on";
-  shell::EndFixed(Nodes());
+  shell::EndMonitor(Nodes());
 }
 
 }  // namespace
