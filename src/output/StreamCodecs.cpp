@@ -20,10 +20,18 @@ std::vector<std::pair<std::string, std::string>> VideoOptions(const std::string&
             {"profile", "baseline"},
             {"forced-idr", "1"}};
   }
-  if (preset.empty()) {
-    return {{"threads", "auto"}, {"tune", "zerolatency"}};
+  std::vector<std::pair<std::string, std::string>> options = {
+      {"threads", "auto"},
+      {"tune", "zerolatency"},
+      // The parameter sets of one preset differ from another's. A change of preset is told in a new
+      // header too, but who passes the stream on in another format (HLS, MPEG-TS) often takes the
+      // first header alone, and nothing could be decoded behind it. So each key frame carries its
+      // own.
+      {"x264-params", "repeat-headers=1"}};
+  if (!preset.empty()) {
+    options.emplace_back("preset", preset);
   }
-  return {{"threads", "auto"}, {"preset", preset}, {"tune", "zerolatency"}};
+  return options;
 }
 
 AVCodecContext* NewAudioEncoder() {

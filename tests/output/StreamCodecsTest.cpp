@@ -2,12 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <vector>
+
 extern "C" {
 #include <libavutil/opt.h>
 }
 
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
+#include "output/EncoderRig.h"
 
 namespace {
 
@@ -67,6 +71,53 @@ TEST(StreamCodecs, BothVideoEncodersAreTunedForNoDelayInTheirOwnWords) {
   EXPECT_EQ("1", OptionOf(kHardwareEncoder, "zerolatency"));
   EXPECT_EQ("baseline", OptionOf(kHardwareEncoder, "profile"));
   EXPECT_EQ("auto", OptionOf(kHardwareEncoder, "threads"));
+}
+
+// Types of the NAL units of a packet in Annex B, in their order.
+std::vector<int> UnitsOf(const AVPacket& packet) {
+  std::vector<int> units;
+  for (int at = 0; at + 3 < packet.size; ++at) {
+    if (packet.data[at] == 0 && packet.data[at + 1] == 0 && packet.data[at + 2] == 1) {
+      units.push_back(packet.data[at + 3] & 0x1f);
+    }
+  }
+  return units;
+}
+
+// An HLS packager that knows the first header only has nothing else to go by once the preset has
+// changed.
+TEST(StreamCodecs, EveryKeyFrameCarriesItsParameterSetsAtEveryPreset) {
+  constexpr int kSlice = 1;
+  constexpr int kKeySlice = 5;
+  constexpr int kSequence = 7;
+  constexpr int kPicture = 8;
+  for (const char* preset : {"", "faster", "veryfast", "superfast", "ultrafast"}) {
+    SCOPED_TRACE(preset);
+    const ffmpeg::ScopedCodec context(output::NewVideoEncoder(kSoftwareEncoder, 960, 540));
+    output::SetBitRate(context.Get(), 500000);
+    ASSERT_GE(output::OpenVideoEncoder(context.Get(), preset), 0);
+    EXPECT_GT(context->extradata_size, 0);  // the header has them as well
+    int keys = 0;
+    for (int picture = 0; picture <= 2 * 50; ++picture) {
+      const ffmpeg::ScopedFrame frame(support::NewCanvas(picture, 960, 540));
+      frame->pts = picture;
+      ASSERT_GE(avcodec_send_frame(context.Get(), frame.Get()), 0);
+      const ffmpeg::ScopedPacket packet(av_packet_alloc());
+      ASSERT_GE(avcodec_receive_packet(context.Get(), packet.Get()), 0);
+      const std::vector<int> units = UnitsOf(*packet.Get());
+      const auto first = [&](int unit) { return std::find(units.begin(), units.end(), unit); };
+      if ((packet->flags & AV_PKT_FLAG_KEY) != 0) {
+        ++keys;
+        EXPECT_LT(first(kSequence), first(kPicture)) << "picture " << picture;
+        EXPECT_LT(first(kPicture), first(kKeySlice)) << "picture " << picture;
+        EXPECT_NE(first(kKeySlice), units.end()) << "picture " << picture;
+      } else {
+        EXPECT_EQ(first(kSequence), units.end()) << "picture " << picture;
+        EXPECT_NE(first(kSlice), units.end()) << "picture " << picture;
+      }
+    }
+    EXPECT_GE(keys, 3);
+  }
 }
 
 TEST(StreamCodecs, HighestBitRateIsOneAndAHalfTimesTheBitRate) {
