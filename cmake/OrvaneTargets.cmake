@@ -40,7 +40,7 @@ endfunction()
 # A GoogleTest program and one ctest entry of the same name.
 #   FAKE_CLOCK   SDL_GetTicks, SDL_GetTicks64 and SDL_Delay go through tests/support/FakeClock
 #   SERIAL       it runs in real time and on devices. With RELEASE_ONLY no other test runs beside it;
-#                the others pass two at a time, in the slow sanitizer builds too
+#                the others pass beside one or two more, in the slow sanitizer builds too
 #   RELEASE_ONLY not in the sanitizer builds, which are too slow for real time
 #   MOC          the sources hold Qt classes
 #   GUI          main() makes a QApplication; without a display it draws off screen
