@@ -11,34 +11,20 @@ clock_at=0,0            # where the clock strip stands in the scene
 beep_hz=3000
 preview_at=960,540,960,540  # the preview's place and size
 flash_ms=2013           # no multiple of a picture's 40 ms: the beeps fall on all phases
-declare -a started=()
+
+. "$root/tools/stand.sh"
 
 stop_all() {
   trap - EXIT
-  local i
-  for ((i = ${#started[@]} - 1; i >= 0; i--)); do
-    kill "${started[i]}" 2>/dev/null || true
-    wait "${started[i]}" 2>/dev/null || true
-  done
+  end_started
   [ -z "${work:-}" ] || rm -rf "$work"
 }
 
-await() {
-  local i
-  for ((i = 0; i < 400; i++)); do
-    "$@" >/dev/null 2>&1 && return 0
-    sleep 0.05
-  done
-  echo "gave up waiting for: $*" >&2
-  return 1
-}
-
-# Runs a helper until the end. Its output goes into a file named after it.
-begin() {
+# A helper program whose output goes into a file of its name.
+run_beside() {
   local name=$1
   shift
-  "$@" >"$work/$name.log" 2>&1 &
-  started+=($!)
+  begin "$work/$name.log" "$@"
 }
 
 build() {
@@ -75,11 +61,8 @@ end_scale=0.0003:end_pts=$((zoom_seconds * 25))" -t "$zoom_seconds" -c:v libx264
 }
 
 start_screen() {
-  begin xvfb bash -c 'exec Xvfb -displayfd 3 -screen 0 1920x1080x24 -ac -noreset -nolisten tcp \
-    3>"$0"' "$work/display"
-  await test -s "$work/display"
-  DISPLAY=:$(cat "$work/display")
-  export DISPLAY QT_QPA_PLATFORM=xcb
+  begin_screen "$work"
+  export QT_QPA_PLATFORM=xcb
   # Every preview stands at the same place, whole and on top: what is filmed is the same with each.
   local x y size title
   IFS=, read -r x y size <<<"$preview_at"
@@ -91,25 +74,20 @@ start_screen() {
     done
     echo '</applications></openbox_config>'
   } >"$work/openbox.xml"
-  begin openbox openbox --sm-disable --config-file "$work/openbox.xml"
+  run_beside openbox openbox --sm-disable --config-file "$work/openbox.xml"
   await bash -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q window'
 }
 
 start_sound() {
   mkdir -p "$work/pulse"
-  export XDG_RUNTIME_DIR=$work/pulse PULSE_SERVER=unix:$work/pulse/native
-  export PULSE_COOKIE=$work/pulse/cookie SDL_AUDIODRIVER=pulseaudio
-  cat >"$work/pulse/server.pa" <<END
+  export XDG_RUNTIME_DIR=$work/pulse SDL_AUDIODRIVER=pulseaudio
+  begin_sound "$work/pulse" <<END
 load-module module-null-sink sink_name=speakers rate=48000
 load-module module-null-sink sink_name=voice rate=48000
 set-default-sink speakers
 load-module module-remap-source master=voice.monitor source_name=microphone source_properties="device.description='Microphone'"
 set-default-source microphone
-load-module module-native-protocol-unix auth-anonymous=1 socket=$work/pulse/native
 END
-  begin pulseaudio env -u PULSE_SERVER HOME="$work/pulse" pulseaudio -n \
-    -F "$work/pulse/server.pa" --daemonize=no --use-pid-file=no --exit-idle-time=-1 \
-    --log-target=stderr
   await pactl info
 }
 
@@ -141,7 +119,7 @@ rtmp {
   }
 }
 END
-  begin nginx nginx -p "$work/nginx" -c "$work/nginx/nginx.conf"
+  run_beside nginx nginx -p "$work/nginx" -c "$work/nginx/nginx.conf"
   await bash -c "exec 3<>/dev/tcp/127.0.0.1/$port"
   address=rtmp://127.0.0.1:$port/live/stream
 }
@@ -154,9 +132,9 @@ recording() {
 
 # What is filmed: a clock strip on top of the screen, and below it a window that plays.
 start_stage() {
-  begin stage "$bin/stage" --window 1280x720+0+40 --title playing --fps 25 --play
-  begin strip "$bin/stage" --window 1216x32+0+0 --title strip --fps 50 --clock "$@"
-  begin small "$bin/stage" --window 640x360+1280+40 --title small --fps 25 --play
+  run_beside stage "$bin/stage" --window 1280x720+0+40 --title playing --fps 25 --play
+  run_beside strip "$bin/stage" --window 1216x32+0+0 --title strip --fps 50 --clock "$@"
+  run_beside small "$bin/stage" --window 640x360+1280+40 --title small --fps 25 --play
   await bash -c "xprop -name strip WM_STATE | grep -q Normal"
   await bash -c "xprop -name small WM_STATE | grep -q Normal"
 }
@@ -183,9 +161,7 @@ use_scene() {
 # Everything above, in a working directory with the font that texts are drawn with.
 start_all() {
   work=$(mktemp -d)
-  trap stop_all EXIT
-  trap 'exit 143' TERM
-  trap 'exit 130' INT
+  end_with_this_script stop_all
   build
   make_samples
   start_screen

@@ -1,6 +1,6 @@
 # The road of an operator, played by itself on a virtual screen with a sound server of its own:
 # log in, choose an activity, compose, broadcast, stop. Sourced by ./run, which gives $root, $state,
-# $seconds and its helpers (await, started, start_service, ...).
+# $seconds and its helpers (start_service, ...), those of stand.sh among them.
 #
 # Whatever it makes or writes is in $tour, a service with an empty database included: no account and
 # no activity of the user's is touched, and nothing is published to where theirs point.
@@ -43,34 +43,17 @@ make_material() {
 }
 
 start_virtual_screen() {
-  local displays=$runtime/display
-  : >"$displays"
-  Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp -noreset \
-    3>"$displays" >"$runtime/xvfb.log" 2>&1 &
-  started+=($!)
-  await test -s "$displays"
-  DISPLAY=:$(cat "$displays")
-  export DISPLAY
-  openbox --sm-disable >"$runtime/openbox.log" 2>&1 &
-  started+=($!)
+  begin_screen "$runtime"
+  begin "$runtime/openbox.log" openbox --sm-disable
   # The dialogs have round corners and shadows, which are black without a compositor.
-  picom --backend xrender --config /dev/null >"$runtime/picom.log" 2>&1 &
-  started+=($!)
+  begin "$runtime/picom.log" picom --backend xrender --config /dev/null
 }
 
 start_virtual_sound() {
-  export PULSE_SERVER=unix:$runtime/pulse.socket
-  # A key of the user's own sound server, where there is one, is nothing to this one.
-  export PULSE_COOKIE=$runtime/cookie
-  cat >"$runtime/pulse.pa" <<END
-load-module module-native-protocol-unix socket=$runtime/pulse.socket auth-anonymous=1
+  begin_sound "$runtime" <<END
 load-module module-null-sink sink_name=speakers
 set-default-sink speakers
 END
-  HOME=$runtime pulseaudio -n -F "$runtime/pulse.pa" --daemonize=no --exit-idle-time=-1 \
-    --use-pid-file=no >"$runtime/pulse.log" 2>&1 &
-  started+=($!)
-  await test -S "$runtime/pulse.socket"
 }
 
 # The operator's hands.
