@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <vector>
 
+#include "support/StartAgain.h"
+
 namespace support {
 
 namespace {
@@ -63,28 +65,16 @@ bool BuildDevices() {
   return made;
 }
 
-void StartAgain(char** argv) {
-  const std::string self = std::filesystem::read_symlink("/proc/self/exe");
-  std::vector<const char*> command{"unshare", "--mount", "--propagation", "private"};
-  if (geteuid() != 0) {
-    command.insert(command.end(), {"--map-current-user", "--keep-caps"});
-  }
-  command.insert(command.end(), {"--", self.c_str()});
-  for (char** argument = argv + 1; *argument != nullptr; ++argument) {
-    command.push_back(*argument);
-  }
-  command.push_back(nullptr);
-  setenv(kMarker, "1", 1);
-  execvp(command[0], const_cast<char* const*>(command.data()));
-  unsetenv(kMarker);
-  Fail("exec unshare");
-}
-
 }  // namespace
 
 void PrepareProcess(char** argv) {
   if (std::getenv(kMarker) == nullptr) {
-    StartAgain(argv);
+    std::vector<std::string> options{"--mount", "--propagation", "private"};
+    if (geteuid() != 0) {
+      options.insert(options.end(), {"--map-current-user", "--keep-caps"});
+    }
+    StartAgain(argv, options, kMarker);
+    Fail("exec unshare");
   } else {
     // Not for the programs that the test starts: a test among them makes its own.
     unsetenv(kMarker);

@@ -9,9 +9,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
-#include <vector>
+
+#include "support/StartAgain.h"
 
 namespace support {
 
@@ -48,27 +48,14 @@ bool SmallBuffers() {
   return true;
 }
 
-void StartAgain(char** argv) {
-  const std::string self = std::filesystem::read_symlink("/proc/self/exe");
-  std::vector<const char*> command{"unshare",     "--net", "--map-current-user",
-                                   "--keep-caps", "--",    self.c_str()};
-  for (char** argument = argv + 1; *argument != nullptr; ++argument) {
-    command.push_back(*argument);
-  }
-  command.push_back(nullptr);
-  setenv(kMarker, "1", 1);
-  execvp(command[0], const_cast<char* const*>(command.data()));
-  unsetenv(kMarker);
-  Fail("exec unshare");
-}
-
 }  // namespace
 
 void PrepareProcess(char** argv) {
   if (std::getenv(kMarker) != nullptr) {
     unsetenv(kMarker);
   } else if (geteuid() != 0) {
-    StartAgain(argv);
+    StartAgain(argv, {"--net", "--map-current-user", "--keep-caps"}, kMarker);
+    Fail("exec unshare");
     return;
   } else if (unshare(CLONE_NEWNET) != 0) {
     Fail("unshare");
