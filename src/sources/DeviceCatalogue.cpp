@@ -2,13 +2,16 @@
 
 #include <QAudioRecorder>
 #include <QCoreApplication>
+#include <chrono>
 #include <cstring>
+#include <memory>
 #include <string>
 
 extern "C" {
 #include <libavutil/channel_layout.h>
 }
 
+#include "media/Worker.h"
 #include "media/ffmpeg/Scoped.h"
 #include "platform/CaptureLayer.h"
 
@@ -18,15 +21,40 @@ namespace {
 // while nothing is live yet. The recorder is kept, and reachable, for the life of the process.
 QAudioRecorder* g_recorder = nullptr;
 
-void WakeQtMultimedia() {
-  if (QCoreApplication::instance() == nullptr) {
-    return;  // its plugins need the application's paths and event dispatcher
-  }
+// A sound server that answers is done with it in less.
+constexpr std::chrono::milliseconds kRecorderWait(50);
+
+void MakeRecorder() {
   g_recorder = new QAudioRecorder;
   const QStringList inputs = g_recorder->audioInputs();
   g_recorder->defaultAudioInput();
   for (const QString& input : inputs) {
     g_recorder->audioInputDescription(input);
+  }
+}
+
+struct Waking {
+  platform::Mutex mutex;
+  platform::Condition ended;
+  bool done ORVANE_GUARDED_BY(mutex) = false;
+};
+
+// Qt's plugin for PulseAudio waits for its server without any limit, and a server may be frozen.
+void WakeQtMultimedia() {
+  if (QCoreApplication::instance() == nullptr) {
+    return;  // its plugins need the application's paths and event dispatcher
+  }
+  const auto waking = std::make_shared<Waking>();
+  const bool begun = media::StartDetached("qt-sound", [waking] {
+    MakeRecorder();
+    const platform::Lock lock(waking->mutex);
+    waking->done = true;
+    waking->ended.NotifyAll();
+  });
+  if (begun) {
+    const platform::Lock lock(waking->mutex);
+    waking->ended.WaitFor(waking->mutex, kRecorderWait,
+                          [&]() ORVANE_REQUIRES(waking->mutex) { return waking->done; });
   }
 }
 
