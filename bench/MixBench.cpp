@@ -24,7 +24,7 @@ void AmixTurn(benchmark::State& state) {
     for (int input = 0; input < inputs; ++input) {
       graph.Feed(input, support::NewSound(pts));
     }
-    while (AVFrame* mixed = graph.Drain()) {
+    while (AVFrame* mixed = graph.Receive()) {
       av_frame_free(&mixed);
     }
     pts += 21;

@@ -24,7 +24,7 @@ constexpr std::int64_t kChannelLayout = 3;  // stereo, as a mask
 constexpr int kMsPerSecond = 1000;
 // amix keeps what an input gives while it waits for another one. More than a thread can be late by
 // is an input that will not come.
-constexpr std::int64_t kMostWaiting = INT64_C(10) * platform::kSoundRate;
+constexpr std::int64_t kMaxWaiting = INT64_C(10) * platform::kSoundRate;
 constexpr std::size_t kArgumentBytes = 512;
 
 std::string InputName(int input) {
@@ -100,7 +100,7 @@ void AmixGraph::Free() {
   }
   m_sources.clear();
   m_fed.clear();
-  m_drained = 0;
+  m_received = 0;
   avfilter_free(m_sink);
   m_sink = nullptr;
   avfilter_graph_free(&m_graph);
@@ -194,7 +194,7 @@ int AmixGraph::Feed(int input, AVFrame* frame) {
   int result = 0;
   if (!m_ready || input >= InputCount()) {
     result = AVERROR(EINVAL);
-  } else if (m_fed[index] - m_drained >= kMostWaiting) {
+  } else if (m_fed[index] - m_received >= kMaxWaiting) {
     result = AVERROR(ENOBUFS);
   } else {
     result = av_buffersrc_add_frame_flags(m_sources[index], frame, 0);
@@ -209,16 +209,32 @@ int AmixGraph::Feed(int input, AVFrame* frame) {
   return result;
 }
 
-AVFrame* AmixGraph::Drain() {
+AVFrame* AmixGraph::Receive() {
   ORVANE_CONTRACT(m_thread.Holds(), "a mixing graph belongs to one thread");
   ffmpeg::ScopedFrame out(av_frame_alloc());
   if (!out || !m_ready || av_buffersink_get_frame_flags(m_sink, out.Get(), 0) < 0) {
     return nullptr;
   }
-  m_drained += out->nb_samples;
+  m_received += out->nb_samples;
   FixPayload(out.Get());
   FixTime(out.Get());
   return out.Release();
+}
+
+std::optional<std::int64_t> AmixGraph::FeedAll(int input, CMyQueue* queue,
+                                               const std::function<void(AVFrame*)>& push) {
+  std::optional<std::int64_t> last;
+  while (auto* frame = static_cast<AVFrame*>(queue->Pop())) {
+    last = frame->pts;
+    if (Feed(input, frame) < 0) {
+      continue;
+    }
+    while (AVFrame* mixed = Receive()) {
+      push(mixed);
+      av_frame_free(&mixed);
+    }
+  }
+  return last;
 }
 
 }  // namespace media

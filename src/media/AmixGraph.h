@@ -4,15 +4,16 @@
 //   abuffer "in1" --+-- amix=inputs=K ---- abuffersink "out"
 //   ...           --+
 //
-// Flow: frames go in with Feed, one input at a time, and mixed frames come out with Drain after
-// each. In and out is signed 16-bit interleaved stereo at 48000 Hz with pts in milliseconds. A
-// mixed frame has the length and the time of the frame of input 0 that it was made from, and comes
-// only when every input has given sound for it: amix waits for the slowest. What the others give
-// meanwhile is kept for 10 s of sound, and dropped beyond.
+// Flow: frames go in with Feed, one input at a time, and mixed frames come out with Receive after
+// each; FeedAll does both with what waits in a queue. In and out is signed 16-bit interleaved
+// stereo at 48000 Hz with pts in milliseconds. A mixed frame has the length and the time of the
+// frame of input 0 that it was made from, and comes only when every input has given sound for it:
+// amix waits for the slowest. What the others give meanwhile is kept for 10 s of sound, and dropped
+// beyond.
 //
-// Ownership: Feed takes its frame over, whatever becomes of it. Drain's frame is the caller's. The
-// graph frees itself, and what is still buffered in it, at the next Build, with Free, and at the
-// end.
+// Ownership: Feed takes its frame over, whatever becomes of it. Receive's frame is the caller's.
+// The graph frees itself, and what is still buffered in it, at the next Build, with Free, and at
+// the end.
 //
 // Threads: one thread only, the worker of the node.
 //
@@ -23,6 +24,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +34,7 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include "media/CMyQueue.h"
 #include "media/Contract.h"
 
 namespace media {
@@ -57,7 +61,11 @@ class AmixGraph {
   // Gives frame to that input. 0, or a negative AVERROR when it was dropped.
   int Feed(int input, AVFrame* frame);
   // The next mixed frame, linesize[0] being its payload in bytes; null when there is none yet.
-  AVFrame* Drain();
+  AVFrame* Receive();
+  // Feeds all that waits in queue, and after each frame that was taken lends push what is mixed.
+  // The pts of the last frame that waited; none when there was none.
+  std::optional<std::int64_t> FeedAll(int input, CMyQueue* queue,
+                                      const std::function<void(AVFrame*)>& push);
   void Free();
   // Of the last Build, whether it came to an end or not.
   int InputCount() const { return static_cast<int>(m_sources.size()); }
@@ -73,7 +81,7 @@ class AmixGraph {
   std::vector<AVFilterContext*> m_sources;
   bool m_ready = false;             // linked and configured: frames may be given to it
   std::vector<std::int64_t> m_fed;  // samples, by input
-  std::int64_t m_drained = 0;       // samples
+  std::int64_t m_received = 0;      // samples
 };
 
 // "[in0][in1]amix=inputs=2[out]" for 2 inputs.

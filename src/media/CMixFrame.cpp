@@ -3,8 +3,13 @@
 #include <SDL.h>
 
 #include <QtGlobal>
+#include <optional>
 
-#include "media/ffmpeg/Scoped.h"
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+#include "media/NodeKind.h"
 
 namespace {
 
@@ -13,7 +18,7 @@ constexpr std::uint32_t kIdleMs = 10;
 }  // namespace
 
 CMixFrame::CMixFrame(int inputCount)
-    : CSrcInterface(0, inputCount),
+    : CSrcInterface(media::kNoSource, inputCount),
       m_rebuildMark32(0),
       m_rebuildMark64(0),
       m_active(2 * static_cast<std::size_t>(inputCount)),
@@ -157,20 +162,8 @@ void CMixFrame::TrimUnread(int inputs) {
 // outputs. False when nothing waited.
 bool CMixFrame::EmptyQueue(Mixing* mixing, int input) {
   const auto index = static_cast<std::size_t>(input);
-  CMyQueue* queue = m_audioQueues[index];
-  bool moved = false;
-  while (auto* frame = static_cast<AVFrame*>(queue->Peek())) {
-    moved = true;
-    mixing->lastPts[index] = frame->pts;
-    const int result = mixing->graph.Feed(input, frame);
-    queue->Pop();
-    if (result < 0) {
-      continue;
-    }
-    while (AVFrame* mixed = mixing->graph.Drain()) {
-      PushAudio(mixed, 0);
-      av_frame_free(&mixed);
-    }
-  }
-  return moved;
+  const std::optional<std::int64_t> last = mixing->graph.FeedAll(
+      input, m_audioQueues[index], [this](AVFrame* mixed) { PushAudio(mixed, 0); });
+  mixing->lastPts[index] = last.value_or(mixing->lastPts[index]);
+  return last.has_value();
 }

@@ -2,7 +2,11 @@
 
 #include <SDL.h>
 
-#include "media/ffmpeg/Scoped.h"
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+#include "media/NodeKind.h"
 
 namespace {
 
@@ -11,7 +15,7 @@ constexpr std::uint32_t kIdleMs = 10;
 
 }  // namespace
 
-CMixOut::CMixOut() : CSrcInterface(0, kInputs), m_stop(false) {}
+CMixOut::CMixOut() : CSrcInterface(media::kNoSource, kInputs), m_stop(false) {}
 
 CMixOut::~CMixOut() = default;
 
@@ -44,29 +48,12 @@ bool CMixOut::SetUp(media::AmixGraph* graph) {
 void CMixOut::Turn(media::AmixGraph* graph) {
   bool idle = true;
   for (int input = 0; input < kInputs; ++input) {
-    if (EmptyQueue(graph, input)) {
+    CMyQueue* queue = m_audioQueues[static_cast<std::size_t>(input)];
+    if (graph->FeedAll(input, queue, [this](AVFrame* mixed) { PushAudio(mixed, 0); })) {
       idle = false;
     }
   }
   if (idle) {
     SDL_Delay(kIdleMs);
   }
-}
-
-bool CMixOut::EmptyQueue(media::AmixGraph* graph, int input) {
-  CMyQueue* queue = m_audioQueues[static_cast<std::size_t>(input)];
-  bool moved = false;
-  while (auto* frame = static_cast<AVFrame*>(queue->Peek())) {
-    moved = true;
-    const int result = graph->Feed(input, frame);
-    queue->Pop();
-    if (result < 0) {
-      continue;
-    }
-    while (AVFrame* mixed = graph->Drain()) {
-      PushAudio(mixed, 0);
-      av_frame_free(&mixed);
-    }
-  }
-  return moved;
 }

@@ -38,7 +38,6 @@ class CMixOut : public CSrcInterface {
 
  private:
   void Mix();
-  bool EmptyQueue(media::AmixGraph* graph, int input);
 
   media::Worker m_thread;
   std::atomic<bool> m_stop;

@@ -11,7 +11,7 @@ namespace media {
 int EvictLagging(const std::vector<std::int64_t>& lastPts, MixFlags* active) {
   int evicted = 0;
   for (std::size_t i = 1; i < lastPts.size(); ++i) {
-    if (av_sat_add64(lastPts[i], kLongestLagMs) < lastPts[0]) {
+    if (av_sat_add64(lastPts[i], kMaxLagMs) < lastPts[0]) {
       ++evicted;
       if (i < active->size()) {
         (*active)[i] = false;

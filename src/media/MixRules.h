@@ -17,7 +17,7 @@ using MixFlags = std::vector<std::atomic<bool>>;
 // that it does not run dry at once.
 constexpr int kFramesToJoin = 25;
 // It leaves when its last frame is older than that of input 0 by more than this.
-constexpr std::int64_t kLongestLagMs = 1000;
+constexpr std::int64_t kMaxLagMs = 1000;
 
 // Clears flag i for each graph input i from 1 up whose last frame lags behind that of input 0, and
 // returns the number of these inputs, flags that were clear already included. lastPts: the pts of

@@ -27,7 +27,7 @@ const std::atomic<bool> kStop{true};
 
 }  // namespace
 
-TEST(AmixDescription, NamesEveryInputAndTheNumber) {
+TEST(AmixGraphDescription, NamesEveryInputAndTheNumber) {
   EXPECT_EQ(media::AmixDescription(1), "[in0]amix=inputs=1[out]");
   EXPECT_EQ(media::AmixDescription(3), "[in0][in1][in2]amix=inputs=3[out]");
   EXPECT_EQ(media::AmixDescription(11).substr(40), "[in8][in9][in10]amix=inputs=11[out]");
@@ -60,20 +60,20 @@ TEST(AmixGraph, OneInputIsStillAGraph) {
   ASSERT_EQ(graph.Build(1, kGoOn), AmixGraph::Result::kReady);
   EXPECT_EQ(graph.InputCount(), 1);
   ASSERT_GE(graph.Feed(0, NewSound(2000, 1024, 6000)), 0);
-  ScopedFrame mixed(graph.Drain());
+  ScopedFrame mixed(graph.Receive());
   ASSERT_TRUE(mixed);
   EXPECT_EQ(mixed->nb_samples, 1024);
   EXPECT_EQ(support::FirstSample(mixed.Get()), 6000);
-  EXPECT_EQ(graph.Drain(), nullptr);
+  EXPECT_EQ(graph.Receive(), nullptr);
 }
 
 TEST(AmixGraph, SumsItsInputsAndWaitsForTheSlowest) {
   AmixGraph graph;
   ASSERT_EQ(graph.Build(2, kGoOn), AmixGraph::Result::kReady);
   ASSERT_GE(graph.Feed(0, NewSound(2000, 1024, 6000)), 0);
-  EXPECT_EQ(graph.Drain(), nullptr);
+  EXPECT_EQ(graph.Receive(), nullptr);
   ASSERT_GE(graph.Feed(1, NewSound(2000, 1024, 2000)), 0);
-  ScopedFrame mixed(graph.Drain());
+  ScopedFrame mixed(graph.Receive());
   ASSERT_TRUE(mixed);
   EXPECT_NEAR(support::FirstSample(mixed.Get()), 4000, 2);
 }
@@ -90,7 +90,7 @@ TEST(AmixGraph, WhatWaitsForAnotherInputIsBounded) {
   EXPECT_EQ(av_frame_is_writable(last.Get()), 1);
   // The other input gives sound after all: there is room again.
   ASSERT_GE(graph.Feed(0, NewSound(2000, 48000)), 0);
-  ScopedFrame mixed(graph.Drain());
+  ScopedFrame mixed(graph.Receive());
   EXPECT_TRUE(mixed);
   EXPECT_GE(graph.Feed(1, av_frame_clone(last.Get())), 0);
 }
@@ -100,7 +100,7 @@ TEST(AmixGraph, AMixedFrameLeavesInTheFormatOfTheInputs) {
   ASSERT_EQ(graph.Build(2, kGoOn), AmixGraph::Result::kReady);
   graph.Feed(0, NewSound(2000));
   graph.Feed(1, NewSound(2000));
-  ScopedFrame mixed(graph.Drain());
+  ScopedFrame mixed(graph.Receive());
   ASSERT_TRUE(mixed);
   EXPECT_EQ(mixed->format, AV_SAMPLE_FMT_S16);
   EXPECT_EQ(mixed->sample_rate, 48000);
@@ -112,7 +112,7 @@ TEST(AmixGraph, ALinesizeAboveThePayloadLeavesAsThePayload) {
   AmixGraph graph;
   ASSERT_EQ(graph.Build(1, kGoOn), AmixGraph::Result::kReady);
   graph.Feed(0, NewSound(2000, 482));
-  ScopedFrame mixed(graph.Drain());
+  ScopedFrame mixed(graph.Receive());
   ASSERT_TRUE(mixed);
   EXPECT_EQ(mixed->nb_samples, 482);
   EXPECT_EQ(mixed->linesize[0], 482 * 4);
@@ -124,7 +124,7 @@ TEST(AmixGraph, ThePtsOfAMixedFrameIsInMilliseconds) {
   // The sink gives 2000 ms as 96000 samples.
   for (const std::int64_t pts : {2000, 2021, 2042, 3600000}) {
     graph.Feed(0, NewSound(pts));
-    ScopedFrame mixed(graph.Drain());
+    ScopedFrame mixed(graph.Receive());
     ASSERT_TRUE(mixed);
     EXPECT_EQ(mixed->pts, pts);
   }
@@ -137,7 +137,7 @@ TEST(AmixGraph, SoundWithoutAChannelLayoutIsTakenAsStereo) {
   frame->ch_layout.order = AV_CHANNEL_ORDER_UNSPEC;
   frame->ch_layout.u.mask = 0;
   EXPECT_GE(graph.Feed(0, frame), 0);
-  ScopedFrame mixed(graph.Drain());
+  ScopedFrame mixed(graph.Receive());
   ASSERT_TRUE(mixed);
   EXPECT_EQ(support::FirstSample(mixed.Get()), 500);
 }
@@ -170,7 +170,7 @@ TEST(AmixGraph, BuildForNoInputsLeavesNoGraph) {
   ASSERT_EQ(graph.Build(2, kGoOn), AmixGraph::Result::kReady);
   EXPECT_EQ(graph.Build(0, kGoOn), AmixGraph::Result::kReady);
   EXPECT_EQ(graph.InputCount(), 0);
-  EXPECT_EQ(graph.Drain(), nullptr);
+  EXPECT_EQ(graph.Receive(), nullptr);
   EXPECT_LT(graph.Feed(0, NewSound(2000)), 0);
 }
 
@@ -193,7 +193,7 @@ TEST(AmixGraph, WithoutASinkTheLogSaysSo) {
   ASSERT_FALSE(log.Media(AV_LOG_ERROR).empty());
   EXPECT_EQ(log.Media(AV_LOG_ERROR)[0], "Cannot create buffer sink\n");
   EXPECT_LT(graph.Feed(0, NewSound(2000)), 0);
-  EXPECT_EQ(graph.Drain(), nullptr);
+  EXPECT_EQ(graph.Receive(), nullptr);
 }
 
 TEST(AmixGraph, WithoutASourceTheLogSaysSoWithTheArguments) {
@@ -239,7 +239,7 @@ TEST(AmixGraph, AFailedParseLeavesAGraphThatDropsWhatItIsGiven) {
   EXPECT_TRUE(probe.Records(Call::kConfigure).empty());
   EXPECT_EQ(graph.InputCount(), 2);
   EXPECT_LT(graph.Feed(1, NewSound(2000)), 0);
-  EXPECT_EQ(graph.Drain(), nullptr);
+  EXPECT_EQ(graph.Receive(), nullptr);
 }
 
 TEST(AmixGraph, AFailedConfigurationLeavesAGraphThatGivesNothing) {
@@ -250,7 +250,7 @@ TEST(AmixGraph, AFailedConfigurationLeavesAGraphThatGivesNothing) {
   EXPECT_EQ(graph.Build(2, kGoOn), AmixGraph::Result::kIncomplete);
   for (int input = 0; input < 2; ++input) {
     EXPECT_LT(graph.Feed(input, NewSound(2000)), 0);
-    EXPECT_EQ(graph.Drain(), nullptr);
+    EXPECT_EQ(graph.Receive(), nullptr);
   }
 }
 
@@ -264,6 +264,6 @@ TEST(AmixGraph, ANewBuildMendsAFailedOne) {
   }
   ASSERT_EQ(graph.Build(1, kGoOn), AmixGraph::Result::kReady);
   graph.Feed(0, NewSound(2000));
-  ScopedFrame mixed(graph.Drain());
+  ScopedFrame mixed(graph.Receive());
   EXPECT_TRUE(mixed);
 }

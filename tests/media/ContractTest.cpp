@@ -59,7 +59,7 @@ TEST_F(Contract, AMixingGraphBelongsToOneThread) {
   const std::atomic<bool> stop{false};
   media::AmixGraph graph;
   ASSERT_EQ(graph.Build(1, stop), media::AmixGraph::Result::kReady);
-  EXPECT_DEATH(Elsewhere([&] { graph.Drain(); }), "a mixing graph belongs to one thread");
+  EXPECT_DEATH(Elsewhere([&] { graph.Receive(); }), "a mixing graph belongs to one thread");
 }
 
 TEST_F(Contract, OneThreadDrawsAText) {

@@ -26,7 +26,7 @@ std::string Text(const MixFlags& flags) {
 
 }  // namespace
 
-TEST(EvictLagging, DropsWhatIsMoreThanASecondBehindInput0) {
+TEST(MixRulesEvictLagging, DropsWhatIsMoreThanASecondBehindInput0) {
   struct Case {
     std::vector<std::int64_t> lastPts;
     std::string before;
@@ -57,7 +57,7 @@ TEST(EvictLagging, DropsWhatIsMoreThanASecondBehindInput0) {
   }
 }
 
-TEST(EvictLagging, EntriesBeyondTheFlagsAndExtremeTimesDoNoHarm) {
+TEST(MixRulesEvictLagging, EntriesBeyondTheFlagsAndExtremeTimesDoNoHarm) {
   constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
   constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
   MixFlags flags(2);
@@ -69,7 +69,7 @@ TEST(EvictLagging, EntriesBeyondTheFlagsAndExtremeTimesDoNoHarm) {
   EXPECT_EQ(Text(flags), "11");
 }
 
-TEST(Joins, WithMoreThan25FramesOnceOnly) {
+TEST(MixRulesJoins, WithMoreThan25FramesOnceOnly) {
   EXPECT_FALSE(media::Joins(false, 0));
   EXPECT_FALSE(media::Joins(false, 25));
   EXPECT_TRUE(media::Joins(false, 26));
@@ -77,7 +77,7 @@ TEST(Joins, WithMoreThan25FramesOnceOnly) {
   EXPECT_FALSE(media::Joins(true, 26));
 }
 
-TEST(RankOf, CountsTheSetFlagsBelow) {
+TEST(MixRulesRankOf, CountsTheSetFlagsBelow) {
   MixFlags flags(4);
   Set(&flags, "1011");
   EXPECT_EQ(media::RankOf(flags, 0), 0);
@@ -85,7 +85,7 @@ TEST(RankOf, CountsTheSetFlagsBelow) {
   EXPECT_EQ(media::RankOf(flags, 3), 2);
 }
 
-TEST(FirstFree, IsTheLowestClearFlag) {
+TEST(MixRulesFirstFree, IsTheLowestClearFlag) {
   struct Case {
     std::string flags;
     int first;
