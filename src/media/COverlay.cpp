@@ -11,7 +11,6 @@
 extern "C" {
 #include <libavfilter/buffersink.h>
 #include <libavfilter/buffersrc.h>
-#include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
 }
 
@@ -245,13 +244,13 @@ int COverlay::Rebuild(const AVFrame* canvas) {
   if (wanted < 0) {
     return 0;
   }
-  text.content = media::VisiblePart(text.content, wanted, long{canvas->width} - text.x,
-                                    long{canvas->height} - text.y);
-  const int fontSize = std::min(wanted, media::LargestFontSize(text.content));
+  const media::DrawnText drawn = media::BoundText(
+      text.content, wanted, long{canvas->width} - text.x, long{canvas->height} - text.y);
+  text.content = drawn.text;
   int error = 0;
-  if (const char* step = BuildGraph(canvas, text, fontSize, &error)) {
+  if (const char* step = BuildGraph(canvas, text, drawn.fontSize, &error)) {
     av_log(nullptr, AV_LOG_ERROR, "Text layer stays empty: %s, font %s at size %d: %s\n", step,
-           kFontFile, fontSize, ffmpeg::ErrorText(error).c_str());
+           kFontFile, drawn.fontSize, ffmpeg::ErrorText(error).c_str());
     FreeGraph();
     return -1;
   }

@@ -17,7 +17,7 @@ constexpr long kKeptCharacters = 4096;
 
 constexpr std::size_t kPieces = 10;
 constexpr std::size_t kPieceCharacters = 100;
-constexpr std::size_t kLongestCharacter = 4;
+constexpr std::size_t kMaxCharacterBytes = 4;
 
 bool Continues(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
@@ -26,7 +26,7 @@ bool Continues(char byte) {
 // The end of the character that begins at start. Bytes that are no UTF-8 make characters too.
 std::size_t CharacterEnd(const std::string& text, std::size_t start) {
   std::size_t end = start + 1;
-  while (end < text.size() && end - start < kLongestCharacter && Continues(text[end])) {
+  while (end < text.size() && end - start < kMaxCharacterBytes && Continues(text[end])) {
     ++end;
   }
   return end;
@@ -134,6 +134,16 @@ std::string VisiblePart(const std::string& text, int fontSize, long width, long 
     }
   }
   return kept;
+}
+
+DrawnText BoundText(const std::string& text, int wantedFontSize, long width, long height) {
+  DrawnText drawn{VisiblePart(text, wantedFontSize, width, height), wantedFontSize};
+  // Smaller glyphs may bring more lines into sight, and these more different characters.
+  for (int largest = LargestFontSize(drawn.text); largest < drawn.fontSize;
+       largest = LargestFontSize(drawn.text)) {
+    drawn = {VisiblePart(text, largest, width, height), largest};
+  }
+  return drawn;
 }
 
 }  // namespace media

@@ -41,6 +41,14 @@ int LargestFontSize(const std::string& text);
 // they are. drawtext goes through every character for every frame, on the compose thread.
 std::string VisiblePart(const std::string& text, int fontSize, long width, long height);
 
+// What of a text is drawn, and how large: its visible part at the wanted size, or at the largest
+// that its glyphs may have, where more of it may show.
+struct DrawnText {
+  std::string text;
+  int fontSize = 0;
+};
+DrawnText BoundText(const std::string& text, int wantedFontSize, long width, long height);
+
 }  // namespace media
 
 #endif
