@@ -18,6 +18,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/Size.h"
+
 namespace platform {
 
 // A top-level window of any program. Zero is no window. Ordered by value.
@@ -26,15 +28,6 @@ using WindowHandle = std::uintptr_t;
 struct WindowInfo {
   WindowHandle handle = 0;
   std::string title;  // UTF-8, not empty, of 64 KiB at most where a stranger gives it
-};
-
-struct Size {
-  int width = 0;
-  int height = 0;
-  bool operator==(const Size& other) const {
-    return width == other.width && height == other.height;
-  }
-  bool operator!=(const Size& other) const { return !(*this == other); }
 };
 
 // Rows of 32-bit pixels, blue in the lowest byte, then green, red and one that means nothing;

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "media/NodeKind.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/PackedRows.h"
 #include "media/ffmpeg/Scoped.h"
@@ -24,7 +25,7 @@ platform::CaptureKind Kind(bool isAudio) {
 }  // namespace
 
 CInputDev::CInputDev(bool isAudio, std::string deviceName, int width, int height, int pixelFormat)
-    : CSrcInterface(isAudio ? 1 : 2, 1),
+    : CSrcInterface(isAudio ? media::kSoundDevice : media::kPictureDevice, 1),
       m_isAudio(isAudio),
       m_deviceName(std::move(deviceName)),
       m_pixelFormat(pixelFormat),
@@ -92,8 +93,12 @@ int CInputDev::Open() {
   return 0;
 }
 
+std::string CInputDev::Whose() const {
+  return "capture of \"" + m_deviceName + "\"";
+}
+
 int CInputDev::Fail(const std::string& cause) {
-  av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": %s\n", m_deviceName.c_str(), cause.c_str());
+  av_log(nullptr, AV_LOG_ERROR, "%s: %s\n", Whose().c_str(), cause.c_str());
   SetFailure(cause);
   return -1;
 }
@@ -159,7 +164,7 @@ bool CInputDev::ReadFailed(int error) {
     SDL_Delay(kNoPacketMs);
     return true;
   }
-  av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\" has ended: %s\n", m_deviceName.c_str(),
+  av_log(nullptr, AV_LOG_ERROR, "%s has ended: %s\n", Whose().c_str(),
          ffmpeg::ErrorText(error).c_str());
   return false;
 }
@@ -203,7 +208,7 @@ void CInputDev::HandleAudio() {
   const int samples = sound ? m_stereo.Convert(m_decoded, sound->data[0], room) : room;
   if (samples <= 0) {
     if (samples < 0) {
-      LogOnce("its sound can't be converted", samples);
+      m_conversionFault.Tell(Whose(), "its sound can't be converted", samples);
     }
     return;
   }
@@ -248,16 +253,8 @@ void CInputDev::PushConvertedPicture() {
   picture->pts = SDL_GetTicks();
   const int result = m_scaler.Convert(m_decoded, picture.Get());
   if (result < 0) {
-    LogOnce("its picture can't be converted", result);
+    m_conversionFault.Tell(Whose(), "its picture can't be converted", result);
     return;
   }
   PushVideo(picture.Get(), 0);
-}
-
-void CInputDev::LogOnce(const char* what, int error) {
-  if (!m_conversionLogged) {
-    m_conversionLogged = true;
-    av_log(nullptr, AV_LOG_ERROR, "capture of \"%s\": %s: %s\n", m_deviceName.c_str(), what,
-           ffmpeg::ErrorText(error).c_str());
-  }
 }

@@ -35,9 +35,10 @@
 #include "media/CSrcInterface.h"
 #include "media/Worker.h"
 #include "media/ffmpeg/FramePool.h"
+#include "media/ffmpeg/LogOnce.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "platform/CaptureLayer.h"
-#include "platform/WindowSystem.h"
+#include "platform/Size.h"
 #include "sources/SoundLevel.h"
 #include "sources/StereoConvert.h"
 
@@ -81,7 +82,7 @@ class CInputDev : public CSrcInterface {
   platform::Size OutputSize(const AVFrame* picture);
   void PushConvertedPicture();
   void PushSound(AVFrame* sound);
-  void LogOnce(const char* what, int error);
+  std::string Whose() const;
   bool IsCamera() const;
   void CloseDevice();
 
@@ -105,8 +106,8 @@ class CInputDev : public CSrcInterface {
   sources::SoundLevel m_level;                // the worker adds
   AVPacket* m_packet;                         // worker only, used again for every read
   ffmpeg::FramePool m_pictures;               // worker only
-  platform::Size m_outputSize;      // worker only; 0 x 0 until a picture has needed converting
-  bool m_conversionLogged = false;  // worker only
+  platform::Size m_outputSize;        // worker only; 0 x 0 until a picture has needed converting
+  ffmpeg::LogOnce m_conversionFault;  // worker only
 };
 
 #endif

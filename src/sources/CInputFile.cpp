@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "media/NodeKind.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "sources/Decoder.h"
 #include "sources/MediaFile.h"
@@ -19,7 +20,7 @@ constexpr std::size_t kAudioBufferSamples = 10240;
 }  // namespace
 
 CInputFile::CInputFile(std::string path)
-    : CSrcInterface(3, 1),
+    : CSrcInterface(media::kMediaFile, 1),
       m_path(std::move(path)),
       m_decoded(av_frame_alloc()),
       m_audioQueue(0),
@@ -98,8 +99,12 @@ bool CInputFile::OpenStream(AVMediaType medium, int* index, AVCodecContext** cod
   return result >= 0;
 }
 
+std::string CInputFile::Whose() const {
+  return "media file \"" + m_path + "\"";
+}
+
 int CInputFile::Fail(const std::string& cause) {
-  av_log(nullptr, AV_LOG_ERROR, "media file \"%s\": %s\n", m_path.c_str(), cause.c_str());
+  av_log(nullptr, AV_LOG_ERROR, "%s: %s\n", Whose().c_str(), cause.c_str());
   SetFailure(cause);
   CloseFile();
   return -1;

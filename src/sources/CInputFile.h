@@ -34,10 +34,10 @@ extern "C" {
 #include "media/CMyQueue.h"
 #include "media/CSrcInterface.h"
 #include "media/Worker.h"
-#include "media/ffmpeg/FramePool.h"
-#include "media/ffmpeg/PixelConvert.h"
+#include "media/ffmpeg/LogOnce.h"
 #include "sources/DeferredPackets.h"
 #include "sources/FilePace.h"
+#include "sources/FilmPicture.h"
 #include "sources/OpenDeadline.h"
 #include "sources/ReadAhead.h"
 #include "sources/StereoConvert.h"
@@ -81,9 +81,8 @@ class CInputFile : public CSrcInterface {
   void Decode(int streamIndex, const AVPacket* packet);
   void HandleAudio();
   void HandleVideo();
-  void QueueClone(CMyQueue* queue);
   void QueueSound(int samples, std::int64_t pts);
-  void LogOnce(bool* logged, const char* what, int error);
+  std::string Whose() const;
   sources::Ahead SoundAhead();
   sources::Ahead PictureAhead();
 
@@ -95,7 +94,7 @@ class CInputFile : public CSrcInterface {
   AVCodecContext* m_audioCodec = nullptr;
   AVCodecContext* m_videoCodec = nullptr;
   AVFrame* m_decoded;  // made by the constructor, used again for every frame
-  ffmpeg::PixelConvert m_scaler;
+  sources::FilmPicture m_film;
   media::Worker m_readThread;
   media::Worker m_paceThread;
   std::atomic<bool> m_running{false};
@@ -109,18 +108,15 @@ class CInputFile : public CSrcInterface {
   sources::OpenDeadline m_deadline;
   sources::DeferredPackets m_keptSound;
   sources::DeferredPackets m_keptPictures;
-  ffmpeg::FramePool m_pictures;
   AVPacket* m_packet;
-  int m_pictureWidth = 0;  // of the first picture; 0 before it
-  int m_pictureHeight = 0;
   std::int64_t m_nextSoundPts = 0;  // of the next frame, where the file gives none
   std::int64_t m_nextPicturePts = 0;
   bool m_drained = false;    // the decoder of stream 0 was told that there is no more
   bool m_skipToKey = false;  // pictures were left out; the next ones refer to them
-  bool m_readLogged = false;
-  bool m_dropLogged = false;
-  bool m_soundLogged = false;
-  bool m_pictureLogged = false;
+  ffmpeg::LogOnce m_readFault;
+  ffmpeg::LogOnce m_dropFault;
+  ffmpeg::LogOnce m_soundFault;
+  ffmpeg::LogOnce m_pictureFault;
 };
 
 #endif

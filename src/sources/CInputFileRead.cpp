@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "media/ffmpeg/ErrorText.h"
-#include "media/ffmpeg/PackedRows.h"
 #include "media/ffmpeg/Scoped.h"
 #include "sources/CInputFile.h"
 
@@ -54,7 +52,7 @@ sources::Ahead CInputFile::SoundAhead() {
 sources::Ahead CInputFile::PictureAhead() {
   sources::Ahead ahead;
   ahead.decoded = m_videoQueue.Size();
-  ahead.decodedBytes = INT64_C(3) * m_pictureWidth * m_pictureHeight * ahead.decoded;
+  ahead.decodedBytes = m_film.Bytes() * ahead.decoded;
   ahead.kept = m_keptPictures.Count();
   ahead.keptBytes = m_keptPictures.Bytes();
   return ahead;
@@ -102,7 +100,7 @@ void CInputFile::HandleReadError(int error) {
     return;
   }
   if (error != AVERROR_EOF && m_running) {
-    LogOnce(&m_readLogged, "can't be read on", error);
+    m_readFault.Tell(Whose(), "can't be read on", error);
   }
   DrainFirstStream();
   m_atEnd = m_keptSound.Count() == 0;
@@ -142,7 +140,8 @@ void CInputFile::TakePacket(AVPacket* packet) {
       break;
     case sources::PacketUse::Drop:
       m_skipToKey = true;
-      LogOnce(&m_dropLogged, "pictures too far ahead of the sound are left out", AVERROR(ENOBUFS));
+      m_dropFault.Tell(Whose(), "pictures too far ahead of the sound are left out",
+                       AVERROR(ENOBUFS));
       return;
   }
   m_skipToKey = m_skipToKey && sound;
@@ -166,42 +165,23 @@ void CInputFile::Decode(int streamIndex, const AVPacket* packet) {
   }
 }
 
-// Without memory the frame is left out: a null at the head of a queue would stand there for good.
-void CInputFile::QueueClone(CMyQueue* queue) {
-  if (AVFrame* clone = av_frame_clone(m_decoded)) {
-    queue->PushBack(clone);
-  }
-}
-
 void CInputFile::HandleVideo() {
-  if (ffmpeg::IsPackedRgb(m_decoded)) {
-    m_pictureWidth = m_decoded->width;
-    m_pictureHeight = m_decoded->height;
-    QueueClone(&m_videoQueue);
-    return;
+  int error = 0;
+  if (AVFrame* picture = m_film.Convert(m_decoded, &error)) {
+    m_videoQueue.PushBack(picture);
+  } else {
+    m_pictureFault.Tell(Whose(), "a picture can't be converted", error);
   }
-  // The size that the first picture got is kept: consumers have not been told of another one.
-  if (m_pictureWidth == 0) {
-    m_pictureWidth = m_decoded->width;
-    m_pictureHeight = m_decoded->height;
-  }
-  ffmpeg::ScopedFrame picture(m_pictures.Get(m_pictureWidth, m_pictureHeight, AV_PIX_FMT_RGB24));
-  const int result =
-      picture ? m_scaler.Convert(m_decoded, picture.Get()) : static_cast<int>(AVERROR(ENOMEM));
-  if (result < 0) {
-    LogOnce(&m_pictureLogged, "a picture can't be converted", result);
-    return;
-  }
-  picture->key_frame = m_decoded->key_frame;
-  picture->pts = m_decoded->pts;
-  m_videoQueue.PushBack(picture.Release());
 }
 
 void CInputFile::HandleAudio() {
   sources::CompleteLayout(m_decoded);
   if (sources::IsGraphSound(m_decoded)) {
     m_decoded->linesize[0] = m_decoded->nb_samples * sources::kSoundFrameBytes;
-    QueueClone(&m_audioQueue);
+    // Without memory the frame is left out: a null at the head of the queue would stay there.
+    if (AVFrame* clone = av_frame_clone(m_decoded)) {
+      m_audioQueue.PushBack(clone);
+    }
     return;
   }
   const int room = static_cast<int>(m_audioBuffer.size()) / sources::kSoundFrameBytes;
@@ -214,7 +194,7 @@ void CInputFile::HandleAudio() {
     samples = samples == room ? m_stereo.Convert(nullptr, m_audioBuffer.data(), room) : 0;
   }
   if (samples < 0) {
-    LogOnce(&m_soundLogged, "its sound can't be converted", samples);
+    m_soundFault.Tell(Whose(), "its sound can't be converted", samples);
   }
 }
 
@@ -228,12 +208,4 @@ void CInputFile::QueueSound(int samples, std::int64_t pts) {
   sound->linesize[0] = bytes;
   sound->pts = pts;
   m_audioQueue.PushBack(sound.Release());
-}
-
-void CInputFile::LogOnce(bool* logged, const char* what, int error) {
-  if (!*logged) {
-    *logged = true;
-    av_log(nullptr, AV_LOG_ERROR, "media file \"%s\": %s: %s\n", m_path.c_str(), what,
-           ffmpeg::ErrorText(error).c_str());
-  }
 }

@@ -10,6 +10,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include "media/NodeKind.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/FramePool.h"
 #include "media/ffmpeg/PixelConvert.h"
@@ -29,9 +30,9 @@ using ScopedFile = ffmpeg::Scoped<AVFormatContext, sources::CloseMediaFile>;
 // Fills packet with the file's first one and gives its picture; null with *cause on failure.
 AVFrame* DecodeFirst(AVFormatContext* file, int stream, AVPacket* packet, std::string* cause) {
   ffmpeg::ScopedCodec codec;
-  int result = sources::OpenDecoder(file->streams[stream]->codecpar,
-                                    file->streams[stream]->time_base, sources::DecoderThreads::One,
-                                    sources::kMostStillPixels, codec.Address());
+  int result =
+      sources::OpenDecoder(file->streams[stream]->codecpar, file->streams[stream]->time_base,
+                           sources::DecoderThreads::One, sources::kMaxStillPixels, codec.Address());
   if (result >= 0) {
     result = av_read_frame(file, packet);
   }
@@ -51,7 +52,7 @@ AVFrame* DecodeFirst(AVFormatContext* file, int stream, AVPacket* packet, std::s
   }
   if (result < 0) {
     *cause = ffmpeg::ErrorText(result) + " (damaged, or of more than " +
-             std::to_string(sources::kMostStillPixels) + " pixels)";
+             std::to_string(sources::kMaxStillPixels) + " pixels)";
     return nullptr;
   }
   return frame.Release();
@@ -78,7 +79,9 @@ AVFrame* ToPackedRgb(const AVFrame* decoded, const platform::Size& canvas, std::
 }  // namespace
 
 CInputPic::CInputPic(std::string path)
-    : CSrcInterface(4, 1), m_path(std::move(path)), m_catalogue(DeviceCatalogue::Instance()) {}
+    : CSrcInterface(media::kPicture, 1),
+      m_path(std::move(path)),
+      m_catalogue(DeviceCatalogue::Instance()) {}
 
 CInputPic::~CInputPic() {
   av_frame_free(&m_picture);
@@ -110,7 +113,7 @@ int CInputPic::Open() {
     std::printf("Couldn't open input stream.\n");
     return failed();
   }
-  const int found = sources::FindStreamInfo(file.Get(), sources::kMostStillPixels);
+  const int found = sources::FindStreamInfo(file.Get(), sources::kMaxStillPixels);
   if (found < 0) {
     std::printf("Couldn't find stream information.\n");
     cause = ffmpeg::ErrorText(found);

@@ -4,22 +4,20 @@
 
 #include <utility>
 
+#include "media/NodeKind.h"
 #include "media/ffmpeg/ErrorText.h"
-#include "media/ffmpeg/PackedRows.h"
-#include "media/ffmpeg/Scoped.h"
 #include "sources/Decoder.h"
 #include "sources/MediaFile.h"
 
 namespace {
 
-constexpr int kFileKind = 3;
 constexpr int kIdleMs = 10;
 constexpr AVRational kMilliseconds{1, 1000};
 
 }  // namespace
 
 CInputSilentFile::CInputSilentFile(std::string path)
-    : CSrcInterface(kFileKind, 1),
+    : CSrcInterface(media::kMediaFile, 1),
       m_path(std::move(path)),
       m_packet(av_packet_alloc()),
       m_decoded(av_frame_alloc()) {}
@@ -74,8 +72,12 @@ int CInputSilentFile::Open() {
   return 0;
 }
 
+std::string CInputSilentFile::Whose() const {
+  return "media file \"" + m_path + "\"";
+}
+
 int CInputSilentFile::Fail(const std::string& cause) {
-  av_log(nullptr, AV_LOG_ERROR, "media file \"%s\": %s\n", m_path.c_str(), cause.c_str());
+  av_log(nullptr, AV_LOG_ERROR, "%s: %s\n", Whose().c_str(), cause.c_str());
   SetFailure(cause);
   CloseFile();
   return -1;
@@ -86,7 +88,7 @@ int CInputSilentFile::Stop() {
     return 0;
   }
   m_running = false;
-  m_deadline.Raise();  // ends a read that hangs
+  m_deadline.Raise();  // ends a search between two reads
   m_thread.Join();
   CloseFile();
   return 0;
@@ -97,8 +99,7 @@ void CInputSilentFile::CloseFile() {
   avcodec_free_context(&m_codec);
   sources::CloseMediaFile(&m_file);
   m_stream = -1;
-  m_width = 0;
-  m_height = 0;
+  m_film.Reset();
   m_nextPts = 0;
   m_ended = false;
 }
@@ -150,7 +151,11 @@ void CInputSilentFile::DecodeNext() {
   m_nextPts = static_cast<std::int64_t>(
       static_cast<std::uint64_t>(m_decoded->pts) +
       static_cast<std::uint64_t>(av_rescale_q(m_decoded->pkt_duration, base, kMilliseconds)));
-  m_next = Converted();
+  int error = 0;
+  m_next = m_film.Convert(m_decoded, &error);
+  if (m_next == nullptr) {
+    m_fault.Tell(Whose(), "a picture can't be converted", error);
+  }
   av_frame_unref(m_decoded);
 }
 
@@ -163,7 +168,7 @@ bool CInputSilentFile::FeedDecoder() {
   }
   if (result < 0) {
     if (result != AVERROR_EOF && m_running) {
-      LogOnce("can't be read on", result);
+      m_fault.Tell(Whose(), "can't be read on", result);
     }
     return false;
   }
@@ -172,34 +177,4 @@ bool CInputSilentFile::FeedDecoder() {
   }
   av_packet_unref(m_packet);
   return true;
-}
-
-// The size that the first picture got is kept: consumers have not been told of another one.
-AVFrame* CInputSilentFile::Converted() {
-  if (m_width == 0) {
-    m_width = m_decoded->width;
-    m_height = m_decoded->height;
-  }
-  if (ffmpeg::IsPackedRgb(m_decoded) && m_decoded->width == m_width &&
-      m_decoded->height == m_height) {
-    return av_frame_clone(m_decoded);
-  }
-  ffmpeg::ScopedFrame picture(m_pictures.Get(m_width, m_height, AV_PIX_FMT_RGB24));
-  const int result =
-      picture ? m_convert.Convert(m_decoded, picture.Get()) : static_cast<int>(AVERROR(ENOMEM));
-  if (result < 0) {
-    LogOnce("a picture can't be converted", result);
-    return nullptr;
-  }
-  picture->key_frame = m_decoded->key_frame;
-  picture->pts = m_decoded->pts;
-  return picture.Release();
-}
-
-void CInputSilentFile::LogOnce(const char* what, int error) {
-  if (!m_logged) {
-    m_logged = true;
-    av_log(nullptr, AV_LOG_ERROR, "media file \"%s\": %s: %s\n", m_path.c_str(), what,
-           ffmpeg::ErrorText(error).c_str());
-  }
 }

@@ -12,8 +12,9 @@
 // Threads: Start, Stop and deletion on the user interface thread. One worker, "film", reads,
 // decodes one picture ahead, and lets it go; it owns the file from Start to Stop.
 //
-// Failure: a file that can't be played makes Start -1, within 5 s also when its disk stalls, with
-// the cause in Failure and in the log. What can't be decoded is left out.
+// Failure: a file that can't be played makes Start -1, within 5 s also where it is made to keep its
+// reader busy, with the cause in Failure and in the log. A read that the kernel holds, on a network
+// disk that is gone, holds Start and Stop too. What can't be decoded is left out.
 #ifndef ORVANE_SOURCES_CINPUTSILENTFILE_H
 #define ORVANE_SOURCES_CINPUTSILENTFILE_H
 
@@ -28,9 +29,9 @@ extern "C" {
 
 #include "media/CSrcInterface.h"
 #include "media/Worker.h"
-#include "media/ffmpeg/FramePool.h"
-#include "media/ffmpeg/PixelConvert.h"
+#include "media/ffmpeg/LogOnce.h"
 #include "sources/FilePace.h"
+#include "sources/FilmPicture.h"
 #include "sources/OpenDeadline.h"
 
 class CInputSilentFile : public CSrcInterface {
@@ -54,8 +55,7 @@ class CInputSilentFile : public CSrcInterface {
   void CloseFile();
   void DecodeNext();
   bool FeedDecoder();
-  AVFrame* Converted();
-  void LogOnce(const char* what, int error);
+  std::string Whose() const;
 
   std::string m_path;
   media::Worker m_thread;
@@ -69,13 +69,10 @@ class CInputSilentFile : public CSrcInterface {
   AVPacket* m_packet;
   AVFrame* m_decoded;
   AVFrame* m_next = nullptr;  // waits for its time
-  ffmpeg::PixelConvert m_convert;
-  ffmpeg::FramePool m_pictures;
-  int m_width = 0;  // of the first picture; 0 before it
-  int m_height = 0;
+  sources::FilmPicture m_film;
   std::int64_t m_nextPts = 0;  // of the next picture, where the file gives none
   bool m_ended = false;        // all that the file holds has been decoded
-  bool m_logged = false;
+  ffmpeg::LogOnce m_fault;
 };
 
 #endif

@@ -2,11 +2,12 @@
 
 #include <SDL.h>
 
+#include "media/NodeKind.h"
 #include "media/ffmpeg/Scoped.h"
 #include "platform/SoundFormat.h"
 #include "sources/DeviceCatalogue.h"
 
-CInputSlience::CInputSlience() : CSrcInterface(0, 1), m_stop(false) {}
+CInputSlience::CInputSlience() : CSrcInterface(media::kNoSource, 1), m_stop(false) {}
 
 CInputSlience::~CInputSlience() = default;
 

@@ -2,7 +2,10 @@
 
 #include <SDL.h>
 
-#include "media/ffmpeg/ErrorText.h"
+#include <cstdio>
+
+#include "media/NodeKind.h"
+#include "media/ffmpeg/FrameMarks.h"
 #include "media/ffmpeg/Scoped.h"
 
 extern "C" {
@@ -11,7 +14,6 @@ extern "C" {
 
 namespace {
 
-constexpr int kWindowKind = 5;
 constexpr std::uint32_t kPollMs = 5;
 
 bool IsEmpty(const platform::Size& size) {
@@ -30,7 +32,7 @@ void Wrap(const platform::GrabbedPicture& picture, AVFrame* frame) {
 }  // namespace
 
 CWndCapture::CWndCapture(platform::WindowHandle window)
-    : CSrcInterface(kWindowKind, 1), m_window(window), m_queue(0), m_stop(false) {}
+    : CSrcInterface(media::kWindow, 1), m_window(window), m_queue(0), m_stop(false) {}
 
 CWndCapture::~CWndCapture() = default;
 
@@ -50,6 +52,12 @@ void CWndCapture::Run() {
   }
 }
 
+std::string CWndCapture::Whose() const {
+  char text[32];
+  std::snprintf(text, sizeof text, "window 0x%zx", static_cast<std::size_t>(m_window));
+  return text;
+}
+
 std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {
   std::unique_ptr<platform::WindowGrabber> grabber =
       platform::WindowSystem::Current().Open(m_window);
@@ -61,8 +69,7 @@ std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {
   }
   const platform::Size size = grabber ? grabber->ClientSize() : platform::Size();
   if (IsEmpty(size)) {
-    av_log(nullptr, AV_LOG_ERROR, "window 0x%zx: nothing to capture\n",
-           static_cast<std::size_t>(m_window));
+    av_log(nullptr, AV_LOG_ERROR, "%s: nothing to capture\n", Whose().c_str());
     SetFailure("nothing to capture");
     return nullptr;
   }
@@ -109,16 +116,12 @@ void CWndCapture::PushPicture(Capture* capture, const platform::GrabbedPicture& 
   frame->pts = SDL_GetTicks();
   const int error = capture->convert.Convert(source.Get(), frame.Get());
   if (error < 0) {
-    if (!capture->failureLogged) {
-      capture->failureLogged = true;
-      av_log(nullptr, AV_LOG_ERROR, "window 0x%zx: %s\n", static_cast<std::size_t>(m_window),
-             ffmpeg::ErrorText(error).c_str());
-    }
+    capture->fault.Tell(Whose(), "its picture can't be converted", error);
     return;
   }
   if (capture->resized) {
     capture->resized = false;
-    frame->opaque = frame->data[0];
+    ffmpeg::MarkNewSize(frame.Get());
   }
   PushVideo(frame.Get(), 0);
 }

@@ -19,11 +19,13 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 
 #include "media/CSrcInterface.h"
 #include "media/PacedTicker.h"
 #include "media/Worker.h"
 #include "media/ffmpeg/FramePool.h"
+#include "media/ffmpeg/LogOnce.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "platform/WindowSystem.h"
 
@@ -42,7 +44,7 @@ class CWndCapture : public CSrcInterface {
     std::unique_ptr<platform::WindowGrabber> grabber;
     platform::Size size;   // of the client area at the last tick
     bool resized = false;  // since the last frame
-    bool failureLogged = false;
+    ffmpeg::LogOnce fault;
     media::PacedTicker ticker;
     ffmpeg::FramePool pool;
     ffmpeg::PixelConvert convert;
@@ -57,6 +59,7 @@ class CWndCapture : public CSrcInterface {
   void Run();
   void Tick(Capture* capture);
   void PushPicture(Capture* capture, const platform::GrabbedPicture& picture);
+  std::string Whose() const;
 
   media::Worker m_thread;
   platform::WindowHandle m_window;

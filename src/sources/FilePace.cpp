@@ -16,13 +16,13 @@ std::int64_t Difference(std::int64_t a, std::int64_t b) {
 
 }  // namespace
 
-std::int32_t WaitFor(std::uint32_t wallStart, std::int64_t firstPts, std::uint32_t now,
-                     std::int64_t framePts) {
+std::int32_t FilePace::WaitFor(std::uint32_t wallStart, std::int64_t firstPts, std::uint32_t now,
+                               std::int64_t framePts) {
   const auto offset = static_cast<std::uint32_t>(Difference(framePts, firstPts));
   return static_cast<std::int32_t>(wallStart - now + offset);
 }
 
-std::uint32_t SleepFor(std::int32_t wait) {
+std::uint32_t FilePace::SleepFor(std::int32_t wait) {
   if (wait >= 11) {
     return static_cast<std::uint32_t>(std::min(wait - 5, 100));
   }

@@ -30,6 +30,12 @@ class FilePace {
   // The new time stamp of a picture that leaves with the sound.
   std::int64_t PictureStamp(std::int64_t framePts) const;
 
+  // The remaining wait in milliseconds, counted in 32 bits; 0 or less: now.
+  static std::int32_t WaitFor(std::uint32_t wallStart, std::int64_t firstPts, std::uint32_t now,
+                              std::int64_t framePts);
+  // How long to sleep for a wait: most of it at once, the last 10 ms in another step.
+  static std::uint32_t SleepFor(std::int32_t wait);
+
  private:
   bool m_begun = false;
   std::uint64_t m_lastTurn = 0;
@@ -39,12 +45,6 @@ class FilePace {
   std::int64_t m_released = 0;  // samples
   int m_drift = 0;
 };
-
-// The remaining wait in milliseconds, counted in 32 bits; 0 or less: now.
-std::int32_t WaitFor(std::uint32_t wallStart, std::int64_t firstPts, std::uint32_t now,
-                     std::int64_t framePts);
-// How long to sleep for a wait: most of it at once, the last 10 ms in another step.
-std::uint32_t SleepFor(std::int32_t wait);
 
 }  // namespace sources
 

@@ -5,14 +5,14 @@ namespace sources {
 namespace {
 
 constexpr int kEnoughFrames = 50;
-constexpr int kMostFrames = 250;
+constexpr int kMaxFrames = 250;
 // A third of a second of 720p at 25 frames; larger pictures keep eight frames all the same. More
 // would only take memory: what waits compressed decodes faster than it plays.
-constexpr std::int64_t kMostPictureBytes = 24LL * 1024 * 1024;
-constexpr int kFewestPictures = 8;
+constexpr std::int64_t kMaxPictureBytes = 24LL * 1024 * 1024;
+constexpr int kMinPictures = 8;
 // Hours of compressed sound, or minutes of compressed pictures.
-constexpr std::int64_t kMostKeptSound = 16LL * 1024 * 1024;
-constexpr std::int64_t kMostKeptPictures = 64LL * 1024 * 1024;
+constexpr std::int64_t kMaxKeptSound = 16LL * 1024 * 1024;
+constexpr std::int64_t kMaxKeptPictures = 64LL * 1024 * 1024;
 
 bool FarEnough(const Ahead& stream) {
   return stream.decoded + stream.kept > kEnoughFrames;
@@ -21,12 +21,12 @@ bool FarEnough(const Ahead& stream) {
 }  // namespace
 
 bool SoundIsFull(const Ahead& sound) {
-  return sound.decoded >= kMostFrames;
+  return sound.decoded >= kMaxFrames;
 }
 
 bool PictureIsFull(const Ahead& picture) {
-  return picture.decoded >= kMostFrames ||
-         (picture.decoded >= kFewestPictures && picture.decodedBytes >= kMostPictureBytes);
+  return picture.decoded >= kMaxFrames ||
+         (picture.decoded >= kMinPictures && picture.decodedBytes >= kMaxPictureBytes);
 }
 
 ReadStep NextReadStep(const Ahead& sound, const Ahead& picture) {
@@ -42,7 +42,7 @@ ReadStep NextReadStep(const Ahead& sound, const Ahead& picture) {
   // Sound drains by itself, and takes the pictures with it. Without sound nothing drains: then
   // reading goes on in search of it.
   const bool playing = sound.decoded > 0;
-  if (sound.keptBytes >= kMostKeptSound || (picture.keptBytes >= kMostKeptPictures && playing)) {
+  if (sound.keptBytes >= kMaxKeptSound || (picture.keptBytes >= kMaxKeptPictures && playing)) {
     return ReadStep::Wait;
   }
   return ReadStep::Read;
@@ -54,7 +54,7 @@ PacketUse UseOfSound(const Ahead& sound) {
 }
 
 PacketUse UseOfPicture(const Ahead& picture) {
-  if (picture.keptBytes >= kMostKeptPictures) {
+  if (picture.keptBytes >= kMaxKeptPictures) {
     return PacketUse::Drop;
   }
   return picture.kept > 0 || PictureIsFull(picture) ? PacketUse::Keep : PacketUse::Decode;

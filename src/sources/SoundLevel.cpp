@@ -47,7 +47,7 @@ void SoundLevel::Add(const std::int16_t* samples, int count) {
   std::uint64_t after = 0;
   do {
     Parts parts = Unpack(before);
-    if (parts.blocks == kMostBlocks) {
+    if (parts.blocks == kMaxBlocks) {
       parts = {};
     }
     parts.peak = std::max(parts.peak, static_cast<std::uint64_t>(peak));

@@ -4,7 +4,7 @@
 // come together since the last time. Both channels count as one sound. The whole measurement is one
 // atomic word, so it is read as one, without a lock and without ever holding up the capture.
 //
-// When nobody takes it for kMostBlocks blocks (2.5 s of captured sound), the measurement begins
+// When nobody takes it for kMaxBlocks blocks (2.5 s of captured sound), the measurement begins
 // anew: what a meter shows is of now.
 //
 // Threads: one adds, one takes. A block weighs as much as any other, whatever its length; the
@@ -25,7 +25,7 @@ struct SoundMeasure {
 
 class SoundLevel {
  public:
-  static constexpr int kMostBlocks = 255;
+  static constexpr int kMaxBlocks = 255;
 
   // samples: interleaved, of all channels; count: how many in all.
   void Add(const std::int16_t* samples, int count);

@@ -16,8 +16,8 @@ namespace sources {
 namespace {
 
 // Outside of this a rate is a damaged header, and one frame would grow into minutes of sound.
-constexpr int kLowestRate = 2000;
-constexpr int kHighestRate = 768000;
+constexpr int kMinRate = 2000;
+constexpr int kMaxRate = 768000;
 
 }  // namespace
 
@@ -62,7 +62,7 @@ int StereoConvert::Prepare(const AVFrame* frame) {
     return 0;
   }
   Reset();
-  if (frame->sample_rate < kLowestRate || frame->sample_rate > kHighestRate) {
+  if (frame->sample_rate < kMinRate || frame->sample_rate > kMaxRate) {
     return AVERROR_INVALIDDATA;
   }
   int result = av_channel_layout_copy(&m_layout, &frame->ch_layout);

@@ -11,20 +11,20 @@
 #include <cmath>
 #include <cstdint>
 
-#include "platform/WindowSystem.h"
+#include "platform/Size.h"
 
 namespace sources {
 
 // Of the pictures that are taken at all.
-inline constexpr std::int64_t kMostStillPixels = 200'000'000;
-inline constexpr std::int64_t kMostKeptPixels = 8'300'000;
+inline constexpr std::int64_t kMaxStillPixels = 200'000'000;
+inline constexpr std::int64_t kMaxKeptPixels = 8'300'000;
 
 inline platform::Size KeptSize(const platform::Size& picture, const platform::Size& canvas) {
   const double pixels = static_cast<double>(picture.width) * picture.height;
-  if (pixels <= static_cast<double>(kMostKeptPixels)) {
+  if (pixels <= static_cast<double>(kMaxKeptPixels)) {
     return picture;
   }
-  const double factor = std::sqrt(static_cast<double>(kMostKeptPixels) / pixels);
+  const double factor = std::sqrt(static_cast<double>(kMaxKeptPixels) / pixels);
   const auto side = [factor](int length, int needed) {
     return std::max(static_cast<int>(length * factor), std::min(length, needed));
   };

@@ -169,7 +169,7 @@ TEST_P(CInputFileFormats, PlaysItsPicturesInOrderAndItsSound) {
   EXPECT_LT(support::ToneStrength(middle, 0, 1300), 0.02);
 }
 
-INSTANTIATE_TEST_SUITE_P(Containers, CInputFileFormats,
+INSTANTIATE_TEST_SUITE_P(CInputFile, CInputFileFormats,
                          ::testing::Values(Format{"a.mp4", "libx264", "aac", 48000, 2},
                                            Format{"mono.mkv", "libx264", "aac", 44100, 1},
                                            Format{"surround.mp4", "libx264", "aac", 48000, 6},

@@ -93,7 +93,7 @@ TEST_P(CInputSilentFileFormats, ShowsEveryPictureAtItsTime) {
   EXPECT_EQ(m_width, 160);
 }
 
-INSTANTIATE_TEST_SUITE_P(Containers, CInputSilentFileFormats,
+INSTANTIATE_TEST_SUITE_P(CInputSilentFile, CInputSilentFileFormats,
                          testing::Values(Kind{"a.mp4", "libx264"}, Kind{"a.mkv", "libx264"},
                                          Kind{"a.flv", "libx264"}, Kind{"a.ts", "mpeg2video"},
                                          Kind{"a.avi", "mpeg4"}, Kind{"a.mov", "mjpeg"}));

@@ -30,10 +30,10 @@ class Node : public CWndCapture {
   using CWndCapture::Turn;
 };
 
-class WindowCapture : public ::testing::Test {
+class CWndCaptureTest : public ::testing::Test {
  protected:
-  WindowCapture() { WindowSystem::Install(&m_system); }
-  ~WindowCapture() override {
+  CWndCaptureTest() { WindowSystem::Install(&m_system); }
+  ~CWndCaptureTest() override {
     m_capture.reset();
     WindowSystem::Install(nullptr);
   }
@@ -79,7 +79,7 @@ class WindowCapture : public ::testing::Test {
   std::unique_ptr<Node::Capture> m_capture;
 };
 
-TEST_F(WindowCapture, SendsThePictureAsPackedRgb24) {
+TEST_F(CWndCaptureTest, SendsThePictureAsPackedRgb24) {
   m_system.SetPadding(20);
   Begin({61, 33}, 0x123456);
   DropAll();
@@ -99,7 +99,7 @@ TEST_F(WindowCapture, SendsThePictureAsPackedRgb24) {
   EXPECT_EQ(Pixel(frame, 12, 7), 0x123456U);
 }
 
-TEST_F(WindowCapture, StampsFramesWithTheClock) {
+TEST_F(CWndCaptureTest, StampsFramesWithTheClock) {
   Begin();
   const ffmpeg::ScopedFrame first = Take();
   EXPECT_EQ(first->pts, 1000);
@@ -110,7 +110,7 @@ TEST_F(WindowCapture, StampsFramesWithTheClock) {
   EXPECT_LT(second->pts, 1050);
 }
 
-TEST_F(WindowCapture, AFrameStaysAsItWasWhenTheNextOneIsMade) {
+TEST_F(CWndCaptureTest, AFrameStaysAsItWasWhenTheNextOneIsMade) {
   Begin({8, 8}, 0xff0000);
   const ffmpeg::ScopedFrame first = Take();
   m_system.Fill(m_window, 0x00ff00);
@@ -120,12 +120,12 @@ TEST_F(WindowCapture, AFrameStaysAsItWasWhenTheNextOneIsMade) {
   EXPECT_EQ(Pixel(second, 3, 3), 0x00ff00U);
 }
 
-TEST_F(WindowCapture, TheFirstFrameCarriesNoMarker) {
+TEST_F(CWndCaptureTest, TheFirstFrameCarriesNoMarker) {
   Begin();
   EXPECT_FALSE(Marked(Take()));
 }
 
-TEST_F(WindowCapture, AWindowWithoutClientAreaAtStartEndsTheWorkerAtOnce) {
+TEST_F(CWndCaptureTest, AWindowWithoutClientAreaAtStartEndsTheWorkerAtOnce) {
   for (const Size size : {Size{0, 0}, Size{0, 48}, Size{64, 0}}) {
     const WindowHandle window = m_system.Add("empty", size, 0);
     Node node(window);
@@ -133,7 +133,7 @@ TEST_F(WindowCapture, AWindowWithoutClientAreaAtStartEndsTheWorkerAtOnce) {
   }
 }
 
-TEST_F(WindowCapture, AWindowWithoutClientAreaAtStartStaysEmptyWhateverItDoesLater) {
+TEST_F(CWndCaptureTest, AWindowWithoutClientAreaAtStartStaysEmptyWhateverItDoesLater) {
   const WindowHandle window = m_system.Add("empty", {0, 0}, 0);
   CWndCapture node(window);
   node.AddVideoOutput(&m_recorder);
@@ -148,12 +148,12 @@ TEST_F(WindowCapture, AWindowWithoutClientAreaAtStartStaysEmptyWhateverItDoesLat
   EXPECT_EQ(m_system.OpenCount(), 1);
 }
 
-TEST_F(WindowCapture, AWindowThatIsGoneAtStartEndsTheWorkerAtOnce) {
+TEST_F(CWndCaptureTest, AWindowThatIsGoneAtStartEndsTheWorkerAtOnce) {
   Node node(0x77);
   EXPECT_FALSE(node.SetUp());
 }
 
-TEST_F(WindowCapture, AClosedWindowLeavesTheLastPictureAndTheWorkerGoesOn) {
+TEST_F(CWndCaptureTest, AClosedWindowLeavesTheLastPictureAndTheWorkerGoesOn) {
   Begin();
   DropAll();
   const int grabs = m_system.GrabCount();
@@ -164,7 +164,7 @@ TEST_F(WindowCapture, AClosedWindowLeavesTheLastPictureAndTheWorkerGoesOn) {
   EXPECT_EQ(m_system.GrabCount(), grabs);
 }
 
-TEST_F(WindowCapture, AWindowClosedDuringAGrabGivesNoFrame) {
+TEST_F(CWndCaptureTest, AWindowClosedDuringAGrabGivesNoFrame) {
   Begin();
   DropAll();
   m_system.BeforeNextGrab([this] { m_system.Close(m_window); });
@@ -173,7 +173,7 @@ TEST_F(WindowCapture, AWindowClosedDuringAGrabGivesNoFrame) {
   EXPECT_EQ(m_recorder.VideoCount(), 0);
 }
 
-TEST_F(WindowCapture, AMinimisedWindowKeepsItsLastPictureUntilItIsRestored) {
+TEST_F(CWndCaptureTest, AMinimisedWindowKeepsItsLastPictureUntilItIsRestored) {
   Begin();
   DropAll();
   const int grabs = m_system.GrabCount();
@@ -188,7 +188,7 @@ TEST_F(WindowCapture, AMinimisedWindowKeepsItsLastPictureUntilItIsRestored) {
   EXPECT_FALSE(Marked(Take()));
 }
 
-TEST_F(WindowCapture, RestoringCountsAsAResizeWhereAMinimisedWindowHasNoSize) {
+TEST_F(CWndCaptureTest, RestoringCountsAsAResizeWhereAMinimisedWindowHasNoSize) {
   m_system.TellNoSizeWhileMinimised();
   Begin();
   DropAll();
@@ -203,7 +203,7 @@ TEST_F(WindowCapture, RestoringCountsAsAResizeWhereAMinimisedWindowHasNoSize) {
   EXPECT_EQ(frame->width, 64);
 }
 
-TEST_F(WindowCapture, TheFirstFrameAfterAResizeAloneCarriesTheMarker) {
+TEST_F(CWndCaptureTest, TheFirstFrameAfterAResizeAloneCarriesTheMarker) {
   Begin({64, 48});
   DropAll();
   m_system.Resize(m_window, {80, 20});
@@ -219,7 +219,7 @@ TEST_F(WindowCapture, TheFirstFrameAfterAResizeAloneCarriesTheMarker) {
   EXPECT_EQ(second->opaque, nullptr);
 }
 
-TEST_F(WindowCapture, TheMarkerWaitsForTheFirstFrameOfTheNewSize) {
+TEST_F(CWndCaptureTest, TheMarkerWaitsForTheFirstFrameOfTheNewSize) {
   Begin({64, 48});
   DropAll();
   m_system.Resize(m_window, {80, 20});
@@ -231,7 +231,7 @@ TEST_F(WindowCapture, TheMarkerWaitsForTheFirstFrameOfTheNewSize) {
   EXPECT_TRUE(Marked(Take()));
 }
 
-TEST_F(WindowCapture, AWindowResizedDuringAGrabGivesNoFrameAndThenAMarkedOne) {
+TEST_F(CWndCaptureTest, AWindowResizedDuringAGrabGivesNoFrameAndThenAMarkedOne) {
   Begin({64, 48});
   DropAll();
   m_system.BeforeNextGrab([this] { m_system.Resize(m_window, {640, 480}); });
@@ -244,7 +244,7 @@ TEST_F(WindowCapture, AWindowResizedDuringAGrabGivesNoFrameAndThenAMarkedOne) {
   EXPECT_TRUE(Marked(frame));
 }
 
-TEST_F(WindowCapture, ASizeOfZeroIsTakenUpLikeAnyOther) {
+TEST_F(CWndCaptureTest, ASizeOfZeroIsTakenUpLikeAnyOther) {
   Begin({64, 48});
   DropAll();
   m_system.Resize(m_window, {0, 0});
@@ -259,7 +259,7 @@ TEST_F(WindowCapture, ASizeOfZeroIsTakenUpLikeAnyOther) {
   EXPECT_TRUE(Marked(frame));
 }
 
-TEST_F(WindowCapture, RunsTwentyFiveTimesASecond) {
+TEST_F(CWndCaptureTest, RunsTwentyFiveTimesASecond) {
   Begin();
   for (int i = 1; i < 25 * 4; ++i) {
     Tick();
@@ -268,14 +268,14 @@ TEST_F(WindowCapture, RunsTwentyFiveTimesASecond) {
   EXPECT_EQ(m_clock.Now(), 1000U + 4000U);
 }
 
-TEST_F(WindowCapture, SleepsUntilTheTickIsDue) {
+TEST_F(CWndCaptureTest, SleepsUntilTheTickIsDue) {
   Begin();
   m_clock.TakeDelays();
   Tick();
   EXPECT_EQ(m_clock.TakeDelays(), std::vector<std::uint32_t>{40});
 }
 
-TEST_F(WindowCapture, ATickWithoutAFrameIsNotMadeUpFor) {
+TEST_F(CWndCaptureTest, ATickWithoutAFrameIsNotMadeUpFor) {
   Begin();
   m_system.RefuseGrabs(true);
   for (int i = 0; i < 10; ++i) {
@@ -288,7 +288,7 @@ TEST_F(WindowCapture, ATickWithoutAFrameIsNotMadeUpFor) {
   EXPECT_EQ(m_recorder.VideoCount(), 2);
 }
 
-TEST_F(WindowCapture, ALateWorkerTakesTheMissedTicksAtOnce) {
+TEST_F(CWndCaptureTest, ALateWorkerTakesTheMissedTicksAtOnce) {
   Begin();
   DropAll();
   m_clock.Advance(400);
@@ -296,7 +296,7 @@ TEST_F(WindowCapture, ALateWorkerTakesTheMissedTicksAtOnce) {
   EXPECT_EQ(m_recorder.VideoCount(), 11);
 }
 
-TEST_F(WindowCapture, ASuspendedMachineIsNotMadeUpFor) {
+TEST_F(CWndCaptureTest, ASuspendedMachineIsNotMadeUpFor) {
   Begin();
   DropAll();
   m_clock.Advance(60000);
@@ -305,7 +305,7 @@ TEST_F(WindowCapture, ASuspendedMachineIsNotMadeUpFor) {
   EXPECT_EQ(m_recorder.VideoCount(), 1);
 }
 
-TEST_F(WindowCapture, StartCapturesUntilStop) {
+TEST_F(CWndCaptureTest, StartCapturesUntilStop) {
   const WindowHandle window = m_system.Add("window", {8, 8}, 0x445566);
   CWndCapture node(window);
   node.AddVideoOutput(&m_recorder);

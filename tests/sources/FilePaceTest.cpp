@@ -14,17 +14,17 @@ constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
 }  // namespace
 
 TEST(FilePace, TheWaitIsWhatTheFileIsAheadOfTheClock) {
-  EXPECT_EQ(sources::WaitFor(1000, 0, 1000, 0), 0);
-  EXPECT_EQ(sources::WaitFor(1000, 0, 1000, 21), 21);
-  EXPECT_EQ(sources::WaitFor(1000, 0, 1020, 21), 1);
-  EXPECT_EQ(sources::WaitFor(1000, 0, 1100, 21), -79);
-  EXPECT_EQ(sources::WaitFor(1000, 5000, 1000, 5021), 21) << "counted from the first sound";
-  EXPECT_EQ(sources::WaitFor(1000, -50, 1000, -29), 21);
+  EXPECT_EQ(FilePace::WaitFor(1000, 0, 1000, 0), 0);
+  EXPECT_EQ(FilePace::WaitFor(1000, 0, 1000, 21), 21);
+  EXPECT_EQ(FilePace::WaitFor(1000, 0, 1020, 21), 1);
+  EXPECT_EQ(FilePace::WaitFor(1000, 0, 1100, 21), -79);
+  EXPECT_EQ(FilePace::WaitFor(1000, 5000, 1000, 5021), 21) << "counted from the first sound";
+  EXPECT_EQ(FilePace::WaitFor(1000, -50, 1000, -29), 21);
 }
 
 TEST(FilePace, TheWaitIsCountedIn32Bits) {
-  EXPECT_EQ(sources::WaitFor(0xfffffff0U, 0, 4, 40), 20);
-  EXPECT_EQ(sources::WaitFor(0, 0, 0, (1LL << 32) + 7), 7);
+  EXPECT_EQ(FilePace::WaitFor(0xfffffff0U, 0, 4, 40), 20);
+  EXPECT_EQ(FilePace::WaitFor(0, 0, 0, (1LL << 32) + 7), 7);
 }
 
 TEST(FilePace, SleepsMostOfALongWaitAndTheRestInAnotherStep) {
@@ -34,7 +34,7 @@ TEST(FilePace, SleepsMostOfALongWaitAndTheRestInAnotherStep) {
   } table[] = {{-1000, 0}, {0, 0},     {1, 1},     {10, 10},         {11, 6},
                {50, 45},   {105, 100}, {106, 100}, {2000000000, 100}};
   for (const auto& row : table) {
-    EXPECT_EQ(sources::SleepFor(row.wait), row.sleep) << row.wait;
+    EXPECT_EQ(FilePace::SleepFor(row.wait), row.sleep) << row.wait;
   }
 }
 
@@ -72,7 +72,7 @@ TEST(FilePace, ASuspensionMovesTheStart) {
   ASSERT_EQ(pace.DelayBefore(0, 1000), 0U);
   pace.BeginTurn(1010);
   pace.BeginTurn(1010 + 60000);
-  EXPECT_EQ(sources::SleepFor(90), pace.DelayBefore(100, 1010 + 60000));
+  EXPECT_EQ(FilePace::SleepFor(90), pace.DelayBefore(100, 1010 + 60000));
   EXPECT_EQ(pace.Release(100, 48000), 1000 + 60000 + 1000);
 }
 

@@ -116,7 +116,7 @@ TEST_P(NodeLife, WithoutAThreadItDoesNotStartAndTheLogSaysWhy) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    EveryNode, NodeLife,
+    NodeLife, NodeLife,
     testing::Values(
         Kind{"CMixFrame", 0, 1, [](const World&) { return new CMixFrame(10); }},
         Kind{"CMixOut", 0, 1, [](const World&) { return new CMixOut; }},

@@ -57,18 +57,18 @@ TEST(SoundLevel, TakesThePeakAndTheMeanOfBothChannelsAndAllBlocks) {
 TEST(SoundLevel, HoldsTheLoudestSoundThereIs) {
   SoundLevel level;
   constexpr std::int16_t kLowest = std::numeric_limits<std::int16_t>::min();
-  for (int i = 0; i < SoundLevel::kMostBlocks; ++i) {
+  for (int i = 0; i < SoundLevel::kMaxBlocks; ++i) {
     Add(&level, Block(kLowest, kLowest));
   }
   const SoundMeasure measure = level.Take();
-  EXPECT_EQ(measure.blocks, SoundLevel::kMostBlocks);
+  EXPECT_EQ(measure.blocks, SoundLevel::kMaxBlocks);
   EXPECT_EQ(measure.peak, 32768);
   EXPECT_EQ(measure.meanSquare, 32768.0 * 32768);
 }
 
 TEST(SoundLevel, BeginsAnewWhenNobodyLooksForLong) {
   SoundLevel level;
-  for (int i = 0; i < SoundLevel::kMostBlocks; ++i) {
+  for (int i = 0; i < SoundLevel::kMaxBlocks; ++i) {
     Add(&level, Block(20000, 20000));
   }
   Add(&level, Block(100, 100));

@@ -58,10 +58,8 @@ inline void FreeSws(SwsContext** context) {
 using ScopedFrame = Scoped<AVFrame, av_frame_free>;
 using ScopedPacket = Scoped<AVPacket, av_packet_free>;
 using ScopedCodec = Scoped<AVCodecContext, avcodec_free_context>;
-using ScopedParameters = Scoped<AVCodecParameters, avcodec_parameters_free>;
 using ScopedInput = Scoped<AVFormatContext, avformat_close_input>;
 using ScopedDictionary = Scoped<AVDictionary, av_dict_free>;
-using ScopedGraph = Scoped<AVFilterGraph, avfilter_graph_free>;
 using ScopedInOut = Scoped<AVFilterInOut, avfilter_inout_free>;
 using ScopedSwr = Scoped<SwrContext, swr_free>;
 using ScopedSws = Scoped<SwsContext, FreeSws>;
