@@ -61,8 +61,8 @@ TEST(ContinuousSound, GivesABlockNoEarlierThanItsEnd) {
 
 TEST(ContinuousSound, StaysUnderAHundredMillisecondsUpToTheEncoder) {
   constexpr std::int64_t kBlockUs = 10'000;
-  constexpr std::int64_t kLongestPollUs = 10'000;
-  EXPECT_LT(ContinuousSound::kHoldUs + kBlockUs + kLongestPollUs, 100'000);
+  constexpr std::int64_t kMaxPollUs = 10'000;
+  EXPECT_LT(ContinuousSound::kHoldUs + kBlockUs + kMaxPollUs, 100'000);
 }
 
 TEST(ContinuousSound, PutsAnEventTheHoldLaterThanItWasTaken) {

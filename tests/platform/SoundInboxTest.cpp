@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/CaptureOffsetEstimate.h"
-
 namespace platform {
 namespace {
 
@@ -36,32 +34,6 @@ TEST(SoundInbox, ThrowsAwayAndBeginsAnewWhenNobodyTakes) {
   EXPECT_LE(blocks.size(), 4u);
   EXPECT_TRUE(blocks[0].newDevice);
   EXPECT_EQ(blocks.back().arrivalUs, 99);
-}
-
-TEST(CaptureOffsetEstimate, IsTheMedianOfTheLastNine) {
-  CaptureOffsetEstimate lead;
-  EXPECT_FALSE(lead.Known());
-  EXPECT_EQ(lead.Us(), 0);
-  lead.Add(8'000);
-  EXPECT_TRUE(lead.Known());
-  EXPECT_EQ(lead.Us(), 8'000);
-  for (const int us : {9'000, 400'000, 7'000, 8'500, -300'000, 8'200, 8'100, 8'300}) {
-    lead.Add(us);
-  }
-  EXPECT_EQ(lead.Us(), 8'200);
-  for (int i = 0; i < 9; ++i) {
-    lead.Add(20'000);
-  }
-  EXPECT_EQ(lead.Us(), 20'000);
-}
-
-TEST(CaptureOffsetEstimate, StaysWithinHalfASecond) {
-  CaptureOffsetEstimate lead;
-  lead.Add(90'000'000);
-  EXPECT_EQ(lead.Us(), CaptureOffsetEstimate::kMaxUs);
-  CaptureOffsetEstimate behind;
-  behind.Add(-90'000'000);
-  EXPECT_EQ(behind.Us(), -CaptureOffsetEstimate::kMaxUs);
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ TEST_P(Utf8Cases, KeepsValidCharactersOnly) {
   EXPECT_EQ(WellFormedUtf8(GetParam().text, ""), GetParam().valid);
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, Utf8Cases,
+INSTANTIATE_TEST_SUITE_P(Utf8, Utf8Cases,
                          ::testing::Values(Utf8Case{"", ""}, Utf8Case{"Webcam", "Webcam"},
                                            Utf8Case{"é摄😀", "é摄😀"},
                                            Utf8Case{"a\xe6\x91", "a"},          // cut short

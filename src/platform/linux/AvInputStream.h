@@ -53,8 +53,6 @@ class AvInputStream : public CaptureStream {
   // One read of the device, as av_read_frame.
   virtual int ReadDevice(AVPacket* packet);
 
-  AVFormatContext* Input() const { return m_input.get(); }
-
  private:
   AvInput m_input;
   int m_ended = 0;

@@ -25,7 +25,7 @@ class CameraPace {
   // Whether a picture that has come now goes on.
   bool Take(std::int64_t nowUs) {
     if (m_lastUs >= 0) {
-      m_creditUs = std::min(m_creditUs + (nowUs - m_lastUs), kMostCreditUs);
+      m_creditUs = std::min(m_creditUs + (nowUs - m_lastUs), kMaxCreditUs);
     }
     m_lastUs = nowUs;
     if (m_creditUs < kStepUs / 2) {
@@ -36,7 +36,7 @@ class CameraPace {
   }
 
  private:
-  static constexpr std::int64_t kMostCreditUs = kStepUs * 3 / 2;
+  static constexpr std::int64_t kMaxCreditUs = kStepUs * 3 / 2;
 
   std::int64_t m_lastUs = -1;
   std::int64_t m_creditUs = kStepUs;

@@ -2,7 +2,7 @@
 //
 // Flow: Put takes the device's blocks as they arrive; Take gives blocks of 10 ms, one for each
 // 10 ms of the system's clock since the opening. What the device took at time t is given as the
-// samples for time t + kHold. Where it took nothing, or delivers it too late, there is silence.
+// samples for time t + kHoldUs. Where it took nothing, or delivers it too late, there is silence.
 //
 // The device's clock is followed by resampling: its drift as DeviceClock tells it, and what is left
 // of the distance at most 500 ppm on top, under a sixtieth of a semitone. Every beginning and end
@@ -37,7 +37,6 @@ class ContinuousSound {
   // compositor, so a shorter hold would move the sound further ahead of it. And a block may come
   // 55 ms late before it is missed.
   static constexpr std::int64_t kHoldUs = 73'000;
-  static constexpr std::int64_t kLatencyUs = kHoldUs + 15'000;
   // For a device that delivers long after it takes (wireless microphones do), the hold is longer,
   // up to this, since sound that is late is better than sound full of holes.
   static constexpr std::int64_t kMaxHoldUs = 500'000;

@@ -17,7 +17,7 @@ constexpr std::int64_t kSettleUs = 30'000;
 constexpr double kSameLineUs = 10'000;
 constexpr std::int64_t kErrorsUs = 500'000;
 constexpr std::int64_t kAgesUs = 2'000'000;
-constexpr std::size_t kLeastBlocks = 8;
+constexpr std::size_t kMinBlocks = 8;
 constexpr double kJumpUs = 25'000;
 // A second-order loop, critically damped, that follows a new rate within 20 s and lets a jitter of
 // a millisecond through as 10 ppm.
@@ -60,7 +60,7 @@ void DeviceClock::Observe(std::int64_t endFrame, int frames, std::int64_t arriva
     m_errorsStartUs = arrivalUs;
   }
   m_errorsUs.push_back(takenUs - TimeOf(end));
-  if (arrivalUs - m_errorsStartUs >= kErrorsUs && m_errorsUs.size() >= kLeastBlocks) {
+  if (arrivalUs - m_errorsStartUs >= kErrorsUs && m_errorsUs.size() >= kMinBlocks) {
     // The line is anchored here, so that a new rate turns it about the present.
     m_anchorUs = TimeOf(end);
     m_anchorFrame = end;
@@ -73,7 +73,7 @@ void DeviceClock::ObserveAge(int frames, std::int64_t arrivalUs, std::int64_t ca
     m_agesStartUs = arrivalUs;
   }
   m_agesUs.push_back(frames * PeriodUs() - static_cast<double>(captureOffsetUs));
-  if (arrivalUs - m_agesStartUs >= kAgesUs && m_agesUs.size() >= kLeastBlocks) {
+  if (arrivalUs - m_agesStartUs >= kAgesUs && m_agesUs.size() >= kMinBlocks) {
     m_usualAgeUs = Quantile(m_agesUs, 0.5);
     m_agesUs.clear();
   }

@@ -10,6 +10,7 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include "platform/SoundFormat.h"
 #include "platform/linux/ContinuousSound.h"
 #include "platform/linux/MonotonicClock.h"
 
@@ -23,13 +24,7 @@ constexpr std::int64_t kTimingUs = 100'000;
 // Up to so many blocks (30 ms of the 73 that sound is held) wait for the server's first timing
 // report.
 constexpr std::size_t kHeldBlocks = 3;
-constexpr int kFrameBytes = ContinuousSound::kChannels * static_cast<int>(sizeof(std::int16_t));
-constexpr std::uint32_t kFragmentBytes = ContinuousSound::kBlockFrames * kFrameBytes;
-// A timing report outside these bounds describes another moment than our last block, and is
-// ignored.
-constexpr std::int64_t kMaxFramesBetween = ContinuousSound::kRate / 5;
-constexpr std::int64_t kMaxArrivalAgeUs = 100'000;
-constexpr std::int64_t kMaxTransportUs = 50'000;
+constexpr std::uint32_t kFragmentBytes = ContinuousSound::kBlockFrames * kSoundFrameBytes;
 
 void Unref(pa_operation* operation) {
   if (operation != nullptr) {
@@ -229,7 +224,7 @@ void PulseRecorder::Attach(const std::string& source) {
   m_isNewDevice = true;
   m_framesHeard = 0;
   m_held.clear();
-  m_lead = CaptureOffsetEstimate();
+  m_captureOffset = CaptureOffsetEstimate();
   m_timingAsked = false;
   pa_stream_set_read_callback(m_stream, OnReadable, this);
   pa_buffer_attr buffer{};
@@ -279,14 +274,14 @@ void PulseRecorder::ReadAll() {
   m_framesHeard += static_cast<std::int64_t>(block.samples.size() / ContinuousSound::kChannels);
   m_lastArrivalUs = block.arrivalUs;
   m_held.push_back(std::move(block));
-  if (m_lead.Known() || m_held.size() > kHeldBlocks) {
+  if (m_captureOffset.Known() || m_held.size() > kHeldBlocks) {
     FlushHeld();
   }
 }
 
 void PulseRecorder::FlushHeld() {
   for (SoundBlock& block : m_held) {
-    block.captureOffsetUs = m_lead.Us();
+    block.captureOffsetUs = m_captureOffset.Us();
     m_inbox->Put(std::move(block));
   }
   m_held.clear();
@@ -294,7 +289,7 @@ void PulseRecorder::FlushHeld() {
 
 void PulseRecorder::AskTiming(std::int64_t nowUs) {
   if (m_stream == nullptr || m_framesHeard == 0 || m_timingAsked ||
-      (m_lead.Known() && nowUs < m_timingDueUs)) {
+      (m_captureOffset.Known() && nowUs < m_timingDueUs)) {
     return;
   }
   m_timingDueUs = nowUs + kTimingUs;
@@ -312,22 +307,17 @@ void PulseRecorder::OnTiming(pa_stream* stream, int success, void* self) {
   }
 }
 
-// The server tells how many frames it had given out at a moment, how old the last of them was, and,
-// for the monitor of an output, how long it would take until it is heard.
 void PulseRecorder::TakeTiming(const pa_timing_info& timing) {
-  const std::int64_t nowUs = MonotonicUs();
-  const std::int64_t framesBetween = timing.write_index / kFrameBytes - m_framesHeard;
-  const auto transportUs = static_cast<std::int64_t>(timing.transport_usec);
-  if (nowUs - m_lastArrivalUs > kMaxArrivalAgeUs || transportUs > kMaxTransportUs ||
-      framesBetween > kMaxFramesBetween || framesBetween < -kMaxFramesBetween) {
-    return;
+  TimingReport report;
+  report.frames = timing.write_index / kSoundFrameBytes;
+  report.transportUs = static_cast<std::int64_t>(timing.transport_usec);
+  report.sourceUs = static_cast<std::int64_t>(timing.source_usec);
+  report.sinkUs = static_cast<std::int64_t>(timing.sink_usec);
+  if (const auto offsetUs =
+          CaptureOffsetUs(report, m_framesHeard, m_lastArrivalUs, MonotonicUs())) {
+    m_captureOffset.Add(*offsetUs);
+    FlushHeld();
   }
-  const std::int64_t takenUs = nowUs - transportUs - static_cast<std::int64_t>(timing.source_usec) +
-                               static_cast<std::int64_t>(timing.sink_usec);
-  const std::int64_t arrivalUs =
-      m_lastArrivalUs + framesBetween * 1'000'000 / ContinuousSound::kRate;
-  m_lead.Add(takenUs - arrivalUs);
-  FlushHeld();
 }
 
 }  // namespace platform

@@ -107,8 +107,8 @@ class PulseRecorder {
   bool m_isNewDevice = true;
   std::int64_t m_framesHeard = 0;
   std::int64_t m_lastArrivalUs = 0;
-  std::vector<SoundBlock> m_held;  // until the lead is known
-  CaptureOffsetEstimate m_lead;
+  std::vector<SoundBlock> m_held;  // until the offset is known
+  CaptureOffsetEstimate m_captureOffset;
   bool m_timingAsked = false;
   std::int64_t m_timingDueUs = 0;
 };

@@ -58,7 +58,7 @@ class Converters {
   Converters(const Converters&) = delete;
   Converters& operator=(const Converters&) = delete;
 
-  // bytes, which are in the character set of that name.
+  // Gives bytes, which are in the character set of that name, as UTF-8.
   std::string Convert(const std::string& set, std::string bytes);
 
  private:
@@ -267,17 +267,7 @@ std::string TitleFromUtf8(std::string_view bytes) {
 }
 
 std::string TitleFromLatin1(std::string_view bytes) {
-  std::string result;
-  for (const char character : UpToZero(bytes)) {
-    const auto code = static_cast<unsigned char>(character);
-    if (code < 0x80) {
-      result += character;
-    } else {
-      result += static_cast<char>(0xc0 | code >> 6);
-      result += static_cast<char>(0x80 | (code & 0x3f));
-    }
-  }
-  return result;
+  return Converters().Convert("ISO-8859-1", std::string(UpToZero(bytes)));
 }
 
 std::string TitleFromCompoundText(std::string_view bytes) {

@@ -139,6 +139,9 @@ OpenResult X11Desktop::Start() {
     return OpenResult{nullptr, OpenFailure::CannotOpen,
                       std::string(kDesktopName) + " (" + m_desktop->display + "): " + why};
   };
+  if (m_desktop->parameters == nullptr) {
+    return failed("out of memory");
+  }
   try {
     m_thread = std::thread(RunDesktop, m_desktop);
   } catch (const std::system_error& error) {

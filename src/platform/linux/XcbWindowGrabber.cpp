@@ -21,7 +21,7 @@ constexpr int kBytesPerPixel = 4;
 constexpr std::uint32_t kAllPlanes = ~0U;
 // Twice the area of the largest screens: a window beyond that is not one that somebody looks at,
 // and its picture would take the memory of the machine.
-constexpr std::int64_t kMostPixels = 67108864;
+constexpr std::int64_t kMaxPixels = 67108864;
 
 const xcb_visualtype_t* FindVisual(const xcb_screen_t* screen, xcb_visualid_t id) {
   for (auto depths = xcb_screen_allowed_depths_iterator(screen); depths.rem > 0;
@@ -205,7 +205,7 @@ bool XcbWindowGrabber::IsMinimised() {
 }
 
 bool XcbWindowGrabber::TooLarge() {
-  const bool tooLarge = static_cast<std::int64_t>(m_size.width) * m_size.height > kMostPixels;
+  const bool tooLarge = static_cast<std::int64_t>(m_size.width) * m_size.height > kMaxPixels;
   if (tooLarge && !m_tooLarge) {
     av_log(nullptr, AV_LOG_ERROR, "window 0x%x: %d x %d is too large\n", m_window, m_size.width,
            m_size.height);

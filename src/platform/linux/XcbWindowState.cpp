@@ -7,7 +7,7 @@ namespace platform {
 namespace {
 
 // A list of windows is the longest of them; nobody opens more.
-constexpr std::uint32_t kMostValues = 16384;
+constexpr std::uint32_t kMaxValues = 16384;
 constexpr std::uint32_t kIconicState = 3;
 
 }  // namespace
@@ -34,7 +34,7 @@ Visibility TakeShowing(XcbConnection& link, const ShowingRequest& request) {
 
 xcb_get_property_cookie_t AskValues(const XcbConnection& link, xcb_window_t window,
                                     xcb_atom_t property) {
-  return xcb_get_property(link.Get(), 0, window, property, XCB_ATOM_ANY, 0, kMostValues);
+  return xcb_get_property(link.Get(), 0, window, property, XCB_ATOM_ANY, 0, kMaxValues);
 }
 
 std::vector<std::uint32_t> TakeValues(XcbConnection& link, xcb_get_property_cookie_t request) {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kListMs = 2000;
 // In units of four bytes: a title of 64 KiB, of which a list shows a line.
-constexpr std::uint32_t kLongestTitle = 16384;
+constexpr std::uint32_t kMaxTitle = 16384;
 
 // The check window that a living manager keeps, which names itself; a manager that died leaves its
 // list on the root window, and the window goes with it.
@@ -71,9 +71,8 @@ struct Questions {
 Questions Ask(const XcbConnection& link, xcb_window_t window) {
   return {
       window, AskShowing(link, window),
-      xcb_get_property(link.Get(), 0, window, link.Atoms().name, link.Atoms().utf8, 0,
-                       kLongestTitle),
-      xcb_get_property(link.Get(), 0, window, XCB_ATOM_WM_NAME, XCB_ATOM_ANY, 0, kLongestTitle)};
+      xcb_get_property(link.Get(), 0, window, link.Atoms().name, link.Atoms().utf8, 0, kMaxTitle),
+      xcb_get_property(link.Get(), 0, window, XCB_ATOM_WM_NAME, XCB_ATOM_ANY, 0, kMaxTitle)};
 }
 
 }  // namespace
