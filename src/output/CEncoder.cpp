@@ -4,6 +4,7 @@
 #include <QtGlobal>
 #include <cstdio>
 
+#include "media/NodeKind.h"
 #include "media/ffmpeg/ErrorText.h"
 #include "media/ffmpeg/Scoped.h"
 #include "output/PublishConnection.h"
@@ -12,7 +13,7 @@
 #include "sources/DeviceCatalogue.h"
 
 CEncoder::CEncoder(int width, int height)
-    : CSrcInterface(0, 1),
+    : CSrcInterface(media::kNoSource, 1),
       m_started(false),
       m_catalogue(DeviceCatalogue::Instance()),
       m_fifo(nullptr),

@@ -166,7 +166,7 @@ class CEncoder : public CSrcInterface {
   bool IsCanvas(const AVFrame& input) const;
   output::PictureClock::Picture See(EncodeClock* clock, const AVFrame& input, int waiting) const;
   AVFrame* PictureToEncode(AVFrame* input);
-  void Encode(AVFrame* picture, std::int64_t step);
+  void EncodeAt(std::int64_t step, AVFrame* picture);
   void KeepUp(EncodeClock* clock, std::int64_t tookMs);
   int TakePackets(AVCodecContext* context, int stream, CMyQueue* queue);
 

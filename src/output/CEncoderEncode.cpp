@@ -4,10 +4,12 @@
 #include <QtGlobal>
 #include <chrono>
 #include <cstring>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "media/ffmpeg/ErrorText.h"
+#include "media/ffmpeg/FrameMarks.h"
 #include "media/ffmpeg/Scoped.h"
 #include "output/CEncoder.h"
 #include "output/PublishRules.h"
@@ -17,7 +19,7 @@
 namespace {
 
 // All that there is to be done comes with a frame, and frames ring.
-constexpr std::chrono::milliseconds kMostIdle(100);
+constexpr std::chrono::milliseconds kMaxIdle(100);
 
 // Sound in the encoder's format with room for that many samples; null when it can't be had.
 AVFrame* NewSound(const AVCodecContext* context, int samples, std::int64_t pts) {
@@ -57,7 +59,7 @@ void CEncoder::Encode() {
   EncodeClock clock;
   while (m_started) {
     if (!EncodeTurn(&clock)) {
-      m_input.Await(kMostIdle);
+      m_input.Await(kMaxIdle);
     }
   }
 }
@@ -156,7 +158,7 @@ bool CEncoder::EncodePicture(EncodeClock* clock) {
   switch (verdict.fate) {
     case output::PictureClock::Fate::kEncode: {
       const std::uint64_t begin = SDL_GetTicks64();
-      Encode(PictureToEncode(input.Get()), verdict.step);
+      EncodeAt(verdict.step, PictureToEncode(input.Get()));
       KeepUp(clock, static_cast<std::int64_t>(SDL_GetTicks64() - begin));
       break;
     }
@@ -212,9 +214,9 @@ output::PictureClock::Picture CEncoder::See(EncodeClock* clock, const AVFrame& i
   if (samples > 0) {
     seen.soundMs = samples * 1000 / output::kSampleRate;
   }
-  if (input.best_effort_timestamp != AV_NOPTS_VALUE) {
+  if (const std::optional<std::int64_t> captured = ffmpeg::CaptureMs(&input)) {
     // Stamps are those of the clock of 32 bits.
-    const auto stamp = static_cast<std::uint32_t>(input.best_effort_timestamp);
+    const auto stamp = static_cast<std::uint32_t>(*captured);
     seen.capturedMs = seen.nowMs - static_cast<std::int32_t>(SDL_GetTicks() - stamp);
   }
   seen.waiting = waiting;
@@ -224,7 +226,7 @@ output::PictureClock::Picture CEncoder::See(EncodeClock* clock, const AVFrame& i
   return seen;
 }
 
-void CEncoder::Encode(AVFrame* picture, std::int64_t step) {
+void CEncoder::EncodeAt(std::int64_t step, AVFrame* picture) {
   int error = AVERROR(ENOMEM);
   if (picture != nullptr) {
     picture->pts = step;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "media/NodeKind.h"
 #include "output/ComposeState.h"
 #include "output/PresentState.h"
 
@@ -28,7 +29,7 @@ struct CRender::Retired {
 };
 
 CRender::CRender(int layerCapacity)
-    : CSrcInterface(0, layerCapacity),
+    : CSrcInterface(media::kNoSource, layerCapacity),
       selectedLayer(-1),
       windowHandle(0),
       m_firstCallback(true),
@@ -64,8 +65,7 @@ void CRender::DropSlots() {
   for (LayerSlot* slot : m_layers) {
     delete slot->frames.exchange(nullptr);
     delete slot->overlay.exchange(nullptr);
-    slot->scaling.source.Reset();
-    slot->scaling.scaled.Reset();
+    slot->scaling.Forget();
     m_formerLayers.push_back(slot);
   }
   m_layers.clear();
@@ -123,7 +123,7 @@ output::Extent CRender::CanvasSize() const {
 // not was marked for the length of the order, and is nobody's; it comes last.
 int CRender::FirstFreeSlot() {
   output::RenderLocker lock(&m_orderLock);
-  int free = -1;
+  int markedForNobody = -1;
   for (const LayerSlot* slot : m_layers) {
     if (std::find(m_order.begin(), m_order.end(), slot->index) != m_order.end()) {
       continue;
@@ -131,9 +131,9 @@ int CRender::FirstFreeSlot() {
     if (!slot->inUse) {
       return slot->index;
     }
-    free = free < 0 ? slot->index : free;
+    markedForNobody = markedForNobody < 0 ? slot->index : markedForNobody;
   }
-  return free;
+  return markedForNobody;
 }
 
 int CRender::AddVideoInput() {
@@ -170,8 +170,8 @@ void CRender::ResetSlot(LayerSlot* slot) {
   slot->autoFit = 0;
 }
 
-// The pointers in the slot are new already, so a pass that begins from now on can't meet the old
-// ones: those that are counted as finished here are the last that may.
+// Only passes that run now can still hold the old pointers, since the slot has its new ones
+// already. They are freed when every worker has finished one more pass.
 void CRender::Retire(CMyQueue* frames, COverlay* overlay) {
   Retired retired{frames, overlay, {}};
   for (int worker = 0; worker < kWorkers; ++worker) {
@@ -185,7 +185,7 @@ void CRender::Retire(CMyQueue* frames, COverlay* overlay) {
 }
 
 void CRender::FreeRetired(bool all) {
-  std::vector<Retired> free;
+  std::vector<Retired> unused;
   {
     output::RenderLocker lock(&m_retiredLock);
     const auto kept = std::partition(m_retired.begin(), m_retired.end(), [&](const Retired& r) {
@@ -196,11 +196,11 @@ void CRender::FreeRetired(bool all) {
       }
       return false;
     });
-    free.assign(kept, m_retired.end());
+    unused.assign(kept, m_retired.end());
     m_retired.erase(kept, m_retired.end());
     m_anyRetired = !m_retired.empty();
   }
-  for (const Retired& retired : free) {
+  for (const Retired& retired : unused) {
     delete retired.frames;
     delete retired.overlay;
   }
@@ -383,11 +383,12 @@ void CRender::SetLayerText(int id, unsigned color, const std::string& text) {
   const bool isNew = size.width == 0 || size.height == 0;
   if (isNew) {
     overlay->MeasureText(COverlay::kFontFile, kMeasureFontSize, text, &size.width, &size.height);
-    // Enabled first, so that the overlay is told the place as well as the layer.
-    overlay->SetEnabled(true);
+  }
+  // Enabled first, so that the overlay is told the place and the size as well as the layer.
+  overlay->SetEnabled(true);
+  if (isNew) {
     SetLayerPosition(slot, kTextX, kTextY);
   }
-  overlay->SetEnabled(true);
   SetLayerSize(slot, size.width, size.height);
   overlay->SetTextContent(color, text);
   slot->inUse = true;

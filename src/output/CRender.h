@@ -50,7 +50,7 @@
 #include "media/Worker.h"
 #include "output/AtomicSize.h"
 #include "output/LayerSlot.h"
-#include "output/MonitorDevice.h"
+#include "output/PlaybackDevice.h"
 #include "output/RenderLocker.h"
 #include "output/RenderRules.h"
 #include "output/RenderStatistics.h"
@@ -78,8 +78,9 @@ class CRender : public CSrcInterface {
   // Resets the first free slot and gives its id; -1 when there is none. What stands in the order is
   // never free. The slot stays free until InsertLayer, a first picture or a text marks it.
   int AddVideoInput();
-  // position: -1 or the length of the order appends id, and marks the slot whose number is the
-  // length that the order had; a position below overwrites that entry and marks id. 0 or -1.
+  // position: -1 or LayerCount() appends id and marks slot number LayerCount(), which need not be
+  // id: an inherited quirk, which LayerSlots makes up for. A position below overwrites that entry
+  // and marks id. 0 or -1.
   int InsertLayer(int id, int position);
   int RemoveLayer(int position);
   // The id at that position of the order, or -1.
@@ -131,7 +132,7 @@ class CRender : public CSrcInterface {
   std::int64_t DisplayedPts();
 
  private:
-  struct Drawn;
+  struct LayerSnapshot;
   struct Retired;
 
   void RunCompose();
@@ -162,12 +163,14 @@ class CRender : public CSrcInterface {
 
   // CRenderCompose.cpp
   void ComposePass(output::ComposeState* state);
-  bool CollectLayers(const std::vector<int>& order, std::vector<Drawn>* layers);
+  bool CollectLayers(const std::vector<int>& order, std::vector<LayerSnapshot>* layers);
   void MarkInUse(LayerSlot* slot);
   void PlaceInCorner(LayerSlot* slot, const AVFrame* head);
-  AVFrame* TakeAsCanvas(Drawn* layer);
-  AVFrame* BeginCanvas(output::ComposeState* state, std::vector<Drawn>* layers, std::size_t* next);
-  AVFrame* DrawCanvas(output::ComposeState* state, std::vector<Drawn>* layers, bool withTexts);
+  AVFrame* TakeAsCanvas(LayerSnapshot* layer);
+  AVFrame* BeginCanvas(output::ComposeState* state, std::vector<LayerSnapshot>* layers,
+                       std::size_t* next);
+  AVFrame* DrawCanvas(output::ComposeState* state, std::vector<LayerSnapshot>* layers,
+                      bool withTexts);
   void ConsumeFrames(LayerSlot* slot, bool taken);
   void TrimLayers();
 
@@ -212,7 +215,7 @@ class CRender : public CSrcInterface {
   std::atomic<bool> m_anyRetired;
   std::vector<LayerSlot*> m_formerLayers;  // of earlier runs, freed with the node
   media::ThreadClaim m_owner;              // who changes the layers
-  output::MonitorDevice m_device;          // scale thread, and the destructor after it
+  output::PlaybackDevice m_device;         // scale thread, and the destructor after it
   output::RenderCounters m_counters;
 };
 

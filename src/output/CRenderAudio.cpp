@@ -27,7 +27,7 @@ constexpr std::uint32_t kWaitMs = 10;
 constexpr int kAudioBacklog = 3;
 constexpr double kShorterBy = 0.95;
 // 1.4 s of sound: more than the mixer ever gives at once.
-constexpr int kMostWaiting = 64;
+constexpr int kMaxWaiting = 64;
 // An opening takes 20 to 50 ms; one that takes longer goes on behind the scale thread.
 constexpr int kOpenMs = 80;
 
@@ -106,7 +106,7 @@ void CRender::TellNoDevice(const std::string& error) {
 // server is frozen. All but the newest goes, so that what is heard afterwards is of the picture on
 // the screen.
 void CRender::TrimSound() {
-  if (m_firstAudioQueue->Size() <= kMostWaiting) {
+  if (m_firstAudioQueue->Size() <= kMaxWaiting) {
     return;
   }
   m_device.WhileNotAsking([this] {

@@ -9,14 +9,13 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include "media/ffmpeg/FrameMarks.h"
 #include "media/ffmpeg/Scoped.h"
 #include "output/CRender.h"
 #include "output/ComposeState.h"
 
-namespace {}  // namespace
-
-// One layer of a pass. The head stays in the layer's queue, which only this thread empties.
-struct CRender::Drawn {
+// One layer as a pass sees it. The head stays in the layer's queue, which only this thread empties.
+struct CRender::LayerSnapshot {
   LayerSlot* slot;
   COverlay* overlay;
   AVFrame* head;  // null for a text
@@ -69,12 +68,12 @@ void CRender::ComposeTurn(output::ComposeState* state) {
 
 void CRender::ComposePass(output::ComposeState* state) {
   CopyLayerOrder(&state->order);
-  std::vector<Drawn> layers;
+  std::vector<LayerSnapshot> layers;
   if (!CollectLayers(state->order, &layers)) {
     return;
   }
   const auto first = std::find_if(layers.begin(), layers.end(),
-                                  [](const Drawn& layer) { return layer.head != nullptr; });
+                                  [](const LayerSnapshot& layer) { return layer.head != nullptr; });
   if (first == layers.end()) {
     return;
   }
@@ -94,14 +93,14 @@ void CRender::ComposePass(output::ComposeState* state) {
   } else {
     ++m_counters.droppedComposed;
   }
-  for (const Drawn& layer : layers) {
+  for (const LayerSnapshot& layer : layers) {
     if (layer.head != nullptr) {
       ConsumeFrames(layer.slot, layer.taken);
     }
   }
   if (canvas != nullptr) {
     canvas->pts = state->passes * media::kPictureMs + state->basePts;
-    canvas->best_effort_timestamp = capturedMs;
+    ffmpeg::SetCaptureMs(canvas, capturedMs);
     ++m_counters.composed;
     m_composed.PushBack(canvas);
   }
@@ -109,7 +108,7 @@ void CRender::ComposePass(output::ComposeState* state) {
 
 // The layers that have something to draw, from the bottom up. False: the bottom layer has no
 // picture yet, and holds everything back.
-bool CRender::CollectLayers(const std::vector<int>& order, std::vector<Drawn>* layers) {
+bool CRender::CollectLayers(const std::vector<int>& order, std::vector<LayerSnapshot>* layers) {
   for (std::size_t position = 0; position < order.size(); ++position) {
     LayerSlot* slot = SlotOf(order[position]);
     CMyQueue* frames = slot != nullptr ? slot->frames.load() : nullptr;
@@ -131,9 +130,10 @@ bool CRender::CollectLayers(const std::vector<int>& order, std::vector<Drawn>* l
     if (slot->autoFit == 1) {
       PlaceInCorner(slot, head);
     }
-    const bool onCanvas =
-        head != nullptr || std::any_of(layers->begin(), layers->end(),
-                                       [](const Drawn& below) { return below.head != nullptr; });
+    const bool onCanvas = head != nullptr || std::any_of(layers->begin(), layers->end(),
+                                                         [](const LayerSnapshot& below) {
+                                                           return below.head != nullptr;
+                                                         });
     // An empty text leaves its layer unmarked and what it showed before in the overlay.
     const bool hidden = slot->hidden || (isText && !slot->inUse);
     output::RenderLocker lock(&slot->positionLock);
@@ -174,7 +174,7 @@ void CRender::PlaceInCorner(LayerSlot* slot, const AVFrame* head) {
 // The picture of a layer itself, where it has the canvas's size and place and nobody will look at
 // it again: then nothing has to be copied. The last picture of a queue stays there for the next
 // pass. Null: it has to be copied.
-AVFrame* CRender::TakeAsCanvas(Drawn* layer) {
+AVFrame* CRender::TakeAsCanvas(LayerSnapshot* layer) {
   const output::Extent size = CanvasSize();
   CMyQueue* frames = layer->slot->frames;
   if (layer->x != 0 || layer->y != 0 || layer->head->width != size.width ||
@@ -189,27 +189,28 @@ AVFrame* CRender::TakeAsCanvas(Drawn* layer) {
 // What the drawing begins with: the topmost layer that covers the whole canvas, or black. What such
 // a layer hides is not drawn, nor is the canvas cleared under it. *next is the first layer that is
 // still to be drawn. Null when the canvas can't be had.
-AVFrame* CRender::BeginCanvas(output::ComposeState* state, std::vector<Drawn>* layers,
+AVFrame* CRender::BeginCanvas(output::ComposeState* state, std::vector<LayerSnapshot>* layers,
                               std::size_t* next) {
   const output::Extent size = CanvasSize();
-  std::vector<output::Occluder> covers;
-  covers.reserve(layers->size());
-  for (const Drawn& layer : *layers) {
+  std::vector<output::Occluder> occluders;
+  occluders.reserve(layers->size());
+  for (const LayerSnapshot& layer : *layers) {
     const bool opaque = layer.head != nullptr && !layer.hidden;
-    covers.push_back({opaque ? output::Rect{layer.x, layer.y, layer.head->width, layer.head->height}
+    occluders.push_back({opaque
+                             ? output::Rect{layer.x, layer.y, layer.head->width, layer.head->height}
                              : output::Rect{},
-                      opaque});
+                         opaque});
   }
-  const int cover = output::TopmostOccluder(covers, size);
-  *next = cover < 0 ? 0 : static_cast<std::size_t>(cover);
-  if (cover >= 0 && !state->textsFail) {
+  const int topmost = output::TopmostOccluder(occluders, size);
+  *next = topmost < 0 ? 0 : static_cast<std::size_t>(topmost);
+  if (topmost >= 0 && !state->textsFail) {
     if (AVFrame* canvas = TakeAsCanvas(&(*layers)[*next])) {
       ++*next;
       return canvas;
     }
   }
   AVFrame* canvas = state->canvases.Get(size.width, size.height, AV_PIX_FMT_RGB24);
-  if (cover < 0 && canvas != nullptr) {
+  if (topmost < 0 && canvas != nullptr) {
     std::memset(
         canvas->data[0], 0,
         static_cast<std::size_t>(canvas->linesize[0]) * static_cast<std::size_t>(size.height));
@@ -218,9 +219,10 @@ AVFrame* CRender::BeginCanvas(output::ComposeState* state, std::vector<Drawn>* l
 }
 
 // Null when the canvas can't be had or a text has spoilt it.
-AVFrame* CRender::DrawCanvas(output::ComposeState* state, std::vector<Drawn>* layers,
+AVFrame* CRender::DrawCanvas(output::ComposeState* state, std::vector<LayerSnapshot>* layers,
                              bool withTexts) {
-  if (std::any_of(layers->begin(), layers->end(), [](const Drawn& layer) { return layer.taken; })) {
+  if (std::any_of(layers->begin(), layers->end(),
+                  [](const LayerSnapshot& layer) { return layer.taken; })) {
     return nullptr;  // spoilt together with the picture that it was
   }
   const output::Extent size = CanvasSize();
@@ -230,7 +232,7 @@ AVFrame* CRender::DrawCanvas(output::ComposeState* state, std::vector<Drawn>* la
     return nullptr;
   }
   for (std::size_t i = next; i < layers->size(); ++i) {
-    const Drawn& layer = (*layers)[i];
+    const LayerSnapshot& layer = (*layers)[i];
     if (layer.hidden || !layer.onCanvas) {
       continue;
     }

@@ -5,6 +5,7 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include "media/ffmpeg/FrameMarks.h"
 #include "output/CRender.h"
 #include "output/PresentState.h"
 
@@ -34,16 +35,16 @@ void CRender::PresentTurn(output::PresentState* state) {
 }
 
 void CRender::PresentPass(output::PresentState* state) {
-  if (!state->started && m_composed.Size() < kCanvasesToStart) {
-    SDL_Delay(kWaitMs);
-    return;
-  }
   if (!state->started) {
-    // More have waited while the window was made: nobody has seen them, and they would wait for
-    // good.
+    if (m_composed.Size() < kCanvasesToStart) {
+      SDL_Delay(kWaitMs);
+      return;
+    }
+    // A display that is slow to answer has held this thread up before its first pass. Nobody has
+    // seen what was composed meanwhile, and it would keep all later canvases waiting.
     DropCanvases(kCanvasesToStart);
+    state->started = true;
   }
-  state->started = true;
   auto* head = static_cast<AVFrame*>(m_composed.Peek());
   if (head == nullptr) {
     Show(state);
@@ -93,7 +94,7 @@ void CRender::SendHead(output::PresentState* state, AVFrame* head) {
     AVFrame* picture = state->pictures.Next();
     if (picture != nullptr && state->convert.Convert(head, picture) == 0) {
       picture->pts = head->pts;
-      picture->best_effort_timestamp = head->best_effort_timestamp;
+      ffmpeg::CopyCaptureMs(picture, head);
       state->picture = picture;
       state->window.Update(picture);
     }

@@ -10,6 +10,7 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
+#include "media/ffmpeg/FrameMarks.h"
 #include "media/ffmpeg/PackedRows.h"
 #include "media/ffmpeg/Scoped.h"
 #include "output/CRender.h"
@@ -23,11 +24,6 @@ constexpr int kFramesToOpen = 2;
 // As the layer needs it.
 bool IsPackedRgb(const AVFrame* frame, const output::Extent& size) {
   return ffmpeg::IsPackedRgb(frame) && frame->width == size.width && frame->height == size.height;
-}
-
-// The source says that its size has changed.
-bool IsMarked(const AVFrame* frame) {
-  return frame->opaque == frame->data[0];
 }
 
 // The very same picture: the same part of a buffer that nobody could have written since, because a
@@ -135,7 +131,7 @@ bool CRender::TakeSize(LayerSlot* slot, const AVFrame* frame, unsigned resets,
   if (slot->resets != resets) {
     return false;
   }
-  if (slot->width == 0 || slot->height == 0 || IsMarked(frame)) {
+  if (slot->width == 0 || slot->height == 0 || ffmpeg::SignalsNewSize(frame)) {
     *size = output::ClampToCanvas({frame->width, frame->height}, CanvasSize());
     slot->width = size->width;
     slot->height = size->height;
@@ -167,8 +163,8 @@ AVFrame* CRender::ToLayer(LayerSlot* slot, AVFrame* frame, const output::Extent&
   AVFrame* scaled = Rescale(slot, source.Get(), size);
   last.source.Reset();
   last.scaled.Reset();
-  // A source that keeps its picture may well send it again. The others would only have one more
-  // buffer taken from them.
+  // Only a source that holds a reference of its own, a still one, can send the same buffer again.
+  // Keeping any other would take a buffer out of its pool for nothing.
   const bool kept = source->buf[0] != nullptr && av_buffer_get_ref_count(source->buf[0]) > 1;
   if (scaled != nullptr && kept) {
     last.source.Reset(source.Release());

@@ -23,7 +23,7 @@ constexpr std::int64_t kRoomyMs = 30;
 constexpr int kBehind = 3;
 constexpr int kManyDropped = 5;
 // One moment in which the machine was held says nothing about the encoder.
-constexpr std::int64_t kLongestMs = 100;
+constexpr std::int64_t kMaxTookMs = 100;
 
 int CostOf(int level) {
   return kTable[static_cast<std::size_t>(level)].cost;
@@ -43,7 +43,7 @@ int Effort::Next(const Encoded& picture) {
   if (!m_secondMs) {
     BeginSecond(picture.nowMs);
   }
-  m_tookMs += std::min(picture.tookMs, kLongestMs);
+  m_tookMs += std::min(picture.tookMs, kMaxTookMs);
   m_dropped += picture.dropped;
   m_leastWaiting = m_pictures == 0 ? picture.waiting : std::min(m_leastWaiting, picture.waiting);
   ++m_pictures;
@@ -101,7 +101,7 @@ void Effort::GoDown(std::int64_t nowMs) {
   m_roomSinceMs.reset();
   if (m_upMs) {
     const bool held = nowMs - *m_upMs >= kHoldMs;
-    m_roomMs = held ? kRoomMs : std::min(2 * m_roomMs, kMostRoomMs);
+    m_roomMs = held ? kRoomMs : std::min(2 * m_roomMs, kMaxRoomMs);
     m_upMs.reset();
   }
   m_level = std::min(m_level + 1, kLevels - 1);

@@ -27,7 +27,7 @@ class Effort {
  public:
   static constexpr int kLevels = 5;
   static constexpr std::int64_t kRoomMs = 20'000;
-  static constexpr std::int64_t kMostRoomMs = INT64_C(30) * 60'000;
+  static constexpr std::int64_t kMaxRoomMs = INT64_C(30) * 60'000;
   static constexpr std::int64_t kHoldMs = INT64_C(5) * 60'000;
 
   // The preset of x264; "" for level 0, which is opened without any.

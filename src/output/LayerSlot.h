@@ -21,7 +21,7 @@ struct LayerScaling {
   ffmpeg::FramePool pool;      // pictures at the layer's size
   ffmpeg::ScopedFrame source;  // a reference to the last shared source picture
   ffmpeg::ScopedFrame scaled;  // and what became of it
-  bool faultLogged = false;    // a picture with no sound geometry has been reported
+  bool faultLogged = false;    // a picture that is not well formed has been reported
 
   // The layer is gone: a photograph may take 200 MB.
   void Forget() {

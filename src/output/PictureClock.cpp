@@ -67,7 +67,7 @@ bool PictureClock::IsRepeat(const Picture& picture) {
   const bool others = picture.waiting >= kOthers;
   const bool again = picture.repeat || (others && m_stampAgain);
   // With nothing else to come the stream goes on with it after half a second.
-  m_standsStill = again && !others && (m_standsStill || m_repeats >= kRowMost);
+  m_standsStill = again && !others && (m_standsStill || m_repeats >= kMaxRepeats);
   return again && !m_standsStill;
 }
 

@@ -44,7 +44,7 @@ class PictureClock {
   static constexpr std::int64_t kEarlyMs = 20;
   static constexpr int kLooks = 25;        // a second
   static constexpr int kLooksToBegin = 5;  // whose median the stream begins with
-  static constexpr int kRowMost = 12;      // pictures left out in a row: half a second
+  static constexpr int kMaxRepeats = 12;   // pictures left out in a row: half a second
 
   struct Picture {
     std::int64_t nowMs = 0;

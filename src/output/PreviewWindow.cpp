@@ -24,18 +24,17 @@ PreviewWindow::PreviewWindow(platform::WindowHandle handle, const Extent& canvas
 
 bool PreviewWindow::Ready(const Extent& preview) {
   platform::PreviewPlace place;
-  if (!m_surface.Look(&place) || (!m_surface.IsOpen() && !Make())) {
+  if (!m_surface.Probe(&place) || (!m_surface.IsOpen() && !Make())) {
     return false;
   }
-  return Follow(preview, {place.size.width, place.size.height});
+  return Follow(preview, place.size);
 }
 
 // SDL learns the size of a foreign window when it is given the window, and moves it to where it was
 // at that time when it is asked to size it. So a new size that the window has already is taken up
 // by giving SDL the window again; only a window that nobody else sizes is sized by SDL.
 bool PreviewWindow::Follow(const Extent& preview, const Extent& actual) {
-  const platform::Size size = m_surface.KnownSize();
-  const Extent known{size.width, size.height};
+  const Extent known = m_surface.KnownSize();
   const bool wanted = preview.width > 0 && preview.height > 0 && preview != m_accepted;
   if (known == (wanted ? preview : actual)) {
     m_unlike = 0;
@@ -54,17 +53,17 @@ bool PreviewWindow::Follow(const Extent& preview, const Extent& actual) {
 void PreviewWindow::SizeNativeWindow(const Extent& preview) {
   platform::PreviewTarget* target = m_surface.Target();
   platform::PreviewPlace before;
-  target->Look(&before);
+  target->Probe(&before);
   {
     Lock lock(platform::SdlVideoMutex());
     SDL_SetWindowSize(m_surface.Window(), preview.width, preview.height);
   }
   platform::PreviewPlace after;
-  target->Look(&after);
+  target->Probe(&after);
   if (after.x != before.x || after.y != before.y) {
     target->MoveTo(before.x, before.y);
   }
-  m_accepted = after.size == platform::Size{preview.width, preview.height} ? Extent{} : preview;
+  m_accepted = after.size == preview ? Extent{} : preview;
 }
 
 bool PreviewWindow::Make() {

@@ -7,16 +7,12 @@
 #include <cstddef>
 #include <vector>
 
+#include "platform/Size.h"
+
 namespace output {
 
-struct Extent {
-  int width = 0;
-  int height = 0;
-  bool operator==(const Extent& other) const {
-    return width == other.width && height == other.height;
-  }
-  bool operator!=(const Extent& other) const { return !(*this == other); }
-};
+// Of the canvas, the preview, a picture or a layer.
+using Extent = platform::Size;
 
 struct Rect {
   int x = 0;

@@ -19,7 +19,7 @@ struct RenderStatistics {
   std::uint64_t scaled = 0;  // pictures that had to be converted or scaled
   std::uint64_t reused = 0;  // pictures whose last scaling was given again
   // By layer.
-  std::vector<std::uint64_t> droppedAtInput;  // before scaling, those with no sound geometry too
+  std::vector<std::uint64_t> droppedAtInput;  // before scaling, ill-formed ones too
   std::vector<std::uint64_t> droppedAtLayer;  // more than the compose thread keeps
 };
 

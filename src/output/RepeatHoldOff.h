@@ -20,7 +20,7 @@ namespace output {
 
 class RepeatHoldOff {
  public:
-  static constexpr std::uint32_t kMostMs = media::kPictureMs;
+  static constexpr std::uint32_t kMaxMs = media::kPictureMs;
 
   // Whether to look again later. shortage: there is nothing but what must stay.
   bool ShouldWait(std::uint32_t now, bool shortage) {
@@ -33,7 +33,7 @@ class RepeatHoldOff {
       m_since = now;
       m_spent = false;
     }
-    m_spent = m_spent || now - m_since >= kMostMs;
+    m_spent = m_spent || now - m_since >= kMaxMs;
     return !m_spent;
   }
 

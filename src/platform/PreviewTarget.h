@@ -33,7 +33,7 @@ class PreviewTarget {
   virtual ~PreviewTarget() = default;
 
   // Waits 100 ms at most.
-  virtual Answer Look(PreviewPlace* place) = 0;
+  virtual Answer Probe(PreviewPlace* place) = 0;
   // Puts it back where a drawing library has moved it from.
   virtual void MoveTo(int x, int y) = 0;
 };

@@ -64,7 +64,7 @@ SdlSurface::~SdlSurface() {
   if (m_target == nullptr || m_window == nullptr) {
     return;
   }
-  const PreviewTarget::Answer answer = m_target->Look(&place);
+  const PreviewTarget::Answer answer = m_target->Probe(&place);
   if (answer == PreviewTarget::Answer::kThere || answer == PreviewTarget::Answer::kNoWindow) {
     Close();
   }
@@ -76,11 +76,11 @@ void SdlSurface::GiveUp(const char* why) {
   m_givenUp = true;
 }
 
-bool SdlSurface::Look(PreviewPlace* place) {
+bool SdlSurface::Probe(PreviewPlace* place) {
   if (m_givenUp) {
     return false;
   }
-  switch (m_target->Look(place)) {
+  switch (m_target->Probe(place)) {
     case PreviewTarget::Answer::kThere:
       return true;
     case PreviewTarget::Answer::kSilent:

@@ -1,7 +1,7 @@
 // SDL's window and renderer on a native window that belongs to another library: how both previews
 // reach the screen.
 //
-// Flow: Look comes first in each pass and says whether anything can be drawn in it; Open makes
+// Flow: Probe comes first in each pass and says whether anything can be drawn in it; Open makes
 // window and renderer, on black. SDL learns the size of a foreign window only while it is given the
 // window, so whoever finds the two unlike opens anew.
 //
@@ -17,8 +17,8 @@
 // draws under that mutex. The destructor is the last that touches the window.
 //
 // Failure: where nothing can be drawn any more (no handle, no SDL video, the window or its server
-// gone) the surface gives up: Look is false for good and the log has said why, once. A server that
-// is silent at the moment makes Look false for one pass. One that falls silent in the middle of a
+// gone) the surface gives up: Probe is false for good and the log has said why, once. A server that
+// is silent at the moment makes Probe false for one pass. One that falls silent in the middle of a
 // drawing holds the thread until it answers or ends. One that ends leaves SDL with connections that
 // nobody may close: SDL_Quit would end the process.
 #ifndef ORVANE_PLATFORM_SDLSURFACE_H
@@ -48,7 +48,7 @@ class SdlSurface {
   SdlSurface& operator=(const SdlSurface&) = delete;
 
   // False: draw nothing in this pass. Otherwise *place is where the native window stands now.
-  bool Look(PreviewPlace* place);
+  bool Probe(PreviewPlace* place);
   // Window and renderer, made anew at the native window's size. False after giving up.
   bool Open();
   void Close();

@@ -88,7 +88,7 @@ void CameraPreview::Show() {
 // A dialog that is carried to a screen of another scale gets a window of another size.
 bool CameraPreview::Ready() {
   platform::PreviewPlace place;
-  if (!m_surface.Look(&place)) {
+  if (!m_surface.Probe(&place)) {
     return false;
   }
   if (m_surface.IsOpen() && m_surface.KnownSize() == place.size) {

@@ -133,10 +133,10 @@ TEST_F(LateAnswers, ThePreviewsWindowIsNotTakenForGone) {
   const auto target = platform::OpenPreviewTarget(m_window.Id());
   ASSERT_TRUE(target);
   platform::PreviewPlace place;
-  ASSERT_EQ(PreviewTarget::Answer::kThere, target->Look(&place));
+  ASSERT_EQ(PreviewTarget::Answer::kThere, target->Probe(&place));
   g_untilLate = 1;
-  EXPECT_EQ(PreviewTarget::Answer::kSilent, target->Look(&place));
-  EXPECT_EQ(PreviewTarget::Answer::kThere, target->Look(&place));
+  EXPECT_EQ(PreviewTarget::Answer::kSilent, target->Probe(&place));
+  EXPECT_EQ(PreviewTarget::Answer::kThere, target->Probe(&place));
 }
 
 TEST_F(LateAnswers, APreviewBegunWhileTheServerIsFrozenComesLater) {
@@ -144,10 +144,10 @@ TEST_F(LateAnswers, APreviewBegunWhileTheServerIsFrozenComesLater) {
   const auto target = platform::OpenPreviewTarget(m_window.Id());
   ASSERT_TRUE(target);
   platform::PreviewPlace place;
-  EXPECT_EQ(PreviewTarget::Answer::kSilent, target->Look(&place));
+  EXPECT_EQ(PreviewTarget::Answer::kSilent, target->Probe(&place));
   m_desktop.ThawServer();
   EXPECT_TRUE(
-      WaitFor([&] { return target->Look(&place) == PreviewTarget::Answer::kThere; }, kLimitMs));
+      WaitFor([&] { return target->Probe(&place) == PreviewTarget::Answer::kThere; }, kLimitMs));
 }
 
 }  // namespace

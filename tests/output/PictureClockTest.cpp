@@ -174,7 +174,7 @@ TEST(PictureClock, ASceneThatStandsStillGoesOnAfterHalfASecond) {
     again.repeat = true;
     again.capturedMs = last.capturedMs;
     const PictureClock::Verdict verdict = broadcast.clock.Next(again);
-    ASSERT_EQ(i > PictureClock::kRowMost ? Fate::kEncode : Fate::kRepeat, verdict.fate) << i;
+    ASSERT_EQ(i > PictureClock::kMaxRepeats ? Fate::kEncode : Fate::kRepeat, verdict.fate) << i;
     if (verdict.fate == Fate::kEncode) {
       ASSERT_EQ(step + i, verdict.step);
     }

@@ -6,9 +6,15 @@
 
 namespace {
 
+using output::ClampToCanvas;
+using output::CornerPlacement;
 using output::Extent;
+using output::FitCanvas;
 using output::Occluder;
+using output::Outline;
 using output::Rect;
+using output::TextureSize;
+using output::TopmostOccluder;
 
 constexpr Extent kCanvas{1920, 1080};
 
@@ -20,7 +26,7 @@ std::tuple<int, int, int, int> Of(const output::Line& l) {
   return {l.x1, l.y1, l.x2, l.y2};
 }
 
-TEST(FitCanvas, KeepsTheShapeAndCentres) {
+TEST(RenderRulesFitCanvas, KeepsTheShapeAndCentres) {
   const struct {
     Extent preview;
     Rect expected;
@@ -43,7 +49,7 @@ TEST(FitCanvas, KeepsTheShapeAndCentres) {
   }
 }
 
-TEST(TextureSize, IsWhatIsDrawnWhereNoCardScales) {
+TEST(RenderRulesTextureSize, IsWhatIsDrawnWhereNoCardScales) {
   const struct {
     Extent drawn;
     bool hardware;
@@ -60,7 +66,7 @@ TEST(TextureSize, IsWhatIsDrawnWhereNoCardScales) {
   }
 }
 
-TEST(Outline, IsFourLinesInDrawingOrder) {
+TEST(RenderRulesOutline, IsFourLinesInDrawingOrder) {
   const auto lines = Outline({100, 50, 640, 360}, kCanvas, {960, 540});
   ASSERT_EQ(4U, lines.size());
   EXPECT_EQ(std::make_tuple(50, 25, 370, 25), Of(lines[0]));
@@ -69,7 +75,7 @@ TEST(Outline, IsFourLinesInDrawingOrder) {
   EXPECT_EQ(std::make_tuple(50, 204, 369, 204), Of(lines[3]));
 }
 
-TEST(Outline, FollowsALayerDraggedOffTheCanvas) {
+TEST(RenderRulesOutline, FollowsALayerDraggedOffTheCanvas) {
   const auto lines = Outline({-200, -100, 100, 50}, kCanvas, {960, 540});
   EXPECT_EQ(std::make_tuple(-100, -50, -50, -50), Of(lines[0]));
   // Far outside nothing overflows.
@@ -77,28 +83,28 @@ TEST(Outline, FollowsALayerDraggedOffTheCanvas) {
   EXPECT_EQ(1000000000, far[0].x1);
 }
 
-TEST(ClampToCanvas, CutsEachAxisOnItsOwn) {
+TEST(RenderRulesClampToCanvas, CutsEachAxisOnItsOwn) {
   EXPECT_EQ((Extent{640, 480}), ClampToCanvas({640, 480}, kCanvas));
   EXPECT_EQ((Extent{1920, 1080}), ClampToCanvas({2560, 1600}, kCanvas));
   EXPECT_EQ((Extent{1920, 600}), ClampToCanvas({2560, 600}, kCanvas));
   EXPECT_EQ((Extent{800, 1080}), ClampToCanvas({800, 1600}, kCanvas));
 }
 
-TEST(CornerPlacement, IsBottomRightAtHalfTheHeightWithTheAspectKept) {
+TEST(RenderRulesCornerPlacement, IsBottomRightAtHalfTheHeightWithTheAspectKept) {
   EXPECT_EQ(std::make_tuple(1200, 540, 720, 540), Of(CornerPlacement(kCanvas, {640, 480}, 0)));
   EXPECT_EQ(std::make_tuple(960, 540, 960, 540), Of(CornerPlacement(kCanvas, {1280, 720}, 0)));
   // Without a picture the width stays.
   EXPECT_EQ(std::make_tuple(1620, 540, 300, 540), Of(CornerPlacement(kCanvas, {0, 0}, 300)));
 }
 
-TEST(TextHeight, KeepsTheMeasuredShape) {
+TEST(RenderRulesTextHeight, KeepsTheMeasuredShape) {
   EXPECT_EQ(100, output::TextHeight(400, {400, 100}));
   EXPECT_EQ(50, output::TextHeight(200, {400, 100}));
   EXPECT_EQ(33, output::TextHeight(133, {400, 100}));
   EXPECT_EQ(0, output::TextHeight(133, {0, 0}));
 }
 
-TEST(FramesToDrop, KeepsTheLastPictureAndAtMostFive) {
+TEST(RenderRulesFramesToDrop, KeepsTheLastPictureAndAtMostFive) {
   EXPECT_EQ(0, output::FramesToDrop(0));
   EXPECT_EQ(0, output::FramesToDrop(1));
   EXPECT_EQ(1, output::FramesToDrop(2));
@@ -108,7 +114,7 @@ TEST(FramesToDrop, KeepsTheLastPictureAndAtMostFive) {
   EXPECT_EQ(15, output::FramesToDrop(20));
 }
 
-TEST(TopmostOccluder, IsTheHighestPictureOverAllOfTheCanvas) {
+TEST(RenderRulesTopmostOccluder, IsTheHighestPictureOverAllOfTheCanvas) {
   const Occluder all{{0, 0, 1920, 1080}, true};
   const Occluder larger{{-10, -10, 1940, 1100}, true};
   const Occluder part{{0, 0, 1919, 1080}, true};

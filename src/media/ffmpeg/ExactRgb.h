@@ -13,7 +13,7 @@ extern "C" {
 
 namespace ffmpeg {
 
-// source and target are of one size and sound geometry, target is RGB24; lines is scratch that
+// source and target are of one size and well formed, target is RGB24; lines is scratch that
 // lives as long as the caller likes. False, with nothing written: the format is not of that kind
 // (floating point, Bayer, XYZ).
 bool ReadAsRgb24(const AVFrame* source, AVFrame* target, std::vector<std::uint16_t>* lines);

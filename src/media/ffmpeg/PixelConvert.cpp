@@ -136,9 +136,9 @@ bool ToYuv420(const AVFrame* s, AVFrame* t) {
 
 bool IsWellFormed(const AVFrame* frame) {
   // FFmpeg's own check would write a line to the log for each such frame.
-  constexpr std::int64_t kMostPixels = INT32_MAX / 8;
+  constexpr std::int64_t kMaxPixels = INT32_MAX / 8;
   if (frame == nullptr || frame->width <= 0 || frame->height <= 0 ||
-      static_cast<std::int64_t>(frame->width) * frame->height > kMostPixels) {
+      static_cast<std::int64_t>(frame->width) * frame->height > kMaxPixels) {
     return false;
   }
   const auto format = static_cast<AVPixelFormat>(frame->format);

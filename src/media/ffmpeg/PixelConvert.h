@@ -8,7 +8,7 @@
 //
 // Scaling is bilinear: of packed RGB by media/ffmpeg/RgbScale, of YUV 4:2:0 that becomes smaller by
 // libyuv with every pixel of the source counted (the preview of a canvas must not lose thin lines),
-// and of all else by swscale with SWS_FAST_BILINEAR.
+// and all else by swscale with SWS_FAST_BILINEAR and the flags that keep colours where they are.
 //
 // Colour: the matrix is the one that the YUV frame names (BT.601 where it names none), and its
 // range is full where its format or its color_range says so. Transparency is dropped.

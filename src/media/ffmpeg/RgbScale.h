@@ -22,7 +22,7 @@ class RgbScale {
   // Whether pictures of that format can be scaled here: RGB24, BGR0 and BGRA.
   static bool Takes(int format);
 
-  // source: of a format that Takes; target: RGB24; both of sound geometry. False: no memory.
+  // source: of a format that Takes; target: RGB24; both well formed. False: no memory.
   bool Scale(const AVFrame* source, AVFrame* target);
 
  private:

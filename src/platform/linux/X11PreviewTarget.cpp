@@ -35,7 +35,7 @@ class X11PreviewTarget : public PreviewTarget {
   }
   bool IsRefused() const { return m_attempt == nullptr && m_link == nullptr; }
 
-  Answer Look(PreviewPlace* place) override {
+  Answer Probe(PreviewPlace* place) override {
     if (!Connect(0)) {
       return Answer::kSilent;
     }

@@ -1,5 +1,5 @@
 // SDL's sound device when its server lets go of it, and when it does not.
-#include "output/MonitorDevice.h"
+#include "output/PlaybackDevice.h"
 
 #include <SDL.h>
 #include <gtest/gtest.h>
@@ -37,7 +37,7 @@ void Count(void* calls, std::uint8_t* stream, int length) {
   ++*static_cast<std::atomic<int>*>(calls);
 }
 
-class MonitorDevice : public testing::Test {
+class PlaybackDevice : public testing::Test {
  protected:
   void SetUp() override {
     SDL_setenv("SDL_AUDIODRIVER", "dummy", 1);
@@ -64,10 +64,10 @@ class MonitorDevice : public testing::Test {
 
   std::atomic<int> calls{0};
   std::string error;
-  output::MonitorDevice device;
+  output::PlaybackDevice device;
 };
 
-TEST_F(MonitorDevice, AsksForSoundUntilItIsClosed) {
+TEST_F(PlaybackDevice, AsksForSoundUntilItIsClosed) {
   ASSERT_TRUE(Open());
   EXPECT_TRUE(IsPlaying());
   device.Close();
@@ -78,7 +78,7 @@ TEST_F(MonitorDevice, AsksForSoundUntilItIsClosed) {
   EXPECT_TRUE(IsPlaying());
 }
 
-TEST_F(MonitorDevice, AServerThatDoesNotAnswerHoldsNobodyUpAndTheNodeIsLeftAlone) {
+TEST_F(PlaybackDevice, AServerThatDoesNotAnswerHoldsNobodyUpAndTheNodeIsLeftAlone) {
   ASSERT_TRUE(Open());
   EXPECT_TRUE(IsPlaying());
   SetFrozen(true);
@@ -92,7 +92,7 @@ TEST_F(MonitorDevice, AServerThatDoesNotAnswerHoldsNobodyUpAndTheNodeIsLeftAlone
   EXPECT_TRUE(WaitFor([] { return g_closed == 1; }, kPatienceMs));
 }
 
-TEST_F(MonitorDevice, ADeviceThatIsNotThereIsRefused) {
+TEST_F(PlaybackDevice, ADeviceThatIsNotThereIsRefused) {
   SDL_QuitSubSystem(SDL_INIT_AUDIO);
   SDL_setenv("SDL_AUDIODRIVER", "none-at-all", 1);
   EXPECT_FALSE(Open());
@@ -102,7 +102,7 @@ TEST_F(MonitorDevice, ADeviceThatIsNotThereIsRefused) {
   EXPECT_EQ(0, g_closed);
 }
 
-TEST_F(MonitorDevice, AServerThatDoesNotAnswerAnOpeningHoldsNobodyUp) {
+TEST_F(PlaybackDevice, AServerThatDoesNotAnswerAnOpeningHoldsNobodyUp) {
   SetFrozen(true);
   EXPECT_TRUE(Open(0));
   EXPECT_FALSE(device.TakeFailure(&error));
@@ -114,7 +114,7 @@ TEST_F(MonitorDevice, AServerThatDoesNotAnswerAnOpeningHoldsNobodyUp) {
   EXPECT_TRUE(IsPlaying());
 }
 
-TEST_F(MonitorDevice, ADeviceThatOpensAfterItWasGivenUpIsClosed) {
+TEST_F(PlaybackDevice, ADeviceThatOpensAfterItWasGivenUpIsClosed) {
   SetFrozen(true);
   EXPECT_TRUE(Open(0));
   device.Close();
@@ -126,7 +126,7 @@ TEST_F(MonitorDevice, ADeviceThatOpensAfterItWasGivenUpIsClosed) {
   EXPECT_TRUE(IsPlaying());
 }
 
-TEST_F(MonitorDevice, AFailureThatComesLateIsToldOnce) {
+TEST_F(PlaybackDevice, AFailureThatComesLateIsToldOnce) {
   SDL_QuitSubSystem(SDL_INIT_AUDIO);
   SDL_setenv("SDL_AUDIODRIVER", "none-at-all", 1);
   SetFrozen(true);
@@ -139,9 +139,9 @@ TEST_F(MonitorDevice, AFailureThatComesLateIsToldOnce) {
 }
 
 // What empties the node's queue in its place must not meet it.
-TEST_F(MonitorDevice, NothingRunsBesideTheNode) {
+TEST_F(PlaybackDevice, NothingRunsBesideTheNode) {
   struct Sight {
-    output::MonitorDevice* device;
+    output::PlaybackDevice* device;
     std::atomic<int> beside{0};
     std::atomic<int> calls{0};
   } sight{&device, {}, {}};

@@ -15,8 +15,8 @@
 // A device that doesn't close in time is named in the log and closes when its server answers again;
 // until then nobody may end SDL's sound, which would join the same thread a second time. One that
 // is still being opened at the Close is closed as soon as it is open.
-#ifndef ORVANE_OUTPUT_MONITORDEVICE_H
-#define ORVANE_OUTPUT_MONITORDEVICE_H
+#ifndef ORVANE_OUTPUT_PLAYBACKDEVICE_H
+#define ORVANE_OUTPUT_PLAYBACKDEVICE_H
 
 #include <cstdint>
 #include <functional>
@@ -27,14 +27,14 @@ struct SDL_AudioSpec;
 
 namespace output {
 
-class MonitorDevice {
+class PlaybackDevice {
  public:
   using Fill = void (*)(void* node, std::uint8_t* stream, int length);
 
-  MonitorDevice();
-  ~MonitorDevice();
-  MonitorDevice(const MonitorDevice&) = delete;
-  MonitorDevice& operator=(const MonitorDevice&) = delete;
+  PlaybackDevice();
+  ~PlaybackDevice();
+  PlaybackDevice(const PlaybackDevice&) = delete;
+  PlaybackDevice& operator=(const PlaybackDevice&) = delete;
 
   // Opens the default device and starts it, for up to waitMs, and behind the caller after that.
   // wanted's callback and user data are set here.

@@ -1,4 +1,4 @@
-#include "output/MonitorDevice.h"
+#include "output/PlaybackDevice.h"
 
 #include <SDL.h>
 
@@ -32,7 +32,7 @@ struct Closing {
 
 }  // namespace
 
-struct MonitorDevice::Link {
+struct PlaybackDevice::Link {
   Link(Fill whoFills, void* itsNode) : fill(whoFills), node(itsNode) {}
 
   platform::Mutex mutex;
@@ -51,7 +51,7 @@ struct MonitorDevice::Link {
 };
 
 // SDL_OpenAudio on a thread of its own.
-struct MonitorDevice::Opening {
+struct PlaybackDevice::Opening {
   SDL_AudioSpec wanted{};
   std::shared_ptr<Link> link;  // what SDL calls back
   platform::Mutex mutex;
@@ -87,13 +87,13 @@ bool CloseInTime(std::shared_ptr<void> link) {
 
 }  // namespace
 
-MonitorDevice::MonitorDevice() = default;
+PlaybackDevice::PlaybackDevice() = default;
 
-MonitorDevice::~MonitorDevice() {
+PlaybackDevice::~PlaybackDevice() {
   Close();
 }
 
-void MonitorDevice::OpenDevice(Opening* opening) {
+void PlaybackDevice::OpenDevice(Opening* opening) {
   platform::AwaitSdlSound();
   // Nothing is asked for in return, so SDL converts to what the device takes; a device that
   // answered with its own format would be fed with ours.
@@ -116,8 +116,8 @@ void MonitorDevice::OpenDevice(Opening* opening) {
   SDL_TLSCleanup();
 }
 
-bool MonitorDevice::Open(const SDL_AudioSpec& wanted, Fill fill, void* node, int waitMs,
-                         std::string* error) {
+bool PlaybackDevice::Open(const SDL_AudioSpec& wanted, Fill fill, void* node, int waitMs,
+                          std::string* error) {
   Close();
   m_link = std::make_shared<Link>(fill, node);
   m_opening = std::make_shared<Opening>();
@@ -140,7 +140,7 @@ bool MonitorDevice::Open(const SDL_AudioSpec& wanted, Fill fill, void* node, int
   return !TakeFailure(error);
 }
 
-bool MonitorDevice::TakeFailure(std::string* error) {
+bool PlaybackDevice::TakeFailure(std::string* error) {
   if (m_opening == nullptr) {
     return false;
   }
@@ -153,7 +153,7 @@ bool MonitorDevice::TakeFailure(std::string* error) {
   return true;
 }
 
-void MonitorDevice::WhileNotAsking(const std::function<void()>& work) {
+void PlaybackDevice::WhileNotAsking(const std::function<void()>& work) {
   if (m_link == nullptr) {
     work();
     return;
@@ -164,7 +164,7 @@ void MonitorDevice::WhileNotAsking(const std::function<void()>& work) {
   }
 }
 
-void MonitorDevice::Close() {
+void PlaybackDevice::Close() {
   if (m_link == nullptr) {
     return;
   }
