@@ -169,8 +169,8 @@ class CRender : public CSrcInterface {
   AVFrame* TakeAsCanvas(LayerSnapshot* layer);
   AVFrame* BeginCanvas(output::ComposeState* state, std::vector<LayerSnapshot>* layers,
                        std::size_t* next);
-  AVFrame* DrawCanvas(output::ComposeState* state, std::vector<LayerSnapshot>* layers,
-                      bool withTexts);
+  AVFrame* DrawCanvas(output::ComposeState* state, std::vector<LayerSnapshot>* layers, bool* again);
+  static void TellSpoilt(output::ComposeState* state, const LayerSlot* slot);
   void ConsumeFrames(LayerSlot* slot, bool taken);
   void TrimLayers();
 

@@ -7,6 +7,7 @@
 
 extern "C" {
 #include <libavutil/frame.h>
+#include <libavutil/log.h>
 }
 
 #include "media/ffmpeg/FrameMarks.h"
@@ -24,7 +25,8 @@ struct CRender::LayerSnapshot {
   bool isText;
   bool hidden;
   bool onCanvas;  // false for a text below the first picture: there is no canvas yet to draw on
-  bool taken = false;  // the head has left the queue and become the canvas
+  bool taken = false;   // the head has left the queue and become the canvas
+  bool spoilt = false;  // a text that has taken a canvas of this pass with it
 };
 
 namespace {
@@ -85,10 +87,10 @@ void CRender::ComposePass(output::ComposeState* state) {
   const std::int64_t capturedMs = first->head->pts;
   AVFrame* canvas = nullptr;
   if (m_composed.Size() <= output::kComposedLimit) {
-    canvas = DrawCanvas(state, &layers, true);
-    if (canvas == nullptr) {
-      // A text that fails takes the canvas with it: once more, without texts.
-      canvas = DrawCanvas(state, &layers, false);
+    // A text that fails takes the canvas with it: once more then, without that text.
+    bool again = true;
+    while (canvas == nullptr && std::exchange(again, false)) {
+      canvas = DrawCanvas(state, &layers, &again);
     }
   } else {
     ++m_counters.droppedComposed;
@@ -218,9 +220,9 @@ AVFrame* CRender::BeginCanvas(output::ComposeState* state, std::vector<LayerSnap
   return canvas;
 }
 
-// Null when the canvas can't be had or a text has spoilt it.
+// Null when the canvas can't be had. *again: a text has spoilt it, and it may be had without.
 AVFrame* CRender::DrawCanvas(output::ComposeState* state, std::vector<LayerSnapshot>* layers,
-                             bool withTexts) {
+                             bool* again) {
   if (std::any_of(layers->begin(), layers->end(),
                   [](const LayerSnapshot& layer) { return layer.taken; })) {
     return nullptr;  // spoilt together with the picture that it was
@@ -232,22 +234,32 @@ AVFrame* CRender::DrawCanvas(output::ComposeState* state, std::vector<LayerSnaps
     return nullptr;
   }
   for (std::size_t i = next; i < layers->size(); ++i) {
-    const LayerSnapshot& layer = (*layers)[i];
-    if (layer.hidden || !layer.onCanvas) {
+    LayerSnapshot& layer = (*layers)[i];
+    if (layer.hidden || !layer.onCanvas || layer.spoilt) {
       continue;
     }
     if (!layer.isText) {
       layer.overlay->Blit(canvas.Get(), layer.head, layer.x, layer.y);
-    } else if (withTexts) {
-      layer.overlay->DrawText(canvas.Get());
-      if (canvas->data[0] == nullptr || canvas->width != size.width ||
-          canvas->linesize[0] != size.width * 3) {
-        state->textsFail = true;
-        return nullptr;
-      }
+      continue;
+    }
+    layer.overlay->DrawText(canvas.Get());
+    if (canvas->data[0] == nullptr || canvas->width != size.width ||
+        canvas->linesize[0] != size.width * 3) {
+      layer.spoilt = true;
+      TellSpoilt(state, layer.slot);
+      *again = true;
+      return nullptr;
     }
   }
   return canvas.Release();
+}
+
+// Once: what fails for one picture fails for hours of them.
+void CRender::TellSpoilt(output::ComposeState* state, const LayerSlot* slot) {
+  if (!std::exchange(state->textsFail, true)) {
+    av_log(nullptr, AV_LOG_ERROR, "Layer %d: its text can't be drawn and is left out\n",
+           slot->index);
+  }
 }
 
 // taken: the first one has gone already.

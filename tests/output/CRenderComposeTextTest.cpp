@@ -6,6 +6,7 @@
 #include "output/RenderHarness.h"
 #include "support/FakeClock.h"
 #include "support/FilterProbe.h"
+#include "support/LogRecord.h"
 #include "support/WorkingDirectory.h"
 
 namespace {
@@ -130,6 +131,31 @@ TEST_F(CRenderComposeText, AnOverlayFailureSkipsTheTextAndThePassGoesOn) {
   ScopedFrame next(render.Compose());
   ASSERT_TRUE(next);
   EXPECT_GT(BrightPixels(next.Get(), 0, 0, 300, 150), 500);
+}
+
+// One that fails on every picture would take all others with it for good.
+TEST_F(CRenderComposeText, OnlyTheTextThatFailsIsLeftOutAndTheLogNamesItOnce) {
+  const int picture = render.AddLayer();
+  const int broken = render.AddLayer();
+  const int text = render.AddLayer();
+  render.SetLayerText(broken, 0xffffffffU, "broken");
+  render.SetLayerPosition(render.SlotOf(broken), 5, 500);
+  render.SetLayerText(text, 0xffffffffU, "text");
+  render.Feed(picture, NewPicture(64, 48, kGreen));
+  render.ScaleTurn();
+  const support::LogRecord log;
+  testing::internal::CaptureStdout();
+  for (int pass = 0; pass < 3; ++pass) {
+    FilterProbe probe;
+    probe.FailOnce(Call::kGet);  // the lower one is drawn first
+    ScopedFrame canvas(render.Compose());
+    ASSERT_TRUE(canvas);
+    EXPECT_GT(BrightPixels(canvas.Get(), 0, 0, 300, 150), 500) << pass;
+    EXPECT_EQ(0, BrightPixels(canvas.Get(), 0, 400, 600, 700)) << pass;
+  }
+  testing::internal::GetCapturedStdout();
+  EXPECT_EQ("Layer " + std::to_string(broken) + ": its text can't be drawn and is left out\n",
+            log.Errors());
 }
 
 // The picture that became the canvas is gone with it. That happens once: from then on it is copied.

@@ -1,5 +1,6 @@
 #include "support/FilterProbe.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -16,6 +17,7 @@ using Call = support::FilterProbe::Call;
 bool g_probing = false;
 std::vector<support::FilterProbe::Record> g_records;
 std::vector<std::pair<Call, std::string>> g_failing;
+std::vector<Call> g_failingOnce;
 
 // True when the call has to fail.
 bool Note(Call call, const std::string& subject, const std::string& detail = "") {
@@ -23,6 +25,11 @@ bool Note(Call call, const std::string& subject, const std::string& detail = "")
     return false;
   }
   g_records.push_back({call, subject, detail});
+  const auto once = std::find(g_failingOnce.begin(), g_failingOnce.end(), call);
+  if (once != g_failingOnce.end()) {
+    g_failingOnce.erase(once);
+    return true;
+  }
   for (const auto& [failing, name] : g_failing) {
     if (failing == call && (name.empty() || name == subject)) {
       return true;
@@ -140,6 +147,7 @@ FilterProbe::FilterProbe() {
   g_probing = true;
   g_records.clear();
   g_failing.clear();
+  g_failingOnce.clear();
 }
 
 FilterProbe::~FilterProbe() {
@@ -148,6 +156,10 @@ FilterProbe::~FilterProbe() {
 
 void FilterProbe::Fail(Call call, const std::string& subject) {
   g_failing.emplace_back(call, subject);
+}
+
+void FilterProbe::FailOnce(Call call) {
+  g_failingOnce.push_back(call);
 }
 
 std::vector<FilterProbe::Record> FilterProbe::Records(Call call) const {

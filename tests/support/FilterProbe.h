@@ -38,6 +38,8 @@ class FilterProbe {
 
   // From now on this call fails when its subject is the given one, or always with "".
   void Fail(Call call, const std::string& subject = "");
+  // The next one of this call fails, and no other.
+  void FailOnce(Call call);
   std::vector<Record> Records(Call call) const;
 };
 
