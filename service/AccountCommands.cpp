@@ -8,8 +8,8 @@ namespace service {
 
 namespace {
 
-constexpr int kLongestLogin = 255;
-constexpr int kLongestName = 255;
+constexpr int kMaxLogin = 255;
+constexpr int kMaxName = 255;
 
 }  // namespace
 
@@ -33,13 +33,13 @@ int AccountAdd(const QStringList& arguments) {
   Account account;
   account.login = parser.positionalArguments().first();
   QString complaint;
-  if (!IsSendable(account.login, kLongestLogin, &complaint)) {
+  if (!IsSendable(account.login, kMaxLogin, &complaint)) {
     return PrintError(QStringLiteral("the account %1").arg(complaint), kRefused);
   }
   account.name = parser.value(name);
   account.email = parser.value(email);
-  if (!IsPlainText(QStringLiteral("a name"), account.name, 0, kLongestName) ||
-      !IsPlainText(QStringLiteral("an address"), account.email, 0, kLongestName)) {
+  if (!IsPlainText(QStringLiteral("a name"), account.name, 0, kMaxName) ||
+      !IsPlainText(QStringLiteral("an address"), account.email, 0, kMaxName)) {
     return kRefused;
   }
   const std::unique_ptr<Store> store = OpenStore(parser);

@@ -11,9 +11,9 @@ namespace service {
 
 namespace {
 
-constexpr int kLongestTitle = 255;
-constexpr int kLongestUrl = 1024;
-constexpr qint64 kLargestPicture = 8LL * 1024 * 1024;
+constexpr int kMaxTitle = 255;
+constexpr int kMaxUrl = 1024;
+constexpr qint64 kMaxPicture = 8LL * 1024 * 1024;
 
 // Reads a PNG or JPEG file; false with a complaint printed.
 bool ReadPicture(const QString& path, Picture* picture) {
@@ -22,13 +22,13 @@ bool ReadPicture(const QString& path, Picture* picture) {
     PrintError(QStringLiteral("%1: %2").arg(path, file.errorString()), kRefused);
     return false;
   }
-  picture->bytes = file.read(kLargestPicture + 1);
+  picture->bytes = file.read(kMaxPicture + 1);
   if (picture->bytes.startsWith("\x89PNG\r\n\x1a\n")) {
     picture->type = QStringLiteral("image/png");
   } else if (picture->bytes.startsWith("\xff\xd8\xff")) {
     picture->type = QStringLiteral("image/jpeg");
   }
-  if (picture->type.isEmpty() || picture->bytes.size() > kLargestPicture) {
+  if (picture->type.isEmpty() || picture->bytes.size() > kMaxPicture) {
     PrintError(QStringLiteral("%1 is no PNG or JPEG file of at most 8 MiB").arg(path), kRefused);
     return false;
   }
@@ -68,7 +68,7 @@ bool ApplyUrl(const QCommandLineParser& parser, const QCommandLineOption& option
   const QString text = parser.value(option).trimmed();
   const QUrl url(text);
   const bool rtmp = url.scheme() == QLatin1String("rtmp") || url.scheme() == QLatin1String("rtmps");
-  if (!IsPlainText(QStringLiteral("an address"), text, 0, kLongestUrl)) {
+  if (!IsPlainText(QStringLiteral("an address"), text, 0, kMaxUrl)) {
     return false;
   }
   const bool usable = text.isEmpty() || (url.isValid() && !text.contains(QLatin1Char(' ')) &&
@@ -88,7 +88,7 @@ bool Apply(const QCommandLineParser& parser, const ActivityOptions& options, Act
   if (parser.isSet(options.title)) {
     activity->title = parser.value(options.title);
   }
-  if (!IsPlainText(QStringLiteral("a title"), activity->title, 1, kLongestTitle)) {
+  if (!IsPlainText(QStringLiteral("a title"), activity->title, 1, kMaxTitle)) {
     return false;
   }
   if (parser.isSet(options.start)) {

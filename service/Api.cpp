@@ -14,7 +14,7 @@ namespace service {
 namespace {
 
 // Longer than any that was ever given out: nothing to look up.
-constexpr std::size_t kLongestToken = 256;
+constexpr std::size_t kMaxToken = 256;
 // A broadcast to the own ingest that sends nothing for so long is one whose program died. The
 // ingest tells of each publisher every ten seconds.
 constexpr std::int64_t kStaleSeconds = 30;
@@ -199,7 +199,7 @@ Response Api::Login(const Request& request) {
 
 bool Api::FindCaller(const std::string& token, QString* accountId, Response* response) {
   Outcome found = Outcome::NotFound;
-  if (!token.empty() && token.size() <= kLongestToken) {
+  if (!token.empty() && token.size() <= kMaxToken) {
     const std::int64_t now = m_shared->clock.Seconds();
     const std::int64_t latest = now + m_shared->settings.sessionSeconds + kClockSlackSeconds;
     found = m_store->FindSession(QString::fromStdString(HashToken(token)), now, latest, accountId);

@@ -61,9 +61,9 @@ struct Shared {
   const Settings settings;
   const Clock& clock;
   RequestLimit requests;
-  LoginLimit logins{LoginLimit::kMostFailures};
+  LoginLimit logins{LoginLimit::kMaxFailures};
   // Of one network, whatever accounts it tries.
-  LoginLimit networks{LoginLimit::kMostFailuresOfNetwork};
+  LoginLimit networks{LoginLimit::kMaxFailuresOfNetwork};
 };
 
 // The refusals, as the client sees them in "code".

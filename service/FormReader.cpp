@@ -23,7 +23,7 @@ FormReader::~FormReader() {
 
 void FormReader::Feed(const char* data, std::size_t size) {
   m_read += size;
-  if (m_read > kLongestBody) {
+  if (m_read > kMaxBody) {
     m_tooLarge = true;
   }
   if (m_tooLarge || m_processor == nullptr) {
@@ -53,10 +53,10 @@ MHD_Result FormReader::Append(void* self, MHD_ValueKind, const char* key, const 
                               const char*, const char* data, std::uint64_t offset,
                               std::size_t size) {
   auto* reader = static_cast<FormReader*>(self);
-  if (key == nullptr || std::strlen(key) > kLongestName) {
+  if (key == nullptr || std::strlen(key) > kMaxName) {
     return MHD_YES;
   }
-  if (reader->m_fields.count(key) == 0 && reader->m_fields.size() == kMostFields) {
+  if (reader->m_fields.count(key) == 0 && reader->m_fields.size() == kMaxFields) {
     reader->m_tooLarge = true;
     return MHD_NO;
   }
@@ -64,7 +64,7 @@ MHD_Result FormReader::Append(void* self, MHD_ValueKind, const char* key, const 
   if (offset == 0) {
     value.clear();  // a name that comes twice: the last one counts
   }
-  if (value.size() + size > kLongestValue) {
+  if (value.size() + size > kMaxValue) {
     reader->m_tooLarge = true;
     return MHD_NO;
   }

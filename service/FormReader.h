@@ -1,7 +1,7 @@
 // Reads the body of a form (multipart/form-data or application/x-www-form-urlencoded), piece by
 // piece as it comes, into named values. The bytes of a value are kept as they were sent.
 //
-// Bounded: at most kMostFields values of kLongestValue bytes each, and kLongestBody bytes in all; a
+// Bounded: at most kMaxFields values of kMaxValue bytes each, and kMaxBody bytes in all; a
 // body beyond one of them is TooLarge and nothing of it counts. A form that is cut off or damaged
 // is Malformed, and nothing of it counts either: half a password is none.
 //
@@ -19,10 +19,10 @@ namespace service {
 
 class FormReader {
  public:
-  static constexpr std::size_t kMostFields = 16;
-  static constexpr std::size_t kLongestName = 64;
-  static constexpr std::size_t kLongestValue = 4096;
-  static constexpr std::size_t kLongestBody = std::size_t{64} * 1024;
+  static constexpr std::size_t kMaxFields = 16;
+  static constexpr std::size_t kMaxName = 64;
+  static constexpr std::size_t kMaxValue = 4096;
+  static constexpr std::size_t kMaxBody = std::size_t{64} * 1024;
 
   // Of a request whose headers have come. A request that says it is no form is read and dropped.
   explicit FormReader(MHD_Connection* connection);
@@ -36,7 +36,7 @@ class FormReader {
   bool TooLarge() const { return m_tooLarge; }
   bool Malformed() const { return m_malformed; }
   // Far beyond any form: the sender is not worth reading to its end.
-  bool Endless() const { return m_read > 16 * kLongestBody; }
+  bool Endless() const { return m_read > 16 * kMaxBody; }
   std::map<std::string, std::string> TakeFields();
 
  private:

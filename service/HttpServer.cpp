@@ -42,7 +42,7 @@ struct Call {
 
 MHD_Result CollectQuery(void* closure, MHD_ValueKind, const char* key, const char* value) {
   auto* query = static_cast<std::map<std::string, std::string>*>(closure);
-  if (query->size() < FormReader::kMostFields) {
+  if (query->size() < FormReader::kMaxFields) {
     (*query)[key] = value != nullptr ? value : "";
   }
   return MHD_YES;
@@ -284,8 +284,8 @@ bool HttpServer::Implementation::QueueLogin(MHD_Connection* connection, Call* ca
       std::count_if(m_logins.begin(), m_logins.end(), [call](const auto& waiting) {
         return waiting.second->request.network == call->request.network;
       });
-  if (m_stopping || m_logins.size() >= kMostWaitingLogins ||
-      ofNetwork >= kMostWaitingLoginsOfNetwork) {
+  if (m_stopping || m_logins.size() >= kMaxWaitingLogins ||
+      ofNetwork >= kMaxWaitingLoginsOfNetwork) {
     return false;
   }
   // Under the lock: the login thread must not resume the connection before it is suspended.

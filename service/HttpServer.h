@@ -3,7 +3,7 @@
 //
 // Threads: a small pool serves the connections, each thread with a Store of its own. A login is
 // computed on one thread apart (a password hash takes tens of milliseconds) while its connection is
-// suspended, so no other call waits behind it; at most kMostWaitingLogins wait, and more are told
+// suspended, so no other call waits behind it; at most kMaxWaitingLogins wait, and more are told
 // to come back. Start and Stop belong to the thread that made the server.
 //
 // Bounds: connections in all and per address, time of an idle connection and of a request as a
@@ -20,8 +20,8 @@ namespace service {
 
 class HttpServer {
  public:
-  static constexpr int kMostWaitingLogins = 32;
-  static constexpr int kMostWaitingLoginsOfNetwork = 16;
+  static constexpr int kMaxWaitingLogins = 32;
+  static constexpr int kMaxWaitingLoginsOfNetwork = 16;
 
   HttpServer(const QString& databasePath, Shared* shared);
   ~HttpServer();

@@ -24,7 +24,7 @@ constexpr int kStopMs = 3000;
 constexpr int kPortMs = 1500;
 constexpr int kPollMs = 20;
 constexpr qint64 kPieceSeconds = 60;  // longer than any playlist
-constexpr qint64 kLargestLog = 8LL * 1024 * 1024;
+constexpr qint64 kMaxLog = 8LL * 1024 * 1024;
 
 // nginx has no way to quote some of the characters that a path may hold.
 bool FitsConfiguration(const QString& path) {
@@ -195,7 +195,7 @@ void Ingest::Tidy() const {
     }
   }
   QFile log(LogPath());
-  if (log.size() > kLargestLog) {
+  if (log.size() > kMaxLog) {
     log.resize(0);  // the engine appends, so it goes on at the beginning
   }
 }

@@ -12,14 +12,14 @@ namespace service {
 namespace {
 
 // Some fields hold what a stranger sent.
-constexpr int kLongestField = 256;
+constexpr int kMaxField = 256;
 
 QJsonValue Bounded(const QVariant& value) {
   if (value.type() != QVariant::String && value.type() != QVariant::ByteArray) {
     return QJsonValue::fromVariant(value);
   }
   const QString text = value.toString();
-  return text.size() <= kLongestField ? text : text.left(kLongestField) + QStringLiteral("...");
+  return text.size() <= kMaxField ? text : text.left(kMaxField) + QStringLiteral("...");
 }
 
 void Write(const char* level, const char* event, LogFields fields) {

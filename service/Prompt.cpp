@@ -14,13 +14,13 @@ namespace service {
 
 namespace {
 
-constexpr int kLongestPassword = 1024;
-constexpr std::size_t kLongestLine = std::size_t{8} * kLongestPassword;
+constexpr int kMaxPassword = 1024;
+constexpr std::size_t kMaxLine = std::size_t{8} * kMaxPassword;
 // Byte by byte: what follows the line belongs to whoever reads next.
 std::string ReadLine() {
   std::string line;
   char byte = 0;
-  while (line.size() < kLongestLine) {
+  while (line.size() < kMaxLine) {
     const ssize_t got = read(STDIN_FILENO, &byte, 1);
     if (got < 0 && errno == EINTR) {
       continue;
@@ -40,7 +40,7 @@ QString ReadSecret(const char* prompt) {
   if (isatty(STDIN_FILENO) != 1) {
     return QString::fromStdString(ReadLine());
   }
-  std::array<char, kLongestLine> line{};
+  std::array<char, kMaxLine> line{};
   const char* read = readpassphrase(prompt, line.data(), line.size(), RPP_ECHO_OFF);
   QString secret = read != nullptr ? QString::fromUtf8(read) : QString();
   explicit_bzero(line.data(), line.size());
@@ -52,7 +52,7 @@ QString ReadSecret(const char* prompt) {
 QString AskForPassword() {
   const QString password = ReadSecret("Password: ");
   QString complaint;
-  if (!IsSendable(password, kLongestPassword, &complaint)) {
+  if (!IsSendable(password, kMaxPassword, &complaint)) {
     PrintError(QStringLiteral("the password %1").arg(complaint), kRefused);
     return QString();
   }

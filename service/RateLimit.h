@@ -1,6 +1,6 @@
 // Two limits on what one caller may ask: a token bucket for requests, and a count of failed logins.
 //
-// Time is handed in, in milliseconds of a monotonic clock. Memory is bounded: at most kMostEntries
+// Time is handed in, in milliseconds of a monotonic clock. Memory is bounded: at most kMaxEntries
 // callers are remembered, the one seen longest ago is forgotten first.
 //
 // Threads: any; each object locks itself.
@@ -20,7 +20,7 @@ namespace service {
 template <typename Record>
 class RecentCallers {
  public:
-  static constexpr int kMostEntries = 10000;
+  static constexpr int kMaxEntries = 10000;
 
   // Made anew for one that is not known. Valid until the next call.
   Record& Find(const std::string& caller) {
@@ -33,7 +33,7 @@ class RecentCallers {
   int Size() const { return m_records.size(); }
 
  private:
-  QCache<QByteArray, Record> m_records{kMostEntries};
+  QCache<QByteArray, Record> m_records{kMaxEntries};
 };
 
 // Allows perSecond requests a second with bursts of twice as many.
@@ -55,8 +55,8 @@ class RequestLimit {
 // After so many failures within kWindowMs a caller is refused until the window has passed.
 class LoginLimit {
  public:
-  static constexpr int kMostFailures = 5;
-  static constexpr int kMostFailuresOfNetwork = 50;
+  static constexpr int kMaxFailures = 5;
+  static constexpr int kMaxFailuresOfNetwork = 50;
   static constexpr std::int64_t kWindowMs = 5LL * 60 * 1000;
 
   explicit LoginLimit(int mostFailures) : m_mostFailures(mostFailures) {}

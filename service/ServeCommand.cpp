@@ -9,7 +9,7 @@ namespace service {
 
 namespace {
 
-constexpr int kMostSessionHours = 24 * 366;
+constexpr int kMaxSessionHours = 24 * 366;
 
 // An option with a port as its value; false with a complaint printed.
 bool ReadPort(const QCommandLineParser& parser, const QCommandLineOption& option, int* port) {
@@ -83,8 +83,8 @@ int ServeCommand(const QStringList& arguments) {
     return kUsage;
   }
   if (!isNumber || options.settings.sessionSeconds < 3600 ||
-      options.settings.sessionSeconds > 3600LL * kMostSessionHours) {
-    return PrintError(QStringLiteral("a session lasts 1 to %1 hours").arg(kMostSessionHours),
+      options.settings.sessionSeconds > 3600LL * kMaxSessionHours) {
+    return PrintError(QStringLiteral("a session lasts 1 to %1 hours").arg(kMaxSessionHours),
                       kUsage);
   }
   options.database = DatabasePath(parser);

@@ -25,7 +25,7 @@ constexpr int kBusyPauseMs = 5;
 constexpr int kSqliteBusy = 5;
 constexpr int kPrimaryCode = 0xff;  // what is above tells more of the cause
 // Of one account; the login beyond it ends the oldest one.
-constexpr int kMostSessions = 64;
+constexpr int kMaxSessions = 64;
 
 // SQLite would make the file for everybody to read. Never opened here: closing it would drop the
 // locks that other connections of this process hold on it.
@@ -330,7 +330,7 @@ Outcome Store::DropOldSessions(const QString& accountId) {
   if (listed != Outcome::Done) {
     return listed;
   }
-  for (const QString& hash : hashes.mid(kMostSessions - 1)) {
+  for (const QString& hash : hashes.mid(kMaxSessions - 1)) {
     if (RemoveSession(hash) == Outcome::Failed) {
       return Outcome::Failed;
     }

@@ -88,10 +88,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool refused = form.TooLarge() || form.Malformed();
   const auto fields = form.TakeFields();
   fuzz::Require(!refused || fields.empty());
-  fuzz::Require(fields.size() <= FormReader::kMostFields);
+  fuzz::Require(fields.size() <= FormReader::kMaxFields);
   for (const auto& [name, value] : fields) {
-    fuzz::Require(name.size() <= FormReader::kLongestName);
-    fuzz::Require(value.size() <= FormReader::kLongestValue);
+    fuzz::Require(name.size() <= FormReader::kMaxName);
+    fuzz::Require(value.size() <= FormReader::kMaxValue);
   }
   return 0;
 }

@@ -160,7 +160,8 @@ TEST_P(AccountsOfEverySize, ShowAllTheirActivitiesPageByPage) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(, AccountsOfEverySize, ::testing::Values(0, 1, 9, 10, 12, 13, 500),
+INSTANTIATE_TEST_SUITE_P(ActivitiesService, AccountsOfEverySize,
+                         ::testing::Values(0, 1, 9, 10, 12, 13, 500),
                          ::testing::PrintToStringParamName());
 
 TEST_F(ActivitiesServiceTest, AnEndedSessionShowsAnEmptyGridInSilence) {

@@ -136,7 +136,7 @@ TEST_F(ApiTest, FiveFailuresLockTheAccountForThatCallerForFiveMinutes) {
 
 TEST_F(ApiTest, FiftyFailuresLockANetworkWhateverAccountsItTries) {
   rig.AddAccount("user");
-  for (int i = 0; i < service::LoginLimit::kMostFailuresOfNetwork; ++i) {
+  for (int i = 0; i < service::LoginLimit::kMaxFailuresOfNetwork; ++i) {
     // Four for each account: none of them is locked for itself.
     Refused(Login("guess" + std::to_string(i / 4), "guess"), service::kWrongPassword);
   }

@@ -134,17 +134,17 @@ TEST_F(HttpServerTest, TheEmptyMultipartOfTheAdvertisementIsAccepted) {
 
 TEST_F(HttpServerTest, FormsBeyondTheirBoundsAreTooLarge) {
   FormFields many;
-  for (std::size_t i = 0; i <= FormReader::kMostFields; ++i) {
+  for (std::size_t i = 0; i <= FormReader::kMaxFields; ++i) {
     many.emplace_back("f" + std::to_string(i), "v");
   }
   EXPECT_EQ(Post(MultipartType(), MultipartBody(many)).status, 413);
   many.pop_back();
   EXPECT_EQ(Post(MultipartType(), MultipartBody(many)).status, 200);
-  const FormFields longest = {{"login", std::string(FormReader::kLongestValue, 'x')}};
+  const FormFields longest = {{"login", std::string(FormReader::kMaxValue, 'x')}};
   EXPECT_EQ(Post(MultipartType(), MultipartBody(longest)).status, 200);
-  const FormFields longer = {{"login", std::string(FormReader::kLongestValue + 1, 'x')}};
+  const FormFields longer = {{"login", std::string(FormReader::kMaxValue + 1, 'x')}};
   EXPECT_EQ(Post(MultipartType(), MultipartBody(longer)).status, 413);
-  EXPECT_EQ(Post("text/plain", std::string(FormReader::kLongestBody + 1, 'x')).status, 413);
+  EXPECT_EQ(Post("text/plain", std::string(FormReader::kMaxBody + 1, 'x')).status, 413);
 }
 
 TEST_F(HttpServerTest, ABodyWithoutEndIsCutOff) {
@@ -226,7 +226,7 @@ TEST_F(HttpServerTest, LoginsOfManyAtOnceAreAllAnsweredOrToldToWait) {
     thread.join();
   }
   EXPECT_EQ(done + later, 24);
-  EXPECT_GE(done, service::HttpServer::kMostWaitingLoginsOfNetwork);
+  EXPECT_GE(done, service::HttpServer::kMaxWaitingLoginsOfNetwork);
 }
 
 TEST_F(HttpServerTest, ClientsThatLeaveWhileTheyWaitForALoginHarmNobody) {

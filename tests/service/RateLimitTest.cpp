@@ -6,7 +6,7 @@ using service::LoginLimit;
 using service::RecentCallers;
 using service::RequestLimit;
 
-TEST(RequestLimitTest, AllowsABurstOfTwiceTheRateAndThenTheRate) {
+TEST(RateLimitRequests, AllowsABurstOfTwiceTheRateAndThenTheRate) {
   RequestLimit limit(10);
   const struct {
     std::int64_t atMs;
@@ -23,7 +23,7 @@ TEST(RequestLimitTest, AllowsABurstOfTwiceTheRateAndThenTheRate) {
   EXPECT_TRUE(limit.Allow("another", 100000));
 }
 
-TEST(RequestLimitTest, ATimeThatGoesBackGivesNothing) {
+TEST(RateLimitRequests, ATimeThatGoesBackGivesNothing) {
   RequestLimit limit(1);
   EXPECT_TRUE(limit.Allow("c", 5000));
   EXPECT_TRUE(limit.Allow("c", 5000));
@@ -32,7 +32,7 @@ TEST(RequestLimitTest, ATimeThatGoesBackGivesNothing) {
   EXPECT_TRUE(limit.Allow("c", 6000));
 }
 
-TEST(LoginLimitTest, RefusesAfterSoManyFailuresUntilTheWindowHasPassed) {
+TEST(RateLimitLogins, RefusesAfterSoManyFailuresUntilTheWindowHasPassed) {
   LoginLimit limit(3);
   for (int i = 0; i < 3; ++i) {
     EXPECT_TRUE(limit.Allow("c", 1000));
@@ -44,7 +44,7 @@ TEST(LoginLimitTest, RefusesAfterSoManyFailuresUntilTheWindowHasPassed) {
   EXPECT_TRUE(limit.Allow("c", 1000 + LoginLimit::kWindowMs));
 }
 
-TEST(LoginLimitTest, ASuccessForgetsTheFailures) {
+TEST(RateLimitLogins, ASuccessForgetsTheFailures) {
   LoginLimit limit(2);
   limit.Failed("c", 1);
   limit.Succeeded("c");
@@ -52,14 +52,14 @@ TEST(LoginLimitTest, ASuccessForgetsTheFailures) {
   EXPECT_TRUE(limit.Allow("c", 3));
 }
 
-TEST(RecentCallersTest, ForgetsTheOneSeenLongestAgo) {
+TEST(RateLimitCallers, ForgetsTheOneSeenLongestAgo) {
   RecentCallers<int> callers;
-  for (int i = 0; i < RecentCallers<int>::kMostEntries; ++i) {
+  for (int i = 0; i < RecentCallers<int>::kMaxEntries; ++i) {
     callers.Find(std::to_string(i)) = 1;
   }
   callers.Find("0");
   callers.Find("new");
-  EXPECT_EQ(callers.Size(), RecentCallers<int>::kMostEntries);
+  EXPECT_EQ(callers.Size(), RecentCallers<int>::kMaxEntries);
   EXPECT_EQ(callers.Find("0"), 1);
   EXPECT_EQ(callers.Find("1"), 0);
 }
