@@ -185,7 +185,7 @@ TEST_F(COverlayGraph, AFailureToGetThePictureBackIsSaidWithItsCode) {
   EXPECT_EQ(overlay.DrawText(canvas.Get()), -1);
 }
 
-TEST(COverlayFont, AMissingOrBrokenFontLeavesTheLayerEmptyAndIsLoggedOnce) {
+TEST(COverlayGraphFont, AMissingOrBrokenFontLeavesTheLayerEmptyAndIsLoggedOnce) {
   for (const auto font : {WorkingDirectory::Font::kMissing, WorkingDirectory::Font::kBroken}) {
     const WorkingDirectory directory(font);
     LogRecord log;
@@ -207,7 +207,7 @@ TEST(COverlayFont, AMissingOrBrokenFontLeavesTheLayerEmptyAndIsLoggedOnce) {
   }
 }
 
-TEST(COverlayFont, AFontThatVanishedAfterTheMeasurementLeavesTheLayerEmpty) {
+TEST(COverlayGraphFont, AFontThatVanishedAfterTheMeasurementLeavesTheLayerEmpty) {
   LogRecord log;
   COverlay overlay;
   {

@@ -33,7 +33,7 @@ Rectangle RectOf(CRender* render, int id) {
   return {x, y, width, height};
 }
 
-TEST(CRender, HasTheValuesOfANewNode) {
+TEST(CRenderLayers, HasTheValuesOfANewNode) {
   CRender render(10);
   EXPECT_EQ(-1, render.selectedLayer);
   EXPECT_EQ(0U, render.windowHandle);
@@ -46,7 +46,7 @@ TEST(CRender, HasTheValuesOfANewNode) {
   EXPECT_EQ(3, render.selectedLayer);
 }
 
-TEST(CRender, WithoutSlotsGivesNoInput) {
+TEST(CRenderLayers, WithoutSlotsGivesNoInput) {
   CRender render(10);
   EXPECT_EQ(-1, render.AddVideoInput());
   int x = 0;
@@ -57,7 +57,7 @@ TEST(CRender, WithoutSlotsGivesNoInput) {
   render.SetLayerAutoFit(0, 1);
 }
 
-TEST(CRender, WithAllSlotsInUseAddVideoInputFails) {
+TEST(CRenderLayers, WithAllSlotsInUseAddVideoInputFails) {
   HandRender render(10);
   for (int id = 0; id < 10; ++id) {
     EXPECT_EQ(id, render.AddLayer());
@@ -67,13 +67,13 @@ TEST(CRender, WithAllSlotsInUseAddVideoInputFails) {
   EXPECT_EQ(4, render.AddVideoInput());
 }
 
-TEST(CRender, AddVideoInputLeavesTheSlotFree) {
+TEST(CRenderLayers, AddVideoInputLeavesTheSlotFree) {
   HandRender render;
   EXPECT_EQ(0, render.AddVideoInput());
   EXPECT_EQ(0, render.AddVideoInput());
 }
 
-TEST(CRender, AddVideoInputResetsTheSlot) {
+TEST(CRenderLayers, AddVideoInputResetsTheSlot) {
   FakeClock clock;
   HandRender render;
   const int id = render.AddLayer();
@@ -109,7 +109,7 @@ TEST(CRender, AddVideoInputResetsTheSlot) {
   EXPECT_EQ(32, width);
 }
 
-TEST(CRender, InsertLayerAppendsAndMarksTheSlotOfThatNumber) {
+TEST(CRenderLayers, InsertLayerAppendsAndMarksTheSlotOfThatNumber) {
   HandRender render;
   EXPECT_EQ(0, render.InsertLayer(0, -1));
   EXPECT_EQ(0, render.InsertLayer(1, 1));
@@ -124,7 +124,7 @@ TEST(CRender, InsertLayerAppendsAndMarksTheSlotOfThatNumber) {
   EXPECT_TRUE(render.SlotOf(2)->inUse);
 }
 
-TEST(CRender, InsertLayerBelowTheLengthOverwritesAndMarksTheGivenId) {
+TEST(CRenderLayers, InsertLayerBelowTheLengthOverwritesAndMarksTheGivenId) {
   HandRender render;
   render.InsertLayer(0, -1);
   render.InsertLayer(1, -1);
@@ -136,7 +136,7 @@ TEST(CRender, InsertLayerBelowTheLengthOverwritesAndMarksTheGivenId) {
   EXPECT_EQ((std::vector<int>{7, 1}), Order(&render));
 }
 
-TEST(CRender, InsertLayerTakesMoreEntriesThanThereAreSlots) {
+TEST(CRenderLayers, InsertLayerTakesMoreEntriesThanThereAreSlots) {
   HandRender render(2);
   for (int i = 0; i < 4; ++i) {
     EXPECT_EQ(0, render.InsertLayer(i, -1));
@@ -144,7 +144,7 @@ TEST(CRender, InsertLayerTakesMoreEntriesThanThereAreSlots) {
   EXPECT_EQ(4, render.LayerCount());
 }
 
-TEST(CRender, RemoveLayerRefusesWhatIsNotThere) {
+TEST(CRenderLayers, RemoveLayerRefusesWhatIsNotThere) {
   HandRender render(4);
   EXPECT_EQ(-1, render.RemoveLayer(0));
   render.InsertLayer(0, -1);
@@ -155,7 +155,7 @@ TEST(CRender, RemoveLayerRefusesWhatIsNotThere) {
   EXPECT_EQ((std::vector<int>{0, 9}), Order(&render));
 }
 
-TEST(CRender, RemoveLayerLeavesTheQueueUntilTheSlotIsReset) {
+TEST(CRenderLayers, RemoveLayerLeavesTheQueueUntilTheSlotIsReset) {
   FakeClock clock;
   HandRender render;
   const int id = render.AddLayer();
@@ -165,7 +165,7 @@ TEST(CRender, RemoveLayerLeavesTheQueueUntilTheSlotIsReset) {
   EXPECT_EQ(1, render.LayerSize(id));
 }
 
-TEST(CRender, LayerAtGivesTheIdOrMinusOne) {
+TEST(CRenderLayers, LayerAtGivesTheIdOrMinusOne) {
   HandRender render;
   render.InsertLayer(3, -1);
   render.InsertLayer(5, -1);
@@ -176,7 +176,7 @@ TEST(CRender, LayerAtGivesTheIdOrMinusOne) {
   EXPECT_EQ(2, render.LayerCount());
 }
 
-TEST(CRender, SwapLayersExchangesTwoEntries) {
+TEST(CRenderLayers, SwapLayersExchangesTwoEntries) {
   HandRender render;
   render.InsertLayer(0, -1);
   render.InsertLayer(1, -1);
@@ -187,7 +187,7 @@ TEST(CRender, SwapLayersExchangesTwoEntries) {
   EXPECT_EQ(-1, render.SwapLayers(-1, 0));
 }
 
-TEST(CRender, RectanglesOfFreeAndHiddenLayersAreRefused) {
+TEST(CRenderLayers, RectanglesOfFreeAndHiddenLayersAreRefused) {
   HandRender render;
   int v = 0;
   EXPECT_EQ(-1, render.GetLayerRect(0, &v, &v, &v, &v));
@@ -202,7 +202,7 @@ TEST(CRender, RectanglesOfFreeAndHiddenLayersAreRefused) {
   EXPECT_EQ(0, render.GetLayerRect(id, &v, &v, &v, &v));
 }
 
-TEST(CRender, ANewTextIsMeasuredAndStandsAtFiveFive) {
+TEST(CRenderLayers, ANewTextIsMeasuredAndStandsAtFiveFive) {
   WorkingDirectory directory;
   HandRender render;
   const int id = render.AddVideoInput();
@@ -218,7 +218,7 @@ TEST(CRender, ANewTextIsMeasuredAndStandsAtFiveFive) {
   EXPECT_EQ(measuredHeight, height);
 }
 
-TEST(CRender, ATextKeepsItsShapeAndItsSizeWhenEdited) {
+TEST(CRenderLayers, ATextKeepsItsShapeAndItsSizeWhenEdited) {
   WorkingDirectory directory;
   HandRender render;
   const int id = render.AddLayer();
@@ -230,7 +230,7 @@ TEST(CRender, ATextKeepsItsShapeAndItsSizeWhenEdited) {
   EXPECT_EQ(Rectangle(40, 50, width * 2, height * 2), RectOf(&render, id));
 }
 
-TEST(CRender, AnEmptyTextFreesTheSlotAndNothingElse) {
+TEST(CRenderLayers, AnEmptyTextFreesTheSlotAndNothingElse) {
   WorkingDirectory directory;
   HandRender render;
   const int id = render.AddLayer();
@@ -241,7 +241,7 @@ TEST(CRender, AnEmptyTextFreesTheSlotAndNothingElse) {
   EXPECT_EQ(1, render.LayerCount());
 }
 
-TEST(CRender, WithoutAFontTheTextLayerStaysEmpty) {
+TEST(CRenderLayers, WithoutAFontTheTextLayerStaysEmpty) {
   WorkingDirectory directory(WorkingDirectory::Font::kMissing);
   HandRender render;
   const int id = render.AddLayer();
@@ -250,7 +250,7 @@ TEST(CRender, WithoutAFontTheTextLayerStaysEmpty) {
   EXPECT_EQ(Rectangle(5, 5, 0, 0), RectOf(&render, id));
 }
 
-TEST(CRender, StartAndStopToggleAndRefuseASecondTime) {
+TEST(CRenderLayers, StartAndStopToggleAndRefuseASecondTime) {
   CRender render(3);
   EXPECT_EQ(-1, render.Stop());
   EXPECT_EQ(0, render.Start());

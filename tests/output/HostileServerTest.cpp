@@ -9,8 +9,8 @@
 #include <mutex>
 
 #include "output/EncoderRig.h"
-#include "output/MessageCapture.h"
 #include "support/HostilePeer.h"
+#include "support/LogRecord.h"
 #include "support/Process.h"
 
 namespace {
@@ -19,7 +19,7 @@ using std::chrono::steady_clock;
 using support::EncoderUnderTest;
 using support::Feeder;
 using support::HostilePeer;
-using support::MessageCapture;
+using support::LogRecord;
 using support::WaitFor;
 
 // On a busy machine; the retry wait alone would take three seconds.
@@ -82,11 +82,11 @@ class HostileServer : public testing::Test {
     EXPECT_LT(ms.count(), kStopMs);
   }
   void ExpectLogNames(const std::string& address, const std::string& cause) {
-    EXPECT_TRUE(log.HasError("avio_open error, path='" + address + "'"));
-    EXPECT_NE(std::string::npos, log.ErrorText().find(cause)) << log.ErrorText();
+    EXPECT_TRUE(log.SaidError("avio_open error, path='" + address + "'"));
+    EXPECT_NE(std::string::npos, log.Errors().find(cause)) << log.Errors();
   }
 
-  MessageCapture log;
+  LogRecord log;
   EncoderUnderTest encoder;
 };
 

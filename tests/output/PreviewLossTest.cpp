@@ -5,9 +5,9 @@
 
 namespace {
 
-class Preview : public support::PreviewRig {};
+class PreviewLoss : public support::PreviewRig {};
 
-TEST_F(Preview, AServerThatDiesEndsTheShowAndNothingElse) {
+TEST_F(PreviewLoss, AServerThatDiesEndsTheShowAndNothingElse) {
   OpenWindow(960, 540);
   ASSERT_EQ(0, render->Start());
   AddLayer(1920, 1080, {0, 0, 255});

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "output/EncoderRig.h"
-#include "output/MessageCapture.h"
+#include "support/LogRecord.h"
 #include "support/Process.h"
 #include "support/Recording.h"
 #include "support/RtmpServer.h"
@@ -21,7 +21,7 @@ namespace {
 using support::Area;
 using support::EncoderUnderTest;
 using support::Feeder;
-using support::MessageCapture;
+using support::LogRecord;
 using support::PictureColour;
 using support::Recording;
 using support::RtmpServer;
@@ -55,7 +55,7 @@ class PublishServer : public testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(server.Start()) << server.Log(); }
   RtmpServer server;
-  MessageCapture log;
+  LogRecord log;
 };
 
 class EveryQuality : public PublishServer, public testing::WithParamInterface<Quality> {};
@@ -167,8 +167,8 @@ TEST_F(PublishServer, StopSendsTheEndOfTheStream) {
   EXPECT_LT(StopTime(&encoder).count(), kStopMs);
   EXPECT_TRUE(server.WaitForClosedRecordings(2000));
   EXPECT_NE(std::string::npos, server.Log().find("deleteStream")) << server.Log();
-  EXPECT_FALSE(log.HasError("av_write_frame error\n"));
-  EXPECT_FALSE(log.HasError("av_write_trailer error\n"));
+  EXPECT_FALSE(log.SaidError("av_write_frame error\n"));
+  EXPECT_FALSE(log.SaidError("av_write_trailer error\n"));
 }
 
 TEST_F(PublishServer, AServerThatIsKilledForTenSecondsGetsANewHeaderAndTheTimeGoesOn) {
@@ -180,9 +180,9 @@ TEST_F(PublishServer, AServerThatIsKilledForTenSecondsGetsANewHeaderAndTheTimeGo
   server.Kill();
   // The loss, and then a try every three seconds.
   ASSERT_TRUE(WaitFor([&] { return encoder.Statistics().status.tries >= 4; }, 60000));
-  EXPECT_TRUE(log.HasError("av_write_frame error\n"));
-  EXPECT_TRUE(log.HasError("avio_open error, path='" + server.Url() + "'"));
-  EXPECT_NE(std::string::npos, log.ErrorText().find("connect: Connection refused\n"));
+  EXPECT_TRUE(log.SaidError("av_write_frame error\n"));
+  EXPECT_TRUE(log.SaidError("avio_open error, path='" + server.Url() + "'"));
+  EXPECT_NE(std::string::npos, log.Errors().find("connect: Connection refused\n"));
   const std::uint64_t sent = encoder.Statistics().videoPacketsSent;
   ASSERT_TRUE(server.Start()) << server.Log();
   // The server records from the next key frame on, which may be 50 pictures away.

@@ -4,7 +4,7 @@
 #include <chrono>
 
 #include "output/EncoderRig.h"
-#include "output/MessageCapture.h"
+#include "support/LogRecord.h"
 #include "support/PrivateNetwork.h"
 #include "support/Process.h"
 #include "support/Recording.h"
@@ -14,7 +14,7 @@ namespace {
 
 using support::EncoderUnderTest;
 using support::Feeder;
-using support::MessageCapture;
+using support::LogRecord;
 using support::Recording;
 using support::RtmpServer;
 using support::WaitFor;
@@ -41,7 +41,7 @@ class StalledServer : public testing::Test {
   }
 
   RtmpServer server;
-  MessageCapture log;
+  LogRecord log;
   EncoderUnderTest encoder{960, 540};
 };
 
@@ -58,7 +58,7 @@ TEST_F(StalledServer, IsServedFromAKeyFrameOnAfterEightSeconds) {
   const std::uint64_t sent = encoder.Statistics().videoPacketsSent;
   ASSERT_TRUE(AwaitSent(sent + 75)) << Describe(encoder);
   const EncoderStatistics statistics = encoder.Statistics();
-  EXPECT_EQ(1U, statistics.connections) << "no reconnect: " << log.ErrorText();
+  EXPECT_EQ(1U, statistics.connections) << "no reconnect: " << log.Errors();
   EXPECT_GE(statistics.videoPacketsDropped, 101U);
   EXPECT_LT(statistics.queuedMs, 3000);
   encoder.Stop();
@@ -106,7 +106,7 @@ TEST_F(StalledServer, IsGivenUpAfterTenSecondsAndTriedAgain) {
   ASSERT_TRUE(
       WaitFor([&] { return encoder.Statistics().status.fault == PublishFault::kWrite; }, 30000));
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9));
-  EXPECT_TRUE(log.HasError("av_write_frame error\n"));
+  EXPECT_TRUE(log.SaidError("av_write_frame error\n"));
   server.Thaw();
   EXPECT_TRUE(WaitFor([&] { return encoder.Statistics().connections >= 2; }, 30000))
       << encoder.Statistics().cause;

@@ -1,6 +1,7 @@
 #include "support/LogRecord.h"
 
 #include <QLoggingCategory>
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -18,7 +19,7 @@ std::vector<std::pair<int, std::string>> g_media;
 std::vector<std::string> g_debug;
 
 void KeepMedia(void* /*object*/, int level, const char* format, va_list arguments) {
-  char text[2048];
+  char text[4096] = "";
   std::vsnprintf(text, sizeof text, format, arguments);
   std::lock_guard<std::mutex> lock(g_mutex);
   g_media.emplace_back(level, text);
@@ -63,6 +64,18 @@ std::vector<std::string> LogRecord::Media(int level) const {
 std::vector<std::string> LogRecord::Debug() const {
   std::lock_guard<std::mutex> lock(g_mutex);
   return g_debug;
+}
+
+bool LogRecord::Noted(const std::string& text) const {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  return std::find(g_debug.begin(), g_debug.end(), text) != g_debug.end();
+}
+
+bool LogRecord::SaidError(const std::string& text) const {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  return std::any_of(g_media.begin(), g_media.end(), [&](const auto& said) {
+    return said.first <= AV_LOG_ERROR && said.second == text;
+  });
 }
 
 std::string LogRecord::Errors() const {

@@ -21,6 +21,11 @@ class LogRecord {
   // The texts of qDebug.
   std::vector<std::string> Debug() const;
 
+  // Whether qDebug was given exactly that text.
+  bool Noted(const std::string& text) const;
+  // Whether av_log was given exactly that text of a failure, in one call.
+  bool SaidError(const std::string& text) const;
+
   // What av_log says of failures, one text after the other.
   std::string Errors() const;
   // True when one line of it holds each part.

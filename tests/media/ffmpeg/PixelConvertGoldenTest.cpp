@@ -65,7 +65,7 @@ Bytes Palette(const std::vector<std::uint32_t>& colours) {
 
 // Eight pixels a byte, the first in the highest bit; ten and sixteen bits in the named order.
 INSTANTIATE_TEST_SUITE_P(
-    RareFormats, PixelConvertGolden,
+    PixelConvertGolden, PixelConvertGolden,
     testing::Values(
         Golden{AV_PIX_FMT_MONOWHITE, {{0x50}}, {255, 255, 255, 0, 0, 0, 255, 255, 255, 0, 0, 0}},
         Golden{AV_PIX_FMT_MONOBLACK, {{0x50}}, {0, 0, 0, 255, 255, 255, 0, 0, 0, 255, 255, 255}},
@@ -113,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 // The palette is a plane of its own, 1024 bytes whatever the picture's size.
-TEST(PixelConvertPalette, OneThatIsShorterThanItMustBeIsRefused) {
+TEST(PixelConvertGoldenPalette, OneThatIsShorterThanItMustBeIsRefused) {
   ffmpeg::ScopedFrame source(av_frame_alloc());
   source->width = 4;
   source->height = 1;

@@ -199,7 +199,7 @@ std::string FormatName(const testing::TestParamInfo<AVPixelFormat>& info) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    EveryFormat, ToRgb24,
+    PixelConvert, ToRgb24,
     testing::Values(AV_PIX_FMT_RGB24, AV_PIX_FMT_BGR24, AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA,
                     AV_PIX_FMT_RGB0, AV_PIX_FMT_RGBA, AV_PIX_FMT_ARGB, AV_PIX_FMT_GBRP,
                     AV_PIX_FMT_GBRAP, AV_PIX_FMT_GBRP10LE, AV_PIX_FMT_RGB565LE, AV_PIX_FMT_RGB48BE,
@@ -231,7 +231,7 @@ TEST_P(ToYuv420, IsWithinTwoOfTheExactResult) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryFormat, ToYuv420,
+INSTANTIATE_TEST_SUITE_P(PixelConvert, ToYuv420,
                          testing::Combine(testing::Values(AV_PIX_FMT_RGB24, AV_PIX_FMT_BGR0,
                                                           AV_PIX_FMT_BGRA),
                                           testing::Bool()));
@@ -376,7 +376,7 @@ TEST_P(ScaleRgb, IsBilinear) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    EveryFormatAndRatio, ScaleRgb,
+    PixelConvert, ScaleRgb,
     testing::Combine(testing::Values(AV_PIX_FMT_RGB24, AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA),
                      testing::Values(Size{101, 59}, Size{150, 90}, Size{40, 20}, Size{203, 60},
                                      Size{100, 119}, Size{1, 1}, Size{7, 200}, Size{301, 222},

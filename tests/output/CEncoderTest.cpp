@@ -5,30 +5,30 @@
 
 #include "output/EncoderRig.h"
 #include "output/LibraryFailures.h"
-#include "output/MessageCapture.h"
+#include "support/LogRecord.h"
 #include "support/Process.h"
 
 namespace {
 
 using support::EncoderUnderTest;
 using support::LibraryFailures;
-using support::MessageCapture;
+using support::LogRecord;
 
 constexpr int kWaitMs = 20000;
 
-TEST(EncoderLife, StopWithoutStartIsSafe) {
-  const MessageCapture log;
+TEST(CEncoder, StopWithoutStartIsSafe) {
+  const LogRecord log;
   EncoderUnderTest encoder;
   EXPECT_EQ(0, encoder.Stop());
   EXPECT_EQ(0, encoder.Stop());
 }
 
-TEST(EncoderLife, SecondStartIsRefusedAndTheFirstGoesOn) {
-  const MessageCapture log;
+TEST(CEncoder, SecondStartIsRefusedAndTheFirstGoesOn) {
+  const LogRecord log;
   EncoderUnderTest encoder;
   ASSERT_EQ(0, encoder.Start());
   EXPECT_EQ(-1, encoder.Start());
-  EXPECT_TRUE(log.HasNote("encoder has started"));
+  EXPECT_TRUE(log.Noted("encoder has started"));
   EXPECT_TRUE(encoder.Started());
   encoder.EnqueueVideo(0, support::NewCanvas(0));
   EXPECT_TRUE(
@@ -36,14 +36,14 @@ TEST(EncoderLife, SecondStartIsRefusedAndTheFirstGoesOn) {
   EXPECT_EQ(0, encoder.Stop());
 }
 
-TEST(EncoderLife, TheHardwareIsTriedAnewAtEachStart) {
+TEST(CEncoder, TheHardwareIsTriedAnewAtEachStart) {
   for (int round = 0; round < 2; ++round) {
-    const MessageCapture log;
+    const LogRecord log;
     EncoderUnderTest encoder;
     ASSERT_EQ(0, encoder.Start());
     const std::string chosen = encoder.VideoContext()->codec->name;
     EXPECT_EQ(chosen != "h264_nvenc",
-              log.ErrorText().find("the picture encoder h264_nvenc can't") != std::string::npos);
+              log.Errors().find("the picture encoder h264_nvenc can't") != std::string::npos);
     EXPECT_EQ(0, encoder.Stop());
     ASSERT_EQ(0, encoder.Start()) << "the same node once more";
     EXPECT_EQ(chosen, encoder.VideoContext()->codec->name);
@@ -52,8 +52,8 @@ TEST(EncoderLife, TheHardwareIsTriedAnewAtEachStart) {
 }
 
 // Many times, since its threads may or may not have run by then.
-TEST(EncoderLife, AStartedEncoderIsNeverSeenStopped) {
-  const MessageCapture log;
+TEST(CEncoder, AStartedEncoderIsNeverSeenStopped) {
+  const LogRecord log;
   EncoderUnderTest encoder;
   for (int round = 0; round < 20; ++round) {
     EXPECT_EQ(PublishState::kStopped, encoder.Statistics().status.state);
@@ -63,8 +63,8 @@ TEST(EncoderLife, AStartedEncoderIsNeverSeenStopped) {
   }
 }
 
-TEST(EncoderLife, StopFreesTheEncodersAndWhatWaits) {
-  const MessageCapture log;
+TEST(CEncoder, StopFreesTheEncodersAndWhatWaits) {
+  const LogRecord log;
   EncoderUnderTest encoder;
   ASSERT_EQ(0, encoder.Start());
   encoder.EnqueueVideo(0, support::NewCanvas(0));
@@ -77,8 +77,8 @@ TEST(EncoderLife, StopFreesTheEncodersAndWhatWaits) {
   EXPECT_EQ(PublishState::kStopped, encoder.Statistics().status.state);
 }
 
-TEST(EncoderLife, StartsAnewAfterAStopWithClocksAtZero) {
-  const MessageCapture log;
+TEST(CEncoder, StartsAnewAfterAStopWithClocksAtZero) {
+  const LogRecord log;
   EncoderUnderTest encoder;
   for (int round = 1; round <= 2; ++round) {
     ASSERT_EQ(0, encoder.Start());
@@ -90,8 +90,8 @@ TEST(EncoderLife, StartsAnewAfterAStopWithClocksAtZero) {
   }
 }
 
-TEST(EncoderLife, StartOfAnotherSizeFailsAndKeepsItsContextsUntilStop) {
-  const MessageCapture log;
+TEST(CEncoder, StartOfAnotherSizeFailsAndKeepsItsContextsUntilStop) {
+  const LogRecord log;
   EncoderUnderTest encoder(640, 360);
   EXPECT_EQ(-1, encoder.Start());
   EXPECT_FALSE(encoder.Started());
@@ -102,17 +102,17 @@ TEST(EncoderLife, StartOfAnotherSizeFailsAndKeepsItsContextsUntilStop) {
   EXPECT_EQ(nullptr, encoder.VideoContext());
 }
 
-TEST(EncoderLife, AFailedStartCanBeRepeated) {
-  const MessageCapture log;
+TEST(CEncoder, AFailedStartCanBeRepeated) {
+  const LogRecord log;
   EncoderUnderTest encoder(640, 360);
   EXPECT_EQ(-1, encoder.Start());
   EXPECT_EQ(-1, encoder.Start());
-  EXPECT_FALSE(log.HasNote("encoder has started"));
+  EXPECT_FALSE(log.Noted("encoder has started"));
 }
 
 // The hardware encoder is asked first at each start; where no card takes it, x264 does.
-TEST(EncoderLife, WithoutTheHardwareX264Encodes) {
-  const MessageCapture log;
+TEST(CEncoder, WithoutTheHardwareX264Encodes) {
+  const LogRecord log;
   EncoderUnderTest encoder;
   ASSERT_TRUE(encoder.Open());
   const std::string used = encoder.VideoContext()->codec->name;
@@ -121,12 +121,11 @@ TEST(EncoderLife, WithoutTheHardwareX264Encodes) {
     return;
   }
   EXPECT_EQ("libx264", used);
-  EXPECT_NE(std::string::npos,
-            log.ErrorText().find("the picture encoder h264_nvenc can't be used: "));
+  EXPECT_NE(std::string::npos, log.Errors().find("the picture encoder h264_nvenc can't be used: "));
 }
 
-TEST(EncoderLife, ALibraryWithoutTheHardwareEncoderMovesOnToX264) {
-  const MessageCapture log;
+TEST(CEncoder, ALibraryWithoutTheHardwareEncoderMovesOnToX264) {
+  const LogRecord log;
   const LibraryFailures failures({"encoder:h264_nvenc"});
   EncoderUnderTest encoder;
   ASSERT_TRUE(encoder.Open());
@@ -139,10 +138,10 @@ struct FailingSetUp {
   bool contextsStay;
 };
 
-class EncoderSetUp : public testing::TestWithParam<FailingSetUp> {};
+class CEncoderSetUp : public testing::TestWithParam<FailingSetUp> {};
 
-TEST_P(EncoderSetUp, FailureEndsStartAndStopIsSafe) {
-  const MessageCapture log;
+TEST_P(CEncoderSetUp, FailureEndsStartAndStopIsSafe) {
+  const LogRecord log;
   const LibraryFailures failures(GetParam().failures);
   EncoderUnderTest encoder;
   testing::internal::CaptureStdout();
@@ -157,7 +156,7 @@ TEST_P(EncoderSetUp, FailureEndsStartAndStopIsSafe) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    EncoderLife, EncoderSetUp,
+    CEncoder, CEncoderSetUp,
     testing::Values(FailingSetUp{"NoSoundEncoder", {"avcodec_find_encoder"}, false},
                     FailingSetUp{"NoFifo", {"av_audio_fifo_alloc"}, false},
                     FailingSetUp{
@@ -165,17 +164,17 @@ INSTANTIATE_TEST_SUITE_P(
                     FailingSetUp{"NoResampler", {"swr_init"}, true}),
     [](const auto& test) { return std::string(test.param.name); });
 
-class SoundFailure : public testing::TestWithParam<std::pair<const char*, const char*>> {};
+class CEncoderSoundFailure : public testing::TestWithParam<std::pair<const char*, const char*>> {};
 
-TEST_P(SoundFailure, IsNotedAndTheTurnsGoOn) {
-  const MessageCapture log;
+TEST_P(CEncoderSoundFailure, IsNotedAndTheTurnsGoOn) {
+  const LogRecord log;
   EncoderUnderTest encoder;
   ASSERT_TRUE(encoder.Open());
   {
     const LibraryFailures failures({GetParam().first});
     encoder.EnqueueAudio(0, support::NewSine(0, 2048));
     EXPECT_TRUE(encoder.Turn());
-    EXPECT_TRUE(log.HasNote(GetParam().second));
+    EXPECT_TRUE(log.Noted(GetParam().second));
   }
   const int before = encoder.Audio().Size();
   encoder.EnqueueAudio(0, support::NewSine(2048, 4096));
@@ -184,7 +183,7 @@ TEST_P(SoundFailure, IsNotedAndTheTurnsGoOn) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    EncoderLife, SoundFailure,
+    CEncoder, CEncoderSoundFailure,
     testing::Values(std::make_pair("av_audio_fifo_realloc", "Could not reallocate FIFO\n"),
                     std::make_pair("av_audio_fifo_write", "Could not write data to FIFO\n"),
                     std::make_pair("av_audio_fifo_read", "av_audio_fifo_read  fail")),

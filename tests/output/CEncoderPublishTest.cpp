@@ -8,9 +8,9 @@
 #include "media/ffmpeg/Scoped.h"
 #include "output/EncoderRig.h"
 #include "output/LibraryFailures.h"
-#include "output/MessageCapture.h"
 #include "output/PublishRules.h"
 #include "support/FakeClock.h"
+#include "support/LogRecord.h"
 #include "support/Process.h"
 #include "support/ProcessSight.h"
 #include "support/Recording.h"
@@ -19,12 +19,12 @@ namespace {
 
 using support::EncoderUnderTest;
 using support::LibraryFailures;
-using support::MessageCapture;
+using support::LogRecord;
 using support::NewPacket;
 using support::Recording;
 using Sent = EncoderUnderTest::Sent;
 
-class PublishTurn : public testing::Test {
+class CEncoderPublishTurn : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(encoder.Open());
@@ -77,13 +77,13 @@ class PublishTurn : public testing::Test {
   }
 
   support::TempDir directory;
-  MessageCapture log;
+  LogRecord log;
   EncoderUnderTest encoder;
   AVFormatContext* output = nullptr;
   int videoMade = 0;
 };
 
-TEST_F(PublishTurn, WithFewerThanFifteenVideoPacketsNothingIsSentSoundIncluded) {
+TEST_F(CEncoderPublishTurn, WithFewerThanFifteenVideoPacketsNothingIsSentSoundIncluded) {
   AddVideo(14);
   AddAudio({0, 21, 43});
   EXPECT_EQ(Sent::kNothing, encoder.PublishTurn(output));
@@ -94,19 +94,19 @@ TEST_F(PublishTurn, WithFewerThanFifteenVideoPacketsNothingIsSentSoundIncluded) 
   EXPECT_EQ(2, encoder.Audio().Size());
 }
 
-TEST_F(PublishTurn, WithoutSoundNothingIsSent) {
+TEST_F(CEncoderPublishTurn, WithoutSoundNothingIsSent) {
   AddVideo(400);
   EXPECT_EQ(Sent::kNothing, encoder.PublishTurn(output));
   EXPECT_EQ(400, encoder.Video().Size()) << "nothing is skipped either";
 }
 
-TEST_F(PublishTurn, StreamsAreSoundThenPicture) {
+TEST_F(CEncoderPublishTurn, StreamsAreSoundThenPicture) {
   ASSERT_EQ(2U, output->nb_streams);
   EXPECT_EQ(AV_CODEC_ID_AAC, output->streams[0]->codecpar->codec_id);
   EXPECT_EQ(AV_CODEC_ID_H264, output->streams[1]->codecpar->codec_id);
 }
 
-TEST_F(PublishTurn, PictureGoesAHundredMillisecondsBehindTheSound) {
+TEST_F(CEncoderPublishTurn, PictureGoesAHundredMillisecondsBehindTheSound) {
   AddVideo(17);  // at 0, 40, 80 before the fifteen that are held
   AddAudio({0, 21, 43, 64, 85, 107, 128, 149, 171, 192});
   SendAllThatIsDue();
@@ -129,12 +129,12 @@ TEST_F(PublishTurn, PictureGoesAHundredMillisecondsBehindTheSound) {
                                                        {0, 171},
                                                        {1, 180}}),
             wire);
-  EXPECT_TRUE(log.HasNote("send audio pts = 107"));
-  EXPECT_TRUE(log.HasNote("send video pts = 140"));
+  EXPECT_TRUE(log.Noted("send audio pts = 107"));
+  EXPECT_TRUE(log.Noted("send video pts = 140"));
 }
 
 // The muxer must not wait for a packet of each stream: the server would see a silent publisher.
-TEST_F(PublishTurn, PicturesThatAreBehindTheSoundGoOutAtOnce) {
+TEST_F(CEncoderPublishTurn, PicturesThatAreBehindTheSoundGoOutAtOnce) {
   AddVideo(114);
   AddAudio({8000, 8021});  // the sound is 8 s further
   const std::int64_t before = avio_tell(output->pb);
@@ -144,7 +144,7 @@ TEST_F(PublishTurn, PicturesThatAreBehindTheSoundGoOutAtOnce) {
   EXPECT_EQ(2, encoder.Audio().Size());
 }
 
-TEST_F(PublishTurn, FifteenVideoPacketsAreAlwaysHeldBack) {
+TEST_F(CEncoderPublishTurn, FifteenVideoPacketsAreAlwaysHeldBack) {
   AddVideo(100);
   std::vector<std::int64_t> sound;
   for (int i = 0; i < 300; ++i) {
@@ -156,7 +156,8 @@ TEST_F(PublishTurn, FifteenVideoPacketsAreAlwaysHeldBack) {
   EXPECT_EQ(86U, encoder.Statistics().videoPacketsSent);
 }
 
-TEST_F(PublishTurn, AStallOfAHundredAndFiftyOnePacketsIsCutAndTheNextVideoPacketIsAKeyFrame) {
+TEST_F(CEncoderPublishTurn,
+       AStallOfAHundredAndFiftyOnePacketsIsCutAndTheNextVideoPacketIsAKeyFrame) {
   AddVideo(151, 30);  // keys at 30, 80, 130
   std::vector<std::int64_t> sound;
   for (int i = 0; i < 283; ++i) {
@@ -178,7 +179,7 @@ TEST_F(PublishTurn, AStallOfAHundredAndFiftyOnePacketsIsCutAndTheNextVideoPacket
   EXPECT_FALSE(first);
 }
 
-TEST_F(PublishTurn, AfterTheCutOlderSoundIsSentFirst) {
+TEST_F(CEncoderPublishTurn, AfterTheCutOlderSoundIsSentFirst) {
   AddVideo(151, 1);  // the head becomes 4040 ms
   AddAudio({0, 21, 43, 4100, 4121, 4142});
   SendAllThatIsDue();
@@ -192,7 +193,7 @@ TEST_F(PublishTurn, AfterTheCutOlderSoundIsSentFirst) {
   EXPECT_EQ(4140, wire[5].ptsMs);
 }
 
-TEST_F(PublishTurn, ACutThatLeavesNoSoundSendsNothing) {
+TEST_F(CEncoderPublishTurn, ACutThatLeavesNoSoundSendsNothing) {
   AddVideo(151, 1);
   AddAudio({9000});
   EXPECT_EQ(Sent::kNothing, encoder.PublishTurn(output));
@@ -200,7 +201,7 @@ TEST_F(PublishTurn, ACutThatLeavesNoSoundSendsNothing) {
   EXPECT_EQ(0U, encoder.Statistics().videoPacketsSent);
 }
 
-TEST_F(PublishTurn, AFailedWriteIsLoggedWithItsCauseAndCalledForARetry) {
+TEST_F(CEncoderPublishTurn, AFailedWriteIsLoggedWithItsCauseAndCalledForARetry) {
   OpenOutput("/dev/full");
   AddVideo(20);
   encoder.Audio().PushBack(NewPacket(0, true, 64));
@@ -213,15 +214,15 @@ TEST_F(PublishTurn, AFailedWriteIsLoggedWithItsCauseAndCalledForARetry) {
     sent = encoder.PublishTurn(output);
   }
   EXPECT_EQ(Sent::kFailed, sent);
-  EXPECT_TRUE(log.HasError("av_write_frame error\n"));
-  EXPECT_NE(std::string::npos, log.ErrorText().find("No space left on device"));
+  EXPECT_TRUE(log.SaidError("av_write_frame error\n"));
+  EXPECT_NE(std::string::npos, log.Errors().find("No space left on device"));
   const EncoderStatistics statistics = encoder.Statistics();
   EXPECT_EQ(PublishState::kRetrying, statistics.status.state);
   EXPECT_EQ(PublishFault::kWrite, statistics.status.fault);
   EXPECT_EQ("send: No space left on device", statistics.cause);
 }
 
-TEST_F(PublishTurn, QueuedDelayIsWhatTheWaitingPicturesStandFor) {
+TEST_F(CEncoderPublishTurn, QueuedDelayIsWhatTheWaitingPicturesStandFor) {
   for (int i = 0; i < 20; ++i) {
     encoder.EnqueueVideo(0, support::NewCanvas(i));
     encoder.Turn();
@@ -234,7 +235,7 @@ TEST_F(PublishTurn, QueuedDelayIsWhatTheWaitingPicturesStandFor) {
 }
 
 // One connection from its making to its end, on the test's thread.
-class PublishOnce : public testing::Test {
+class CEncoderPublishOnce : public testing::Test {
  protected:
   void SetUp() override {
     encoder.AllowFiles();
@@ -255,18 +256,18 @@ class PublishOnce : public testing::Test {
     encoder.Halt(false);
   }
   support::TempDir directory;
-  MessageCapture log;
+  LogRecord log;
   EncoderUnderTest encoder;
   int fed = 0;
 };
 
-TEST_F(PublishOnce, AnAddressThatCantBeOpenedIsLoggedAndCallsForARetryAndTheQueuesAreLost) {
+TEST_F(CEncoderPublishOnce, AnAddressThatCantBeOpenedIsLoggedAndCallsForARetryAndTheQueuesAreLost) {
   const std::string address = directory.File("missing/rtmp.flv");
   encoder.SetUrl(address);
   FeedOneOfEach();
   EXPECT_TRUE(encoder.PublishOnce());
-  EXPECT_TRUE(log.HasError("avio_open error, path='" + address + "'"));
-  EXPECT_NE(std::string::npos, log.ErrorText().find("connect: No such file or directory\n"));
+  EXPECT_TRUE(log.SaidError("avio_open error, path='" + address + "'"));
+  EXPECT_NE(std::string::npos, log.Errors().find("connect: No such file or directory\n"));
   EXPECT_EQ(0, encoder.Video().Size());
   EXPECT_EQ(0, encoder.Audio().Size());
   EXPECT_EQ(1U, encoder.Statistics().videoPacketsDropped);
@@ -275,31 +276,31 @@ TEST_F(PublishOnce, AnAddressThatCantBeOpenedIsLoggedAndCallsForARetryAndTheQueu
   EXPECT_EQ(2, encoder.Statistics().status.tries);
 }
 
-TEST_F(PublishOnce, ARefusedHeaderIsLoggedAndCallsForNoRetry) {
+TEST_F(CEncoderPublishOnce, ARefusedHeaderIsLoggedAndCallsForNoRetry) {
   const LibraryFailures failures({"avformat_write_header"});
   encoder.SetUrl(directory.File("stream.flv"));
   FeedOneOfEach();
   EXPECT_FALSE(encoder.PublishOnce());
-  EXPECT_TRUE(log.HasError("avformat_write_header, error\n"));
+  EXPECT_TRUE(log.SaidError("avformat_write_header, error\n"));
   EXPECT_EQ(PublishState::kEnded, encoder.Statistics().status.state);
   EXPECT_EQ("stream header: Invalid argument", encoder.Statistics().cause);
   EXPECT_EQ(0, encoder.Video().Size());
 }
 
-TEST_F(PublishOnce, WithoutAContextOrAStreamItEndsSilently) {
+TEST_F(CEncoderPublishOnce, WithoutAContextOrAStreamItEndsSilently) {
   encoder.SetUrl(directory.File("stream.flv"));
   for (const char* name : {"avformat_alloc_output_context2", "avformat_new_stream"}) {
     const LibraryFailures failures({name});
     EXPECT_FALSE(encoder.PublishOnce()) << name;
     EXPECT_EQ(PublishState::kEnded, encoder.Statistics().status.state) << name;
   }
-  for (const std::string& error : log.Errors()) {
+  for (const std::string& error : log.Media(AV_LOG_ERROR)) {
     EXPECT_EQ(std::string::npos, error.find("stream.flv")) << error;
   }
   EXPECT_FALSE(std::filesystem::exists(directory.File("stream.flv")));
 }
 
-TEST_F(PublishOnce, AFailedTrailerIsLogged) {
+TEST_F(CEncoderPublishOnce, AFailedTrailerIsLogged) {
   const LibraryFailures failures({"av_write_trailer"});
   encoder.SetUrl("/dev/full");
   for (int i = 0; i < 30; ++i) {
@@ -307,18 +308,18 @@ TEST_F(PublishOnce, AFailedTrailerIsLogged) {
     encoder.Audio().PushBack(NewPacket(i * 40, true));
   }
   EXPECT_TRUE(encoder.PublishOnce());
-  EXPECT_TRUE(log.HasError("av_write_trailer error\n"));
+  EXPECT_TRUE(log.SaidError("av_write_trailer error\n"));
 }
 
 // The address comes from the service.
-TEST(PublishAddress, ThatNamesAFileLeavesTheFileAlone) {
+TEST(CEncoderPublishAddress, ThatNamesAFileLeavesTheFileAlone) {
   const support::TempDir directory;
   const std::string file = directory.File("rtmp.txt");
   for (const std::string& address :
        {file, "file:" + file, "async:file:" + file, "cache:" + file, "crypto:file:" + file,
         "subfile,,start,0,end,9,,:" + file, "tee:" + file, std::string("pipe:1")}) {
     std::ofstream(file) << "precious";
-    const MessageCapture log;
+    const LogRecord log;
     EncoderUnderTest encoder;
     ASSERT_TRUE(encoder.Open());
     encoder.SetUrl(address);
@@ -331,7 +332,7 @@ TEST(PublishAddress, ThatNamesAFileLeavesTheFileAlone) {
 }
 
 // Nobody who joins waits for the next one, and the clocks don't begin anew.
-TEST_F(PublishOnce, EachConnectionBeginsWithAKeyFrameAndTheTimeGoesOn) {
+TEST_F(CEncoderPublishOnce, EachConnectionBeginsWithAKeyFrameAndTheTimeGoesOn) {
   const auto feed = [this](int pictures) {
     for (int i = 0; i < pictures; ++i, ++fed) {
       encoder.EnqueueVideo(0, support::NewCanvas(fed));
@@ -368,14 +369,14 @@ TEST_F(PublishOnce, EachConnectionBeginsWithAKeyFrameAndTheTimeGoesOn) {
   }
 }
 
-TEST_F(PublishOnce, TheNextTryIsDueAfterThreeSeconds) {
+TEST_F(CEncoderPublishOnce, TheNextTryIsDueAfterThreeSeconds) {
   const support::FakeClock clock;
   const std::uint32_t begin = clock.Now();
   EXPECT_TRUE(encoder.AwaitRetry());
   EXPECT_EQ(3000U, clock.Now() - begin);
 }
 
-TEST_F(PublishOnce, AStoppedNodeDoesNotSitOutTheWait) {
+TEST_F(CEncoderPublishOnce, AStoppedNodeDoesNotSitOutTheWait) {
   const support::FakeClock clock;
   const std::uint32_t begin = clock.Now();
   encoder.Stop();
@@ -384,7 +385,7 @@ TEST_F(PublishOnce, AStoppedNodeDoesNotSitOutTheWait) {
 }
 
 // Both threads run, on the test's clock, which their polling moves on.
-class PublishThread : public testing::Test {
+class CEncoderPublishThread : public testing::Test {
  protected:
   // Lets the polling threads pass that many milliseconds of their clock.
   void Pass(std::uint32_t ms) {
@@ -407,12 +408,12 @@ class PublishThread : public testing::Test {
         60000));
   }
   support::TempDir directory;
-  MessageCapture log;
+  LogRecord log;
   support::FakeClock clock;
   EncoderUnderTest encoder;
 };
 
-TEST_F(PublishThread, WithNoSoundAtAllNoConnectionIsMade) {
+TEST_F(CEncoderPublishThread, WithNoSoundAtAllNoConnectionIsMade) {
   encoder.AllowFiles();
   encoder.SetUrl(directory.File("stream.flv"));
   ASSERT_EQ(0, encoder.Start());
@@ -426,7 +427,7 @@ TEST_F(PublishThread, WithNoSoundAtAllNoConnectionIsMade) {
   EXPECT_EQ(0, encoder.Video().Size());
 }
 
-TEST_F(PublishThread, PicturesThatWaitForSoundDoNotPileUp) {
+TEST_F(CEncoderPublishThread, PicturesThatWaitForSoundDoNotPileUp) {
   for (int i = 0; i < 500; ++i) {
     encoder.Video().PushBack(support::NewPacket(i * 40, i % 50 == 0));
     EXPECT_FALSE(encoder.HasFirstPackets());
@@ -439,7 +440,7 @@ TEST_F(PublishThread, PicturesThatWaitForSoundDoNotPileUp) {
   EXPECT_TRUE(encoder.HasFirstPackets());
 }
 
-TEST_F(PublishThread, AfterARefusedHeaderItEndsAndTheQueuesGrowUntilStop) {
+TEST_F(CEncoderPublishThread, AfterARefusedHeaderItEndsAndTheQueuesGrowUntilStop) {
   const LibraryFailures failures({"avformat_write_header"});
   encoder.AllowFiles();
   encoder.SetUrl(directory.File("stream.flv"));

@@ -6,8 +6,8 @@
 
 #include "media/ffmpeg/Scoped.h"
 #include "output/EncoderRig.h"
-#include "output/MessageCapture.h"
 #include "support/FakeClock.h"
+#include "support/LogRecord.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ using support::NewSine;
 using support::TakePts;
 using Times = std::vector<std::int64_t>;
 
-class EncodeTurn : public testing::Test {
+class CEncoderEncode : public testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(encoder.Open()); }
 
@@ -64,16 +64,16 @@ class EncodeTurn : public testing::Test {
   int VideoPackets() { return static_cast<int>(TakePts(&encoder.Video()).size()); }
 
   support::FakeClock clock;
-  support::MessageCapture log;
+  support::LogRecord log;
   EncoderUnderTest encoder;
   std::int64_t fed = 0;
 };
 
-TEST_F(EncodeTurn, WithNothingToDoIsIdle) {
+TEST_F(CEncoderEncode, WithNothingToDoIsIdle) {
   EXPECT_FALSE(encoder.Turn());
 }
 
-TEST_F(EncodeTurn, TakesSoundThatFillsNoFrameYet) {
+TEST_F(CEncoderEncode, TakesSoundThatFillsNoFrameYet) {
   FeedSound(480);
   EXPECT_TRUE(encoder.Turn());
   EXPECT_FALSE(encoder.Turn());
@@ -81,7 +81,7 @@ TEST_F(EncodeTurn, TakesSoundThatFillsNoFrameYet) {
   EXPECT_EQ(1U, encoder.Statistics().audioFramesTaken);
 }
 
-TEST_F(EncodeTurn, RegroupsSoundIntoFramesOfTheEncoder) {
+TEST_F(CEncoderEncode, RegroupsSoundIntoFramesOfTheEncoder) {
   for (int i = 0; i < 32; ++i) {
     FeedSound(480);  // 15360 samples are 15 frames of 1024
   }
@@ -92,7 +92,7 @@ TEST_F(EncodeTurn, RegroupsSoundIntoFramesOfTheEncoder) {
   EXPECT_EQ(15 * 1024, encoder.clock.samples);
 }
 
-TEST_F(EncodeTurn, AllWaitingSoundIsEncodedInOneTurn) {
+TEST_F(CEncoderEncode, AllWaitingSoundIsEncodedInOneTurn) {
   FeedSound(48000);
   FeedSound(48000);
   EXPECT_TRUE(encoder.Turn());
@@ -100,7 +100,7 @@ TEST_F(EncodeTurn, AllWaitingSoundIsEncodedInOneTurn) {
   EXPECT_EQ(92, encoder.Audio().Size());
 }
 
-TEST_F(EncodeTurn, SoundInTheEncodersFormatGoesInUnconverted) {
+TEST_F(CEncoderEncode, SoundInTheEncodersFormatGoesInUnconverted) {
   ffmpeg::ScopedFrame sound(av_frame_alloc());
   av_channel_layout_default(&sound->ch_layout, 2);
   sound->sample_rate = 48000;
@@ -115,14 +115,14 @@ TEST_F(EncodeTurn, SoundInTheEncodersFormatGoesInUnconverted) {
   EXPECT_EQ(3, encoder.Audio().Size());
 }
 
-TEST_F(EncodeTurn, PacketWithTimeZeroIsKeptAndNoted) {
+TEST_F(CEncoderEncode, PacketWithTimeZeroIsKeptAndNoted) {
   FeedSound(2048);
   encoder.Turn();
   EXPECT_EQ(Times{0}, TakePts(&encoder.Audio()));
-  EXPECT_TRUE(log.HasNote("what happened ??"));
+  EXPECT_TRUE(log.Noted("what happened ??"));
 }
 
-TEST_F(EncodeTurn, PacketBeforeTimeZeroIsDiscarded) {
+TEST_F(CEncoderEncode, PacketBeforeTimeZeroIsDiscarded) {
   encoder.clock.samples = -2048;
   FeedSound(5 * 1024);
   encoder.Turn();
@@ -130,14 +130,14 @@ TEST_F(EncodeTurn, PacketBeforeTimeZeroIsDiscarded) {
   EXPECT_EQ(2U, encoder.Statistics().audioPacketsEncoded);
 }
 
-TEST_F(EncodeTurn, PicturesAreTimedByTheirCount) {
+TEST_F(CEncoderEncode, PicturesAreTimedByTheirCount) {
   FeedPictures(4);
   encoder.TurnUntilIdle();
   EXPECT_EQ((Times{0, 40, 80, 120}), TakePts(&encoder.Video()));
-  EXPECT_TRUE(log.HasNote("what happened ??"));
+  EXPECT_TRUE(log.Noted("what happened ??"));
 }
 
-TEST_F(EncodeTurn, FirstPictureIsAKeyFrameOfTheVideoStream) {
+TEST_F(CEncoderEncode, FirstPictureIsAKeyFrameOfTheVideoStream) {
   FeedPictures(2);
   encoder.TurnUntilIdle();
   const ffmpeg::ScopedPacket first(static_cast<AVPacket*>(encoder.Video().Pop()));
@@ -149,7 +149,7 @@ TEST_F(EncodeTurn, FirstPictureIsAKeyFrameOfTheVideoStream) {
   EXPECT_EQ(first->pts, first->dts);
 }
 
-TEST_F(EncodeTurn, SoundPacketsBelongToStreamZero) {
+TEST_F(CEncoderEncode, SoundPacketsBelongToStreamZero) {
   FeedSound(2048);
   encoder.Turn();
   const ffmpeg::ScopedPacket packet(static_cast<AVPacket*>(encoder.Audio().Pop()));
@@ -157,14 +157,14 @@ TEST_F(EncodeTurn, SoundPacketsBelongToStreamZero) {
   EXPECT_EQ(0, packet->stream_index);
 }
 
-TEST_F(EncodeTurn, SixteenWaitingPicturesAreAllEncoded) {
+TEST_F(CEncoderEncode, SixteenWaitingPicturesAreAllEncoded) {
   FeedPictures(16);
   encoder.TurnUntilIdle();
   EXPECT_EQ(16, encoder.Video().Size());
   EXPECT_EQ(0U, encoder.Statistics().videoFramesDropped);
 }
 
-TEST_F(EncodeTurn, WithMoreThanFifteenLeftOnePictureIsDroppedAndTheClockGoesOn) {
+TEST_F(CEncoderEncode, WithMoreThanFifteenLeftOnePictureIsDroppedAndTheClockGoesOn) {
   FeedPictures(17);
   EXPECT_TRUE(encoder.Turn());
   EXPECT_EQ(15, encoder.VideoInput().Size());
@@ -178,7 +178,7 @@ TEST_F(EncodeTurn, WithMoreThanFifteenLeftOnePictureIsDroppedAndTheClockGoesOn) 
   EXPECT_EQ(17U, encoder.Statistics().videoFramesTaken);
 }
 
-TEST_F(EncodeTurn, WhatAStallLeavesWaitingIsThinnedOutEvenly) {
+TEST_F(CEncoderEncode, WhatAStallLeavesWaitingIsThinnedOutEvenly) {
   FeedPictures(46);
   EXPECT_TRUE(encoder.Turn());
   EXPECT_EQ(15, encoder.VideoInput().Size());
@@ -192,7 +192,7 @@ TEST_F(EncodeTurn, WhatAStallLeavesWaitingIsThinnedOutEvenly) {
 }
 
 // The renderer's pictures run out when the encoder is late; it then draws over the last.
-TEST_F(EncodeTurn, APictureThatWasDrawnOverIsNotEncodedForItself) {
+TEST_F(CEncoderEncode, APictureThatWasDrawnOverIsNotEncodedForItself) {
   FeedPictures(16);
   const ffmpeg::ScopedFrame last(NewCanvas(3));
   for (int i = 0; i < 3; ++i) {
@@ -206,7 +206,7 @@ TEST_F(EncodeTurn, APictureThatWasDrawnOverIsNotEncodedForItself) {
   EXPECT_LE(times.size(), 15U);
 }
 
-TEST_F(EncodeTurn, APictureThatComesAgainIsNotEncodedAgain) {
+TEST_F(CEncoderEncode, APictureThatComesAgainIsNotEncodedAgain) {
   Broadcast(1, 25);
   const ffmpeg::ScopedFrame canvas(NewCanvas(1));
   canvas->pts = 4000;
@@ -226,7 +226,7 @@ TEST_F(EncodeTurn, APictureThatComesAgainIsNotEncodedAgain) {
   EXPECT_EQ(28 * 40, times[26]) << "two were never made";
 }
 
-TEST_F(EncodeTurn, TheStreamBeginsWithThePictureThatTheSoundIsReadyFor) {
+TEST_F(CEncoderEncode, TheStreamBeginsWithThePictureThatTheSoundIsReadyFor) {
   FeedPictureOfAge(180);
   encoder.TurnUntilIdle();
   EXPECT_EQ(0, VideoPackets()) << "no sound";
@@ -247,7 +247,7 @@ TEST_F(EncodeTurn, TheStreamBeginsWithThePictureThatTheSoundIsReadyFor) {
 }
 
 // A scene may get its first layer long after the broadcast began.
-TEST_F(EncodeTurn, AFirstPictureThatComesLateIsInStep) {
+TEST_F(CEncoderEncode, AFirstPictureThatComesLateIsInStep) {
   FeedSound(48000 * 30);
   for (int i = 0; i < 20; ++i) {
     FeedPictureInTime(150);
@@ -259,7 +259,7 @@ TEST_F(EncodeTurn, AFirstPictureThatComesLateIsInStep) {
   EXPECT_NEAR(static_cast<double>(times.back()), 30'000 + 20 * 40 - 150 + 1 - 20, 20);
 }
 
-TEST_F(EncodeTurn, WithoutSoundThePictureWaits) {
+TEST_F(CEncoderEncode, WithoutSoundThePictureWaits) {
   for (int i = 0; i < 250; ++i) {
     FeedPictureOfAge(100);
     encoder.TurnUntilIdle();
@@ -267,13 +267,13 @@ TEST_F(EncodeTurn, WithoutSoundThePictureWaits) {
   EXPECT_EQ(0, VideoPackets());
 }
 
-TEST_F(EncodeTurn, APictureThatDoesNotTellItsAgeBeginsTheStreamAtOnce) {
+TEST_F(CEncoderEncode, APictureThatDoesNotTellItsAgeBeginsTheStreamAtOnce) {
   FeedPictures(1);
   encoder.TurnUntilIdle();
   EXPECT_EQ(1, VideoPackets());
 }
 
-TEST_F(EncodeTurn, WherePicturesAreLostTheClockGoesOnWithoutThem) {
+TEST_F(CEncoderEncode, WherePicturesAreLostTheClockGoesOnWithoutThem) {
   Broadcast(1, 25);
   // A fifth is lost for three seconds, then all come again.
   Broadcast(3, 20);
@@ -283,7 +283,7 @@ TEST_F(EncodeTurn, WherePicturesAreLostTheClockGoesOnWithoutThem) {
   EXPECT_NEAR(static_cast<double>(times.back()), 174 * 40, 40);
 }
 
-TEST_F(EncodeTurn, PicturesThatAreTooManyAreLeftOut) {
+TEST_F(CEncoderEncode, PicturesThatAreTooManyAreLeftOut) {
   Broadcast(1, 25);
   FeedPictures(3);
   Broadcast(8, 25);
@@ -292,7 +292,7 @@ TEST_F(EncodeTurn, PicturesThatAreTooManyAreLeftOut) {
   EXPECT_EQ(0U, encoder.Statistics().videoFramesDropped);
 }
 
-TEST_F(EncodeTurn, WithoutSoundPicturesAreTheirOwnMeasure) {
+TEST_F(CEncoderEncode, WithoutSoundPicturesAreTheirOwnMeasure) {
   for (int i = 0; i < 60; ++i) {
     FeedPictures(1);
     encoder.TurnUntilIdle();
@@ -302,7 +302,7 @@ TEST_F(EncodeTurn, WithoutSoundPicturesAreTheirOwnMeasure) {
 
 // The same stream, but for how well it is made: no break in time, and a key frame that carries what
 // it is decoded with.
-TEST_F(EncodeTurn, AnotherEffortGoesOnWithAKeyFrameAndItsHeader) {
+TEST_F(CEncoderEncode, AnotherEffortGoesOnWithAKeyFrameAndItsHeader) {
   FeedPictures(3);
   encoder.TurnUntilIdle();
   EXPECT_EQ((Times{0, 40, 80}), TakePts(&encoder.Video()));
@@ -330,7 +330,7 @@ TEST_F(EncodeTurn, AnotherEffortGoesOnWithAKeyFrameAndItsHeader) {
 }
 
 // An encoder that can't keep up must come back to the sound between two pictures.
-TEST_F(EncodeTurn, SoundIsServedBetweenTwoPictures) {
+TEST_F(CEncoderEncode, SoundIsServedBetweenTwoPictures) {
   FeedPictures(2);
   FeedSound(2048);
   encoder.Turn();
@@ -341,10 +341,10 @@ TEST_F(EncodeTurn, SoundIsServedBetweenTwoPictures) {
   EXPECT_EQ(3, encoder.Audio().Size());
 }
 
-TEST_F(EncodeTurn, PictureOfAnotherSizeThanTheCanvasIsLostAndTheNextIsEncoded) {
+TEST_F(CEncoderEncode, PictureOfAnotherSizeThanTheCanvasIsLostAndTheNextIsEncoded) {
   encoder.EnqueueVideo(0, NewCanvas(0, 640, 360));
   EXPECT_TRUE(encoder.Turn());
-  EXPECT_TRUE(log.HasError("avcodec_encode_video2 error msg = Invalid argument\n"));
+  EXPECT_TRUE(log.SaidError("avcodec_encode_video2 error msg = Invalid argument\n"));
   EXPECT_EQ(0, encoder.Video().Size());
   FeedPictures(1);
   encoder.Turn();
@@ -356,28 +356,28 @@ TEST_F(EncodeTurn, PictureOfAnotherSizeThanTheCanvasIsLostAndTheNextIsEncoded) {
   EXPECT_EQ(Times{80}, TakePts(&encoder.Video()));
 }
 
-TEST_F(EncodeTurn, VideoEncoderErrorIsLoggedAndTheTurnsGoOn) {
+TEST_F(CEncoderEncode, VideoEncoderErrorIsLoggedAndTheTurnsGoOn) {
   ASSERT_GE(avcodec_send_frame(encoder.VideoContext(), nullptr), 0);  // it takes no more
   FeedPictures(1);
   EXPECT_TRUE(encoder.Turn());
-  EXPECT_TRUE(log.HasError("avcodec_encode_video2 error msg = End of file\n"));
+  EXPECT_TRUE(log.SaidError("avcodec_encode_video2 error msg = End of file\n"));
   FeedSound(2048);
   EXPECT_TRUE(encoder.Turn());
   EXPECT_EQ(1, encoder.Audio().Size());
 }
 
-TEST_F(EncodeTurn, SoundEncoderErrorIsLoggedAndTheTurnsGoOn) {
+TEST_F(CEncoderEncode, SoundEncoderErrorIsLoggedAndTheTurnsGoOn) {
   ASSERT_GE(avcodec_send_frame(encoder.AudioContext(), nullptr), 0);  // it takes no more
   FeedSound(2048);
   EXPECT_TRUE(encoder.Turn());
-  EXPECT_TRUE(log.HasError("avcodec_encode_audio2 error\n"));
+  EXPECT_TRUE(log.SaidError("avcodec_encode_audio2 error\n"));
   EXPECT_EQ(0, encoder.Audio().Size());
   FeedPictures(1);
   EXPECT_TRUE(encoder.Turn());
   EXPECT_EQ(1, encoder.Video().Size());
 }
 
-TEST(EncoderThatDoesNotRun, TakesNothing) {
+TEST(CEncoderEncodeQueues, OfAnEncoderThatDoesNotRunTakeNothing) {
   EncoderUnderTest encoder;
   encoder.EnqueueVideo(0, NewCanvas(0));
   encoder.EnqueueAudio(0, NewSine(0, 480));
@@ -385,7 +385,7 @@ TEST(EncoderThatDoesNotRun, TakesNothing) {
   EXPECT_EQ(0, encoder.AudioInput().Size());
 }
 
-TEST_F(EncodeTurn, PixelsOfTheInputAreOnlyReadAndNotKept) {
+TEST_F(CEncoderEncode, PixelsOfTheInputAreOnlyReadAndNotKept) {
   const ffmpeg::ScopedFrame canvas(NewCanvas(3));
   const ffmpeg::ScopedFrame before(NewCanvas(3));
   encoder.EnqueueVideo(0, av_frame_clone(canvas.Get()));
@@ -394,7 +394,7 @@ TEST_F(EncodeTurn, PixelsOfTheInputAreOnlyReadAndNotKept) {
   EXPECT_EQ(1, av_frame_is_writable(canvas.Get())) << "the encoder still holds the picture";
 }
 
-TEST(OpenedEncoder, HasTheBitRateOfItsSize) {
+TEST(CEncoderEncodeSettings, HaveTheBitRateOfTheSize) {
   struct Case {
     int width;
     int height;
@@ -412,8 +412,8 @@ TEST(OpenedEncoder, HasTheBitRateOfItsSize) {
   }
 }
 
-TEST(EncodeTurnAtFullSize, PublishesTheCanvasAsItIs) {
-  const support::MessageCapture log;
+TEST(CEncoderEncodeAtFullSize, PublishesTheCanvasAsItIs) {
+  const support::LogRecord log;
   EncoderUnderTest encoder(1920, 1080);
   ASSERT_TRUE(encoder.Open());
   encoder.EnqueueVideo(0, NewCanvas(0));
