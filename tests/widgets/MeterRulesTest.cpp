@@ -2,28 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include "widgets/MeterTurns.h"
 
 namespace {
 
+using support::kTurn;
+using support::Pass;
+using support::Tone;
 using widgets::AdvanceMeter;
 using widgets::kMeterFloor;
-using widgets::MeterMeasure;
 using widgets::MeterState;
 using widgets::MeterZone;
-
-constexpr double kTurn = 0.05;
-
-MeterMeasure Tone(double peak) {
-  return {true, peak, peak * peak / 2};
-}
-
-MeterState Pass(MeterState state, const MeterMeasure& measure, double seconds) {
-  for (int turn = 0; turn < std::lround(seconds / kTurn); ++turn) {
-    state = AdvanceMeter(state, measure, kTurn);
-  }
-  return state;
-}
 
 TEST(MeterRules, LevelsAreInDecibelsOfFullScale) {
   EXPECT_DOUBLE_EQ(widgets::PeakDb(1), 0);

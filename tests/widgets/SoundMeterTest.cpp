@@ -1,32 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
-#include <cmath>
 #include <optional>
 
 #include "widgets/MeterRules.h"
+#include "widgets/MeterTurns.h"
 #include "widgets/SoundMeter.h"
 
 namespace {
 
-using widgets::AdvanceMeter;
-using widgets::kMeterFloor;
-using widgets::MeterMeasure;
+using support::Pass;
+using support::Tone;
 using widgets::MeterState;
-using widgets::MeterZone;
-
-constexpr double kTurn = 0.05;
-
-MeterMeasure Tone(double peak) {
-  return {true, peak, peak * peak / 2};
-}
-
-MeterState Pass(MeterState state, const MeterMeasure& measure, double seconds) {
-  for (int turn = 0; turn < std::lround(seconds / kTurn); ++turn) {
-    state = AdvanceMeter(state, measure, kTurn);
-  }
-  return state;
-}
 
 // How many pixels in the bar of a row have that colour.
 int Coloured(SoundMeter* meter, int row, QRgb colour) {
