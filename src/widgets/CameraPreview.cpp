@@ -2,12 +2,7 @@
 
 #include <SDL.h>
 
-extern "C" {
-#include <libavutil/log.h>
-}
-
 #include "media/CMyQueue.h"
-#include "media/ffmpeg/ErrorText.h"
 #include "platform/SdlVideo.h"
 #include "widgets/CameraRules.h"
 
@@ -72,10 +67,8 @@ void CameraPreview::Convert(const AVFrame* picture) {
   if (result >= 0) {
     m_picture.Reset(converted.Release());
     m_stale = true;
-  } else if (!m_conversionLogged) {
-    m_conversionLogged = true;
-    av_log(nullptr, AV_LOG_ERROR, "Preview of the camera: its picture can't be converted: %s\n",
-           ffmpeg::ErrorText(result).c_str());
+  } else {
+    m_fault.Tell("Preview of the camera", "its picture can't be converted", result);
   }
 }
 

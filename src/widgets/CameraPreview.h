@@ -20,6 +20,7 @@
 
 #include "media/PacedTicker.h"
 #include "media/ffmpeg/FramePool.h"
+#include "media/ffmpeg/LogOnce.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "media/ffmpeg/Scoped.h"
 #include "platform/SdlSurface.h"
@@ -62,7 +63,7 @@ class CameraPreview {
   ffmpeg::FramePool m_buffers;
   ffmpeg::ScopedFrame m_picture;
   bool m_headConverted = false;  // the head of the queue is in m_picture already
-  bool m_conversionLogged = false;
+  ffmpeg::LogOnce m_fault;
 
   platform::SdlSurface m_surface;
   SDL_Texture* m_texture = nullptr;  // goes with the surface's renderer
