@@ -89,9 +89,9 @@ struct Sample {
 // What a moment without load holds: an overload takes memory, and gives it back within a minute.
 double LeastKb(std::vector<Sample>::const_iterator from, std::vector<Sample>::const_iterator to) {
   const auto least = std::min_element(from, to, [](const Sample& a, const Sample& b) {
-    return a.program.residentKb < b.program.residentKb;
+    return a.program.memoryKb < b.program.memoryKb;
   });
-  return static_cast<double>(least->program.residentKb);
+  return static_cast<double>(least->program.memoryKb);
 }
 
 class Soak : public testing::Test {
@@ -224,7 +224,7 @@ class Soak : public testing::Test {
       std::fprintf(m_report,
                    "%.1f s: %ld KiB, %d threads, %d handles, CPU %.2f s, log %ld bytes, "
                    "service CPU %.2f s\n",
-                   sample.seconds, sample.program.residentKb, sample.program.threads,
+                   sample.seconds, sample.program.memoryKb, sample.program.threads,
                    sample.program.handles, sample.program.cpuSeconds, sample.logBytes,
                    server.cpuSeconds);
       std::fflush(m_report);

@@ -41,15 +41,23 @@ double CpuSeconds(const std::string& stat) {
   return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
+// proc(5): a line "NAME    1234 kB".
+long KbOf(const std::string& status, const std::string& name) {
+  const std::size_t at = status.find(name);
+  long kb = 0;
+  if (at != std::string::npos) {
+    std::istringstream(status.substr(at + name.size())) >> kb;
+  }
+  return kb;
+}
+
 }  // namespace
 
 ProcessSight LookAt(pid_t process) {
   const std::string directory = "/proc/" + std::to_string(process);
   ProcessSight sight;
-  long pages = 0;
-  long residentPages = 0;
-  std::istringstream(ReadFile(directory + "/statm")) >> pages >> residentPages;
-  sight.residentKb = residentPages * (sysconf(_SC_PAGESIZE) / 1024);
+  const std::string status = ReadFile(directory + "/status");
+  sight.memoryKb = KbOf(status, "RssAnon:") + KbOf(status, "RssShmem:");
   sight.threads = CountOf(directory + "/task");
   sight.handles = CountOf(directory + "/fd");
   sight.cpuSeconds = CpuSeconds(ReadFile(directory + "/stat"));
