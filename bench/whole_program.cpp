@@ -22,7 +22,7 @@
 #include "e2e/Composer.h"
 #include "e2e/LiveBar.h"
 #include "e2e/Studio.h"
-#include "support/ProcessSight.h"
+#include "support/ProcessStats.h"
 #include "support/StageJudge.h"
 
 namespace {
@@ -54,7 +54,7 @@ struct Costs {
 };
 Costs Measure(pid_t program, pid_t service, pid_t server, int seconds) {
   sleep(kWarmUpSeconds);
-  const auto look = [&](pid_t id) { return support::LookAt(id).cpuSeconds; };
+  const auto look = [&](pid_t id) { return support::ReadProcessStats(id).cpuSeconds; };
   const double begin = Now();
   const Costs before{look(program), look(service), look(server)};
   sleep(static_cast<unsigned>(seconds));

@@ -105,9 +105,9 @@ int CounterOf(const AVFrame* frame) {
                            frame->width, frame->height);
 }
 
-class CInputDevOnCamera : public ::testing::TestWithParam<CameraFormat> {};
+class CInputDevDevicesOnCamera : public ::testing::TestWithParam<CameraFormat> {};
 
-TEST_P(CInputDevOnCamera, GivesRgb24AtTheCamerasSize) {
+TEST_P(CInputDevDevicesOnCamera, GivesRgb24AtTheCamerasSize) {
   FakeCamera camera;
   ASSERT_TRUE(camera.Plug(ModeOf(GetParam()))) << camera.Failure();
   CapturingNode node(kCard);
@@ -127,7 +127,7 @@ TEST_P(CInputDevOnCamera, GivesRgb24AtTheCamerasSize) {
 }
 
 // What has been pushed is still on its way to the screen when the layer is removed.
-TEST_P(CInputDevOnCamera, ItsPicturesOutliveTheDevice) {
+TEST_P(CInputDevDevicesOnCamera, ItsPicturesOutliveTheDevice) {
   FakeCamera camera;
   ASSERT_TRUE(camera.Plug(ModeOf(GetParam()))) << camera.Failure();
   CapturingNode node(kCard);
@@ -143,7 +143,7 @@ TEST_P(CInputDevOnCamera, ItsPicturesOutliveTheDevice) {
   }
 }
 
-TEST_P(CInputDevOnCamera, StopsWhileTheCameraIsFrozen) {
+TEST_P(CInputDevDevicesOnCamera, StopsWhileTheCameraIsFrozen) {
   FakeCamera camera;
   ASSERT_TRUE(camera.Plug(ModeOf(GetParam()))) << camera.Failure();
   CapturingNode node(kCard);
@@ -154,7 +154,7 @@ TEST_P(CInputDevOnCamera, StopsWhileTheCameraIsFrozen) {
   EXPECT_EQ(node.Stop(), 0);
 }
 
-TEST_P(CInputDevOnCamera, GoesOnWhenTheCameraThaws) {
+TEST_P(CInputDevDevicesOnCamera, GoesOnWhenTheCameraThaws) {
   FakeCamera camera;
   ASSERT_TRUE(camera.Plug(ModeOf(GetParam()))) << camera.Failure();
   CapturingNode node(kCard);
@@ -165,7 +165,7 @@ TEST_P(CInputDevOnCamera, GoesOnWhenTheCameraThaws) {
   EXPECT_TRUE(node.GoesOn());
 }
 
-TEST_P(CInputDevOnCamera, StopsAfterTheCameraWasUnplugged) {
+TEST_P(CInputDevDevicesOnCamera, StopsAfterTheCameraWasUnplugged) {
   FakeCamera camera;
   ASSERT_TRUE(camera.Plug(ModeOf(GetParam()))) << camera.Failure();
   CapturingNode node(kCard);
@@ -176,11 +176,11 @@ TEST_P(CInputDevOnCamera, StopsAfterTheCameraWasUnplugged) {
   EXPECT_EQ(node.Stop(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, CInputDevOnCamera,
+INSTANTIATE_TEST_SUITE_P(Formats, CInputDevDevicesOnCamera,
                          ::testing::Values(CameraFormat::Yuyv, CameraFormat::Rgb24,
                                            CameraFormat::Mjpeg));
 
-TEST(CInputDevOnDevices, AFrozenCameraStartsAndStops) {
+TEST(CInputDevDevices, AFrozenCameraStartsAndStops) {
   FakeCamera camera;
   ASSERT_TRUE(camera.Plug(ModeOf(CameraFormat::Yuyv))) << camera.Failure();
   ASSERT_TRUE(camera.Freeze());
@@ -189,7 +189,7 @@ TEST(CInputDevOnDevices, AFrozenCameraStartsAndStops) {
   EXPECT_EQ(node.Stop(), 0);
 }
 
-TEST(CInputDevOnDevices, ABusyOrMissingCameraDoesNotStart) {
+TEST(CInputDevDevices, ABusyOrMissingCameraDoesNotStart) {
   FakeCamera camera;
   ASSERT_TRUE(camera.Plug(ModeOf(CameraFormat::Yuyv))) << camera.Failure();
   ASSERT_TRUE(camera.SetBusy(true));
@@ -199,7 +199,7 @@ TEST(CInputDevOnDevices, ABusyOrMissingCameraDoesNotStart) {
   EXPECT_EQ(missing.Start(), -1);
 }
 
-TEST(CInputDevOnDevices, TheDesktopIsRgb24AtTheSizeAskedFor) {
+TEST(CInputDevDevices, TheDesktopIsRgb24AtTheSizeAskedFor) {
   VirtualDesktop desktop;
   ASSERT_TRUE(desktop.Start(ScreenOf(960, 540))) << desktop.Output();
   TestWindow window;
@@ -224,7 +224,7 @@ TEST(CInputDevOnDevices, TheDesktopIsRgb24AtTheSizeAskedFor) {
   av_frame_free(&frame);
 }
 
-TEST(CInputDevOnDevices, WhenTheXServerDiesOtherLayersGoOnAndBothStop) {
+TEST(CInputDevDevices, WhenTheXServerDiesOtherLayersGoOnAndBothStop) {
   FakeCamera camera;
   ASSERT_TRUE(camera.Plug(ModeOf(CameraFormat::Yuyv))) << camera.Failure();
   VirtualDesktop desktop;
@@ -242,7 +242,7 @@ TEST(CInputDevOnDevices, WhenTheXServerDiesOtherLayersGoOnAndBothStop) {
   EXPECT_EQ(cameraNode.Stop(), 0);
 }
 
-TEST(CInputDevOnDevices, TheDesktopStopsWhileTheXServerHangs) {
+TEST(CInputDevDevices, TheDesktopStopsWhileTheXServerHangs) {
   VirtualDesktop desktop;
   ASSERT_TRUE(desktop.Start(ScreenOf(640, 480))) << desktop.Output();
   CapturingNode node(platform::kDesktopName, 640, 480);

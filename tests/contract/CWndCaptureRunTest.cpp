@@ -23,7 +23,7 @@ using support::WaitFor;
 
 constexpr int kLimitMs = 10000;
 
-class WindowCaptureRun : public ::testing::Test {
+class CWndCaptureRun : public ::testing::Test {
  protected:
   void Begin(bool windowManager) {
     DesktopOptions desktop;
@@ -38,7 +38,7 @@ class WindowCaptureRun : public ::testing::Test {
     ASSERT_EQ(m_node->Start(), 0);
   }
 
-  ~WindowCaptureRun() override {
+  ~CWndCaptureRun() override {
     if (m_node) {
       m_node->Stop();
     }
@@ -95,7 +95,7 @@ class WindowCaptureRun : public ::testing::Test {
   std::unique_ptr<CWndCapture> m_node;
 };
 
-TEST_F(WindowCaptureRun, FollowsAWindowThroughItsLife) {
+TEST_F(CWndCaptureRun, FollowsAWindowThroughItsLife) {
   Begin(true);
   bool marked = false;
   EXPECT_TRUE(Shows(320, 240, 0x3366cc, &marked));
@@ -117,7 +117,7 @@ TEST_F(WindowCaptureRun, FollowsAWindowThroughItsLife) {
   EXPECT_EQ(m_node->Stop(), 0);
 }
 
-TEST_F(WindowCaptureRun, SendsTwentyFivePicturesForEachSecondOfItsTimeStamps) {
+TEST_F(CWndCaptureRun, SendsTwentyFivePicturesForEachSecondOfItsTimeStamps) {
   Begin(false);
   ASSERT_TRUE(WaitFor([this] { return m_recorder.VideoCount() >= 51; }, kLimitMs));
   m_node->Stop();
@@ -136,7 +136,7 @@ TEST_F(WindowCaptureRun, SendsTwentyFivePicturesForEachSecondOfItsTimeStamps) {
   EXPECT_NEAR(steps[25], 40, 10) << "the usual one";
 }
 
-TEST_F(WindowCaptureRun, StopReturnsWhileTheServerAnswersNobody) {
+TEST_F(CWndCaptureRun, StopReturnsWhileTheServerAnswersNobody) {
   Begin(false);
   ASSERT_TRUE(WaitFor([this] { return m_recorder.VideoCount() > 2; }, kLimitMs));
   m_desktop.FreezeServer();
@@ -147,7 +147,7 @@ TEST_F(WindowCaptureRun, StopReturnsWhileTheServerAnswersNobody) {
   ExpectStopInTime(&late);
 }
 
-TEST_F(WindowCaptureRun, AServerThatDiesLeavesTheLastPicture) {
+TEST_F(CWndCaptureRun, AServerThatDiesLeavesTheLastPicture) {
   Begin(false);
   ASSERT_TRUE(WaitFor([this] { return m_recorder.VideoCount() > 2; }, kLimitMs));
   m_desktop.KillServer();

@@ -28,7 +28,7 @@ using support::WaitFor;
 constexpr int kLimitMs = 10000;
 constexpr std::uint32_t kNoPixel = 0xffffffff;
 
-class XcbWindows : public ::testing::Test {
+class XcbWindowSystemTest : public ::testing::Test {
  protected:
   void StartDesktop(const DesktopOptions& options = {}) {
     ASSERT_TRUE(m_desktop.Start(options)) << m_desktop.Output();
@@ -65,7 +65,7 @@ class XcbWindows : public ::testing::Test {
   platform::XcbWindowSystem m_system;
 };
 
-TEST_F(XcbWindows, TitlesOfOlderProgramsAreReadInTheirEncoding) {
+TEST_F(XcbWindowSystemTest, TitlesOfOlderProgramsAreReadInTheirEncoding) {
   StartDesktop();
   TestWindowOptions untitled;
   untitled.title = "";
@@ -78,7 +78,7 @@ TEST_F(XcbWindows, TitlesOfOlderProgramsAreReadInTheirEncoding) {
   EXPECT_EQ(ListedTitle(m_window.Id()), "直播");
 }
 
-TEST_F(XcbWindows, TheNewerTitleWinsUnlessItIsEmpty) {
+TEST_F(XcbWindowSystemTest, TheNewerTitleWinsUnlessItIsEmpty) {
   StartDesktop();
   OpenWindow();
   m_window.SetLegacyTitle("old", "STRING");
@@ -87,7 +87,7 @@ TEST_F(XcbWindows, TheNewerTitleWinsUnlessItIsEmpty) {
   EXPECT_EQ(ListedTitle(m_window.Id()), "old");
 }
 
-TEST_F(XcbWindows, AWindowThatTheManagerPutAwayIsMinimisedThoughItIsMapped) {
+TEST_F(XcbWindowSystemTest, AWindowThatTheManagerPutAwayIsMinimisedThoughItIsMapped) {
   StartDesktop();
   OpenWindow();
   const auto grabber = m_system.Open(m_window.Id());
@@ -105,7 +105,7 @@ TEST_F(XcbWindows, AWindowThatTheManagerPutAwayIsMinimisedThoughItIsMapped) {
   EXPECT_EQ(ListedTitle(m_window.Id()), "test");
 }
 
-TEST_F(XcbWindows, TheListOfAManagerThatDiedIsNotBelieved) {
+TEST_F(XcbWindowSystemTest, TheListOfAManagerThatDiedIsNotBelieved) {
   DesktopOptions options;
   options.windowManager = true;
   StartDesktop(options);
@@ -119,7 +119,7 @@ TEST_F(XcbWindows, TheListOfAManagerThatDiedIsNotBelieved) {
   EXPECT_TRUE(WaitFor([&] { return ListedTitle(later.Id()) == "later"; }, kLimitMs));
 }
 
-TEST_F(XcbWindows, ReadsWindowsWithTransparency) {
+TEST_F(XcbWindowSystemTest, ReadsWindowsWithTransparency) {
   StartDesktop();
   TestWindowOptions options;
   options.depth = 32;
@@ -130,7 +130,7 @@ TEST_F(XcbWindows, ReadsWindowsWithTransparency) {
   EXPECT_EQ(Look(grabber.get(), 100, 100), 0x3366ccU);
 }
 
-TEST_F(XcbWindows, TheBorderIsNotPartOfThePicture) {
+TEST_F(XcbWindowSystemTest, TheBorderIsNotPartOfThePicture) {
   StartDesktop();
   TestWindowOptions options;
   options.border = 7;
@@ -143,7 +143,7 @@ TEST_F(XcbWindows, TheBorderIsNotPartOfThePicture) {
   EXPECT_EQ(Look(grabber.get(), 319, 239), 0x3366ccU);
 }
 
-TEST_F(XcbWindows, ReadsAWindowThatACompositorRedirectsItself) {
+TEST_F(XcbWindowSystemTest, ReadsAWindowThatACompositorRedirectsItself) {
   DesktopOptions desktop;
   desktop.windowManager = true;
   desktop.compositor = true;
@@ -158,7 +158,7 @@ TEST_F(XcbWindows, ReadsAWindowThatACompositorRedirectsItself) {
   EXPECT_TRUE(WaitFor([&] { return m_desktop.ReadPixel(100, 100) == 0x3366ccU; }, kLimitMs));
 }
 
-TEST_F(XcbWindows, TheScreenStaysAsItIsWhileAWindowIsCaptured) {
+TEST_F(XcbWindowSystemTest, TheScreenStaysAsItIsWhileAWindowIsCaptured) {
   StartDesktop();
   TestWindowOptions options;
   options.x = 50;
@@ -174,7 +174,7 @@ TEST_F(XcbWindows, TheScreenStaysAsItIsWhileAWindowIsCaptured) {
   EXPECT_TRUE(WaitFor([&] { return m_desktop.ReadScreen().rgb == before.rgb; }, kLimitMs));
 }
 
-TEST_F(XcbWindows, AnotherWindowOfTheSameNumberIsNotTakenForTheClosedOne) {
+TEST_F(XcbWindowSystemTest, AnotherWindowOfTheSameNumberIsNotTakenForTheClosedOne) {
   StartDesktop();
   OpenWindow();
   const std::uint32_t number = m_window.Id();
@@ -187,7 +187,7 @@ TEST_F(XcbWindows, AnotherWindowOfTheSameNumberIsNotTakenForTheClosedOne) {
   EXPECT_NE(m_system.Open(number), nullptr);
 }
 
-TEST_F(XcbWindows, SendsThePictureWhereTheServerHasNoSharedMemory) {
+TEST_F(XcbWindowSystemTest, SendsThePictureWhereTheServerHasNoSharedMemory) {
   DesktopOptions options;
   options.serverOptions = {"-extension", "MIT-SHM"};
   StartDesktop(options);
@@ -201,7 +201,7 @@ TEST_F(XcbWindows, SendsThePictureWhereTheServerHasNoSharedMemory) {
   EXPECT_EQ(Look(grabber.get(), 1499, 999), 0x66cc33U);
 }
 
-TEST_F(XcbWindows, SendsThePictureWhereTheServerRefusesTheMemory) {
+TEST_F(XcbWindowSystemTest, SendsThePictureWhereTheServerRefusesTheMemory) {
   StartDesktop();
   OpenWindow();
   const auto grabber = m_system.Open(m_window.Id());
@@ -214,7 +214,7 @@ TEST_F(XcbWindows, SendsThePictureWhereTheServerRefusesTheMemory) {
   EXPECT_EQ(Look(grabber.get(), 319, 239), 0x3366ccU);
 }
 
-TEST_F(XcbWindows, AServerWithoutCompositeGivesNoGrabber) {
+TEST_F(XcbWindowSystemTest, AServerWithoutCompositeGivesNoGrabber) {
   DesktopOptions options;
   options.serverOptions = {"-extension", "Composite"};
   StartDesktop(options);
@@ -223,7 +223,7 @@ TEST_F(XcbWindows, AServerWithoutCompositeGivesNoGrabber) {
   EXPECT_FALSE(m_system.Open(m_window.Id()));
 }
 
-TEST_F(XcbWindows, AWindowBeyondAllMeasureGivesNoPictureUntilItShrinks) {
+TEST_F(XcbWindowSystemTest, AWindowBeyondAllMeasureGivesNoPictureUntilItShrinks) {
   StartDesktop();
   OpenWindow();
   const auto grabber = m_system.Open(m_window.Id());
@@ -236,7 +236,7 @@ TEST_F(XcbWindows, AWindowBeyondAllMeasureGivesNoPictureUntilItShrinks) {
   EXPECT_TRUE(WaitFor([&] { return Look(grabber.get(), 1, 1) != kNoPixel; }, kLimitMs));
 }
 
-TEST_F(XcbWindows, WithoutADisplayThereAreNoWindows) {
+TEST_F(XcbWindowSystemTest, WithoutADisplayThereAreNoWindows) {
   unsetenv("DISPLAY");
   EXPECT_TRUE(m_system.List().empty());
   EXPECT_FALSE(m_system.Open(1));
@@ -246,7 +246,7 @@ TEST_F(XcbWindows, WithoutADisplayThereAreNoWindows) {
   unsetenv("DISPLAY");
 }
 
-TEST_F(XcbWindows, AServerThatDiesEndsTheWindowAndNothingElse) {
+TEST_F(XcbWindowSystemTest, AServerThatDiesEndsTheWindowAndNothingElse) {
   StartDesktop();
   OpenWindow();
   const auto grabber = m_system.Open(m_window.Id());
@@ -263,7 +263,7 @@ TEST_F(XcbWindows, AServerThatDiesEndsTheWindowAndNothingElse) {
   EXPECT_FALSE(m_system.Open(m_window.Id()));
 }
 
-TEST_F(XcbWindows, AFrozenServerCostsThePicturesUntilItThaws) {
+TEST_F(XcbWindowSystemTest, AFrozenServerCostsThePicturesUntilItThaws) {
   StartDesktop();
   OpenWindow();
   const auto grabber = m_system.Open(m_window.Id());
@@ -283,7 +283,7 @@ TEST_F(XcbWindows, AFrozenServerCostsThePicturesUntilItThaws) {
   EXPECT_TRUE(WaitFor([&] { return Look(grabber.get(), 1, 1) == 0x3366ccU; }, kLimitMs));
 }
 
-TEST_F(XcbWindows, AWindowOpenedWhileTheServerIsFrozenIsThereOnceItThaws) {
+TEST_F(XcbWindowSystemTest, AWindowOpenedWhileTheServerIsFrozenIsThereOnceItThaws) {
   StartDesktop();
   OpenWindow();
   m_window.Fill(0x3366cc);
@@ -302,7 +302,7 @@ TEST_F(XcbWindows, AWindowOpenedWhileTheServerIsFrozenIsThereOnceItThaws) {
   EXPECT_FALSE(none->Exists());
 }
 
-TEST_F(XcbWindows, APictureIsAlwaysOfOneSizeAndWholeWhileTheWindowChangesItsSize) {
+TEST_F(XcbWindowSystemTest, APictureIsAlwaysOfOneSizeAndWholeWhileTheWindowChangesItsSize) {
   StartDesktop();
   OpenWindow();
   m_window.Fill(0x3366cc);
@@ -335,7 +335,7 @@ TEST_F(XcbWindows, APictureIsAlwaysOfOneSizeAndWholeWhileTheWindowChangesItsSize
   EXPECT_EQ(pictures, 200);
 }
 
-TEST_F(XcbWindows, TwoHundredWindowsVanishWhileTheyAreListedAndGrabbed) {
+TEST_F(XcbWindowSystemTest, TwoHundredWindowsVanishWhileTheyAreListedAndGrabbed) {
   DesktopOptions options;
   options.windowManager = true;
   options.serverOptions = {"-maxclients", "512"};

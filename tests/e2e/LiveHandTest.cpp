@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "LiveStage.h"
-#include "support/ProcessSight.h"
+#include "support/ProcessStats.h"
 #include "support/Recording.h"
 
 namespace e2e {
@@ -60,7 +60,7 @@ class LiveHand : public LiveStage {
   bool Settles(BarState* state);
   void JudgeRecordings() const;
 
-  support::ProcessSight m_before;
+  support::ProcessStats m_before;
   Point m_endButton;
   std::string m_firstPath;
   std::string m_secondPath;
@@ -72,7 +72,7 @@ void LiveHand::AnAddressWithoutRtmp() {
   ASSERT_TRUE(m_bar.Shows(BarState::kUnchosen));
   ASSERT_TRUE(m_bar.Choose(2));
   EXPECT_TRUE(m_bar.ShowsTitle(m_closed.letters)) << m_bar.Report();
-  m_before = support::LookAt(m_hand.Program().Id());
+  m_before = support::ReadProcessStats(m_hand.Program().Id());
   ASSERT_TRUE(m_bar.PressStart());
   ASSERT_TRUE(m_bar.Choose(1, 1));
   EXPECT_TRUE(m_bar.ShowsTitle(m_long.letters)) << m_bar.Report();
@@ -271,9 +271,9 @@ void LiveHand::AHundredClicks() {
   }
   ASSERT_TRUE(m_studio.Rtmp().WaitForClosedRecordings(kPatienceMs));
   EXPECT_TRUE(IsTold("broadcast-ended", ended + starts));
-  support::ProcessSight now;
+  support::ProcessStats now;
   const auto asBefore = [&] {
-    now = support::LookAt(m_hand.Program().Id());
+    now = support::ReadProcessStats(m_hand.Program().Id());
     return now.threads <= m_before.threads && now.handles <= m_before.handles;
   };
   EXPECT_TRUE(WaitFor(asBefore, kPatienceMs))

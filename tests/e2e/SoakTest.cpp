@@ -25,7 +25,7 @@
 #include "LiveBar.h"
 #include "Studio.h"
 #include "support/MachineWatch.h"
-#include "support/ProcessSight.h"
+#include "support/ProcessStats.h"
 #include "support/Recording.h"
 #include "support/SoakJudge.h"
 #include "support/StageJudge.h"
@@ -33,7 +33,7 @@
 namespace {
 
 using e2e::Composer;
-using support::ProcessSight;
+using support::ProcessStats;
 
 constexpr int kShortSoak = 120;
 constexpr int kBeepHz = 3000;
@@ -82,7 +82,7 @@ double Now() {
 
 struct Sample {
   double seconds = 0;  // since the first packet
-  ProcessSight program;
+  ProcessStats program;
   long logBytes = 0;
 };
 
@@ -216,11 +216,11 @@ class Soak : public testing::Test {
     std::error_code ignored;
     Sample sample;
     sample.seconds = Now() - begin;
-    sample.program = support::LookAt(m_hand.Program().Id());
+    sample.program = support::ReadProcessStats(m_hand.Program().Id());
     sample.logBytes =
         static_cast<long>(std::filesystem::file_size(m_studio.File("MyLog.txt"), ignored));
     if (m_report != nullptr) {
-      const ProcessSight server = support::LookAt(m_studio.Service().Id());
+      const ProcessStats server = support::ReadProcessStats(m_studio.Service().Id());
       std::fprintf(m_report,
                    "%.1f s: %ld KiB, %d threads, %d handles, CPU %.2f s, log %ld bytes, "
                    "service CPU %.2f s\n",
@@ -404,18 +404,18 @@ void Soak::JudgeSound(const support::Recording& recording,
 TEST_F(Soak, NothingGrowsDriftsOrStandsStill) {
   ASSERT_NO_FATAL_FAILURE(Compose());
   ASSERT_TRUE(m_bar.Choose(0, kFullQuality)) << m_bar.Report();
-  const ProcessSight before = support::LookAt(m_hand.Program().Id());
+  const ProcessStats before = support::ReadProcessStats(m_hand.Program().Id());
   ASSERT_NO_FATAL_FAILURE(GoLive());
   SampleUntilTheEnd();
   ASSERT_TRUE(m_bar.PressEnd()) << m_bar.Report();
   ASSERT_TRUE(m_studio.Rtmp().WaitForClosedRecordings(kPatienceMs));
   // What the broadcast took is given back.
   const auto asBefore = [&] {
-    const ProcessSight now = support::LookAt(m_hand.Program().Id());
+    const ProcessStats now = support::ReadProcessStats(m_hand.Program().Id());
     return now.threads <= before.threads && now.handles <= before.handles;
   };
   EXPECT_TRUE(support::WaitFor(asBefore, kPatienceMs));
-  const ProcessSight after = support::LookAt(m_hand.Program().Id());
+  const ProcessStats after = support::ReadProcessStats(m_hand.Program().Id());
   std::printf("before: %d threads, %d handles; after: %d threads, %d handles\n", before.threads,
               before.handles, after.threads, after.handles);
   EXPECT_EQ(m_hand.End(), 0);

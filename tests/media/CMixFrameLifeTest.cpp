@@ -10,7 +10,7 @@
 #include "support/FakeClock.h"
 #include "support/FilterProbe.h"
 #include "support/Process.h"
-#include "support/ProcessSight.h"
+#include "support/ProcessStats.h"
 
 using support::FilterProbe;
 using Call = FilterProbe::Call;

@@ -12,7 +12,7 @@
 #include "support/Frames.h"
 #include "support/LogRecord.h"
 #include "support/Process.h"
-#include "support/ProcessSight.h"
+#include "support/ProcessStats.h"
 #include "support/RecordingNode.h"
 
 using support::FilterProbe;

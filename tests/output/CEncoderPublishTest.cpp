@@ -12,7 +12,7 @@
 #include "support/FakeClock.h"
 #include "support/LogRecord.h"
 #include "support/Process.h"
-#include "support/ProcessSight.h"
+#include "support/ProcessStats.h"
 #include "support/Recording.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "support/ProcessSight.h"
+#include "support/ProcessStats.h"
 
 #include <unistd.h>
 
@@ -53,15 +53,15 @@ long KbOf(const std::string& status, const std::string& name) {
 
 }  // namespace
 
-ProcessSight LookAt(pid_t process) {
+ProcessStats ReadProcessStats(pid_t process) {
   const std::string directory = "/proc/" + std::to_string(process);
-  ProcessSight sight;
+  ProcessStats stats;
   const std::string status = ReadFile(directory + "/status");
-  sight.memoryKb = KbOf(status, "RssAnon:") + KbOf(status, "RssShmem:");
-  sight.threads = CountOf(directory + "/task");
-  sight.handles = CountOf(directory + "/fd");
-  sight.cpuSeconds = CpuSeconds(ReadFile(directory + "/stat"));
-  return sight;
+  stats.memoryKb = KbOf(status, "RssAnon:") + KbOf(status, "RssShmem:");
+  stats.threads = CountOf(directory + "/task");
+  stats.handles = CountOf(directory + "/fd");
+  stats.cpuSeconds = CpuSeconds(ReadFile(directory + "/stat"));
+  return stats;
 }
 
 bool HasThread(const std::string& name) {

@@ -2,8 +2,8 @@
 // while a broadcast goes on for hours.
 //
 // Any thread. A program that is gone gives zeros.
-#ifndef ORVANE_TESTS_SUPPORT_PROCESSSIGHT_H
-#define ORVANE_TESTS_SUPPORT_PROCESSSIGHT_H
+#ifndef ORVANE_TESTS_SUPPORT_PROCESSSTATS_H
+#define ORVANE_TESTS_SUPPORT_PROCESSSTATS_H
 
 #include <sys/types.h>
 
@@ -11,7 +11,7 @@
 
 namespace support {
 
-struct ProcessSight {
+struct ProcessStats {
   // What it has taken for itself. The pages of its files are the kernel's, which drops them where
   // they are long unused and reads them again: by that alone a program of 400 MB is 25 MB more or
   // less.
@@ -21,7 +21,7 @@ struct ProcessSight {
   double cpuSeconds = 0;  // in user and system mode, ended threads included
 };
 
-ProcessSight LookAt(pid_t process);
+ProcessStats ReadProcessStats(pid_t process);
 
 // Whether a thread of this program bears that name.
 bool HasThread(const std::string& name);
