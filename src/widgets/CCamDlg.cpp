@@ -151,7 +151,7 @@ void CCamDlg::StartPreview() {
 
 void CCamDlg::SeeToSurface() {
   platform::FlushSdlEvents();
-  if (m_undrawable && ui.m_labRender->testAttribute(Qt::WA_PaintOnScreen)) {
+  if (m_undrawable) {
     ui.m_labRender->TakeBack();
   }
 }

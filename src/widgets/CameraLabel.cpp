@@ -1,6 +1,8 @@
 #include "widgets/CameraLabel.h"
 
+#include <QBackingStore>
 #include <QPainter>
+#include <QWindow>
 
 CameraLabel::CameraLabel(QWidget* parent) : QLabel(parent) {
   setAttribute(Qt::WA_NativeWindow);
@@ -15,6 +17,17 @@ void CameraLabel::LeaveToOthers() {
 void CameraLabel::TakeBack() {
   setAttribute(Qt::WA_PaintOnScreen, false);
   update();
+  QWindow* window = windowHandle();
+  if (window == nullptr || !window->isExposed()) {
+    return;
+  }
+  QBackingStore store(window);
+  const QRect area(QPoint(), window->size());
+  store.resize(area.size());
+  store.beginPaint(area);
+  QPainter(store.paintDevice()).fillRect(area, Qt::black);
+  store.endPaint();
+  store.flush(area);
 }
 
 QPaintEngine* CameraLabel::paintEngine() const {

@@ -14,7 +14,9 @@ class CameraLabel : public QLabel {
 
   // From now on its native window is somebody else's to draw in.
   void LeaveToOthers();
-  // Nobody else draws there: it is black again.
+  // Nobody else draws there: it is black again. To be called again and again, since what covers the
+  // label on the screen takes the black away: a native window inside a dialog that wears an effect
+  // gets no paint events, so it is filled past them.
   void TakeBack();
 
   // Null once it is left to others, as Qt asks of a widget that it does not paint.
