@@ -327,9 +327,9 @@ void LiveHand::AnIngestThatDies() {
   EXPECT_TRUE(IsTold("broadcast-ended", ended + 1));
 }
 
-// It takes nothing more, and its connection stands: red comes long before that connection counts as
-// gone, and the stream goes on in it as soon as the server does. The smallest quality and the
-// largest, since what lies in the system's buffers is most for the one and least for the other.
+// It takes nothing more, and its connection stands: red comes all the same, and the stream goes on
+// as soon as the server does, in a new connection where it has dropped the idle one. The smallest
+// quality and the largest: what the systems on the way keep lasts longest for the one.
 void LiveHand::AnIngestThatFreezes() {
   for (const int quality : {0, 2}) {
     ASSERT_TRUE(m_bar.Choose(0, quality));
@@ -347,8 +347,9 @@ void LiveHand::AnIngestThatFreezes() {
     std::printf("a frozen ingest: red after %.1f s, well %.1f s after it goes on\n",
                 std::chrono::duration<double>(red - frozen).count(),
                 std::chrono::duration<double>(Clock::now() - thawed).count());
-    EXPECT_TRUE(Grows(path));
+    EXPECT_TRUE(Grows(m_studio.Rtmp().Recordings().back()));
     ASSERT_NO_FATAL_FAILURE(Stop());
+    NoteRecordings();
   }
 }
 
