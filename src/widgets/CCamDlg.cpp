@@ -13,6 +13,7 @@ extern "C" {
 #include <libavutil/pixfmt.h>
 }
 
+#include "media/NodeKind.h"
 #include "platform/SdlSurface.h"
 #include "platform/SdlVideo.h"
 #include "sources/CInputDev.h"
@@ -24,7 +25,6 @@ extern "C" {
 
 namespace {
 
-constexpr int kNoSource = 0;
 constexpr int kSurfaceMs = 50;
 constexpr int kMiddleGrey = 128;
 
@@ -53,7 +53,9 @@ class ArrowStyle : public QProxyStyle {
 }  // namespace
 
 CCamDlg::CCamDlg(QWidget* parent)
-    : QDialog(parent), CSrcInterface(kNoSource, 1), m_catalogue(DeviceCatalogue::Instance()) {
+    : QDialog(parent),
+      CSrcInterface(media::kNoSource, 1),
+      m_catalogue(DeviceCatalogue::Instance()) {
   InitUi();
   connect(ui.m_btnOk, &QPushButton::clicked, this, &CCamDlg::SlotOK);
   connect(ui.m_btnCancel, &QPushButton::clicked, this, &CCamDlg::SlotCancel);
