@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <chrono>
 #include <cmath>
 #include <complex>
@@ -21,6 +20,7 @@
 #include "output/CRender.h"
 #include "shell/LayerSlots.h"
 #include "sources/CInputDev.h"
+#include "support/CoreApplication.h"
 #include "support/FakeCaptureLayer.h"
 #include "support/Process.h"
 #include "support/RecordingNode.h"
@@ -53,13 +53,7 @@ double ToneIn(const std::vector<std::int16_t>& samples, int hertz) {
 
 class BroadcastGraph : public testing::Test {
  protected:
-  // The catalogue that the nodes use wants an application object.
-  static void SetUpTestSuite() {
-    static int argc = 1;
-    static char name[] = "test";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication application(argc, argv);
-  }
+  static void SetUpTestSuite() { support::KeepCoreApplication(); }
 
   void SetUp() override {
     m_systemSound = m_capture.AddMicrophone(platform::kSystemSoundName);

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <random>
 #include <set>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "media/MixerRig.h"
 #include "media/ffmpeg/Scoped.h"
 #include "output/RenderHarness.h"
+#include "support/CoreApplication.h"
 
 namespace {
 
@@ -39,13 +39,7 @@ using Slots = shell::LayerSlots;
 
 class LayerSlots : public testing::Test {
  protected:
-  // The catalogue that the nodes use wants an application object.
-  static void SetUpTestSuite() {
-    static int argc = 1;
-    static char name[] = "test";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication application(argc, argv);
-  }
+  static void SetUpTestSuite() { support::KeepCoreApplication(); }
 
   void TearDown() override { m_slots.DropNodes(); }
 
