@@ -461,7 +461,12 @@ TEST_F(CEncoderPublishThread, AfterARefusedHeaderItEndsAndTheQueuesGrowUntilStop
   EXPECT_TRUE(support::WaitFor([] { return !support::HasThread("publish"); }, 60000));
   clock.Advance(30000);
   EXPECT_EQ(before + 10, encoder.Video().Size());
-  EXPECT_GT(encoder.Audio().Size(), 40);
+  EXPECT_TRUE(support::WaitFor(
+      [&] {
+        clock.TakeDelays();
+        return encoder.Audio().Size() > 40;
+      },
+      60000));
   EXPECT_EQ(1, encoder.Statistics().status.tries) << "no retry";
   encoder.Stop();
   EXPECT_EQ(0, encoder.Video().Size());
