@@ -81,9 +81,11 @@ class DamagedFiles : public ::testing::Test {
   DamagedFiles() { av_log_set_level(AV_LOG_QUIET); }
   ~DamagedFiles() override { av_log_set_level(AV_LOG_INFO); }
 
-  // A bound for slow machines; the order of the cases stays the same.
-  bool TimeIsLeft() const {
-    return std::chrono::steady_clock::now() - m_begin < std::chrono::seconds(8);
+  // Whether there is time for one more case than have been done, of which the first few are always
+  // done: a bound for slow machines, where making the samples alone may take as long. The order of
+  // the cases stays the same.
+  bool TimeIsLeft(int done, int atLeast) const {
+    return done < atLeast || std::chrono::steady_clock::now() - m_begin < std::chrono::seconds(8);
   }
 
   MediaSamples m_samples;
@@ -133,13 +135,12 @@ TEST_F(DamagedFiles, PicturesEndInAPictureOrARefusal) {
       Sample(m_samples.CmykJpeg("print.jpg"))};
   int shown = 0;
   int done = 0;
-  for (; done < 3000 && TimeIsLeft(); ++done) {
+  for (; done < 3000 && TimeIsLeft(done, 120); ++done) {
     const std::string& original = originals[static_cast<std::size_t>(done) % originals.size()];
     Picture node(m_samples.Write("damaged.png", Mutated(original, &m_random)));
     shown += node.Open() == 0 ? 1 : 0;
   }
   testing::internal::GetCapturedStdout();
-  EXPECT_GT(done, 100);
   EXPECT_GT(shown, done / 20) << "the damage is to leave some of them readable";
   EXPECT_LT(shown, done);
 }
@@ -166,13 +167,11 @@ TEST_F(DamagedFiles, MediaFilesEndInPicturesOrARefusal) {
                               return flash;
                             }())),
       Sample(m_samples.Clip("a.avi", plain)), Sample(m_samples.Clip("a.ts", old))};
-  int done = 0;
-  for (; done < 1000 && TimeIsLeft(); ++done) {
+  for (int done = 0; done < 1000 && TimeIsLeft(done, 60); ++done) {
     const std::string& original = originals[static_cast<std::size_t>(done) % originals.size()];
     PlayDamaged(m_samples.Write("damaged.mp4", Mutated(original, &m_random)));
   }
   testing::internal::GetCapturedStdout();
-  EXPECT_GT(done, 50);
 }
 
 TEST_F(DamagedFiles, RunningNodesOnDamagedFilesStop) {
