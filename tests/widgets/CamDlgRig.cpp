@@ -14,6 +14,7 @@
 
 #include "sources/CInputDev.h"
 #include "sources/DeviceCatalogue.h"
+#include "support/Process.h"
 #include "widgets/CCamDlg.h"
 #include "widgets/theme/CustomShadowEffect.h"
 #include "widgets/theme/Theme.h"
@@ -28,6 +29,19 @@ bool IsNear(Colour colour, const CameraColour& wanted) {
   };
   return colour <= 0xffffff && near(colour >> 16, wanted.red) && near(colour >> 8, wanted.green) &&
          near(colour, wanted.blue);
+}
+
+int Workers() {
+  int workers = 0;
+  const QDir tasks(QStringLiteral("/proc/self/task"));
+  for (const QString& id : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+    QFile name(tasks.filePath(id + QStringLiteral("/comm")));
+    if (name.open(QIODevice::ReadOnly)) {
+      const QByteArray text = name.readAll().trimmed();
+      workers += text == "preview" || text == "capture" ? 1 : 0;
+    }
+  }
+  return workers;
 }
 
 }  // namespace
@@ -167,17 +181,8 @@ bool CamDlgRig::StandsStill(const CCamDlg& dialog) {
       kPatienceMs);
 }
 
-int CamDlgRig::Workers() {
-  int workers = 0;
-  const QDir tasks(QStringLiteral("/proc/self/task"));
-  for (const QString& id : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-    QFile name(tasks.filePath(id + QStringLiteral("/comm")));
-    if (name.open(QIODevice::ReadOnly)) {
-      const QByteArray text = name.readAll().trimmed();
-      workers += text == "preview" || text == "capture" ? 1 : 0;
-    }
-  }
-  return workers;
+bool CamDlgRig::HasWorkers(int count) {
+  return WaitFor([count] { return Workers() == count; }, kPatienceMs);
 }
 
 int CamDlgRig::Descriptors() {

@@ -43,8 +43,9 @@ class CamDlgRig : public testing::Test {
   static bool GoesOn(const CCamDlg& dialog);
   // The same picture stays for half a second.
   static bool StandsStill(const CCamDlg& dialog);
-  // Workers of the chooser that run in this process.
-  static int Workers();
+  // So many workers of the chooser run in this process. One that was joined is still listed for the
+  // moment that the system needs to take it away.
+  static bool HasWorkers(int count);
   static int Descriptors();
   // The camera can be opened this very moment.
   static bool IsFree(const std::string& card);
