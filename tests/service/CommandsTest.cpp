@@ -93,12 +93,15 @@ class Terminal {
     tcgetattr(m_terminal, &settings);
     return (settings.c_lflag & ECHO) != 0;
   }
-  // The exit status, or minus the signal that ended it.
+  // The exit status, or minus the signal that ended it; 1000 while it runs.
   int Wait() {
     int status = 0;
     pid_t ended = 0;
     support::WaitFor([&] { return (ended = waitpid(m_id, &status, WNOHANG)) != 0; }, 20000);
-    m_id = ended > 0 ? -1 : m_id;
+    if (ended <= 0) {
+      return 1000;
+    }
+    m_id = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   }
   std::string shown;
@@ -200,10 +203,10 @@ TEST_F(CommandsTest, APasswordFromStandardInputIsWhatLogsIn) {
 TEST_F(CommandsTest, OnATerminalThePasswordIsAskedForTwiceAndNotShown) {
   Terminal terminal({ORVANE_SERVICE, "account", "add", "user", "--database", Database()});
   ASSERT_TRUE(terminal.Expect("Password: ")) << terminal.shown;
-  ASSERT_TRUE(support::WaitFor([&] { return !terminal.Echoes(); }, 5000));
+  ASSERT_TRUE(support::WaitFor([&] { return !terminal.Echoes(); }, 20000));
   terminal.Type("topsecret\n");
   ASSERT_TRUE(terminal.Expect("Once more: ")) << terminal.shown;
-  ASSERT_TRUE(support::WaitFor([&] { return !terminal.Echoes(); }, 5000));
+  ASSERT_TRUE(support::WaitFor([&] { return !terminal.Echoes(); }, 20000));
   terminal.Type("topsecret\n");
   EXPECT_EQ(terminal.Wait(), 0) << terminal.shown;
   EXPECT_EQ(terminal.shown.find("topsecret"), std::string::npos);
@@ -212,7 +215,7 @@ TEST_F(CommandsTest, OnATerminalThePasswordIsAskedForTwiceAndNotShown) {
 TEST_F(CommandsTest, AnInterruptedQuestionLeavesTheTerminalAsItWas) {
   Terminal terminal({ORVANE_SERVICE, "account", "add", "user", "--database", Database()});
   ASSERT_TRUE(terminal.Expect("Password: "));
-  ASSERT_TRUE(support::WaitFor([&] { return !terminal.Echoes(); }, 5000));
+  ASSERT_TRUE(support::WaitFor([&] { return !terminal.Echoes(); }, 20000));
   terminal.Type("\x03");
   EXPECT_EQ(terminal.Wait(), -SIGINT);
   EXPECT_TRUE(terminal.Echoes());
@@ -336,7 +339,7 @@ TEST_F(CommandsTest, ServeEndsOnSigtermAndKeepsItsLogFreeOfSecrets) {
   EXPECT_NE(second.output.find("in use"), std::string::npos) << second.output;
 
   service.Signal(SIGTERM);
-  EXPECT_EQ(service.Wait(10000), 0);
+  EXPECT_EQ(service.Wait(30000), 0);
   const std::string all = support::ReadFile(output);
   const std::string lines = all.substr(all.find('{'));
   EXPECT_NE(lines.find("\"event\":\"ended\""), std::string::npos);

@@ -167,7 +167,7 @@ TEST_F(IngestTest, APublisherThatVanishedGetsInAgain) {
 
 TEST_F(IngestTest, AKilledServiceTakesItsEngineWithItAndComesBack) {
   service.Signal(SIGKILL);
-  service.Wait(5000);
+  service.Wait(kPatienceMs);
   ASSERT_TRUE(StartService()) << Output();
   Process publisher;
   ASSERT_TRUE(Publish(&publisher, Url("live", activity.streamKey)));
@@ -177,15 +177,21 @@ TEST_F(IngestTest, AKilledServiceTakesItsEngineWithItAndComesBack) {
 TEST_F(IngestTest, SigtermLeavesNothingRunning) {
   ASSERT_TRUE(Listens(rtmp));
   service.Signal(SIGTERM);
-  EXPECT_EQ(service.Wait(10000), 0);
+  EXPECT_EQ(service.Wait(kPatienceMs), 0);
   EXPECT_FALSE(Listens(rtmp));
   EXPECT_FALSE(Listens(hls));
   EXPECT_FALSE(Listens(rig.port));
 }
 
 TEST_F(IngestTest, AnEngineThatDiedIsStartedAgain) {
-  const int engine = std::atoi(ReadFile(rig.directory.File("ingest/nginx.pid")).c_str());
-  ASSERT_GT(engine, 1);
+  // Written only once the engine listens, which is all that the service waits for.
+  int engine = 0;
+  ASSERT_TRUE(WaitFor(
+      [&] {
+        engine = std::atoi(ReadFile(rig.directory.File("ingest/nginx.pid")).c_str());
+        return engine > 1;
+      },
+      kPatienceMs));
   ASSERT_EQ(kill(engine, SIGKILL), 0);
   ASSERT_TRUE(
       WaitFor([&] { return Output().find("ingest-ended") != std::string::npos; }, kPatienceMs));
