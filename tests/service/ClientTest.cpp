@@ -84,8 +84,8 @@ TEST_F(ClientTest, PagesThroughTheList) {
     rig.AddActivity(account, "t");
   }
   const QString token = Token();
+  int page = 0;
   for (const int size : {12, 1, 0}) {
-    static int page = 0;
     ActivityList list;
     EXPECT_EQ(client->GetHostList(token, ++page, &list), 0);
     EXPECT_EQ(list.code, 0);

@@ -247,8 +247,8 @@ TEST_F(StoreTest, ActivitiesComeInPagesOfTwelveTheNextToStartFirst) {
     rig.AddActivity(account, std::to_string(i));
   }
   QStringList titles;
+  int page = 0;
   for (const int size : {12, 12, 1, 0}) {
-    static int page = 0;
     QList<Activity> list;
     ASSERT_EQ(rig.store->PageOfActivities(account.id, ++page, &list), Outcome::Done);
     EXPECT_EQ(list.size(), size);
@@ -319,8 +319,12 @@ TEST_F(StoreTest, OneBroadcastOfAnActivityRunsAtATimeHoweverManyAskAtOnce) {
       threads.emplace_back([&, i] {
         QString error;
         const auto store = Store::Open(rig.Database(), &error);
-        const Outcome outcome =
-            store->StartBroadcast(NewBroadcast(activity, QString::number(i), 1));
+        ASSERT_NE(store, nullptr) << error.toStdString();
+        // Where the disk is slow, one that waits for another's write fails, and is asked again.
+        Outcome outcome = Outcome::Failed;
+        for (int turn = 0; turn < 10 && outcome == Outcome::Failed; ++turn) {
+          outcome = store->StartBroadcast(NewBroadcast(activity, QString::number(i), 1));
+        }
         done += outcome == Outcome::Done ? 1 : 0;
         busy += outcome == Outcome::Busy ? 1 : 0;
       });
