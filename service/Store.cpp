@@ -48,6 +48,13 @@ bool ExecutePatiently(QSqlQuery* query, const QString& sql) {
   return true;
 }
 
+// For the one that makes the schema or brings it up to date. Another that does so may need longer,
+// on a slow disk, than a change waits for its turn.
+bool BeginPatiently(const QSqlDatabase& database) {
+  QSqlQuery query(database);
+  return ExecutePatiently(&query, QStringLiteral("BEGIN IMMEDIATE"));
+}
+
 Account ReadAccount(const QSqlQuery& row) {
   Account account;
   account.id = row.value(0).toString();
@@ -138,7 +145,7 @@ bool Store::Migrate(QString* error) {
   if (!SchemaOnDisk(&current, error) || current == SchemaVersion()) {
     return error->isEmpty();
   }
-  if (!Begin()) {
+  if (!BeginPatiently(m_database)) {
     *error = QStringLiteral("it can't be written or is locked by another program");
     return false;
   }
