@@ -67,7 +67,8 @@ RunResult Run(const std::vector<std::string>& arguments, int timeoutMs = 30000,
 // Polls until condition holds; false after timeoutMs. For things outside the process only.
 bool WaitFor(const std::function<bool()>& condition, int timeoutMs);
 
-// A TCP port of the loopback that was free a moment ago.
+// A TCP port of the loopback that is no other's: reserved for this process until its end, each time
+// another one.
 int FreePort();
 
 // Content of a file, "" when it can't be read.
