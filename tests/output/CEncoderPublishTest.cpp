@@ -453,12 +453,13 @@ TEST_F(CEncoderPublishThread, AfterARefusedHeaderItEndsAndTheQueuesGrowUntilStop
         return encoder.Statistics().status.state == PublishState::kEnded;
       },
       60000));
+  // It says so before it takes what waits along with it.
+  ASSERT_TRUE(support::WaitFor([] { return !support::HasThread("publish"); }, 60000));
   AwaitEncoded(5);
   const int before = encoder.Video().Size();
   FeedPictures(10);
   encoder.EnqueueAudio(0, support::NewSine(48000, 48000));
   AwaitEncoded(15);
-  EXPECT_TRUE(support::WaitFor([] { return !support::HasThread("publish"); }, 60000));
   clock.Advance(30000);
   EXPECT_EQ(before + 10, encoder.Video().Size());
   EXPECT_TRUE(support::WaitFor(
