@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QtGlobal>
+#include <mutex>
 #include <vector>
 
 #include "output/LibraryFailures.h"
@@ -45,9 +46,24 @@ void CountMessages(QtMsgType, const QMessageLogContext&, const QString& text) {
   g_notNormal += text.contains("not  normal") ? 1 : 0;
 }
 
-// What SDL was last asked for, while that is watched; the opening then fails.
-bool g_watching = false;
-SDL_AudioSpec g_wanted{};
+// What SDL was last asked for, and how often, while that is watched; the opening then fails.
+std::mutex g_mutex;
+bool g_watching = false;   // guarded by g_mutex
+int g_asked = 0;           // guarded by g_mutex
+SDL_AudioSpec g_wanted{};  // guarded by g_mutex
+
+void Watch(bool watching) {
+  const std::lock_guard<std::mutex> lock(g_mutex);
+  g_watching = watching;
+  g_asked = 0;
+}
+
+int Asked() {
+  const std::lock_guard<std::mutex> lock(g_mutex);
+  return g_asked;
+}
+
+constexpr int kPatienceMs = 60000;
 
 class CRenderAudio : public testing::Test {
  protected:
@@ -186,7 +202,8 @@ TEST_F(CRenderAudio, ABacklogAfterARestartIsStillCorrected) {
     // The scale thread looks at what waits until it has tried the device, and never again.
     const support::LogRecord log;
     feed();
-    ASSERT_TRUE(support::WaitFor([&] { return log.HasError("Monitor sound: no device"); }, 10000));
+    ASSERT_TRUE(
+        support::WaitFor([&] { return log.HasError("Monitor sound: no device"); }, kPatienceMs));
     stop();
   }
   qInstallMessageHandler(CountMessages);
@@ -258,7 +275,15 @@ TEST_F(CRenderAudio, ADeviceThatCantBeOpenedIsSaidOnceAndNeverRetried) {
   for (int i = 0; i < 3; ++i) {
     render.FeedSound(NewSound(4, 1));
   }
+  const support::LogRecord log;
   testing::internal::CaptureStdout();
+  // A failure that takes its time is told by a later turn.
+  EXPECT_TRUE(support::WaitFor(
+      [&] {
+        render.ScaleTurn();
+        return log.HasError("Monitor sound: no device");
+      },
+      kPatienceMs));
   for (int i = 0; i < 3; ++i) {
     render.ScaleTurn();
   }
@@ -291,11 +316,20 @@ TEST_F(CRenderAudio, TheDeviceIsAskedForTheFramesFormatAndATwelfthOfASecondAtATi
     ScopedFrame frame(NewSound(4, 1));
     frame->sample_rate = c.rate;
     av_channel_layout_default(&frame->ch_layout, c.channels);
-    g_watching = true;
+    Watch(true);
     testing::internal::CaptureStdout();
-    EXPECT_EQ(-1, render.OpenAudioOutput(frame.Get()));
+    // One whose answer takes its time goes on behind the caller, and the next one is asked for.
+    int openings = 0;
+    EXPECT_TRUE(support::WaitFor(
+        [&] {
+          ++openings;
+          return render.OpenAudioOutput(frame.Get()) == -1;
+        },
+        kPatienceMs));
     EXPECT_EQ("can't open audio.\n", testing::internal::GetCapturedStdout());
-    g_watching = false;
+    ASSERT_TRUE(support::WaitFor([&] { return Asked() == openings; }, kPatienceMs));
+    Watch(false);
+    const std::lock_guard<std::mutex> lock(g_mutex);
     EXPECT_EQ(c.rate, g_wanted.freq);
     EXPECT_EQ(AUDIO_S16SYS, g_wanted.format);
     EXPECT_EQ(c.channels, g_wanted.channels);
@@ -314,10 +348,14 @@ extern "C" {
 int __real_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained);
 int __wrap_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained);
 int __wrap_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained) {
-  if (!g_watching) {
-    return __real_SDL_OpenAudio(wanted, obtained);
+  {
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    if (g_watching) {
+      g_wanted = *wanted;
+      ++g_asked;
+      return -1;
+    }
   }
-  g_wanted = *wanted;
-  return -1;
+  return __real_SDL_OpenAudio(wanted, obtained);
 }
 }

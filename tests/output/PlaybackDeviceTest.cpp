@@ -17,13 +17,14 @@ namespace {
 
 using support::WaitFor;
 
-constexpr int kPatienceMs = 10000;
+constexpr int kPatienceMs = 30000;
 constexpr Uint32 kTenPeriodsMs = 110;
 
 // A sound server that has stopped answering, to SDL_OpenAudio and SDL_CloseAudio.
 std::mutex g_mutex;
 std::condition_variable g_answers;
 bool g_frozen = false;  // guarded by g_mutex
+std::atomic<int> g_opened{0};
 std::atomic<int> g_closed{0};
 
 void SetFrozen(bool frozen) {
@@ -42,10 +43,13 @@ class PlaybackDevice : public testing::Test {
   void SetUp() override {
     SDL_setenv("SDL_AUDIODRIVER", "dummy", 1);
     ASSERT_EQ(0, SDL_InitSubSystem(SDL_INIT_AUDIO)) << SDL_GetError();
+    g_opened = 0;
     g_closed = 0;
   }
   void TearDown() override {
     device.Close();
+    // SDL may need longer than the device waits for it.
+    EXPECT_TRUE(WaitFor([] { return g_closed == g_opened; }, kPatienceMs));
     SDL_QuitSubSystem(SDL_INIT_AUDIO);
   }
 
@@ -71,7 +75,7 @@ TEST_F(PlaybackDevice, AsksForSoundUntilItIsClosed) {
   ASSERT_TRUE(Open());
   EXPECT_TRUE(IsPlaying());
   device.Close();
-  EXPECT_EQ(1, g_closed);
+  EXPECT_TRUE(WaitFor([] { return g_closed == 1; }, kPatienceMs));
   device.Close();
   EXPECT_EQ(1, g_closed);
   EXPECT_TRUE(Open());
@@ -172,7 +176,9 @@ int __wrap_SDL_OpenAudio(SDL_AudioSpec* wanted, SDL_AudioSpec* obtained) {
     std::unique_lock<std::mutex> lock(g_mutex);
     g_answers.wait(lock, [] { return !g_frozen; });
   }
-  return __real_SDL_OpenAudio(wanted, obtained);
+  const int result = __real_SDL_OpenAudio(wanted, obtained);
+  g_opened += result >= 0 ? 1 : 0;
+  return result;
 }
 
 void __real_SDL_CloseAudio();

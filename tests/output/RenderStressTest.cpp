@@ -12,6 +12,7 @@
 
 #include "output/RenderHarness.h"
 #include "support/Process.h"
+#include "support/ProcessStats.h"
 #include "support/RecordingNode.h"
 #include "support/WorkingDirectory.h"
 
@@ -150,6 +151,8 @@ TEST(RenderStress, StartAndStopManyTimesWithSourcesRunning) {
   }
   stop = true;
   source.join();
+  // SDL must not be ended under the opening of its device.
+  EXPECT_TRUE(support::WaitFor([] { return !support::HasThread("open-sound"); }, 60000));
   SDL_QuitSubSystem(SDL_INIT_AUDIO);
 }
 
