@@ -1,7 +1,11 @@
 // Addresses that lead to no RTMP server. Each try ends with a log line that names the address and
 // the cause, the next one follows, and Stop returns.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -23,7 +27,7 @@ using support::LogRecord;
 using support::WaitFor;
 
 // On a busy machine; the retry wait alone would take three seconds.
-constexpr int kStopMs = 1500;
+constexpr int kStopMs = 2500;
 constexpr const char* kHangingHost = "hangs.invalid";
 
 // A resolver that doesn't answer for one name until it is let go.
@@ -65,6 +69,30 @@ int __wrap_getaddrinfo(const char* host, const char* service, const addrinfo* hi
 
 namespace {
 
+// A port at which nobody listens, and that no test beside this one gets meanwhile.
+class RefusingPort {
+ public:
+  RefusingPort() : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    auto* generic = reinterpret_cast<sockaddr*>(&address);
+    if (bind(m_socket, generic, length) == 0 && getsockname(m_socket, generic, &length) == 0) {
+      m_port = ntohs(address.sin_port);
+    }
+  }
+  ~RefusingPort() { close(m_socket); }
+  RefusingPort(const RefusingPort&) = delete;
+  RefusingPort& operator=(const RefusingPort&) = delete;
+
+  std::string Url() const { return "rtmp://127.0.0.1:" + std::to_string(m_port) + "/live/x"; }
+
+ private:
+  int m_socket;
+  int m_port = 0;
+};
+
 class HostileServer : public testing::Test {
  protected:
   void StartAt(const std::string& address) {
@@ -91,7 +119,8 @@ class HostileServer : public testing::Test {
 };
 
 TEST_F(HostileServer, OneThatRefusesIsNamedAndTriedAgain) {
-  const std::string address = "rtmp://127.0.0.1:" + std::to_string(support::FreePort()) + "/live/x";
+  const RefusingPort port;
+  const std::string address = port.Url();
   StartAt(address);
   const Feeder feeder(&encoder);
   EXPECT_TRUE(AwaitTries(2));
@@ -166,7 +195,8 @@ TEST_F(HostileServer, StopReturnsWhileTheHandshakeIsUnanswered) {
 }
 
 TEST_F(HostileServer, StopReturnsDuringTheWaitForARetry) {
-  StartAt("rtmp://127.0.0.1:" + std::to_string(support::FreePort()) + "/live/x");
+  const RefusingPort port;
+  StartAt(port.Url());
   const Feeder feeder(&encoder);
   ASSERT_TRUE(AwaitTries(1));
   ExpectStopInTime();

@@ -16,7 +16,7 @@
 
 namespace support {
 
-constexpr int kPatienceMs = 15000;
+constexpr int kPatienceMs = 30000;
 
 inline bool IsNear(Colour colour, Colour wanted) {
   for (const int shift : {0, 8, 16}) {
@@ -43,8 +43,10 @@ class PreviewRig : public testing::Test {
   }
 
   void TearDown() override {
-    render->Stop();
-    render.reset();
+    if (render != nullptr) {
+      render->Stop();
+      render.reset();
+    }
     window.Close();
     if (!serverGone) {
       // It would end the process: SDL closes a connection that nobody else can get hold of.
@@ -92,10 +94,11 @@ class PreviewRig : public testing::Test {
     const std::uint64_t before = render->Statistics().pushed;
     return WaitFor([&] { return render->Statistics().pushed >= before + pictures; }, kPatienceMs);
   }
+  // On a busy machine; what it would wait for never comes.
   bool StopsAtOnce() {
     const auto start = std::chrono::steady_clock::now();
     render->Stop();
-    return std::chrono::steady_clock::now() - start < std::chrono::seconds(2);
+    return std::chrono::steady_clock::now() - start < std::chrono::seconds(10);
   }
 
   static constexpr int kLeft = 60;

@@ -49,7 +49,7 @@ TEST_F(Preview, ShowsTheCanvasInTheWindow) {
   EXPECT_TRUE(Shows(958, 538, 0x0000ff));
   EXPECT_TRUE(IsNear(At(-2, 100), kBlack));
   // It is counted right after it has come to the screen.
-  EXPECT_TRUE(WaitFor([this] { return render->Statistics().shown > 0; }, 5000));
+  EXPECT_TRUE(WaitFor([this] { return render->Statistics().shown > 0; }, kPatienceMs));
 }
 
 TEST_F(Preview, AnEmptyOrderKeepsOnTheScreenWhatWasShownLast) {
