@@ -5,11 +5,11 @@
 #include <QApplication>
 #include <QDir>
 #include <QTest>
-#include <algorithm>
 #include <cstdio>
 
 #include "backend/TestAddress.h"
 #include "shell/Libraries.h"
+#include "support/ProcessStats.h"
 #include "widgets/ItemData.h"
 #include "widgets/theme/Theme.h"
 
@@ -89,11 +89,7 @@ void LiveWindow::Close() {
 
 Held LookAtProcess() {
   Held held;
-  for (const QString& thread :
-       QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-    held.threads.push_back(ReadFile("/proc/self/task/" + thread.toStdString() + "/comm"));
-  }
-  std::sort(held.threads.begin(), held.threads.end());
+  held.threads = ThreadNames();
   held.files = QDir(QStringLiteral("/proc/self/fd"))
                    .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
                    .size();

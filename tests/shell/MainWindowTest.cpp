@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <QBuffer>
-#include <QDir>
 #include <QGuiApplication>
 #include <QImage>
 #include <QNetworkReply>
@@ -16,6 +15,7 @@
 #include "shell/WindowStyle.h"
 #include "sources/DeviceCatalogue.h"
 #include "support/Accessibility.h"
+#include "support/ProcessStats.h"
 
 namespace {
 
@@ -364,29 +364,14 @@ TEST_F(MainWindow, IsMinimisedByItsButton) {
   EXPECT_TRUE(main->isMinimized());
 }
 
-// Names of this process's threads.
-QStringList Threads() {
-  QStringList names;
-  for (const QString& id :
-       QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-    QFile name(QStringLiteral("/proc/self/task/%1/comm").arg(id));
-    if (name.open(QIODevice::ReadOnly)) {
-      names << QString::fromUtf8(name.readAll()).trimmed();
-    }
-  }
-  return names;
-}
-
 TEST_F(MainWindow, LeavesNoWorkerBehindWhenTheGraphIsClosed) {
   Run();
-  const QStringList running = Threads();
   for (const char* worker : {"mix", "silence", "capture", "scale", "compose", "present"}) {
-    EXPECT_TRUE(running.contains(QLatin1String(worker))) << worker;
+    EXPECT_TRUE(support::HasThread(worker)) << worker;
   }
   main->CloseGraph();
-  const QStringList left = Threads();
   for (const char* worker : {"mix", "silence", "capture", "scale", "compose", "present"}) {
-    EXPECT_FALSE(left.contains(QLatin1String(worker))) << worker;
+    EXPECT_FALSE(support::HasThread(worker)) << worker;
   }
   EXPECT_TRUE(main->m_layers.empty());
   EXPECT_EQ(main->m_render, nullptr);

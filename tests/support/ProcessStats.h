@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
 
 namespace support {
 
@@ -23,6 +24,9 @@ struct ProcessStats {
 
 ProcessStats ReadProcessStats(pid_t process);
 
+// The names of this program's threads, sorted. One that was joined stands in the kernel's list for
+// a moment more, and is left out.
+std::vector<std::string> ThreadNames();
 // Whether a thread of this program bears that name.
 bool HasThread(const std::string& name);
 
