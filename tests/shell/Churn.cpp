@@ -41,36 +41,46 @@ std::int64_t Dropped(const LiveWindow& stage) {
 }
 
 // Up to 8 canvases wait to be sent out, so a dropped one is missed that much later: waits for a
-// time in which none is dropped, from which on both counts tell of the same pictures.
-void Settle(const LiveWindow& stage, const PictureCount& count) {
+// time in which none is dropped, from which on both counts tell of the same pictures. False when
+// the machine is so busy that there is none.
+bool Settle(const LiveWindow& stage, const PictureCount& count) {
   constexpr int kTries = 20;
   constexpr int kPictures = 10;
   for (int i = 0; i < kTries; ++i) {
     const std::int64_t dropped = Dropped(stage);
     const std::int64_t enough = count.Pictures() + kPictures;
-    SpinUntil([&] { return count.Pictures() >= enough; });
-    if (Dropped(stage) == dropped) {
-      return;
+    if (SpinUntil([&] { return count.Pictures() >= enough; }) && Dropped(stage) == dropped) {
+      return true;
     }
   }
+  return false;
 }
 
 }  // namespace
 
 void PictureCount::EnqueueVideo(int /*index*/, void* media) {
   auto* picture = static_cast<AVFrame*>(media);
-  if (m_pictures == 0) {
-    m_first = picture->pts;
-    m_pictures = 1;
-  } else if (picture->pts != m_last) {
-    ++m_pictures;
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_pictures == 0) {
+      m_first = picture->pts;
+      m_pictures = 1;
+    } else if (picture->pts != m_last) {
+      ++m_pictures;
+    }
+    m_last = picture->pts;
   }
-  m_last = picture->pts;
   av_frame_free(&picture);
 }
 
-std::int64_t PictureCount::Span() const {
-  return m_pictures == 0 ? 0 : (m_last - m_first) / kPassMs + 1;
+std::int64_t PictureCount::Pictures() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_pictures;
+}
+
+std::int64_t PictureCount::Missing() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_pictures == 0 ? 0 : (m_last - m_first) / kPassMs + 1 - m_pictures;
 }
 
 ChurnResult AddAndDelete(LiveWindow* stage, int times) {
@@ -78,9 +88,11 @@ ChurnResult AddAndDelete(LiveWindow* stage, int times) {
   ChurnResult result;
   PictureCount count;
   window->m_render->AddVideoOutput(&count);
-  Settle(*stage, count);
-  const std::int64_t missingBefore = count.Span() - count.Pictures();
+  result.settled = Settle(*stage, count);
+  // In this order, and in the reverse one at the end: what is dropped in between is counted as
+  // dropped.
   const std::int64_t droppedBefore = Dropped(*stage);
+  const std::int64_t missingBefore = count.Missing();
   for (int number = 0; number < times; ++number) {
     result.ok = AddOne(stage, number) && result.ok;
     QCoreApplication::processEvents();
@@ -95,11 +107,11 @@ ChurnResult AddAndDelete(LiveWindow* stage, int times) {
     window->SlotDeleteItem(0);
   }
   result.heapAtEnd = LookAtProcess().bytes;
-  Settle(*stage, count);
+  result.settled = Settle(*stage, count) && result.settled;
   window->m_render->RemoveVideoOutput(&count);
   result.dropped = Dropped(*stage) - droppedBefore;
   result.pictures = count.Pictures();
-  result.missing = count.Span() - result.pictures - missingBefore - result.dropped;
+  result.missing = count.Missing() - missingBefore - result.dropped;
   return result;
 }
 

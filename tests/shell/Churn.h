@@ -3,8 +3,8 @@
 #ifndef ORVANE_TESTS_SHELL_CHURN_H
 #define ORVANE_TESTS_SHELL_CHURN_H
 
-#include <atomic>
 #include <cstdint>
+#include <mutex>
 
 #include "media/CSrcInterface.h"
 #include "shell/LiveWindow.h"
@@ -18,21 +18,24 @@ class PictureCount : public CSrcInterface {
   PictureCount() : CSrcInterface(0, 1) {}
   void EnqueueVideo(int index, void* media) override;
 
-  std::int64_t Pictures() const { return m_pictures; }
-  // How many there should be from the first to the last, but for those dropped on the way.
-  std::int64_t Span() const;
+  std::int64_t Pictures() const;
+  // How many more there should have been from the first to the last, those dropped on the way among
+  // them.
+  std::int64_t Missing() const;
 
  private:
-  std::atomic<std::int64_t> m_pictures{0};
-  std::atomic<std::int64_t> m_first{0};
-  std::atomic<std::int64_t> m_last{0};
+  mutable std::mutex m_mutex;  // guards all below
+  std::int64_t m_pictures = 0;
+  std::int64_t m_first = 0;
+  std::int64_t m_last = 0;
 };
 
 struct ChurnResult {
   std::int64_t pictures = 0;  // different ones that came out
   std::int64_t missing = 0;   // passes that composed nothing, and canvases lost without a count
   std::int64_t dropped = 0;   // canvases dropped by the rule of the composed queue
-  long heapAtHalf = 0;        // bytes in use in the middle and at the end
+  bool settled = true;  // both counts were of the same pictures; else those in the queue are open
+  long heapAtHalf = 0;  // bytes in use in the middle and at the end
   long heapAtEnd = 0;
   bool ok = true;  // each layer came and went
 };
