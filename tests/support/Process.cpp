@@ -172,17 +172,20 @@ int FreePort() {
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t length = sizeof address;
   auto* generic = reinterpret_cast<sockaddr*>(&address);
-  int port = 0;
   if (bind(fd, generic, length) == 0 && getsockname(fd, generic, &length) == 0) {
-    port = ntohs(address.sin_port);
     // Kept to the end of the process, so that nobody else is given it meanwhile. It never listens:
     // a caller is refused there as before, and a server that may reuse addresses, as they all do,
     // can bind it beside.
     const int yes = 1;
     setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    return port;
+    return ntohs(address.sin_port);
   }
   close(fd);
+  return 0;
+}
+
+int SilentPort() {
+  static const int port = FreePort();
   return port;
 }
 

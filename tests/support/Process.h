@@ -71,6 +71,9 @@ bool WaitFor(const std::function<bool()>& condition, int timeoutMs);
 // another one.
 int FreePort();
 
+// One at which nobody ever listens, always the same.
+int SilentPort();
+
 // Content of a file, "" when it can't be read.
 std::string ReadFile(const std::string& path);
 
