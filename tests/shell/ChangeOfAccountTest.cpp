@@ -167,7 +167,15 @@ TEST_F(ChangeOfAccount, AskedForTwiceWhileTheServiceIsSlowAsksForOneLogin) {
   Serve(slow);
   Run();
   AtTheLogin operatorAtLogin(main, QStringLiteral("second"));
-  QTimer::singleShot(20, main, [] { emit CEvent::instance()->loginChange(); });
+  // Not before the service has the logout, which would be given up unsent.
+  QTimer hand;
+  QObject::connect(&hand, &QTimer::timeout, main, [&] {
+    if (server.Requests().size() == 1) {
+      hand.stop();
+      emit CEvent::instance()->loginChange();
+    }
+  });
+  hand.start(5);
   emit CEvent::instance()->loginChange();
   EXPECT_EQ(answers.TakeKinds(), QStringList("CLoginDlg"));
   EXPECT_EQ(server.Requests().size(), 3);
