@@ -284,7 +284,7 @@ TEST_F(LiveControl, TheQualityThatWasChosenIsPublished) {
 TEST_F(LiveControl, TheClockCountsByItself) {
   ChooseWith();
   Press("m_LiveBtn");
-  EXPECT_TRUE(Await([this] { return Label("startTime")->text() == "00:00:01"; }));
+  EXPECT_TRUE(Await([this] { return Label("startTime")->text() != "00:00:00"; }));
 }
 
 TEST_F(LiveControl, TheBroadcastIsOverBeforeTheServiceIsTold) {
@@ -303,6 +303,7 @@ TEST_F(LiveControl, TheBroadcastIsOverBeforeTheServiceIsTold) {
 
 TEST_F(LiveControl, AStopTakesTheNodesAwayAndKeepsTheChoice) {
   ChooseWith();
+  m_window->m_liveTimer.blockSignals(true);  // only the test's own ticks count
   Press("m_LiveBtn");
   m_window->updateTime();
   m_window->updateTime();
@@ -317,6 +318,7 @@ TEST_F(LiveControl, AStopTakesTheNodesAwayAndKeepsTheChoice) {
 
 TEST_F(LiveControl, ASecondStartCountsFromZeroAndWritesTheSameLine) {
   ChooseWith();
+  m_window->m_liveTimer.blockSignals(true);  // only the test's own ticks count
   Press("m_LiveBtn");
   m_window->updateTime();
   Press("m_LiveBtn");
