@@ -59,10 +59,11 @@ TEST_F(Layers, TheFirstCameraStartsInTheCorner) {
   int y = 0;
   int width = 0;
   int height = 0;
-  EXPECT_TRUE(SpinUntil([&] {
+  // Size and place are set one after the other.
+  SpinUntil([&] {
     window->m_render->GetLayerRect(1, &x, &y, &width, &height);
-    return y > 0;
-  }));
+    return QRect(x, y, width, height) == QRect(1200, 540, 720, 540);
+  });
   EXPECT_EQ(QRect(x, y, width, height), QRect(1200, 540, 720, 540));
 }
 
@@ -254,8 +255,9 @@ TEST_F(Layers, WhenALayerWithSoundGoesTheLastOneTakesOverItsInput) {
 // Else those above it would be mute for good, for the audience too.
 TEST_F(Layers, WhenAFilmHasEndedTheLastOneTakesOverItsInput) {
   support::ClipOptions options;
-  options.soundSeconds = 4;
-  options.frames = 100;
+  // Not over before the other one is chosen, on a busy machine too.
+  options.soundSeconds = 12;
+  options.frames = 300;
   const std::string shorter = samples.Clip("short.mkv", options);
   options.soundSeconds = 60;
   options.frames = 1500;
