@@ -13,7 +13,7 @@ namespace support {
 
 namespace {
 
-constexpr int kPatienceMs = 30000;
+constexpr int kPatienceMs = 60000;
 
 QVariant DataAt(const MyListView& list, int row, int role) {
   // The view's own member of that name hides the model.

@@ -22,7 +22,7 @@ namespace support {
 
 namespace {
 
-constexpr int kPatienceMs = 30000;
+constexpr int kPatienceMs = 60000;
 
 QByteArray ListOf(const ListedActivity& activity) {
   const QJsonObject record{{"lsId", activity.id},
@@ -83,7 +83,7 @@ void LiveControlRig::SetUp() {
   platform::CaptureLayer::Install(&m_capture);
   DeviceCatalogue::Instance()->userToken = QStringLiteral("the-token");
   DeviceCatalogue::Instance()->loggedIn = 1;
-  m_nobody = "rtmp://127.0.0.1:" + std::to_string(FreePort()) + "/live/key";
+  m_nobody = "rtmp://127.0.0.1:" + std::to_string(SilentPort()) + "/live/key";
   m_window = std::make_unique<OrvaneMembers>();
   m_window->InitGraph();
 }

@@ -17,7 +17,7 @@ namespace support {
 namespace {
 
 constexpr char kNodes[] = "/dev/.cameras";
-constexpr int kAnswerSeconds = 10;
+constexpr int kAnswerSeconds = 60;
 
 const char* FormatName(CameraFormat format) {
   switch (format) {

@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kStartMs = 10000;
+constexpr int kStartMs = 60000;
 constexpr const char* kModule = "/usr/lib/nginx/modules/ngx_rtmp_module.so";
 
 bool TakesConnections(int port) {

@@ -10,8 +10,8 @@ namespace support {
 
 namespace {
 
-constexpr int kStartMs = 10000;
-constexpr int kControlMs = 10000;
+constexpr int kStartMs = 60000;
+constexpr int kControlMs = 30000;
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kRate = 48000;
 

@@ -42,10 +42,10 @@ class StreamReader {
 
   // Polls as a node does until a read says something else than "no packet yet": 0 with the packet
   // in Packet(), an error, or AVERROR(EAGAIN) when the time is over.
-  int Next(int timeoutMs = 5000);
+  int Next(int timeoutMs = 30000);
   AVPacket* Packet() { return m_packet; }
   // Reads on until a packet gives a picture; false on an error or a time-out.
-  bool NextPicture(RgbPicture* picture, int timeoutMs = 5000);
+  bool NextPicture(RgbPicture* picture, int timeoutMs = 30000);
   // Reads until there is nothing more to be had at the moment; the number of packets passed over.
   int Drain();
 
