@@ -83,7 +83,7 @@ class Compose : public testing::Test {
     options.height = 260;
     options.colour = kFilmedWindow;
     ASSERT_TRUE(m_filmed.Open(m_studio.Desktop().Display(), options));
-    ASSERT_TRUE(support::WaitFor([this] { return m_filmed.Framed(); }, 15000));
+    ASSERT_TRUE(support::WaitFor([this] { return m_filmed.Framed(); }, Composer::kPatienceMs));
   }
 
   // Both ends in the scene; a step on the way, as a hand makes it.

@@ -37,7 +37,8 @@ class ComposeTrouble : public Compose {
     ASSERT_TRUE(m_studio.Activate("^打开图片文件$"));
   }
   bool Logs(const std::string& text) {
-    return support::WaitFor([&] { return m_studio.Log().find(text) != std::string::npos; }, 15000);
+    return support::WaitFor([&] { return m_studio.Log().find(text) != std::string::npos; },
+                            Composer::kPatienceMs);
   }
 
   // Chosen, and gone before it is opened: listed, without a picture, and told to the log.

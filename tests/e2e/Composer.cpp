@@ -15,6 +15,7 @@ using support::Colour;
 using support::WaitFor;
 
 constexpr int kToolMs = 20000;
+constexpr int kFocusMs = 5000;  // the window manager gives the keyboard to most windows
 constexpr int kSceneWidth = 1920;
 constexpr int kSceneHeight = 1080;
 constexpr Colour kOutline = 0xff0000;
@@ -27,7 +28,8 @@ constexpr int kMenuItemY = 31;
 constexpr int kMenuItemHeight = 33;
 constexpr int kMenuItemX = 70;
 constexpr int kRowHeight = 40;
-constexpr int kListGap = 11;  // from the preview's right edge to the rows
+constexpr int kMostRows = 20;  // more than the list ever holds
+constexpr int kListGap = 11;   // from the preview's right edge to the rows
 constexpr Point kLoginButton = {695, 355};
 // The text dialog.
 constexpr Point kTextField = {240, 130};
@@ -71,7 +73,7 @@ bool Composer::AwaitWindow() {
 
 int Composer::End() {
   m_program.Signal(SIGTERM);
-  return m_program.Wait(10000);
+  return m_program.Wait(kPatienceMs);
 }
 
 // Input.
@@ -180,6 +182,12 @@ std::vector<std::string> Composer::Windows() const {
   return windows;
 }
 
+// The one that has the keyboard, by the window manager's word.
+std::string Composer::Active() const {
+  const std::string text = Tool({"xdotool", "getactivewindow"}).output;
+  return text.substr(0, text.find('\n'));
+}
+
 // The largest one that was not there: a dialog may have a native child.
 std::string Composer::NewWindow() const {
   std::string found;
@@ -217,6 +225,11 @@ bool Composer::Opens() {
     return false;
   }
   m_open.push_back(found);
+  // One that is seen may get the keyboard a little later; a menu and a tip never do.
+  if (Tool({"xwininfo", "-all", "-id", found}).output.find("Override Redirect State: no") !=
+      std::string::npos) {
+    WaitFor([&] { return Active() == found; }, kFocusMs);
+  }
   return true;
 }
 
@@ -231,6 +244,12 @@ bool Composer::Closes() {
     m_mismatch = "a window stayed open";
     return false;
   }
+  // The keyboard goes back to one of the others.
+  const auto passedOn = [&] {
+    const std::vector<std::string> windows = Windows();
+    return std::find(windows.begin(), windows.end(), Active()) != windows.end();
+  };
+  WaitFor(passedOn, kFocusMs);
   return true;
 }
 
@@ -339,7 +358,8 @@ bool Composer::ShowsRows(int count) {
     const Point first = InRow(0, RowPart::kEye);
     int row = 0;
     // Below the eye a row has its own colour, whatever its state.
-    while (screen.At(first.x, first.y + 12 + row * kRowHeight) != kListBackground) {
+    while (row < kMostRows &&
+           screen.At(first.x, first.y + 12 + row * kRowHeight) != kListBackground) {
       ++row;
     }
     return row;

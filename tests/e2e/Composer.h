@@ -49,7 +49,7 @@ enum class RowPart { kEye, kText, kEdit, kDelete };
 
 class Composer {
  public:
-  static constexpr int kPatienceMs = 30000;
+  static constexpr int kPatienceMs = 60000;
   // Two buttons of the window.
   static constexpr Point kAddWindow = {1116, 664};
   static constexpr Point kAddLayer = {1205, 664};
@@ -128,6 +128,7 @@ class Composer {
 
  private:
   std::vector<std::string> Windows() const;
+  std::string Active() const;
   std::string NewWindow() const;
   bool FindWindow();
   support::RunResult Tool(std::vector<std::string> arguments) const;

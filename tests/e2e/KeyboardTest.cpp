@@ -2,6 +2,7 @@
 // and a quality, broadcast, stop, leave. The built program, driven from outside by keys alone, with
 // the mouse in a corner of the screen; where the keyboard stands is read off the screen.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <map>
 #include <string>
@@ -22,6 +23,7 @@ constexpr Colour kRing = 0x20a0ff;
 constexpr int kRingReach = 6;   // its line lies that far from the control at most
 constexpr int kMostStops = 60;  // some rounds through all the controls of a window
 constexpr int kRingMs = 1000;   // after a key, or it has gone elsewhere
+constexpr int kStaysMs = 300;
 
 // Controls: their middle, in their window from its right edge where negative, and their size.
 struct Control {
@@ -100,11 +102,16 @@ class Keyboard : public LiveStage {
   bool ShowsRing(const Area& control, int ms = Composer::kPatienceMs) {
     return WaitFor([&] { return HasRing(m_studio.Desktop().ReadScreen(), control); }, ms);
   }
+  bool StaysThere(const Area& control) {
+    usleep(kStaysMs * 1000);
+    return HasRing(m_studio.Desktop().ReadScreen(), control);
+  }
   // Goes on by Tab until the ring stands there.
   bool TabsTo(const Area& control) {
     for (int stops = 0; stops < kMostStops; ++stops) {
       m_hand.Keys({"Tab"});
-      if (ShowsRing(control, kRingMs)) {
+      // Not that of an earlier key, which the next one is about to take on.
+      if (ShowsRing(control, kRingMs) && StaysThere(control)) {
         return true;
       }
     }
@@ -285,7 +292,7 @@ TEST_F(Keyboard, DoesTheWholeJob) {
   EXPECT_EQ(recording.Streams()[1].width, 1280);
   ASSERT_TRUE(TabsTo(InWindow(kExit)));
   m_hand.Keys({"space"});
-  EXPECT_EQ(m_hand.Program().Wait(10000), 0);
+  EXPECT_EQ(m_hand.Program().Wait(kPatienceMs), 0);
 }
 
 }  // namespace
