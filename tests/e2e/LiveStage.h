@@ -100,14 +100,21 @@ class LiveStage : public testing::Test {
     std::ofstream(m_studio.File(name)) << "what stood here before\n";
     ASSERT_EQ(chmod(m_studio.File(name).c_str(), 0644), 0);
   }
+  // The program writes a file when the service has answered, which has noted it before.
   bool SavesAccount(const std::string& login, const std::string& password) const {
-    const std::string saved = Read("login.ini");
-    return saved.find("usr=" + login + "\n") != std::string::npos &&
-           saved.find("psw=" + password + "\n") != std::string::npos &&
-           Mode(m_studio.File("login.ini")) == 0600;
+    const auto saves = [&] {
+      const std::string saved = Read("login.ini");
+      return saved.find("usr=" + login + "\n") != std::string::npos &&
+             saved.find("psw=" + password + "\n") != std::string::npos &&
+             Mode(m_studio.File("login.ini")) == 0600;
+    };
+    return support::WaitFor(saves, kPatienceMs);
   }
   bool WroteAddressOf(const Activity& activity) const {
-    return Read("rtmp.txt") == activity.view + "\n" && Mode(m_studio.File("rtmp.txt")) == 0600;
+    const auto wrote = [&] {
+      return Read("rtmp.txt") == activity.view + "\n" && Mode(m_studio.File("rtmp.txt")) == 0600;
+    };
+    return support::WaitFor(wrote, kPatienceMs);
   }
   // How often the service has noted that.
   int Told(const std::string& event) const {
