@@ -9,8 +9,9 @@ namespace e2e {
 
 namespace {
 
-constexpr int kWindowMs = 15000;
-constexpr int kSampleMs = 60000;
+constexpr int kWindowMs = 60000;
+constexpr int kToolMs = 20000;
+constexpr int kSampleMs = 120000;
 constexpr char kServiceStarted[] = "\"event\":\"started\"";
 
 }  // namespace
@@ -48,7 +49,7 @@ support::Process* Studio::Film(const std::string& title,
   support::Process& stage = m_stages.back();
   const auto shown = [&] {
     const support::RunResult result =
-        support::Run({"xprop", "-name", title, "WM_STATE"}, 5000, m_desktop.Environment());
+        support::Run({"xprop", "-name", title, "WM_STATE"}, kToolMs, m_desktop.Environment());
     return result.output.find("Normal") != std::string::npos;
   };
   if (!stage.Start(command, Environment(), File("stage.out")) ||
@@ -80,7 +81,14 @@ bool Studio::MakeFilm(const std::string& name, const std::string& colour, const 
 bool Studio::StartLiveRoad(const std::vector<std::string>& arguments) {
   std::vector<std::string> command = {ORVANE_LIVE_ROAD};
   command.insert(command.end(), arguments.begin(), arguments.end());
+  m_machine.End();
+  m_machine.Begin();
   return m_liveRoad.Start(command, Environment(), File("live_road.out"));
+}
+
+const std::vector<support::MachineSecond>& Studio::Machine() {
+  m_machine.End();
+  return m_machine.Seconds();
 }
 
 int Studio::EndLiveRoad(int timeoutMs) {
@@ -144,14 +152,21 @@ void Studio::SaveAccount(const std::string& login, const std::string& password) 
 }
 
 bool Studio::ShowsWindow(const std::string& title) const {
-  return support::Run({"xdotool", "search", "--onlyvisible", "--name", title}, 5000,
+  return support::Run({"xdotool", "search", "--onlyvisible", "--name", title}, kToolMs,
                       m_desktop.Environment())
              .status == 0;
 }
 
+std::string Studio::ActiveWindow() const {
+  const support::RunResult active =
+      support::Run({"xdotool", "getactivewindow"}, kToolMs, m_desktop.Environment());
+  return active.status == 0 ? active.output.substr(0, active.output.find('\n')) : "";
+}
+
 int Studio::VisibleWindows() const {
-  const support::RunResult found = support::Run(
-      {"xdotool", "search", "--onlyvisible", "--class", "^orvane$"}, 5000, m_desktop.Environment());
+  const support::RunResult found =
+      support::Run({"xdotool", "search", "--onlyvisible", "--class", "^orvane$"}, kToolMs,
+                   m_desktop.Environment());
   return static_cast<int>(std::count(found.output.begin(), found.output.end(), '\n'));
 }
 
@@ -159,18 +174,18 @@ bool Studio::Activate(const std::string& title) {
   return support::WaitFor([&] { return ShowsWindow(title); }, kWindowMs) &&
          support::Run(
              {"xdotool", "search", "--onlyvisible", "--name", title, "windowactivate", "--sync"},
-             10000, m_desktop.Environment())
+             kToolMs, m_desktop.Environment())
                  .status == 0;
 }
 
 bool Studio::PressKeys(const std::vector<std::string>& keys) {
   std::vector<std::string> command = {"xdotool", "key", "--delay", "100"};
   command.insert(command.end(), keys.begin(), keys.end());
-  return support::Run(command, 10000, m_desktop.Environment()).status == 0;
+  return support::Run(command, kToolMs, m_desktop.Environment()).status == 0;
 }
 
 std::string Studio::Recording(std::size_t number) {
-  m_rtmp.WaitForClosedRecordings(10000);
+  m_rtmp.WaitForClosedRecordings(kWindowMs);
   const std::vector<std::string> recordings = m_rtmp.Recordings();
   return number < recordings.size() ? recordings[number] : "";
 }

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "support/MachineWatch.h"
 #include "support/Process.h"
 #include "support/RtmpServer.h"
 #include "support/SoundServer.h"
@@ -46,8 +47,10 @@ class Studio {
   // Starts live_road with these arguments.
   bool StartLiveRoad(const std::vector<std::string>& arguments);
   support::Process& LiveRoad() { return m_liveRoad; }
+  // What room the machine had since live_road's start: a slow machine fails nothing for being slow.
+  const std::vector<support::MachineSecond>& Machine();
   // SIGTERM, and its exit status; -1 when it was not gone after that time.
-  int EndLiveRoad(int timeoutMs = 10000);
+  int EndLiveRoad(int timeoutMs = 60000);
 
   // A backend service of this test's own, with the account that it makes at its first start.
   bool StartService();
@@ -65,6 +68,8 @@ class Studio {
   bool Activate(const std::string& title);
   bool PressKeys(const std::vector<std::string>& keys);
   bool ShowsWindow(const std::string& title) const;
+  // The window that has the keyboard, by the window manager's word; empty when none has.
+  std::string ActiveWindow() const;
   // How many windows the program shows; a notice has no title to be found by.
   int VisibleWindows() const;
 
@@ -83,6 +88,7 @@ class Studio {
   support::RtmpServer m_rtmp;
   std::list<support::Process> m_stages;
   support::Process m_liveRoad;
+  support::MachineWatch m_machine;
   support::Process m_service;
   int m_servicePort = 0;
   std::string m_password;
