@@ -14,11 +14,14 @@
 #include "support/FakeCamera.h"
 #include "support/HostilePeer.h"
 #include "support/Recording.h"
+#include "support/SoakJudge.h"
 #include "support/StageJudge.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr int kPatienceMs = 60000;
 
 std::size_t Occurrences(const std::string& text, const std::string& what) {
   std::size_t count = 0;
@@ -40,7 +43,7 @@ class Trouble : public testing::Test {
   // Starts a small broadcast of the desktop and these layers.
   void Go(std::vector<std::string> layers = {}, const std::string& url = "") {
     std::vector<std::string> arguments = {"--quality", "540P",
-                                          "--seconds", "120",
+                                          "--seconds", "240",
                                           "--url",     url.empty() ? m_studio.Rtmp().Url() : url,
                                           "--layer",   "desktop"};
     for (const std::string& layer : layers) {
@@ -49,19 +52,24 @@ class Trouble : public testing::Test {
     ASSERT_TRUE(m_studio.StartLiveRoad(arguments));
   }
 
-  // Ends it, within the time that a stop may take, and judges the picture of its last recording.
+  // Ends it, and judges the picture of its last recording where the machine had room for it.
   void EndAndExpectSteadyPicture() {
     ASSERT_EQ(m_studio.EndLiveRoad(), 0) << m_studio.Report();
     const support::Recording recording(m_studio.Recording());
     ASSERT_EQ(recording.Error(), "") << m_studio.Report();
-    const support::ClockedMotion motion =
-        support::JudgeClocks(support::ReadClocks(recording, 0, 0), 2500);
-    EXPECT_GE(motion.distinctPerSecond, 24.5);
-    EXPECT_LE(motion.longestGapMs, 80);
+    const support::SoakPictures soak =
+        support::JudgeSoak(support::ReadClocks(recording, 0, 0), m_studio.Machine(), 80, 2500);
+    EXPECT_EQ(soak.tooLong, 0);
+    EXPECT_EQ(soak.uneven, 0);
+    if (soak.free.distinct > 0) {
+      EXPECT_GE(soak.free.PerSecond(), 24.5);
+    }
   }
 
   void ExpectInLog(const std::string& what) const {
-    EXPECT_NE(m_studio.Log().find(what), std::string::npos) << "not in the log: " << what;
+    EXPECT_TRUE(support::WaitFor([&] { return m_studio.Log().find(what) != std::string::npos; },
+                                 kPatienceMs))
+        << "not in the log: " << what;
   }
 
   e2e::Studio m_studio;
@@ -69,18 +77,20 @@ class Trouble : public testing::Test {
 
 TEST_F(Trouble, StreamResumesWithANewHeaderAfterTheServerWasAwayForTenSeconds) {
   Go();
-  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(15000, 1, 100000)) << m_studio.Report();
+  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs, 1, 100000)) << m_studio.Report();
+  const Clock::time_point killed = Clock::now();
   m_studio.Rtmp().Kill();
   Pass(10000);
   EXPECT_TRUE(m_studio.LiveRoad().Running());
   ASSERT_TRUE(m_studio.Rtmp().Start());
-  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(15000, 2, 100000)) << m_studio.Report();
+  const auto away = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - killed);
+  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs, 2, 100000)) << m_studio.Report();
   Pass(4000);
   ASSERT_EQ(m_studio.EndLiveRoad(), 0);
   // One try at once and then one every 3 s, each with its line.
   const std::size_t tries = Occurrences(m_studio.Log(), "avio_open error");
   EXPECT_GE(tries, 2U);
-  EXPECT_LE(tries, 5U);
+  EXPECT_LE(tries, 2 + static_cast<std::size_t>(away.count()) / 3);
   const support::Recording second(m_studio.Recording(1));
   ASSERT_EQ(second.Error(), "");
   ASSERT_EQ(second.Streams().size(), 2U);
@@ -99,7 +109,7 @@ TEST_F(Trouble, SourcesThatDoNotOpenAreNamedAndLeaveTheRestAlone) {
       "pic:" + m_studio.File("missing.jpg"), "file:" + m_studio.File("hostile.mp4"),
       "file:" + m_studio.File("cut.mp4") + "@40,200", "window:1",
       "text:\xC3\x28 '%{localtime}:[;,]\\ 二@40,700"});
-  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(15000, 1, 100000)) << m_studio.Report();
+  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs, 1, 100000)) << m_studio.Report();
   Pass(6000);
   ExpectInLog("No such camera");
   ExpectInLog("empty.png");
@@ -116,7 +126,7 @@ TEST_F(Trouble, SourcesThatVanishLeaveTheRestAlone) {
       m_studio.Film("filmed", {"--window", "320x180+1400+40", "--fps", "50", "--play"});
   ASSERT_NE(filmed, nullptr);
   Go({"camera@40,200", "window:filmed@400,200"});
-  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(15000, 1, 100000)) << m_studio.Report();
+  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs, 1, 100000)) << m_studio.Report();
   Pass(1000);
   filmed->Signal(SIGKILL);
   camera.Unplug();
@@ -128,7 +138,7 @@ TEST_F(Trouble, AFrozenCameraHoldsNobodyUp) {
   support::FakeCamera camera;
   ASSERT_TRUE(camera.Plug()) << camera.Failure();
   Go({"camera@40,200"});
-  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(15000, 1, 100000)) << m_studio.Report();
+  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs, 1, 100000)) << m_studio.Report();
   ASSERT_TRUE(camera.Freeze());
   Pass(4000);
   EndAndExpectSteadyPicture();
@@ -136,7 +146,7 @@ TEST_F(Trouble, AFrozenCameraHoldsNobodyUp) {
 
 TEST_F(Trouble, TheStreamOutlivesTheSoundServer) {
   Go();
-  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(15000, 1, 100000)) << m_studio.Report();
+  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs, 1, 100000)) << m_studio.Report();
   m_studio.Sound().Kill();
   Pass(6000);
   EXPECT_TRUE(m_studio.LiveRoad().Running());
@@ -154,26 +164,25 @@ TEST_F(Trouble, WithoutASoundServerNothingIsSentAndTheEndComes) {
 
 TEST_F(Trouble, TheEndOfTheScreenEndsTheProgramAtOnce) {
   Go();
-  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(15000, 1, 100000)) << m_studio.Report();
+  ASSERT_TRUE(m_studio.Rtmp().WaitForRecording(kPatienceMs, 1, 100000)) << m_studio.Report();
   m_studio.Desktop().KillServer();
   // An exit status, not a signal of a crash.
-  EXPECT_EQ(m_studio.LiveRoad().Wait(10000), 1) << m_studio.Report();
+  EXPECT_EQ(m_studio.LiveRoad().Wait(kPatienceMs), 1) << m_studio.Report();
 }
 
 // Addresses behind which there is nobody to publish to. The broadcast runs on, the log names the
-// address, and the end comes in time: within a retry's wait and half a second, and what Qt and the
-// sound devices need.
+// address, and the end comes: how soon, with nothing around it, HostileServerTest asks.
 class NobodyThere : public Trouble {
  protected:
   void TryAndEnd(const std::string& url) {
     Go({}, url);
-    EXPECT_TRUE(
-        support::WaitFor([&] { return m_studio.Log().find(url) != std::string::npos; }, 20000))
+    EXPECT_TRUE(support::WaitFor([&] { return m_studio.Log().find(url) != std::string::npos; },
+                                 kPatienceMs))
         << "not in the log: " << url << "\n"
         << m_studio.Log();
     EXPECT_TRUE(m_studio.LiveRoad().Running());
     const Clock::time_point start = Clock::now();
-    EXPECT_EQ(m_studio.EndLiveRoad(8000), 0) << m_studio.Report();
+    EXPECT_EQ(m_studio.EndLiveRoad(), 0) << m_studio.Report();
     RecordProperty(
         "stop_ms",
         std::to_string(
@@ -186,7 +195,7 @@ TEST_F(NobodyThere, AddressThatDoesNotResolve) {
 }
 
 TEST_F(NobodyThere, AddressThatRefuses) {
-  TryAndEnd("rtmp://127.0.0.1:" + std::to_string(support::FreePort()) + "/live/key");
+  TryAndEnd("rtmp://127.0.0.1:" + std::to_string(support::SilentPort()) + "/live/key");
 }
 
 TEST_F(NobodyThere, ServerThatClosesInTheHandshake) {
@@ -202,10 +211,10 @@ TEST_F(NobodyThere, ServerThatIsNotRtmp) {
 TEST_F(NobodyThere, ServerThatNeverAnswers) {
   const support::HostilePeer peer(support::HostilePeer::Manner::kNeverReads);
   Go({}, peer.Url());
-  EXPECT_TRUE(support::WaitFor([&] { return peer.Connections() > 0; }, 20000));
+  EXPECT_TRUE(support::WaitFor([&] { return peer.Connections() > 0; }, kPatienceMs));
   Pass(1000);
   EXPECT_TRUE(m_studio.LiveRoad().Running());
-  EXPECT_EQ(m_studio.EndLiveRoad(8000), 0) << m_studio.Report();
+  EXPECT_EQ(m_studio.EndLiveRoad(), 0) << m_studio.Report();
 }
 
 }  // namespace
