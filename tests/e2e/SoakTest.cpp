@@ -40,7 +40,7 @@ constexpr int kBeepHz = 3000;
 constexpr int kPeriodMs = 2013;  // falls on all phases of a picture's 40 ms
 // Where the clock strip stands: below the program's window.
 constexpr int kStripY = 1016;
-constexpr int kPatienceMs = 30000;
+constexpr int kPatienceMs = 60000;
 constexpr std::int64_t kSkipMs = 3000;  // start and end of a broadcast
 constexpr std::int64_t kGapMs = 80;     // four layers
 constexpr std::int64_t kGapOfTenMs = 120;

@@ -40,7 +40,7 @@ TEST(Sync, FlashAndBeepStayTogetherForFiveMinutes) {
   // With a microphone, as most broadcasts are: the longer of the two roads of sound.
   ASSERT_TRUE(studio.StartLiveRoad({"--quality", "540P", "--url", studio.Rtmp().Url(), "--seconds",
                                     "306", "--layer", "desktop", "--no-preview"}));
-  ASSERT_EQ(studio.LiveRoad().Wait(330000), 0) << studio.Report();
+  ASSERT_EQ(studio.LiveRoad().Wait(380000), 0) << studio.Report();
 
   const std::vector<support::SyncPoint> points = Judge(&studio);
   ASSERT_GE(points.size(), 140U);
@@ -72,7 +72,7 @@ TEST_P(CameraSync, TheSoundIsInStepWithACamera) {
                                     std::to_string(kPeriodMs), "--beep", std::to_string(kBeepHz)}));
   ASSERT_TRUE(studio.StartLiveRoad({"--quality", "540P", "--url", studio.Rtmp().Url(), "--seconds",
                                     "32", "--layer", "camera@0,0,1280,720", "--no-preview"}));
-  ASSERT_EQ(studio.LiveRoad().Wait(60000), 0) << studio.Report();
+  ASSERT_EQ(studio.LiveRoad().Wait(120000), 0) << studio.Report();
 
   const std::vector<support::SyncPoint> points = Judge(&studio);
   ASSERT_GE(points.size(), 12U);
