@@ -50,10 +50,35 @@ class WindowContract : public ::testing::TestWithParam<RigKind> {
   }
   bool Unlisted(WindowHandle window) { return Listed(window, ""); }
 
+  // A window system that is slow to answer gives a grabber that is silent for a moment.
   std::unique_ptr<WindowGrabber> Grabber(WindowHandle window) {
     std::unique_ptr<WindowGrabber> grabber = m_rig->System().Open(window);
-    EXPECT_TRUE(grabber);
+    EXPECT_TRUE(grabber && WaitFor([&] { return !grabber->IsSilent(); }, kLimitMs));
     return grabber;
+  }
+  bool OpensNothing(WindowHandle window) {
+    return WaitFor([&] { return !m_rig->System().Open(window); }, kLimitMs);
+  }
+
+  // An answer that is late leaves the size as it was, and gives no picture, at this tick.
+  static bool HasSize(WindowGrabber* grabber, const Size& size) {
+    return WaitFor([&] { return grabber->ClientSize() == size; }, kLimitMs);
+  }
+  static bool BecomesMinimised(WindowGrabber* grabber, bool minimised) {
+    return WaitFor(
+        [&] {
+          grabber->ClientSize();  // the next tick, with its own patience
+          return grabber->IsMinimised() == minimised;
+        },
+        kLimitMs);
+  }
+  static bool Grabs(WindowGrabber* grabber, GrabbedPicture* picture) {
+    return WaitFor(
+        [&] {
+          grabber->ClientSize();
+          return grabber->Grab(picture);
+        },
+        kLimitMs);
   }
 
   // The colour of one pixel of the window as it is now.
@@ -85,7 +110,7 @@ TEST_P(WindowContract, ListsTitledWindows) {
   EXPECT_NE(first, second);
   EXPECT_TRUE(Listed(first, "first"));
   EXPECT_TRUE(Listed(second, "second"));
-  EXPECT_EQ(List().size(), 2U);
+  EXPECT_TRUE(WaitFor([this] { return List().size() == 2; }, kLimitMs));
 }
 
 TEST_P(WindowContract, ListsNoWindowWithoutATitle) {
@@ -95,7 +120,7 @@ TEST_P(WindowContract, ListsNoWindowWithoutATitle) {
   spec.title = "titled";
   EXPECT_TRUE(Listed(m_rig->Open(spec), "titled"));
   EXPECT_EQ(ListedTitle(untitled), "");
-  EXPECT_EQ(List().size(), 1U);
+  EXPECT_TRUE(WaitFor([this] { return List().size() == 1; }, kLimitMs));
 }
 
 TEST_P(WindowContract, GivesTitlesInAnyScript) {
@@ -149,11 +174,11 @@ TEST_P(WindowContract, ListsNoClosedWindow) {
 
 TEST_P(WindowContract, OpensNothingForAHandleThatIsNoWindow) {
   const WindowHandle window = m_rig->Open({});
-  EXPECT_FALSE(m_rig->System().Open(0));
-  EXPECT_FALSE(m_rig->System().Open(window + 0x5555));
-  EXPECT_FALSE(m_rig->System().Open(~WindowHandle{0}));
+  EXPECT_TRUE(OpensNothing(0));
+  EXPECT_TRUE(OpensNothing(window + 0x5555));
+  EXPECT_TRUE(OpensNothing(~WindowHandle{0}));
   m_rig->Close(window);
-  EXPECT_FALSE(m_rig->System().Open(window));
+  EXPECT_TRUE(OpensNothing(window));
 }
 
 TEST_P(WindowContract, GivesTheSizeOfTheClientArea) {
@@ -177,7 +202,7 @@ TEST_P(WindowContract, GivesTheClientAreaPixelByPixel) {
   m_rig->FillRectangle(window, 10, 12, 3, 2, 0x00ff00);
   ASSERT_TRUE(Shows(grabber.get(), 10, 12, 0x00ff00));
   GrabbedPicture picture;
-  ASSERT_TRUE(grabber->Grab(&picture));
+  ASSERT_TRUE(Grabs(grabber.get(), &picture));
   ASSERT_EQ(picture.size, spec.size);
   for (int y = 0; y < 47; ++y) {
     for (int x = 0; x < 61; ++x) {
@@ -214,8 +239,8 @@ TEST_P(WindowContract, GivesThePictureOfACoveredWindow) {
   EXPECT_TRUE(Shows(grabber.get(), 160, 120, 0x2040a0));
   m_rig->Fill(window, 0x40a020);
   EXPECT_TRUE(Shows(grabber.get(), 160, 120, 0x40a020));
-  EXPECT_EQ(Look(grabber.get(), 0, 0), 0x40a020U);
-  EXPECT_EQ(Look(grabber.get(), 319, 239), 0x40a020U);
+  EXPECT_TRUE(Shows(grabber.get(), 0, 0, 0x40a020));
+  EXPECT_TRUE(Shows(grabber.get(), 319, 239, 0x40a020));
 }
 
 TEST_P(WindowContract, GivesThePictureOfAWindowCoveredBeforeItIsOpened) {
@@ -231,7 +256,7 @@ TEST_P(WindowContract, GivesThePictureOfAWindowCoveredBeforeItIsOpened) {
   m_rig->Raise(m_rig->Open(cover));
   const auto grabber = Grabber(window);
   EXPECT_TRUE(Shows(grabber.get(), 160, 120, 0x2040a0));
-  EXPECT_EQ(Look(grabber.get(), 0, 0), 0x2040a0U);
+  EXPECT_TRUE(Shows(grabber.get(), 0, 0, 0x2040a0));
 }
 
 TEST_P(WindowContract, GivesThePictureOfAWindowPartlyOffTheScreen) {
@@ -254,7 +279,7 @@ TEST_P(WindowContract, FollowsAResize) {
   for (const Size size : {Size{640, 400}, Size{33, 21}, Size{1500, 700}}) {
     m_rig->Resize(window, size);
     m_rig->Fill(window, 0xc08040);
-    EXPECT_EQ(grabber->ClientSize(), size);
+    EXPECT_TRUE(HasSize(grabber.get(), size));
     EXPECT_TRUE(Shows(grabber.get(), size.width - 1, size.height - 1, 0xc08040));
   }
 }
@@ -267,8 +292,8 @@ TEST_P(WindowContract, GivesNoPictureOfAnotherSizeThanTheOneTold) {
     m_rig->Resize(window, size);
     GrabbedPicture picture;
     EXPECT_FALSE(grabber->Grab(&picture));
-    EXPECT_EQ(grabber->ClientSize(), size);
-    ASSERT_TRUE(grabber->Grab(&picture));
+    EXPECT_TRUE(HasSize(grabber.get(), size));
+    ASSERT_TRUE(Grabs(grabber.get(), &picture));
     EXPECT_EQ(picture.size, size);
   }
 }
@@ -280,7 +305,7 @@ TEST_P(WindowContract, AMinimisedWindowExistsWithoutAPicture) {
   const auto grabber = Grabber(window);
   ASSERT_TRUE(Shows(grabber.get(), 5, 5, 0x113355));
   m_rig->Minimise(window);
-  EXPECT_TRUE(WaitFor([&] { return grabber->IsMinimised(); }, kLimitMs));
+  EXPECT_TRUE(BecomesMinimised(grabber.get(), true));
   EXPECT_TRUE(grabber->Exists());
   EXPECT_EQ(Look(grabber.get(), 5, 5), kNoPixel);
 }
@@ -294,7 +319,7 @@ TEST_P(WindowContract, ARestoredWindowHasLivePicturesAgain) {
   for (const std::uint32_t colour : {0x775533U, 0x00ff77U}) {
     m_rig->Minimise(window);
     m_rig->Restore(window);
-    EXPECT_TRUE(WaitFor([&] { return !grabber->IsMinimised(); }, kLimitMs));
+    EXPECT_TRUE(BecomesMinimised(grabber.get(), false));
     m_rig->Fill(window, colour);
     EXPECT_TRUE(Shows(grabber.get(), 5, 5, colour));
   }
@@ -307,6 +332,7 @@ TEST_P(WindowContract, AClosedWindowIsGoneForGood) {
   m_rig->Close(window);
   GrabbedPicture picture;
   EXPECT_FALSE(grabber->Grab(&picture));
+  EXPECT_TRUE(HasSize(grabber.get(), Size()));
   EXPECT_FALSE(grabber->Exists());
   EXPECT_FALSE(grabber->IsMinimised());
   EXPECT_EQ(grabber->ClientSize(), Size());
