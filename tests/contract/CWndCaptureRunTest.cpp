@@ -83,10 +83,12 @@ class CWndCaptureRun : public ::testing::Test {
         kLimitMs);
   }
 
+  // Half a second of waiting, and what a busy machine adds; a server that answers nobody does so
+  // for ever.
   static void ExpectStopInTime(CWndCapture* node) {
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(node->Stop(), 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
   }
 
   VirtualDesktop m_desktop;
@@ -107,6 +109,8 @@ TEST_F(CWndCaptureRun, FollowsAWindowThroughItsLife) {
   EXPECT_TRUE(Shows(801, 453, 0xcc6633, &marked));
   EXPECT_TRUE(marked);
   m_window.Iconify();
+  // The window manager takes its time, and would pass over a Map that comes before.
+  EXPECT_TRUE(WaitFor([this] { return !m_window.Viewable(); }, kLimitMs));
   EXPECT_TRUE(Frozen());
   m_window.Map();
   m_window.Fill(0x00ff00);
@@ -123,12 +127,14 @@ TEST_F(CWndCaptureRun, SendsTwentyFivePicturesForEachSecondOfItsTimeStamps) {
   m_node->Stop();
   ffmpeg::ScopedFrame frame(m_recorder.TakeVideo());
   std::int64_t last = frame->pts;
-  const std::int64_t first = last;
+  std::int64_t first = last;
   std::vector<std::int64_t> steps;
   for (int i = 0; i < 50; ++i) {
     frame.Reset(m_recorder.TakeVideo());
     steps.push_back(frame->pts - last);
     last = frame->pts;
+    // The first one may itself be late; by the most punctual of the first second it was due here.
+    first = i < 25 ? std::min(first, last - 40 * (i + 1)) : first;
   }
   // 50 steps of 40 ms, each late by as long as the machine lets the worker wait.
   EXPECT_GE(last - first, 2000 - 40);
