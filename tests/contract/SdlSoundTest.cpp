@@ -48,7 +48,7 @@ TEST_F(SdlSound, AFrozenServerHoldsNobodyUpAndIsUsedOnceItGoesOn) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_TRUE(StartSdlSound(90, &m_error)) << m_error;
   // A bound on waiting, not a measure.
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
   m_server.Thaw();
   AwaitSdlSound();
   EXPECT_NE(0U, SDL_WasInit(SDL_INIT_AUDIO));
