@@ -50,15 +50,18 @@ TEST_P(CaptureContract, AFrozenMicrophoneGivesSilenceAndCloses) {
   ASSERT_NE(stream, nullptr);
   StreamReader reader(stream.get(), CaptureKind::Audio);
   // The first blocks may come before the device's own do.
-  for (int i = 0; i < 300 && (i == 0 || stream->IsFiller()); ++i) {
+  for (int i = 0; i < 3000 && (i == 0 || stream->IsFiller()); ++i) {
     ASSERT_EQ(reader.Next(), 0);
   }
   EXPECT_FALSE(stream->IsFiller());
   m_bench->FreezeMicrophone();
-  for (int i = 0; i < 50; ++i) {
+  // What is due for the time until then comes first: a busy server takes a while to freeze it.
+  int fillers = 0;
+  for (int i = 0; i < 3000 && fillers < 20; ++i) {
     ASSERT_EQ(reader.Next(), 0);
+    fillers = stream->IsFiller() ? fillers + 1 : 0;
   }
-  EXPECT_TRUE(stream->IsFiller());
+  EXPECT_EQ(fillers, 20);
   const AVPacket& packet = *reader.Packet();
   EXPECT_TRUE(
       std::all_of(packet.data, packet.data + packet.size, [](int byte) { return byte == 0; }));

@@ -57,13 +57,13 @@ TEST(VirtualDesktop, RunsAWindowManagerAndACompositor) {
   ASSERT_TRUE(desktop.Start(options)) << desktop.Output();
   TestWindow window;
   ASSERT_TRUE(window.Open(desktop.Display(), Green()));
-  EXPECT_TRUE(WaitFor([&] { return desktop.ReadPixel(200, 120) == 0x10c040U; }, 5000));
+  EXPECT_TRUE(WaitFor([&] { return desktop.ReadPixel(200, 120) == 0x10c040U; }, 20000));
   EXPECT_TRUE(window.Framed());
   window.Iconify();
-  EXPECT_TRUE(WaitFor([&] { return !window.Viewable(); }, 5000));
-  EXPECT_TRUE(WaitFor([&] { return desktop.ReadPixel(200, 120) != 0x10c040U; }, 5000));
+  EXPECT_TRUE(WaitFor([&] { return !window.Viewable(); }, 20000));
+  EXPECT_TRUE(WaitFor([&] { return desktop.ReadPixel(200, 120) != 0x10c040U; }, 20000));
   window.Map();
-  EXPECT_TRUE(WaitFor([&] { return desktop.ReadPixel(200, 120) == 0x10c040U; }, 5000));
+  EXPECT_TRUE(WaitFor([&] { return desktop.ReadPixel(200, 120) == 0x10c040U; }, 20000));
 }
 
 TEST(VirtualDesktop, TwoLiveSideBySide) {

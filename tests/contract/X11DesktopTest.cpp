@@ -22,7 +22,8 @@ using platform::CaptureStream;
 using platform::OpenFailure;
 using platform::OpenResult;
 
-constexpr std::chrono::seconds kHung(10);
+constexpr std::chrono::seconds kHung(40);
+constexpr int kPatienceMs = 30000;
 
 // DISPLAY of this process, put back at the end.
 class DisplayVariable {
@@ -109,6 +110,11 @@ int OtherPixels(const RgbPicture& picture, int x, int y, const CameraColour& col
   return others;
 }
 
+// No picture for a moment. One that was already on its way may take its time.
+bool RunsDry(StreamReader* reader) {
+  return WaitFor([reader] { return reader->Next(300) == AVERROR(EAGAIN); }, kPatienceMs);
+}
+
 TEST(X11Desktop, GivesTheWholeScreenAsItIs) {
   VirtualDesktop desktop;
   ASSERT_TRUE(desktop.Start(Small())) << desktop.Output();
@@ -176,10 +182,10 @@ TEST(X11Desktop, Gives25PicturesASecond) {
   platform::StreamInfo info;
   ASSERT_TRUE(result.stream->FindStream(CaptureKind::Video, &info));
   StreamReader reader(result.stream.get(), CaptureKind::Video);
+  const auto begin = std::chrono::steady_clock::now();
   ASSERT_EQ(reader.Next(), 0);
   const std::int64_t duration = av_rescale_q(reader.Packet()->duration, info.timeBase, {1, 1000});
   EXPECT_EQ(duration, 40);
-  // The usual distance: a machine that is held for a moment makes a few of them longer.
   std::vector<double> steps;
   auto last = std::chrono::steady_clock::now();
   for (int i = 0; i < 50; ++i) {
@@ -188,8 +194,11 @@ TEST(X11Desktop, Gives25PicturesASecond) {
     steps.push_back(std::chrono::duration<double, std::milli>(now - last).count());
     last = now;
   }
-  std::nth_element(steps.begin(), steps.begin() + 25, steps.end());
-  EXPECT_NEAR(steps[25], 40, 12);
+  // No more than that on the whole. No fewer where nothing is in the way: a busy machine makes many
+  // of the distances longer, and some that follow shorter.
+  EXPECT_GE(last - begin, std::chrono::milliseconds(50 * 40 - 60));
+  std::nth_element(steps.begin(), steps.begin() + 10, steps.end());
+  EXPECT_LE(steps[10], 52);
 }
 
 TEST(X11Desktop, WithoutADisplayTheCauseSaysSo) {
@@ -236,8 +245,7 @@ TEST(X11Desktop, AServerThatHangsHasNoPacketYetAndClosingReturns) {
   StreamReader reader(result.stream.get(), CaptureKind::Video);
   ASSERT_EQ(reader.Next(), 0);
   desktop.FreezeServer();
-  reader.Drain();
-  EXPECT_EQ(reader.Next(300), AVERROR(EAGAIN));
+  EXPECT_TRUE(RunsDry(&reader));
   Close(&result.stream);
   desktop.ThawServer();
 }
@@ -250,8 +258,7 @@ TEST(X11Desktop, AServerThatHangsAndComesBackGoesOn) {
   StreamReader reader(result.stream.get(), CaptureKind::Video);
   ASSERT_EQ(reader.Next(), 0);
   desktop.FreezeServer();
-  reader.Drain();
-  ASSERT_EQ(reader.Next(200), AVERROR(EAGAIN));
+  ASSERT_TRUE(RunsDry(&reader));
   desktop.ThawServer();
   EXPECT_EQ(reader.Next(), 0);
 }
