@@ -222,6 +222,17 @@ class PreviewOnScreen : public testing::TestWithParam<const char*> {
     words.insert(words.end(), {"click", "--repeat", "2", "--delay", "60", "1"});
     Mouse(words);
   }
+  // By a double click on the title. One whose halves a busy machine pulls apart is none, and is
+  // made again.
+  bool Toggles(const std::function<bool()>& condition) {
+    for (int attempt = 0; attempt < 3; ++attempt) {
+      DoubleClick(Title());
+      if (Settles(condition)) {
+        return true;
+      }
+    }
+    return false;
+  }
   // In eight steps.
   void Drag(const Point& from, const Point& to) const {
     std::vector<std::string> words;
@@ -316,8 +327,7 @@ TEST_P(PreviewOnScreen, WhatIsSeenIsWhatIsClickedDraggedAndResized) {
 
   // On the whole screen too.
   const Rect layer = Green();
-  DoubleClick(Title());
-  ASSERT_TRUE(Settles([&] { return state.maximised && preview.width > Pixels(1000); }));
+  ASSERT_TRUE(Toggles([&] { return state.maximised && preview.width > Pixels(1000); }));
   EXPECT_NEAR(preview.width * 9, preview.height * 16, 16 * factor);
   EXPECT_TRUE(SeesGreenAt(layer));
   Keep("maximised");
@@ -333,8 +343,7 @@ TEST_P(PreviewOnScreen, WhatIsSeenIsWhatIsClickedDraggedAndResized) {
   ExpectHitsWhatIsSeen();
 
   // And back.
-  DoubleClick(Title());
-  EXPECT_TRUE(Settles([&] {
+  EXPECT_TRUE(Toggles([&] {
     return !state.maximised && state.window.width == normal.width && preview.width == Pixels(960);
   })) << state.window.width
       << " " << preview.width;
