@@ -14,7 +14,7 @@ using support::JsonReply;
 using support::ScriptedHttp;
 using support::ScriptedReply;
 
-inline constexpr Until::Brief kBrief{2000, true};
+inline constexpr Until::Brief kBrief{60000, true};
 inline const QString kNoNetwork = QStringLiteral("网络不通畅，请检查网络连接");
 
 class BackendClientTest : public ::testing::Test {
