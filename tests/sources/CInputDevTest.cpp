@@ -155,8 +155,9 @@ TEST_F(CInputDevTest, PaddedRgbIsPackedBeforeItLeaves) {
   ASSERT_EQ(node.Open(), 0);
   ScopedPacket png;
   camera->GivePacket(PngPacket(&png)->Get());
-  for (int i = 0; i < 8 && m_consumer.VideoCount() == 0; ++i) {
-    camera->GivePacket(png.Get());  // decoding on several threads gives the first one late
+  for (int i = 0; i < 64 && m_consumer.VideoCount() == 0; ++i) {
+    // A decoder on as many threads as there are processors gives the first one late.
+    camera->GivePacket(png.Get());
     node.CaptureTurn();
   }
   ScopedFrame frame(m_consumer.TakeVideo());
@@ -408,7 +409,7 @@ TEST_F(CInputDevTest, AnUnpluggedDeviceIsStoppedLikeAnyOther) {
   CInputDev node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);
   node.AddVideoOutput(&m_consumer);
   ASSERT_EQ(node.Start(), 0);
-  ASSERT_TRUE(support::WaitFor([&] { return m_consumer.VideoCount() > 0; }, 5000));
+  ASSERT_TRUE(support::WaitFor([&] { return m_consumer.VideoCount() > 0; }, 30000));
   camera->Unplug();
   EXPECT_EQ(node.Stop(), 0);
   EXPECT_FALSE(camera->IsOpen());

@@ -358,7 +358,7 @@ TEST_F(CInputPicTest, StopEndsTheWorkerAndTheReferencesThatWentOutLive) {
   CInputPic node(m_samples.Picture("a.png"));
   node.AddVideoOutput(&consumer);
   ASSERT_EQ(node.Start(), 0);
-  ASSERT_TRUE(support::WaitFor([&] { return consumer.VideoCount() > 0; }, 5000));
+  ASSERT_TRUE(support::WaitFor([&] { return consumer.VideoCount() > 0; }, 30000));
   EXPECT_EQ(node.Stop(), 0);
   const int sent = consumer.VideoCount();
   EXPECT_EQ(node.Stop(), 0);

@@ -37,7 +37,7 @@ void Count(int* what) {
 template <typename Question>
 bool Await(Question question) {
   std::unique_lock<std::mutex> lock(g_mutex);
-  return g_changed.wait_for(lock, std::chrono::seconds(10), question);
+  return g_changed.wait_for(lock, std::chrono::seconds(60), question);
 }
 
 class TitledWindows : public platform::WindowSystem {
