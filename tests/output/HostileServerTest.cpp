@@ -1,11 +1,7 @@
 // Addresses that lead to no RTMP server. Each try ends with a log line that names the address and
 // the cause, the next one follows, and Stop returns.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netdb.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -69,29 +65,9 @@ int __wrap_getaddrinfo(const char* host, const char* service, const addrinfo* hi
 
 namespace {
 
-// A port at which nobody listens, and that no test beside this one gets meanwhile.
-class RefusingPort {
- public:
-  RefusingPort() : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    if (bind(m_socket, generic, length) == 0 && getsockname(m_socket, generic, &length) == 0) {
-      m_port = ntohs(address.sin_port);
-    }
-  }
-  ~RefusingPort() { close(m_socket); }
-  RefusingPort(const RefusingPort&) = delete;
-  RefusingPort& operator=(const RefusingPort&) = delete;
-
-  std::string Url() const { return "rtmp://127.0.0.1:" + std::to_string(m_port) + "/live/x"; }
-
- private:
-  int m_socket;
-  int m_port = 0;
-};
+std::string RefusingUrl() {
+  return "rtmp://127.0.0.1:" + std::to_string(support::SilentPort()) + "/live/x";
+}
 
 class HostileServer : public testing::Test {
  protected:
@@ -119,8 +95,7 @@ class HostileServer : public testing::Test {
 };
 
 TEST_F(HostileServer, OneThatRefusesIsNamedAndTriedAgain) {
-  const RefusingPort port;
-  const std::string address = port.Url();
+  const std::string address = RefusingUrl();
   StartAt(address);
   const Feeder feeder(&encoder);
   EXPECT_TRUE(AwaitTries(2));
@@ -195,8 +170,7 @@ TEST_F(HostileServer, StopReturnsWhileTheHandshakeIsUnanswered) {
 }
 
 TEST_F(HostileServer, StopReturnsDuringTheWaitForARetry) {
-  const RefusingPort port;
-  StartAt(port.Url());
+  StartAt(RefusingUrl());
   const Feeder feeder(&encoder);
   ASSERT_TRUE(AwaitTries(1));
   ExpectStopInTime();
