@@ -84,8 +84,8 @@ void CRender::SendHead(output::PresentState* state, AVFrame* head) {
     state->headSent = false;
   };
   if (state->standing.HasTooMany(queued) || queued > output::kComposedBacklog) {
+    m_counters.droppedComposed += state->headSent ? 0 : 1;
     popHead();
-    ++m_counters.droppedComposed;
     head = static_cast<AVFrame*>(m_composed.Peek());
   }
   if (state->headSent) {

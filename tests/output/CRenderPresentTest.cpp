@@ -131,6 +131,20 @@ TEST_F(CRenderPresent, MoreThanSevenWaitingCanvasesLoseOneAPass) {
   EXPECT_EQ(1U, render.Statistics().droppedComposed);
 }
 
+// It stood still while nothing came, and then eight came at once.
+TEST_F(CRenderPresent, ACanvasThatWasShownIsNotCountedAsDropped) {
+  AddCanvas(0);
+  AddCanvas(1);
+  EXPECT_EQ(0, (*Next())->pts);
+  EXPECT_EQ(1, (*Next())->pts);
+  ASSERT_EQ(1, render.Composed()->Size());
+  for (int i = 2; i < 10; ++i) {
+    AddCanvas(i);
+  }
+  EXPECT_EQ(2, (*Next())->pts);
+  EXPECT_EQ(0U, render.Statistics().droppedComposed);
+}
+
 // One more than is needed makes every picture 40 ms later than its sound.
 TEST_F(CRenderPresent, ACanvasTooManyIsDroppedOnceItHasWaitedForTwoSeconds) {
   for (int i = 0; i < 2; ++i) {
