@@ -50,6 +50,7 @@ class LiveHand : public LiveStage {
   void AHundredClicks();
   void ASuspendedMachine();
   void AnIngestThatDies();
+  void AnIngestThatFreezes();
   void ACancelledReselection();
 
  private:
@@ -328,6 +329,32 @@ void LiveHand::AnIngestThatDies() {
   EXPECT_TRUE(IsTold("broadcast-ended", ended + 1));
 }
 
+// It takes nothing more, and its connection stands: red comes all the same, and the stream goes on
+// when the server does, in a new connection where it has dropped the idle one. The smallest quality
+// and the largest: what the systems on the way keep lasts longest for the one.
+void LiveHand::AnIngestThatFreezes() {
+  for (const int quality : {0, 2}) {
+    ASSERT_TRUE(m_bar.Choose(0, quality));
+    std::string path;
+    ASSERT_NO_FATAL_FAILURE(GoLive(m_long, &path));
+    EXPECT_TRUE(m_bar.ShowsWell()) << m_bar.Report();
+    m_studio.Rtmp().Freeze();
+    const Clock::time_point frozen = Clock::now();
+    EXPECT_TRUE(m_bar.Shows(BarLight::kRed)) << m_bar.Report();
+    const Clock::time_point red = Clock::now();
+    m_hand.Keep("frozen-ingest");
+    m_studio.Rtmp().Thaw();
+    const Clock::time_point thawed = Clock::now();
+    EXPECT_TRUE(m_bar.ShowsWell()) << m_bar.Report();
+    std::printf("a frozen ingest: red after %.1f s, well %.1f s after it goes on\n",
+                std::chrono::duration<double>(red - frozen).count(),
+                std::chrono::duration<double>(Clock::now() - thawed).count());
+    EXPECT_TRUE(IsRecorded(kSomeSeconds));
+    ASSERT_NO_FATAL_FAILURE(Stop());
+    NoteRecordings();
+  }
+}
+
 void LiveHand::ACancelledReselection() {
   ASSERT_TRUE(m_bar.Cancel(0));
   EXPECT_TRUE(m_bar.Shows(BarState::kUnchosen)) << m_bar.Report();
@@ -395,6 +422,7 @@ TEST_F(LiveHand, GoesThroughADayOfTrouble) {
                {"a hundred clicks", &LiveHand::AHundredClicks},
                {"a suspended machine", &LiveHand::ASuspendedMachine},
                {"an ingest that dies", &LiveHand::AnIngestThatDies},
+               {"an ingest that freezes", &LiveHand::AnIngestThatFreezes},
                {"a cancelled reselection", &LiveHand::ACancelledReselection}};
   for (const auto& step : steps) {
     SCOPED_TRACE(step.name);

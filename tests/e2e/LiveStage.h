@@ -156,6 +156,18 @@ class LiveStage : public testing::Test {
     const std::int64_t now = Size(path);
     return support::WaitFor([&] { return Size(path) > now + bytes; }, kPatienceMs);
   }
+  // So many bytes more, in whichever recordings.
+  bool IsRecorded(std::int64_t bytes) {
+    const auto all = [&] {
+      std::int64_t sum = 0;
+      for (const std::string& path : m_studio.Rtmp().Recordings()) {
+        sum += Size(path);
+      }
+      return sum;
+    };
+    const std::int64_t now = all();
+    return support::WaitFor([&] { return all() > now + bytes; }, kPatienceMs);
+  }
   // A start by the button, down to what the server records.
   void GoLive(const Activity& activity, std::string* path) {
     ASSERT_TRUE(m_bar.PressStart());
