@@ -18,6 +18,6 @@ void LoginEdit::paintEvent(QPaintEvent* event) {
   initStyleOption(&option);
   QPainter painter(this);
   painter.setPen(palette().color(QPalette::PlaceholderText));
-  painter.drawText(style()->subElementRect(QStyle::SE_LineEditContents, &option, this), alignment(),
-                   placeholderText());
+  painter.drawText(style()->subElementRect(QStyle::SE_LineEditContents, &option, this),
+                   static_cast<int>(alignment()), placeholderText());
 }
