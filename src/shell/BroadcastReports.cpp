@@ -47,7 +47,7 @@ QString BroadcastReports::Token() {
 }
 
 // Tells what holds of the activity.
-void BroadcastReports::Tell(const QString& id, Until* until) {
+void BroadcastReports::Tell(QString id, Until* until) {
   if (m_left) {
     return;
   }
@@ -59,12 +59,11 @@ void BroadcastReports::Tell(const QString& id, Until* until) {
     activity.start = until;
   }
   const QPointer<BroadcastReports> self(this);
-  const QString told = id;  // the caller's may go meanwhile, and so may this object
   const auto tell = start ? m_service.start : m_service.end;
-  const Answer answer = tell(told, Token(), *until);
+  const Answer answer = tell(id, Token(), *until);
   // A start that was given up is no longer of interest; its end sees to the rest.
   if (!self.isNull() && !until->IsEnded() && !m_left) {
-    NoteAnswer(told, start, answer);
+    NoteAnswer(id, start, answer);
   }
 }
 

@@ -90,7 +90,8 @@ class BroadcastReports : public QObject {
     backend::Until* start = nullptr;  // of the start that is out
   };
 
-  void Tell(const QString& id, backend::Until* until);
+  // The id by value: the caller's may go meanwhile, and so may this object.
+  void Tell(QString id, backend::Until* until);
   void NoteAnswer(const QString& id, bool start, const Answer& answer);
   void Tell(const QStringList& ids, bool whileQuitting);
   void TellAgain(int ms);
