@@ -13,6 +13,8 @@
 
 #include "media/ffmpeg/Scoped.h"
 #include "support/FakeCaptureLayer.h"
+#include "support/Process.h"
+#include "support/ProcessStats.h"
 
 using ffmpeg::ScopedFrame;
 
@@ -92,6 +94,8 @@ TEST_F(DeviceCatalogueTest, AFrozenSoundServerDoesNotHoldItUp) {
 TEST_F(DeviceCatalogueTest, KeepsTheRecorderThatWokeQtsMultimedia) {
   ASSERT_TRUE(Await([] { return g_defaultRead > 0; }));
   m_catalogue->RefreshDevices();
+  // The thread could take it along, once it has asked all that it asks.
+  ASSERT_TRUE(support::WaitFor([] { return !support::HasThread("qt-sound"); }, 60000));
   const std::lock_guard<std::mutex> lock(g_mutex);
   EXPECT_EQ(1, g_made);
   EXPECT_EQ(1, g_inputsRead);
