@@ -19,7 +19,7 @@ AVFrame* NewPicture(int width, int height, AVPixelFormat format, int alignment, 
   picture->height = height;
   picture->format = format;
   picture->pts = 4711;
-  picture->key_frame = 1;
+  picture->key_frame = 0;  // an empty frame has 1
   if (av_frame_get_buffer(picture, alignment) < 0) {
     return nullptr;
   }
@@ -46,10 +46,9 @@ TEST(FilmPicture, AllAreOfTheSizeOfTheFirst) {
     int height;
     AVPixelFormat format;
     int alignment;
-  } cases[] = {{64, 48, AV_PIX_FMT_RGB24, 1},
-               {16, 10, AV_PIX_FMT_RGB24, 64},
-               {64, 48, AV_PIX_FMT_YUV420P, 32},
-               {30, 20, AV_PIX_FMT_RGB24, 64}};
+  } cases[] = {{64, 48, AV_PIX_FMT_RGB24, 1},    {16, 10, AV_PIX_FMT_RGB24, 64},
+               {30, 24, AV_PIX_FMT_RGB24, 1},    {32, 20, AV_PIX_FMT_RGB24, 1},
+               {64, 48, AV_PIX_FMT_YUV420P, 32}, {30, 20, AV_PIX_FMT_RGB24, 64}};
   for (const auto& c : cases) {
     const ScopedFrame decoded(NewPicture(c.width, c.height, c.format, c.alignment, 200));
     const ScopedFrame picture(film.Convert(decoded.Get(), &error));
@@ -58,7 +57,7 @@ TEST(FilmPicture, AllAreOfTheSizeOfTheFirst) {
     EXPECT_EQ(20, picture->height);
     EXPECT_TRUE(ffmpeg::IsPackedRgb(picture.Get()));
     EXPECT_EQ(4711, picture->pts);
-    EXPECT_EQ(1, picture->key_frame);
+    EXPECT_EQ(0, picture->key_frame);
     EXPECT_NEAR(c.format == AV_PIX_FMT_RGB24 ? 200 : 214, picture->data[0][30 * 10 * 3], 2);
     EXPECT_EQ(30 * 20 * 3, film.Bytes());
   }
