@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -32,6 +33,29 @@ TEST(FramePool, AFreedBufferIsUsedAgain) {
   EXPECT_EQ(second->data[0], data);
 }
 
+// A buffer of another geometry may be too short.
+TEST(FramePool, AnotherWidthHeightOrFormatHasBuffersOfItsOwn) {
+  FramePool pool;
+  const struct {
+    int width;
+    int height;
+    AVPixelFormat format;
+    std::size_t bytes;
+  } cases[] = {{32, 32, AV_PIX_FMT_RGB24, 32 * 32 * 3},
+               {64, 32, AV_PIX_FMT_RGB24, 64 * 32 * 3},
+               {64, 64, AV_PIX_FMT_RGB24, 64 * 64 * 3},
+               {64, 64, AV_PIX_FMT_BGRA, 64 * 64 * 4}};
+  for (const auto& c : cases) {
+    ScopedFrame first(pool.Get(c.width, c.height, c.format));
+    ScopedFrame second(pool.Get(c.width, c.height, c.format));
+    ASSERT_TRUE(first);
+    ASSERT_TRUE(second);
+    EXPECT_GE(first->buf[0]->size, c.bytes);
+    EXPECT_GE(second->buf[0]->size, c.bytes);
+    EXPECT_EQ(2, pool.Buffers());
+  }
+}
+
 TEST(FramePool, AFrameOutlivesItsPool) {
   ScopedFrame frame;
   {
@@ -51,6 +75,10 @@ TEST(FramePool, ImpossibleSizesGiveNull) {
 
 TEST(FramePool, WhatABusyMomentTookGoesBackHalfAMinuteLater) {
   FramePool pool;
+  for (int i = 0; i < FramePool::kCalmFrames / 2; ++i) {
+    ScopedFrame frame(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+    ASSERT_TRUE(frame);
+  }
   std::vector<AVFrame*> held;
   for (int i = 0; i < 12; ++i) {
     held.push_back(pool.Get(64, 64, AV_PIX_FMT_RGB24));
@@ -58,12 +86,27 @@ TEST(FramePool, WhatABusyMomentTookGoesBackHalfAMinuteLater) {
   for (AVFrame*& frame : held) {
     av_frame_free(&frame);
   }
-  EXPECT_EQ(12, pool.Buffers());
-  for (int i = 0; i <= FramePool::kCalmFrames; ++i) {
+  for (int i = 1; i <= FramePool::kCalmFrames; ++i) {
+    ASSERT_EQ(12, pool.Buffers()) << i;
     ScopedFrame frame(pool.Get(64, 64, AV_PIX_FMT_RGB24));
     ASSERT_TRUE(frame);
   }
   EXPECT_EQ(1, pool.Buffers());
+}
+
+TEST(FramePool, AClearedPoolKeepsNoneAndLeavesAFrameWhatItHas) {
+  FramePool pool;
+  ScopedFrame kept(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+  std::fill_n(kept->data[0], 64 * 64 * 3, std::uint8_t{5});
+  ScopedFrame spare(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+  spare.Reset();
+  pool.Clear();
+  EXPECT_EQ(0, pool.Buffers());
+  ScopedFrame next(pool.Get(64, 64, AV_PIX_FMT_RGB24));
+  ASSERT_TRUE(next);
+  EXPECT_EQ(1, pool.Buffers()) << "the spare one is gone";
+  std::fill_n(next->data[0], 64 * 64 * 3, std::uint8_t{9});
+  EXPECT_EQ(64 * 64 * 3, std::count(kept->data[0], kept->data[0] + 64 * 64 * 3, 5));
 }
 
 TEST(FramePool, FramesOfABusyMomentStayWholeWhenTheirPoolIsBegunAnew) {
