@@ -50,6 +50,43 @@ TEST(OutputPictures, ThoseThatNobodyNeedsAreFreedHalfAMinuteLater) {
   EXPECT_EQ(2U, pictures.Count());
 }
 
+TEST(OutputPictures, ThoseThatWereNeededAMomentAgoStay) {
+  output::OutputPictures pictures({64, 48});
+  for (int i = 0; i < output::OutputPictures::kCalmPictures - 10; ++i) {
+    pictures.Next();
+  }
+  std::vector<AVFrame*> held;
+  for (int i = 0; i < 3; ++i) {
+    held.push_back(av_frame_clone(pictures.Next()));
+  }
+  for (AVFrame*& frame : held) {
+    av_frame_free(&frame);
+  }
+  for (int i = 0; i < 20; ++i) {
+    pictures.Next();
+  }
+  EXPECT_EQ(3U, pictures.Count());
+}
+
+// Each fresh one would cost its page faults.
+TEST(OutputPictures, ThoseThatAreNeededAreNotMadeAnew) {
+  output::OutputPictures pictures({64, 48});
+  int fresh = 0;
+  const auto next = [&] {
+    AVFrame* picture = pictures.Next();
+    fresh += picture->pts == AV_NOPTS_VALUE ? 1 : 0;
+    picture->pts = 4711;
+    return av_frame_clone(picture);
+  };
+  for (int i = 0; i < 2 * output::OutputPictures::kCalmPictures; ++i) {
+    const ScopedFrame first(next());
+    const ScopedFrame second(next());
+    const ScopedFrame third(next());
+  }
+  EXPECT_EQ(3, fresh);
+  EXPECT_EQ(3U, pictures.Count());
+}
+
 // An encoder that hangs keeps its twenty, and no more are made for it.
 TEST(OutputPictures, ThoseThatSomebodyHoldsStayForAsLongAsThat) {
   output::OutputPictures pictures({64, 48});
