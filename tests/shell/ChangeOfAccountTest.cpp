@@ -29,6 +29,8 @@ class AtTheLogin : public QObject {
       }
       opened = true;
       windowWasHidden = !window->isVisible();
+      loggedIn = DeviceCatalogue::Instance()->loggedIn;
+      token = DeviceCatalogue::Instance()->userToken;
       saved = QSettings(QStringLiteral("./login.ini"), QSettings::IniFormat)
                   .value(QStringLiteral("psw"))
                   .toString();
@@ -39,8 +41,11 @@ class AtTheLogin : public QObject {
   }
 
   bool opened = false;
+  // While the dialog stood open.
   bool windowWasHidden = false;
-  QString saved;  // the password in "./login.ini" while the dialog stood open
+  int loggedIn = -1;
+  QString token = QStringLiteral("none was read");
+  QString saved;  // the password in "./login.ini"
 
  private:
   QTimer m_timer;
@@ -82,6 +87,8 @@ TEST_F(ChangeOfAccount, LogsOutForgetsHidesAsksAndComesBack) {
   EXPECT_TRUE(server.Requests()[0].contains("t1"));
   EXPECT_TRUE(operatorAtLogin.opened);
   EXPECT_TRUE(operatorAtLogin.windowWasHidden);
+  EXPECT_EQ(operatorAtLogin.loggedIn, 0);
+  EXPECT_EQ(operatorAtLogin.token, QString());
   EXPECT_EQ(operatorAtLogin.saved, QString());
   EXPECT_EQ(answers.TakeKinds(), QStringList("CLoginDlg"));
   EXPECT_TRUE(main->isVisible());
