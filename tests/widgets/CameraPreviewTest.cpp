@@ -145,9 +145,10 @@ TEST_F(CameraPreviewTest, APictureThatCannotBeConvertedLeavesTheLastOneAndIsLogg
     broken->linesize[0] = 1;
     queue.PushBack(broken);
     Queue(1, 200);
-  }
-  for (int i = 0; i < 4; ++i) {
+    Turn();  // the one that is shown goes
+    EXPECT_EQ(2, queue.Size());
     Turn();
+    EXPECT_EQ(1, queue.Size()) << "none unseen";
     EXPECT_EQ(shown, Shown());
   }
   const std::string errors = log.Errors();
