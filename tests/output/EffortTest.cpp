@@ -115,6 +115,91 @@ TEST(Effort, SecondsDecide) {
   }
 }
 
+// "faster" takes 83 of 100: at 24 ms the level above it would take 29 of 40, at 25 more than 30.
+TEST(Effort, RoomIsTimeForTheBetterLevelWithNothingLostOrLeftWaiting) {
+  struct Case {
+    std::int64_t tookMs;
+    int waiting;
+    int dropped;
+    bool room;
+  };
+  for (const Case& c : {Case{24, 0, 0, true}, Case{25, 0, 0, false}, Case{24, 1, 0, true},
+                        Case{24, 2, 0, false}, Case{24, 0, 1, false}}) {
+    Effort effort;
+    std::int64_t now = 0;
+    effort.Next({now, 18, 0, 0});
+    AfterSecond(&effort, &now, {0, 18, 0, 0});
+    AfterSecond(&effort, &now, {0, 37, 0, 0});
+    ASSERT_EQ(1, AfterSecond(&effort, &now, {0, 37, 0, 0}));
+    for (int second = 1; second <= 60; ++second) {
+      const bool up = c.room && second >= Effort::kRoomMs / 1000;
+      ASSERT_EQ(up ? 0 : 1, AfterSecond(&effort, &now, {0, c.tookMs, c.waiting, 0}, c.dropped))
+          << c.tookMs << ' ' << c.waiting << ' ' << c.dropped << ": " << second;
+    }
+  }
+}
+
+// A broadcast by its seconds, with time for the first level unless a test says otherwise.
+class Broadcast {
+ public:
+  Broadcast() {
+    m_effort.Next({m_now, 10, 0, 0});
+    Second();  // the cold one
+  }
+  // The level after it.
+  int Second(std::int64_t tookMs = 10, int dropped = 0) {
+    return AfterSecond(&m_effort, &m_now, {0, tookMs, 0, 0}, dropped);
+  }
+  int Down() { return Second(10, 5); }
+  // How many seconds of room it takes; -1 for more than an hour.
+  int UntilUp() {
+    for (int second = 1; second <= 3600; ++second) {
+      if (Second() == 0) {
+        return second;
+      }
+    }
+    return -1;
+  }
+
+ private:
+  Effort m_effort;
+  std::int64_t m_now = 0;
+};
+
+TEST(Effort, RoomCountsInARowAndFromTheLastStepDownOn) {
+  Broadcast broadcast;
+  ASSERT_EQ(1, broadcast.Down());
+  for (int second = 0; second < 15; ++second) {
+    ASSERT_EQ(1, broadcast.Second());
+  }
+  ASSERT_EQ(1, broadcast.Second(25)) << "no room for the first";
+  EXPECT_EQ(20, broadcast.UntilUp());
+  broadcast = {};
+  ASSERT_EQ(1, broadcast.Down());
+  for (int second = 0; second < 15; ++second) {
+    ASSERT_EQ(1, broadcast.Second());
+  }
+  ASSERT_EQ(2, broadcast.Down());
+  EXPECT_EQ(20, broadcast.UntilUp());
+}
+
+TEST(Effort, AStepUpThatDidNotHoldDoublesTheRoomAndOneThatHeldTakesThatBack) {
+  Broadcast broadcast;
+  for (const int seconds : {20, 40, 80, 160, 320, 640, 1280, 1800, 1800}) {
+    ASSERT_EQ(1, broadcast.Down());
+    EXPECT_EQ(seconds, broadcast.UntilUp());
+  }
+  for (int second = 0; second < Effort::kHoldMs / 1000; ++second) {
+    ASSERT_EQ(0, broadcast.Second());
+  }
+  ASSERT_EQ(1, broadcast.Down());
+  EXPECT_EQ(20, broadcast.UntilUp());
+  ASSERT_EQ(1, broadcast.Down());
+  ASSERT_EQ(2, broadcast.Down());
+  ASSERT_EQ(3, broadcast.Down());
+  EXPECT_EQ(40, broadcast.UntilUp()) << "one step up, and it was judged once";
+}
+
 TEST(Effort, TheFirstSecondOfABroadcastIsColdAndSaysNothing) {
   Effort effort;
   std::int64_t now = 0;
@@ -140,8 +225,9 @@ TEST(Effort, OneSlowSecondThatIsCaughtUpIsNothing) {
 TEST(Effort, AMomentInWhichTheMachineIsHeldIsNothing) {
   Effort effort;
   for (int i = 0; i <= 100; ++i) {
-    const bool held = i == 40;
-    EXPECT_EQ(0, effort.Next({i * 40, held ? 500 : 18, i > 40 && i < 52 ? 52 - i : 0, 0})) << i;
+    const int since = i < 60 ? i - 40 : i - 60;  // once in each of two seconds
+    const int waiting = since > 0 && since < 12 ? 12 - since : 0;
+    EXPECT_EQ(0, effort.Next({i * 40, since == 0 ? 500 : 18, waiting, 0})) << i;
   }
 }
 
