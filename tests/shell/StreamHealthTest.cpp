@@ -133,6 +133,14 @@ TEST(StreamHealth, IsAmberWithTheDelayWhenTheNetworkIsTooSlow) {
   EXPECT_EQ(health.words, "延迟 3.2 秒  2000 kb/s");
 }
 
+TEST(StreamHealth, ADelayOfASecondAndAHalfIsLong) {
+  for (const int queuedMs : {1500, 1501}) {
+    const StreamHealth health = JudgeStream(
+        Seconds(0, 10, [&](int, StreamSample* sample) { sample->encoder.queuedMs = queuedMs; }));
+    EXPECT_EQ(health.light, queuedMs > 1500 ? StreamLight::kAmber : StreamLight::kGreen);
+  }
+}
+
 TEST(StreamHealth, TheFirstConnectionIsAmber) {
   for (const PublishState state : {PublishState::kWaiting, PublishState::kConnecting}) {
     const StreamHealth health = JudgeStream(
@@ -184,6 +192,9 @@ const Down kDown[] = {
      "推流中断：服务器不接受推流，第 2 次重试"},
     {"HungUpByTheServer", Status(PublishState::kRetrying, PublishFault::kConnect, 2, AVERROR(EIO)),
      "推流中断：服务器不接受推流，第 2 次重试"},
+    {"HostUnreachable",
+     Status(PublishState::kRetrying, PublishFault::kConnect, 1, AVERROR(EHOSTUNREACH)),
+     "推流中断：网络不可达，第 1 次重试"},
     {"NoSuchProtocol",
      Status(PublishState::kRetrying, PublishFault::kConnect, 2, AVERROR_PROTOCOL_NOT_FOUND),
      "推流中断：连接失败，第 2 次重试"},
@@ -203,6 +214,15 @@ const Down kDown[] = {
 
 INSTANTIATE_TEST_SUITE_P(Causes, StreamHealthDown, testing::ValuesIn(kDown),
                          [](const auto& row) { return row.param.name; });
+
+TEST(StreamHealth, OneThatWasReachedAndAnswersWithAnErrorOrHangsUpDoesNotTakeTheStream) {
+  for (const int error : {AVERROR(EPERM), AVERROR(EIO), AVERROR(EPIPE), AVERROR(ECONNRESET),
+                          AVERROR_EOF, AVERROR_UNKNOWN}) {
+    EXPECT_EQ(Always(Status(PublishState::kRetrying, PublishFault::kConnect, 2, error)).words,
+              "推流中断：服务器不接受推流，第 2 次重试")
+        << error;
+  }
+}
 
 TEST(StreamHealth, AServerThatReadsNothingIsRedAfterThreeSeconds) {
   const auto stall = [](int second, StreamSample* sample) {
@@ -255,15 +275,17 @@ TEST(StreamHealth, ABroadcastWhoseFirstPacketsHaveJustComeIsNotDown) {
   EXPECT_EQ(health.words, "正在连接…");
 }
 
-TEST(StreamHealth, AReconnectedStreamIsNoStandstill) {
-  // Bytes stood still through the retry; the new connection is one second old.
-  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSample* sample) {
-    sample->encoder.bytesSent = 1'000'000;
-    if (second < 9) {
-      sample->encoder.status = Status(PublishState::kRetrying, PublishFault::kWrite, 1, -EPIPE);
-    }
-  }));
-  EXPECT_NE(health.light, StreamLight::kRed);
+TEST(StreamHealth, AReconnectedStreamIsNoStandstillForThreeSeconds) {
+  // Bytes stood still through the retry.
+  for (const int reconnected : {7, 8, 9}) {
+    const StreamHealth health = JudgeStream(Seconds(0, 10, [&](int second, StreamSample* sample) {
+      sample->encoder.bytesSent = 1'000'000;
+      if (second < reconnected) {
+        sample->encoder.status = Status(PublishState::kRetrying, PublishFault::kWrite, 1, -EPIPE);
+      }
+    }));
+    EXPECT_EQ(health.light == StreamLight::kRed, reconnected == 7) << reconnected;
+  }
 }
 
 CaptureSample Capture(CaptureRole sort, std::uint64_t delivered, const char* device = "cam",
@@ -374,6 +396,22 @@ TEST(StreamHealth, AnotherDeviceInTheSamePlaceIsAnotherCapture) {
   EXPECT_EQ(health.light, StreamLight::kGreen);
 }
 
+// What the one has is what another had three seconds ago.
+TEST(StreamHealth, EachCaptureIsCountedByItself) {
+  const CaptureSample kOthers[] = {Capture(CaptureRole::kCamera, 0, "cam", 1),
+                                   Capture(CaptureRole::kDesktop, 0, "cam", 0),
+                                   Capture(CaptureRole::kCamera, 0, "other", 0)};
+  for (const CaptureSample& other : kOthers) {
+    const StreamHealth health = JudgeStream(Seconds(0, 10, [&](int second, StreamSample* sample) {
+      CaptureSample ahead = other;
+      ahead.delivered = static_cast<std::uint64_t>(second + 3) * 25;
+      sample->captures = {Capture(CaptureRole::kCamera, static_cast<std::uint64_t>(second) * 25),
+                          ahead};
+    }));
+    EXPECT_EQ(health.light, StreamLight::kGreen) << health.words.toStdString();
+  }
+}
+
 TEST(StreamHealth, ManyStoppedCapturesAreCountedInTheLineAndNamedInTheDetails) {
   const StreamHealth health = JudgeStream(Seconds(0, 10, [](int, StreamSample* sample) {
     sample->captures = {
@@ -446,6 +484,23 @@ TEST(StreamHealth, TheDetailsTellTheWholeSnapshot) {
             "帧，声音 12 帧\n"
             "编码前丢帧：13\n发送前丢弃：画面 14 帧，声音 15 帧\n已连接 16 次，连续失败 4 次\n"
             "原因：连接被拒绝（connect: Connection refused）");
+}
+
+TEST(StreamHealth, TheDetailsTellHowManyPicturesWereLeftOutForTheSound) {
+  for (const std::uint64_t leftOut : {0, 1}) {
+    const StreamHealth health = JudgeStream(Seconds(
+        0, 10, [&](int, StreamSample* sample) { sample->encoder.videoFramesLeftOut = leftOut; }));
+    EXPECT_EQ(health.details.contains("略去：1 帧"), leftOut == 1);
+    EXPECT_EQ(health.details.contains("略去"), leftOut == 1);
+  }
+}
+
+TEST(StreamHealth, WithoutTimeOrWithACountBegunAnewThereIsNoRate) {
+  EXPECT_EQ(shell::KilobitsPerSecond(WellAt(3), WellAt(5)), 2000);
+  EXPECT_EQ(shell::KilobitsPerSecond(WellAt(3), WellAt(3)), 0);
+  StreamSample anew = WellAt(5);
+  anew.encoder.bytesSent = 0;
+  EXPECT_EQ(shell::KilobitsPerSecond(WellAt(3), anew), 0);
 }
 
 TEST(StreamHealth, EveryLightHasAColourOfItsOwn) {
