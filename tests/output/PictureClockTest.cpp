@@ -61,13 +61,14 @@ TEST(PictureClock, CountsPicturesWhileNoneIsLost) {
 }
 
 TEST(PictureClock, BeginsWithThePictureWhoseSoundIsThere) {
-  for (std::int64_t sound : {-40, 0, 13, 60, 80, 100, 120, 139, 400, 1000, 30000}) {
+  for (std::int64_t sound : {-4000, -400, -40, 0, 13, 60, 80, 100, 120, 139, 400, 1000, 30000}) {
     Broadcast broadcast(sound);
     std::int64_t begun = -1;
-    for (int i = 0; i < 40 && begun < 0; ++i) {
+    for (int i = 0; i < 200 && begun < 0; ++i) {
       const PictureClock::Verdict verdict = broadcast.Next();
       if (verdict.fate == Fate::kEncode) {
         begun = verdict.step;
+        ASSERT_GE(begun, 0) << sound;
         EXPECT_GE(i, PictureClock::kLooksToBegin - 1) << sound;
       } else {
         EXPECT_EQ(Fate::kTooEarly, verdict.fate);
@@ -120,6 +121,23 @@ TEST(PictureClock, WithoutMeasureALossIsCountedAllTheSame) {
   EXPECT_EQ(0, clock.Next(picture).step);
   picture.lost = 7;
   EXPECT_EQ(8, clock.Next(picture).step);
+  picture.lost = 0;
+  picture.repeat = true;
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(Fate::kRepeat, clock.Next(picture).fate);
+  }
+  picture.repeat = false;
+  EXPECT_EQ(12, clock.Next(picture).step) << "and so is what was left out";
+}
+
+TEST(PictureClock, APictureThatDoesNotTellHasTheUsualAge) {
+  Broadcast broadcast;
+  PictureClock::Picture picture = broadcast.Due();
+  picture.capturedMs.reset();
+  const PictureClock::Verdict verdict = broadcast.clock.Next(picture);
+  ASSERT_EQ(Fate::kEncode, verdict.fate);
+  EXPECT_GE(broadcast.Distance(verdict.step), 0);
+  EXPECT_LT(broadcast.Distance(verdict.step), 40);
 }
 
 // The pictures behind it are on their way; only its own capture counts.
@@ -154,14 +172,33 @@ TEST(PictureClock, ALateSuccessorFollowsWithoutAGap) {
 }
 
 TEST(PictureClock, ASuccessorThatNeverCameLeavesItsPlaceEmpty) {
-  Broadcast broadcast;
-  const std::int64_t step = broadcast.Run(40);
-  for (int i = 0; i < 4; ++i) {
-    PictureClock::Picture again = broadcast.Due();
-    again.repeat = true;
-    EXPECT_EQ(Fate::kRepeat, broadcast.clock.Next(again).fate);
+  for (const int never : {1, 2, 4}) {
+    Broadcast broadcast;
+    const std::int64_t step = broadcast.Run(40);
+    for (int i = 0; i < never; ++i) {
+      PictureClock::Picture again = broadcast.Due();
+      again.repeat = true;
+      EXPECT_EQ(Fate::kRepeat, broadcast.clock.Next(again).fate);
+    }
+    EXPECT_EQ(step + never + 1, broadcast.Next().step) << never;
   }
-  EXPECT_EQ(step + 5, broadcast.Next().step);
+}
+
+// Of those that come at once the bottom, at least, shows nothing new.
+TEST(PictureClock, WhileOthersWaitAPictureOfTheSameTimeMakesRoomForThem) {
+  for (const int waiting : {0, 1, 2, 5}) {
+    Broadcast broadcast;
+    broadcast.Run(39);
+    const PictureClock::Picture last = broadcast.Due();
+    ASSERT_EQ(Fate::kEncode, broadcast.clock.Next(last).fate);
+    for (int i = 0; i <= PictureClock::kMaxRepeats; ++i) {
+      PictureClock::Picture same = broadcast.Due();
+      same.capturedMs = last.capturedMs;
+      same.waiting = waiting;
+      ASSERT_EQ(waiting < 2 ? Fate::kEncode : Fate::kRepeat, broadcast.clock.Next(same).fate)
+          << waiting << ' ' << i;
+    }
+  }
 }
 
 TEST(PictureClock, ASceneThatStandsStillGoesOnAfterHalfASecond) {
@@ -198,6 +235,30 @@ TEST(PictureClock, WhatStandsForASecondIsMadeUpFor) {
   }
 }
 
+TEST(PictureClock, WhatEndsWithTheSecondIsNotMadeUpFor) {
+  struct Case {
+    std::int64_t offMs;
+    bool ends;
+    Fate last;
+    std::int64_t step;
+  };
+  for (const Case& c : {Case{30, false, Fate::kEncode, 26}, Case{30, true, Fate::kEncode, 25},
+                        Case{-34, false, Fate::kLeaveOut, 0}, Case{-34, true, Fate::kEncode, 25}}) {
+    Broadcast broadcast(1000 + 96);
+    const std::int64_t step = broadcast.Run(PictureClock::kLooksToBegin + PictureClock::kLooks);
+    ASSERT_EQ(19, broadcast.Distance(step));
+    PictureClock::Verdict verdict;
+    for (int look = 1; look <= PictureClock::kLooks; ++look) {
+      PictureClock::Picture picture = broadcast.Due();
+      *picture.capturedMs += c.ends && look == PictureClock::kLooks ? 0 : c.offMs;
+      verdict = broadcast.clock.Next(picture);
+      ASSERT_TRUE(look == PictureClock::kLooks || verdict.fate == Fate::kEncode) << look;
+    }
+    EXPECT_EQ(c.last, verdict.fate) << c.offMs;
+    EXPECT_EQ(c.step, verdict.fate == Fate::kEncode ? verdict.step - step : 0) << c.offMs;
+  }
+}
+
 TEST(PictureClock, WhatIsFarOffIsMadeUpForAtOnce) {
   Broadcast broadcast;
   std::int64_t step = broadcast.Run(40);
@@ -206,6 +267,26 @@ TEST(PictureClock, WhatIsFarOffIsMadeUpForAtOnce) {
   step = broadcast.Next().step;
   EXPECT_GE(broadcast.Distance(step), 0);
   EXPECT_LT(broadcast.Distance(step), 40);
+}
+
+TEST(PictureClock, TwoStepsOffIsFar) {
+  for (const std::int64_t offMs : {80, 81}) {
+    Broadcast broadcast;
+    const std::int64_t step = broadcast.Run(40);
+    broadcast.Sound(offMs - broadcast.Distance(step));
+    EXPECT_EQ(step + (offMs > 80 ? 3 : 1), broadcast.Next().step) << offMs;
+  }
+}
+
+// What only ever comes late is better than nothing.
+TEST(PictureClock, NoMoreThanASecondOfLatePicturesIsLeftOutInARow) {
+  Broadcast broadcast;
+  broadcast.Run(40);
+  for (int i = 0; i <= 25; ++i) {
+    PictureClock::Picture picture = broadcast.Due();
+    *picture.capturedMs -= 2000;
+    EXPECT_EQ(i < 25 ? Fate::kLeaveOut : Fate::kEncode, broadcast.clock.Next(picture).fate) << i;
+  }
 }
 
 TEST(PictureClock, ATooLatePictureIsLeftOut) {
