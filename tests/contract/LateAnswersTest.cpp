@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "contract/GrabberTicks.h"
 #include "platform/PreviewTarget.h"
 #include "platform/linux/XcbWindowSystem.h"
 #include "support/LogRecord.h"
@@ -27,6 +28,7 @@ namespace {
 using platform::GrabbedPicture;
 using platform::PreviewTarget;
 using platform::Size;
+using support::Grabs;
 using support::WaitFor;
 
 constexpr int kLimitMs = 10000;
@@ -53,16 +55,6 @@ class LateAnswers : public testing::Test {
   }
   void TearDown() override { EXPECT_EQ(0, g_untilLate) << "no answer was late"; }
 
-  // A picture: the server has answered all there was to ask. A busy one may take several ticks.
-  static bool HasPicture(platform::WindowGrabber* grabber, GrabbedPicture* picture) {
-    return WaitFor(
-        [&] {
-          grabber->ClientSize();
-          return grabber->Grab(picture);
-        },
-        kLimitMs);
-  }
-
   support::VirtualDesktop m_desktop;
   support::TestWindow m_window;
   platform::XcbWindowSystem m_system;
@@ -73,24 +65,24 @@ TEST_F(LateAnswers, ACapturedWindowIsNotTakenForClosed) {
   const auto grabber = m_system.Open(m_window.Id());
   ASSERT_TRUE(grabber);
   GrabbedPicture picture;
-  ASSERT_TRUE(HasPicture(grabber.get(), &picture));
+  ASSERT_TRUE(Grabs(grabber.get(), &picture));
   const Size size = picture.size;
   g_untilLate = 1;
   EXPECT_EQ(size, grabber->ClientSize());
   EXPECT_TRUE(grabber->Exists());
   EXPECT_EQ(size, grabber->ClientSize());  // the next tick
-  EXPECT_TRUE(HasPicture(grabber.get(), &picture));
+  EXPECT_TRUE(Grabs(grabber.get(), &picture));
 }
 
 TEST_F(LateAnswers, AServerThatSharesMemoryIsNotTakenForOneThatDoesNot) {
   const auto grabber = m_system.Open(m_window.Id());
   ASSERT_TRUE(grabber);
   GrabbedPicture picture;
-  ASSERT_TRUE(HasPicture(grabber.get(), &picture));
+  ASSERT_TRUE(Grabs(grabber.get(), &picture));
   const std::uint8_t* shared = picture.data;
   g_untilLate = 2;  // behind the size of what is grabbed
   EXPECT_FALSE(grabber->Grab(&picture));
-  ASSERT_TRUE(HasPicture(grabber.get(), &picture));  // at the next tick
+  ASSERT_TRUE(Grabs(grabber.get(), &picture));  // at the next tick
   EXPECT_EQ(shared, picture.data);
   for (const std::string& line : m_log.Media(AV_LOG_WARNING)) {
     EXPECT_EQ(line.find("shares no memory"), std::string::npos);

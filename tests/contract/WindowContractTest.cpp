@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "contract/GrabberTicks.h"
 #include "contract/WindowRig.h"
 #include "support/Process.h"
 
@@ -13,6 +14,8 @@ using platform::Size;
 using platform::WindowGrabber;
 using platform::WindowHandle;
 using platform::WindowInfo;
+using support::BecomesMinimised;
+using support::Grabs;
 using support::WaitFor;
 
 constexpr int kLimitMs = 10000;
@@ -63,22 +66,6 @@ class WindowContract : public ::testing::TestWithParam<RigKind> {
   // An answer that is late leaves the size as it was, and gives no picture, at this tick.
   static bool HasSize(WindowGrabber* grabber, const Size& size) {
     return WaitFor([&] { return grabber->ClientSize() == size; }, kLimitMs);
-  }
-  static bool BecomesMinimised(WindowGrabber* grabber, bool minimised) {
-    return WaitFor(
-        [&] {
-          grabber->ClientSize();  // the next tick, with its own patience
-          return grabber->IsMinimised() == minimised;
-        },
-        kLimitMs);
-  }
-  static bool Grabs(WindowGrabber* grabber, GrabbedPicture* picture) {
-    return WaitFor(
-        [&] {
-          grabber->ClientSize();
-          return grabber->Grab(picture);
-        },
-        kLimitMs);
   }
 
   // The colour of one pixel of the window as it is now.

@@ -11,6 +11,7 @@
 #include <map>
 #include <thread>
 
+#include "contract/GrabberTicks.h"
 #include "support/TestWindow.h"
 #include "support/VirtualDesktop.h"
 
@@ -20,6 +21,7 @@ using platform::GrabbedPicture;
 using platform::Size;
 using platform::WindowGrabber;
 using platform::WindowInfo;
+using support::BecomesMinimised;
 using support::DesktopOptions;
 using support::TestWindow;
 using support::TestWindowOptions;
@@ -71,14 +73,6 @@ class XcbWindowSystemTest : public ::testing::Test {
   }
   static bool HasPicture(WindowGrabber* grabber) {
     return WaitFor([&] { return Look(grabber, 1, 1) != kNoPixel; }, kLimitMs);
-  }
-  static bool BecomesMinimised(WindowGrabber* grabber, bool minimised) {
-    return WaitFor(
-        [&] {
-          grabber->ClientSize();  // the next tick, with its own patience
-          return grabber->IsMinimised() == minimised;
-        },
-        kLimitMs);
   }
   // Null where there is none, once the server has said so.
   std::unique_ptr<WindowGrabber> OpenGrabber(std::uint32_t window) {
