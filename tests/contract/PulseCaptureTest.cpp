@@ -2,7 +2,6 @@
 #include "platform/linux/PulseCapture.h"
 
 #include <gtest/gtest.h>
-#include <pulse/simple.h>
 
 #include <algorithm>
 #include <chrono>
@@ -10,10 +9,11 @@
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "contract/BurstPlayer.h"
 #include "contract/SoundReader.h"
+#include "media/ffmpeg/Scoped.h"
 #include "platform/linux/ContinuousSound.h"
 #include "platform/linux/MonotonicClock.h"
 #include "support/SoundServer.h"
@@ -332,27 +332,27 @@ TEST_F(PulseCapture, OpenedWhileTheServerIsFrozenItIsHeardOnceThatGoesOn) {
   ExpectWhole(&microphone);
 }
 
-// As on a machine that is too busy to refuse at once.
+// As on a machine that is too busy to refuse at once. One that is so busy that it takes the whole
+// second, after which silence begins, is asked again.
 TEST_F(PulseCapture, ARefusalThatIsLateEndsItBeforeItHasGivenAnySilence) {
-  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 1u);
-  m_server.Freeze();
-  const auto stream = OpenPulseStream(kSystemSoundName).stream;
-  ASSERT_TRUE(stream);
-  m_server.Kill();
-  // A busy machine gets to know of it later. The first reading comes after that: what was refused
-  // by then is told, however long it took, and silence begins only where nothing is known.
-  std::this_thread::sleep_for(std::chrono::seconds(2));
-  AVPacket* packet = av_packet_alloc();
-  int result = AVERROR(EAGAIN);
-  EXPECT_TRUE(WaitFor(
-      [&] {
-        result = stream->Read(packet);
-        return result != AVERROR(EAGAIN);
-      },
-      kPatienceMs));
+  int result = 0;
+  for (int attempt = 0; attempt < 5 && result != AVERROR(ECONNREFUSED); ++attempt) {
+    ASSERT_TRUE(attempt == 0 || m_server.Start()) << m_server.Output();
+    ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 1u);
+    m_server.Freeze();
+    const auto stream = OpenPulseStream(kSystemSoundName).stream;
+    ASSERT_TRUE(stream);
+    m_server.Kill();
+    const ffmpeg::ScopedPacket packet(av_packet_alloc());
+    EXPECT_TRUE(WaitFor(
+        [&] {
+          result = stream->Read(packet.Get());
+          return result != AVERROR(EAGAIN);
+        },
+        kPatienceMs));
+    EXPECT_TRUE(result == 0 || packet->size == 0);
+  }
   EXPECT_EQ(AVERROR(ECONNREFUSED), result);
-  EXPECT_EQ(0, packet->size);
-  av_packet_free(&packet);
 }
 
 TEST_F(PulseCapture, OpenedWhileTheServerIsFrozenItClosesAtOnce) {
@@ -423,43 +423,6 @@ TEST_F(PulseCapture, LeavesNoThreadAndNoFileOpen) {
   EXPECT_TRUE(WaitFor([&] { return EntriesOf("/proc/self/task") <= threads; }, kPatienceMs));
   EXPECT_EQ(EntriesOf("/proc/self/fd"), files);
 }
-
-// Plays silence with short bursts, and keeps the moments at which each is heard.
-class BurstPlayer {
- public:
-  explicit BurstPlayer(const char* sink) : m_thread([this, sink] { Run(sink); }) {}
-  std::vector<std::int64_t> Stop() {
-    m_stop = true;
-    m_thread.join();
-    return m_burstsUs;
-  }
-
- private:
-  static constexpr int kBlock = 480;
-  void Run(const char* sink) {
-    const pa_sample_spec format{PA_SAMPLE_S16LE, 48000, 2};
-    constexpr auto kDefault = static_cast<std::uint32_t>(-1);
-    const pa_buffer_attr buffer{kDefault, 4 * kBlock * 4, kDefault, kBlock * 2, kDefault};
-    pa_simple* player = pa_simple_new(nullptr, "bursts", PA_STREAM_PLAYBACK, sink, "bursts",
-                                      &format, nullptr, &buffer, nullptr);
-    for (int number = 0; player != nullptr && !m_stop; ++number) {
-      const bool burst = number % 50 == 49;
-      const std::vector<std::int16_t> samples(2 * kBlock, burst ? 16000 : 0);
-      if (burst) {
-        m_burstsUs.push_back(MonotonicUs() +
-                             static_cast<std::int64_t>(pa_simple_get_latency(player, nullptr)));
-      }
-      pa_simple_write(player, samples.data(), samples.size() * 2, nullptr);
-    }
-    if (player != nullptr) {
-      pa_simple_free(player);
-    }
-  }
-
-  std::atomic<bool> m_stop{false};
-  std::vector<std::int64_t> m_burstsUs;
-  std::thread m_thread;
-};
 
 // The distances from each burst's being heard to its place in what was read, in milliseconds.
 std::vector<double> Distances(const SoundReader& reader, const std::vector<std::int64_t>& bursts) {
