@@ -208,6 +208,7 @@ AVFrame* CRender::BeginCanvas(output::ComposeState* state, std::vector<LayerSnap
   if (topmost >= 0 && !state->textsFail) {
     if (AVFrame* canvas = TakeAsCanvas(&(*layers)[*next])) {
       ++*next;
+      state->canvases.Pass();
       return canvas;
     }
   }

@@ -1,6 +1,7 @@
 // The compose thread, pass by pass: what stands on the canvas.
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <utility>
 #include <vector>
 
@@ -64,6 +65,30 @@ TEST(CRenderCompose, ABottomLayerWithNoPictureStopsAllOutput) {
     ASSERT_TRUE(next);
     EXPECT_EQ(kRed, PixelAt(next.Get(), 0, 0));
   }
+}
+
+// A full-size picture that nobody will look at again becomes the canvas itself. Then the canvases
+// that a stall has asked for are wanted no more.
+TEST(CRenderCompose, CanvasesOfAStallGoBackWhileThePicturesThemselvesAreShown) {
+  FakeClock clock;
+  HandRender render;
+  const int id = render.AddLayer();
+  ffmpeg::FramePool pictures;
+  const auto full = [&pictures] { return pictures.Get(1920, 1080, AV_PIX_FMT_RGB24); };
+  {
+    std::deque<ScopedFrame> waiting;
+    waiting.emplace_back(render.Show(id, full()));
+    for (int i = 0; i < 7; ++i) {
+      waiting.emplace_back(render.Compose());  // the last picture, again and again
+    }
+  }
+  ASSERT_EQ(8, render.compose.canvases.Buffers());
+  render.Feed(id, full());
+  for (int i = 0; i < 2 * ffmpeg::FramePool::kCalmFrames; ++i) {
+    ScopedFrame canvas(render.Show(id, full()));
+    ASSERT_TRUE(canvas);
+  }
+  EXPECT_EQ(0, render.compose.canvases.Buffers());
 }
 
 TEST(CRenderCompose, AHigherLayerWithNoPictureIsPassedOver) {

@@ -5,9 +5,10 @@
 // thread, the buffer goes back. All planes lie packed in one buffer: a row is exactly as long as
 // its pixels, as av_frame_get_buffer gives with alignment 1.
 //
-// A consumer that is held up for a while makes the pool grow to what it left waiting. So a pool
-// that has made no buffer for kCalmFrames is left to its frames and begun anew: what a bad minute
-// took goes back half a minute after it. A pool that needed as many twice in a row is left alone.
+// A consumer that is held up for a while makes the pool grow to what it left waiting. So of the
+// spare buffers those are freed that no moment of the last kCalmFrames frames needed: what a bad
+// minute took goes back half a minute after it. The buffer that came back last is given out first,
+// for it is the one that the processor's cache may still hold.
 //
 // Ownership: the frame belongs to the caller. Frames may outlive the pool.
 //
@@ -16,9 +17,9 @@
 #define ORVANE_MEDIA_FFMPEG_FRAMEPOOL_H
 
 #include <cstddef>
+#include <memory>
 
 extern "C" {
-#include <libavutil/buffer.h>
 #include <libavutil/frame.h>
 #include <libavutil/pixfmt.h>
 }
@@ -29,7 +30,7 @@ class FramePool {
  public:
   static constexpr int kCalmFrames = 750;  // 30 s at 25 a second
 
-  FramePool() = default;
+  FramePool();
   ~FramePool();
 
   FramePool(const FramePool&) = delete;
@@ -38,21 +39,20 @@ class FramePool {
   // A frame of that geometry, or null when it can't be had. A change of size or format drops the
   // spare buffers of the former one.
   AVFrame* Get(int width, int height, AVPixelFormat format);
+  // Counts as a frame: this time the caller had another one.
+  void Pass();
   // Leaves all buffers to the frames that still have them.
-  void Clear();
+  void Clear() { m_buffers.reset(); }
   // Those that it keeps, in use or not.
-  int Buffers() const { return m_made; }
+  int Buffers() const;
 
  private:
-  // As av_buffer_pool_init2 wants it.
-  static AVBufferRef* NewBuffer(void* pool, std::size_t bytes);
-  bool Begin(int width, int height, AVPixelFormat format);
-  bool HasSpare();
+  class Kept;  // what the frames share with it
 
-  AVBufferPool* m_pool = nullptr;
-  int m_made = 0;         // buffers, since the pool was begun
-  int m_madeBefore = 0;   // by the pool before, when it was left
-  int m_sinceGrowth = 0;  // frames
+  bool Begin(int width, int height, AVPixelFormat format);
+
+  std::shared_ptr<Kept> m_buffers;
+  int m_sinceDropped = 0;  // frames
   int m_width = 0;
   int m_height = 0;
   AVPixelFormat m_format = AV_PIX_FMT_NONE;
