@@ -16,6 +16,13 @@
 // than 0.1 s: it may be asked on the user interface thread, and a server may be frozen. Read never
 // blocks for more than 100 ms.
 //
+// A stream of raw pictures may change their size: the first packet of the new one then carries
+// AV_PKT_DATA_PARAM_CHANGE with its width and height, which the raw decoder follows by itself.
+//
+// A system may first ask the operator what may be captured, for as long as he thinks about it. Open
+// doesn't wait for that: the stream is there at once, HasOpened is false and Read gives
+// AVERROR(EAGAIN) until he has answered, and a refusal ends it like a device that is gone.
+//
 // Sound is special. Mixers and the encoder downstream count samples and have no clock of their
 // own, so a sound stream gives 48000 sample frames for each second of the system's clock for as
 // long as it is open: what the device leaves out is filled with silence, and the drift of its clock
@@ -62,11 +69,16 @@ class CaptureStream {
   // yet; any other negative AVERROR when the device is gone, after which no Read succeeds again.
   virtual int Read(AVPacket* packet) = 0;
 
+  // Why the device is gone, in the system's own words, after a Read that failed for good; empty
+  // where nothing is known beyond its error. The reader's thread.
+  virtual std::string EndCause() const { return {}; }
+
   // True when the packet that was read last holds nothing of the device's: silence in the place of
   // sound that it left out. The reader's thread.
   virtual bool IsFiller() const { return false; }
 
-  // False while the device itself is still to be opened: sound is silence until then. Any thread.
+  // False while the device itself is still to be opened: sound is silence until then, and there is
+  // no picture. Any thread.
   virtual bool HasOpened() const { return true; }
 };
 

@@ -2,7 +2,8 @@
 // picture of one of them.
 //
 // Flow: the list is read when the operator chooses; a grabber is then opened for one handle and
-// asked for its size and picture 25 times a second.
+// asked for its size and picture 25 times a second. Where programs may not see each other's windows
+// the system itself asks the operator, and a grabber is opened for kPickedWindow.
 //
 // Ownership: the window system lives for the whole process. A WindowGrabber belongs to whoever
 // opened it; the window itself belongs to another program and may change or vanish at any moment,
@@ -25,6 +26,9 @@ namespace platform {
 // A top-level window of any program. Zero is no window. Ordered by value.
 using WindowHandle = std::uintptr_t;
 
+// Whichever window the operator picks when the system asks him.
+inline constexpr WindowHandle kPickedWindow = ~WindowHandle{0};
+
 struct WindowInfo {
   WindowHandle handle = 0;
   std::string title;  // UTF-8, not empty, of 64 KiB at most where a stranger gives it
@@ -42,9 +46,11 @@ class WindowGrabber {
  public:
   virtual ~WindowGrabber() = default;
 
-  // True while the window system has not yet said whether there is such a window: it then has
-  // neither size nor picture.
+  // True while the window system has not yet said whether there is such a window, or the operator
+  // has not yet picked one: it then has neither size nor picture.
   virtual bool IsSilent() { return false; }
+  // Why there is no window, in the system's own words; empty where nothing is known.
+  virtual std::string Cause() { return {}; }
   // False once the window is closed; it then stays false.
   virtual bool Exists() = 0;
   // True while the window shows no picture: iconic or unmapped.
@@ -59,6 +65,9 @@ class WindowSystem {
  public:
   virtual ~WindowSystem() = default;
 
+  // True where the system itself asks which window is meant: List is then empty, and Open takes
+  // kPickedWindow. The same for the whole process.
+  virtual bool HasPicker() { return false; }
   // Visible, not minimised, titled top-level windows, in the system's own order.
   virtual std::vector<WindowInfo> List() = 0;
   // Null when there is no such window or no window system. Returns in less than half a second: from
