@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "support/GivenTime.h"
 #include "support/SoundServer.h"
 
 namespace platform {
@@ -35,9 +36,7 @@ int SoundReader::Close() {
   if (m_thread.joinable()) {
     m_thread.join();
   }
-  const std::int64_t start = NowUs();
-  m_stream.reset();
-  return static_cast<int>((NowUs() - start) / 1000);
+  return support::TimeGiven([this] { m_stream.reset(); });
 }
 
 void SoundReader::Run() {

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -28,7 +27,8 @@ class SoundReader {
   SoundReader(const SoundReader&) = delete;
   SoundReader& operator=(const SoundReader&) = delete;
 
-  // Ends the reading and deletes the stream; how long the deletion took, in milliseconds.
+  // Ends the reading and deletes the stream; how long the deletion took, in milliseconds of
+  // support::GivenTime.
   int Close();
 
   // The last so many milliseconds; fewer at the beginning.

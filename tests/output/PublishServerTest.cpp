@@ -13,6 +13,7 @@
 
 #include "output/EncoderRig.h"
 #include "support/FakeClock.h"
+#include "support/GivenTime.h"
 #include "support/LogRecord.h"
 #include "support/Process.h"
 #include "support/Recording.h"
@@ -30,14 +31,11 @@ using support::RtmpServer;
 using support::WaitFor;
 
 constexpr int kConnectMs = 30000;
-// On a busy machine; the retry wait alone would take three seconds.
-constexpr int kStopMs = 2500;
+// The retry wait alone would take three seconds.
+constexpr int kStopMs = 500;
 
-std::chrono::milliseconds StopTime(CEncoder* encoder) {
-  const auto begin = std::chrono::steady_clock::now();
-  encoder->Stop();
-  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
-                                                               begin);
+int StopMs(CEncoder* encoder) {
+  return support::TimeGiven([encoder] { encoder->Stop(); });
 }
 
 bool AwaitSent(const CEncoder& encoder, std::uint64_t videoPackets) {
@@ -177,7 +175,7 @@ TEST_F(PublishServer, StopSendsTheEndOfTheStream) {
   ASSERT_EQ(0, encoder.Start());
   const Feeder feeder(&encoder);
   ASSERT_TRUE(AwaitSent(encoder, 10));
-  EXPECT_LT(StopTime(&encoder).count(), kStopMs);
+  EXPECT_LT(StopMs(&encoder), kStopMs);
   EXPECT_TRUE(server.WaitForClosedRecordings(kConnectMs));
   EXPECT_TRUE(
       WaitFor([&] { return server.Log().find("deleteStream") != std::string::npos; }, kConnectMs))
@@ -310,7 +308,7 @@ TEST_F(PublishServer, StopReturnsWhileTheServerIsFrozen) {
   const Feeder feeder(&encoder);
   ASSERT_TRUE(AwaitSent(encoder, 10));
   server.Freeze();
-  EXPECT_LT(StopTime(&encoder).count(), kStopMs);
+  EXPECT_LT(StopMs(&encoder), kStopMs);
   server.Thaw();
 }
 
