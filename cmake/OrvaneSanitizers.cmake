@@ -26,9 +26,12 @@ else()
   add_compile_definitions(ORVANE_CONTRACTS=1)
 endif()
 
+# A build that is made for its warnings alone.
+option(ORVANE_CHECK_ONLY "nothing of this build is run" OFF)
+
 # Qt and SDL want these for what uses them; with them everywhere one precompiled header fits all.
 set(ORVANE_PRECOMPILE OFF)
-if(ORVANE_SANITIZER MATCHES "address|thread")
+if(ORVANE_SANITIZER MATCHES "address|thread" OR ORVANE_CHECK_ONLY)
   set(ORVANE_PRECOMPILE ON)
   add_compile_options(-fPIC -D_REENTRANT)
 endif()

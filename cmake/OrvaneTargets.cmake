@@ -15,7 +15,9 @@ function(orvane_library name)
   endif()
 endfunction()
 
-# What most files with widgets begin with.
+# What most files begin with, and those with widgets.
+set(ORVANE_CORE_HEADERS <algorithm> <atomic> <chrono> <cstdint> <functional> <memory> <mutex> <string>
+                        <thread> <utility> <vector>)
 set(ORVANE_WIDGET_HEADERS
     <functional> <memory> <string> <vector> <QApplication> <QDialog> <QLabel> <QListView> <QMenu>
     <QPainter> <QPushButton> <QStandardItemModel> <QStyledItemDelegate> <QTimer>)
@@ -31,7 +33,12 @@ function(orvane_precompile target)
     else()
       target_precompile_headers(${target} PRIVATE ${ARGN})
     endif()
-    target_compile_options(${target} PRIVATE -fpch-preprocess)  # ccache needs it
+    # ccache needs the one or the other.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      target_compile_options(${target} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
+    else()
+      target_compile_options(${target} PRIVATE -fpch-preprocess)
+    endif()
   endif()
 endfunction()
 
