@@ -34,9 +34,9 @@ class PulseCapture : public ::testing::Test {
   void SetUp() override { ASSERT_TRUE(m_server.Start()) << m_server.Output(); }
 
   // Opens and begins to read.
-  std::unique_ptr<SoundReader> Open(const std::string& name) {
+  std::unique_ptr<SoundReader> Open(const std::string& name, int waitMs = kPatienceMs) {
     const std::int64_t before = MonotonicUs();
-    OpenResult result = OpenPulseStream(name, kPatienceMs);
+    OpenResult result = OpenPulseStream(name, waitMs);
     EXPECT_NE(result.stream, nullptr) << result.cause << m_server.Output();
     if (result.stream == nullptr) {
       return nullptr;
@@ -351,6 +351,19 @@ TEST_F(PulseCapture, ARefusalThatIsLateEndsItBeforeItHasGivenAnySilence) {
     EXPECT_TRUE(result == 0 || packet->size == 0);
   }
   EXPECT_EQ(AVERROR(ECONNREFUSED), result);
+}
+
+// The mix of a broadcast waits for both its sounds: one that ended would take the other with it.
+TEST_F(PulseCapture, AMicrophoneThatIsRefusedLateIsSilentAndGoesOn) {
+  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 1u);
+  ASSERT_TRUE(m_server.UnplugMicrophone());
+  m_server.Freeze();
+  auto reader = Open(SoundServer::kMicrophoneDescription, kPulseOpenMs);
+  ASSERT_TRUE(reader);
+  m_server.Thaw();
+  EXPECT_TRUE(WaitFor([&] { return reader->Last(1500).size() == 1500 * 48 * 2; }, kPatienceMs));
+  EXPECT_TRUE(reader->IsSilent(1500));
+  ExpectWhole(reader.get());
 }
 
 TEST_F(PulseCapture, OpenedWhileTheServerIsFrozenItClosesAtOnce) {

@@ -221,7 +221,16 @@ bool Composer::Opens() {
   std::string found;
   const auto opened = [&] { return !(found = NewWindow()).empty(); };
   if (!WaitFor(opened, kPatienceMs)) {
-    m_mismatch = "no window opened";
+    m_mismatch = "no window opened; there are";
+    for (const std::string& window : Windows()) {
+      const Area place = PlaceOf(window);
+      m_mismatch += " " + window + " of " + std::to_string(place.width) + " x " +
+                    std::to_string(place.height);
+    }
+    m_mismatch += "; known are " + m_main + " " + m_preview;
+    for (const std::string& window : m_open) {
+      m_mismatch += " " + window;
+    }
     return false;
   }
   m_open.push_back(found);

@@ -28,7 +28,9 @@ AVCodecParameters* NewParameters() {
 }  // namespace
 
 PulseStream::PulseStream(const std::string& label, const std::string& source)
-    : m_parameters(NewParameters()), m_recorder(label, source, &m_inbox) {}
+    : m_parameters(NewParameters()),
+      m_isMicrophone(!source.empty()),
+      m_recorder(label, source, &m_inbox) {}
 
 PulseStream::~PulseStream() {
   avcodec_parameters_free(&m_parameters);
@@ -60,10 +62,11 @@ bool PulseStream::FindStream(CaptureKind kind, StreamInfo* info) const {
 
 int PulseStream::Read(AVPacket* packet) {
   if (m_silentUntilUs != 0) {
-    if (m_recorder.WasRefused()) {
+    const bool refused = m_recorder.WasRefused();
+    if (refused && !m_isMicrophone) {
       return AVERROR(ECONNREFUSED);
     }
-    if (!m_recorder.HasOpened() && MonotonicUs() < m_silentUntilUs) {
+    if (!refused && !m_recorder.HasOpened() && MonotonicUs() < m_silentUntilUs) {
       return AVERROR(EAGAIN);
     }
     m_silentUntilUs = 0;

@@ -1,10 +1,11 @@
 // The capture stream of one sound source of the server: PulseRecorder hears, ContinuousSound keeps
 // it continuous, this cuts packets. Contract in PulseCapture.h.
 //
-// A source that had not answered when it was opened gives nothing for a second, and ends if what
-// comes by then is a refusal: on a busy machine that of a server which isn't there takes its time
-// too, and a broadcast must not begin with the silence of a device that nobody has. After that it
-// is silent like any other that says nothing.
+// A source that had not answered when it was opened gives nothing for a second. If what comes by
+// then is a refusal, the system's sound ends: on a busy machine that of a server which isn't there
+// takes its time too, and a broadcast must not begin with the silence of a device that nobody has.
+// A microphone is silent instead, as after the second: it is mixed with the system's sound, and the
+// mix waits for both.
 #ifndef ORVANE_PLATFORM_LINUX_PULSESTREAM_H
 #define ORVANE_PLATFORM_LINUX_PULSESTREAM_H
 
@@ -38,6 +39,7 @@ class PulseStream : public CaptureStream {
  private:
   AVCodecParameters* m_parameters;
   SoundInbox m_inbox;
+  bool m_isMicrophone;
   PulseRecorder m_recorder;
   std::optional<ContinuousSound> m_sound;
   std::int64_t m_silentUntilUs = 0;  // unless it opens before; 0: it may be read
