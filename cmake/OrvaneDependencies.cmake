@@ -11,9 +11,11 @@ orvane_pkg(FFMPEG libavformat libavdevice libavcodec libavfilter libavutil libsw
 orvane_pkg(SDL2 sdl2)
 orvane_pkg(SDL2_TTF SDL2_ttf)
 orvane_pkg(X11 x11)
-orvane_pkg(XCB xcb xcb-composite xcb-shm xcb-icccm xcb-ewmh)
+orvane_pkg(XCB xcb xcb-composite xcb-dpms xcb-ewmh xcb-icccm xcb-screensaver xcb-shm)
 orvane_pkg(X11 x11)
 orvane_pkg(PULSE libpulse)
+# For tests that change a screen's size.
+orvane_pkg(XCB_RANDR xcb-randr)
 # For tests that play sound.
 orvane_pkg(PULSE_SIMPLE libpulse-simple)
 

@@ -1,6 +1,7 @@
 #include "support/VirtualDesktop.h"
 
 #include <signal.h>
+#include <xcb/randr.h>
 #include <xcb/xcb.h>
 
 #include <cstdlib>
@@ -238,6 +239,39 @@ ScreenPicture VirtualDesktop::ReadScreen() const {
 
 Colour VirtualDesktop::ReadPixel(int x, int y) const {
   return ReadArea(m_display, x, y, 1, 1).At(0, 0);
+}
+
+bool VirtualDesktop::Resize(int width, int height) {
+  const Connection connection = Connect(m_display);
+  if (!connection) {
+    return false;
+  }
+  xcb_connection_t* c = connection.get();
+  const xcb_window_t root = Screen(c)->root;
+  const Reply<xcb_randr_get_screen_resources_reply_t> parts(
+      xcb_randr_get_screen_resources_reply(c, xcb_randr_get_screen_resources(c, root), nullptr));
+  if (!parts || parts->num_crtcs == 0) {
+    return false;
+  }
+  // A monitor that is lit keeps the screen as large as itself.
+  const xcb_randr_crtc_t crtc = *xcb_randr_get_screen_resources_crtcs(parts.get());
+  const Reply<xcb_randr_set_crtc_config_reply_t> dark(xcb_randr_set_crtc_config_reply(
+      c,
+      xcb_randr_set_crtc_config(c, crtc, XCB_CURRENT_TIME, parts->config_timestamp, 0, 0, XCB_NONE,
+                                XCB_RANDR_ROTATION_ROTATE_0, 0, nullptr),
+      nullptr));
+  const Reply<xcb_generic_error_t> error(xcb_request_check(
+      c, xcb_randr_set_screen_size_checked(
+             c, root, static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height),
+             static_cast<std::uint32_t>(width) / 4, static_cast<std::uint32_t>(height) / 4)));
+  return dark && !error;
+}
+
+bool VirtualDesktop::Blank() {
+  const Connection connection = Connect(m_display);
+  return connection && !Reply<xcb_generic_error_t>(xcb_request_check(
+                           connection.get(), xcb_force_screen_saver_checked(
+                                                 connection.get(), XCB_SCREEN_SAVER_ACTIVE)));
 }
 
 void VirtualDesktop::KillServer() {

@@ -70,6 +70,12 @@ class VirtualDesktop {
   // One pixel; 0xffffffff when there is none.
   Colour ReadPixel(int x, int y) const;
 
+  // Another size of the whole screen, as after a change of the monitor; not above the one that it
+  // was started with. False when the server refuses.
+  bool Resize(int width, int height);
+  // The server's own screen saver, as after a while without a touch. Returns when it has come.
+  bool Blank();
+
   // The server dies at once, as in a crash (SIGKILL); the clients' connections break.
   void KillServer();
   // The server answers nobody until it is thawed.
