@@ -74,7 +74,8 @@ class CaptureStream {
   virtual std::string EndCause() const { return {}; }
 
   // True when the packet that was read last holds nothing of the device's: silence in the place of
-  // sound that it left out. The reader's thread.
+  // sound that it left out, black in the place of a desktop that can't be seen. The reader's
+  // thread.
   virtual bool IsFiller() const { return false; }
 
   // False while the device itself is still to be opened: sound is silence until then, and there is

@@ -9,7 +9,7 @@
 //   red     nothing reaches the server, with the cause
 // A capture has stopped when its count has not moved for kStillMs; one that never opened is said to
 // have failed. What counts is told at CInputDev: of a desktop this is an answer of the X server,
-// whatever moves on it.
+// whatever moves on it, unless it is black.
 //
 // Pure: everything comes from the history, time included. A gap of over kStillMs between two
 // samples is a suspended machine or a blocked window, in which nobody looked: the history begins

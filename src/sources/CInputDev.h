@@ -12,9 +12,10 @@
 // How it does can be looked at meanwhile: Delivered counts what the device itself has given, so one
 // that stands still is a device that froze, fell silent or ended. Pictures count as they come,
 // whatever they show: a camera that hangs gives none. The desktop gives one 25 times a second,
-// changed or not, so what stops its count is an X server that doesn't answer or has ended, and a
-// desktop on which nothing moves goes on counting. Sound counts by blocks in which something came
-// from the device, digital silence included; the capture layer's own filling doesn't count.
+// changed or not, so what stops its count is an X server that doesn't answer or has ended, or shows
+// black alone while it is on; a desktop on which nothing moves goes on counting. Sound counts by
+// blocks in which something came from the device, digital silence included; the capture layer's own
+// filling doesn't count.
 //
 // Threads: Start, Stop and deletion on the user interface thread, which is also the only one to
 // touch the catalogue's list of used cameras. The worker touches the decoder, the converters and

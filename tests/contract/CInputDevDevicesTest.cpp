@@ -55,6 +55,7 @@ class CapturingNode {
     return stopped.get();
   }
   int Waiting() { return m_sink.VideoCount(); }
+  std::uint64_t Delivered() const { return m_node->Delivered(); }
   // The next picture, the caller's; null when none comes.
   AVFrame* Take() {
     WaitFor([this] { return Waiting() > 0; }, kPatienceMs);
@@ -224,6 +225,57 @@ TEST(CInputDevDevices, TheDesktopIsRgb24AtTheSizeAskedFor) {
   EXPECT_NEAR(pixel[1], 0xc0, 2);
   EXPECT_NEAR(pixel[2], 0x40, 2);
   av_frame_free(&frame);
+}
+
+bool IsGreen(const AVFrame* frame, int x, int y) {
+  const std::uint8_t* pixel = frame->data[0] + frame->linesize[0] * y + 3 * x;
+  return std::abs(pixel[0] - 0x10) <= 2 && std::abs(pixel[1] - 0xc0) <= 2 &&
+         std::abs(pixel[2] - 0x40) <= 2;
+}
+
+// The layer keeps its size, and the whole of the new screen is in it.
+TEST(CInputDevDevices, AnotherSizeOfTheDesktopIsScaledToTheOneAskedFor) {
+  VirtualDesktop desktop;
+  ASSERT_TRUE(desktop.Start(ScreenOf(960, 540))) << desktop.Output();
+  TestWindow window;
+  TestWindowOptions options;
+  options.x = 240;
+  options.y = 0;
+  options.width = 240;
+  options.height = 540;
+  options.colour = 0x10c040;
+  ASSERT_TRUE(window.Open(desktop.Display(), options));
+  CapturingNode node(platform::kDesktopName, 960, 540);
+  ASSERT_EQ(node.Start(), 0);
+  // The window's right edge is in the middle of the screen, then at its end, then in the middle.
+  for (const int width : {960, 480, 960, 640}) {
+    ASSERT_TRUE(width == 960 || desktop.Resize(width, 270));
+    ASSERT_TRUE(width != 960 || desktop.Resize(960, 540));
+    const int green = 960 * 360 / width;
+    EXPECT_TRUE(WaitFor(
+        [&] {
+          AVFrame* frame = node.Take();
+          const bool follows = frame != nullptr && frame->width == 960 && frame->height == 540 &&
+                               IsGreen(frame, green, 10) && IsGreen(frame, green, 530) &&
+                               !IsGreen(frame, 960 * 200 / width, 10);
+          av_frame_free(&frame);
+          return follows;
+        },
+        kPatienceMs))
+        << width;
+  }
+}
+
+TEST(CInputDevDevices, BlackOfADesktopThatIsOnIsNotCountedAsDelivered) {
+  VirtualDesktop desktop;
+  ASSERT_TRUE(desktop.Start(ScreenOf(640, 480))) << desktop.Output();
+  CapturingNode node(platform::kDesktopName, 640, 480);
+  ASSERT_EQ(node.Start(), 0);
+  EXPECT_TRUE(node.GoesOn());
+  EXPECT_EQ(node.Delivered(), 0U);
+  TestWindow window;
+  ASSERT_TRUE(window.Open(desktop.Display()));
+  EXPECT_TRUE(WaitFor([&] { return node.Delivered() > 2; }, kPatienceMs));
 }
 
 TEST(CInputDevDevices, WhenTheXServerDiesOtherLayersGoOnAndBothStop) {

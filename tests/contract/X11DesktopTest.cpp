@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/linux/LinuxCaptureLayer.h"
+#include "support/LogRecord.h"
 #include "support/StreamReader.h"
 #include "support/TestWindow.h"
 #include "support/VirtualDesktop.h"
@@ -199,6 +200,111 @@ TEST(X11Desktop, Gives25PicturesASecond) {
   EXPECT_GE(last - begin, std::chrono::milliseconds(50 * 40 - 60));
   std::nth_element(steps.begin(), steps.begin() + 10, steps.end());
   EXPECT_LE(steps[10], 52);
+}
+
+// Reads on until a picture has that size, which the one before it had not.
+bool NextOfSize(StreamReader* reader, int width, int height, RgbPicture* picture) {
+  return WaitFor(
+      [&] {
+        return reader->NextPicture(picture) && picture->width == width && picture->height == height;
+      },
+      kPatienceMs);
+}
+
+bool TellsASize(const AVPacket* packet) {
+  return av_packet_get_side_data(packet, AV_PKT_DATA_PARAM_CHANGE, nullptr) != nullptr;
+}
+
+TEST(X11Desktop, AnotherSizeOfTheScreenIsFollowed) {
+  VirtualDesktop desktop;
+  ASSERT_TRUE(desktop.Start(Small())) << desktop.Output();
+  TestWindow window;
+  ASSERT_TRUE(window.Open(desktop.Display(), WindowOf(0x10c040, 200, 100, 440, 380)));
+  MovePointer(desktop, 10, 10);
+  OpenResult result = Open();
+  ASSERT_NE(result.stream, nullptr) << result.cause;
+  StreamReader reader(result.stream.get(), CaptureKind::Video);
+  RgbPicture picture;
+  ASSERT_TRUE(reader.NextPicture(&picture));
+  EXPECT_FALSE(TellsASize(reader.Packet()));
+  const struct {
+    int width;
+    int height;
+  } sizes[] = {{400, 300}, {640, 480}, {320, 480}, {501, 333}};
+  for (const auto& size : sizes) {
+    ASSERT_TRUE(desktop.Resize(size.width, size.height));
+    ASSERT_TRUE(NextOfSize(&reader, size.width, size.height, &picture)) << size.width;
+    EXPECT_TRUE(TellsASize(reader.Packet()));
+    EXPECT_EQ(picture.delivered, AV_PIX_FMT_BGR0);
+    EXPECT_FALSE(Same(picture.At(199, 112), {0x10, 0xc0, 0x40}));
+    EXPECT_EQ(OtherPixels(picture, 212, 112, {0x10, 0xc0, 0x40}), 0) << "rows are out of step";
+    // Once is enough, and the pictures go on.
+    for (int i = 0; i < 3; ++i) {
+      ASSERT_TRUE(reader.NextPicture(&picture));
+      EXPECT_FALSE(TellsASize(reader.Packet()));
+      EXPECT_EQ(picture.width, size.width);
+    }
+  }
+}
+
+// A dozen changes while nobody looks, as while a monitor is found.
+TEST(X11Desktop, OfManyChangesTheLastOneCounts) {
+  VirtualDesktop desktop;
+  ASSERT_TRUE(desktop.Start(Small())) << desktop.Output();
+  OpenResult result = Open();
+  ASSERT_NE(result.stream, nullptr) << result.cause;
+  StreamReader reader(result.stream.get(), CaptureKind::Video);
+  RgbPicture picture;
+  ASSERT_TRUE(reader.NextPicture(&picture));
+  for (int i = 0; i < 12; ++i) {
+    ASSERT_TRUE(desktop.Resize(300 + 20 * i, 400 - 20 * i));
+  }
+  ASSERT_TRUE(NextOfSize(&reader, 520, 180, &picture));
+  ASSERT_TRUE(reader.NextPicture(&picture));
+  EXPECT_EQ(picture.width, 520);
+}
+
+TEST(X11Desktop, BlackIsToldAsNothingAndWhatShowsAgainAtOnce) {
+  LogRecord log;
+  VirtualDesktop desktop;
+  ASSERT_TRUE(desktop.Start(Small())) << desktop.Output();
+  OpenResult result = Open();
+  ASSERT_NE(result.stream, nullptr) << result.cause;
+  StreamReader reader(result.stream.get(), CaptureKind::Video);
+  RgbPicture picture;
+  ASSERT_TRUE(reader.NextPicture(&picture));
+  EXPECT_TRUE(result.stream->IsFiller());
+  EXPECT_EQ(picture.width, 640) << "it goes on all the same";
+  // The cursor, drawn into each picture, is nothing of the desktop's; wherever it is.
+  int pictures = 0;
+  EXPECT_TRUE(WaitFor(
+      [&] {
+        MovePointer(desktop, 100 + 30 * (++pictures % 10), 90);
+        EXPECT_TRUE(reader.NextPicture(&picture));
+        EXPECT_TRUE(result.stream->IsFiller());
+        return log.HasError("black", desktop.Display());
+      },
+      kPatienceMs));
+  TestWindow window;
+  ASSERT_TRUE(window.Open(desktop.Display(), WindowOf(0x10c040, 100, 100, 20, 10)));
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(reader.NextPicture(&picture));
+  }
+  EXPECT_FALSE(result.stream->IsFiller());
+  EXPECT_TRUE(log.HasError("shows something again", desktop.Display()));
+}
+
+TEST(X11Desktop, BlackOfABlankedScreenIsWhatItShows) {
+  VirtualDesktop desktop;
+  ASSERT_TRUE(desktop.Start(Small())) << desktop.Output();
+  ASSERT_TRUE(desktop.Blank());
+  OpenResult result = Open();
+  ASSERT_NE(result.stream, nullptr) << result.cause;
+  StreamReader reader(result.stream.get(), CaptureKind::Video);
+  RgbPicture picture;
+  ASSERT_TRUE(reader.NextPicture(&picture));
+  EXPECT_EQ(OtherPixels(picture, 50, 50, {0, 0, 0}), 0);
+  EXPECT_FALSE(result.stream->IsFiller());
 }
 
 TEST(X11Desktop, WithoutADisplayTheCauseSaysSo) {

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "platform/Lock.h"
-#include "platform/linux/AvInputStream.h"
 #include "platform/linux/CatchUpFilter.h"
+#include "platform/linux/X11Grab.h"
 
 extern "C" {
 #include <libavutil/time.h>
@@ -44,60 +44,62 @@ struct Desktop {
   bool closing ORVANE_GUARDED_BY(mutex) = false;  // nobody waits for pictures any more
   bool finished ORVANE_GUARDED_BY(mutex) = false;
   OpenResult result ORVANE_GUARDED_BY(mutex);
-  Packet picture ORVANE_GUARDED_BY(mutex);  // the one at hand
-  int ended ORVANE_GUARDED_BY(mutex) = 0;   // the error that ended the reading
+  Packet picture ORVANE_GUARDED_BY(mutex);      // the one at hand
+  bool black ORVANE_GUARDED_BY(mutex) = false;  // that one
+  int ended ORVANE_GUARDED_BY(mutex) = 0;       // the error that ended the reading
 
   // The thread's until opened, and the same ever after.
   std::unique_ptr<AVCodecParameters, FreeParameters> parameters{avcodec_parameters_alloc()};
   AVRational timeBase{1, 1};
 };
 
-AvInput Open(Desktop* desktop) {
-  AvInputRequest request;
-  request.format = "x11grab";
-  request.url = desktop->display;
-  request.name = kDesktopName;
-  request.options = {{"framerate", "25"}, {"draw_mouse", "1"}};
+bool Open(Desktop* desktop, X11Grab* grab) {
   OpenResult result;
-  AvInput input = OpenAvInput(request, &result);
-  if (!input && result.failure == OpenFailure::CannotOpen) {
+  const bool opened = grab->Open(&result);
+  if (result.failure == OpenFailure::CannotOpen) {
     result.cause += " (no X display there that this program may read)";
   }
   const Lock lock(desktop->mutex);
-  if (input) {
-    avcodec_parameters_copy(desktop->parameters.get(), input->streams[0]->codecpar);
-    desktop->timeBase = input->streams[0]->time_base;
+  if (opened) {
+    avcodec_parameters_copy(desktop->parameters.get(), grab->Stream()->codecpar);
+    desktop->timeBase = grab->Stream()->time_base;
   }
   desktop->result = std::move(result);
   desktop->opened = true;
   desktop->changed.NotifyAll();
-  return input;
+  return opened;
 }
 
 // Hands over what was read and waits until it was taken; false when the reading is over.
-bool HandOver(Desktop* desktop, Packet picture, int error) {
+bool HandOver(Desktop* desktop, Packet picture, bool black) {
   const Lock lock(desktop->mutex);
-  desktop->ended = error;
-  if (error == 0) {
-    desktop->picture = std::move(picture);
-  }
+  desktop->picture = std::move(picture);
+  desktop->black = black;
   desktop->changed.NotifyAll();
   desktop->changed.Wait(desktop->mutex, [&]() ORVANE_REQUIRES(desktop->mutex) {
     return desktop->picture == nullptr || desktop->closing;
   });
-  return error == 0 && !desktop->closing;
+  return !desktop->closing;
 }
 
-void ReadPictures(Desktop* desktop, AVFormatContext* input) {
+// Until nobody wants another one; 0, or the error that ended it.
+int ReadPictures(Desktop* desktop, X11Grab* grab) {
   CatchUpFilter pace;
   for (;;) {
     Packet picture(av_packet_alloc());
-    const int result = picture ? av_read_frame(input, picture.get()) : AVERROR(ENOMEM);
-    if (result >= 0 && !pace.Take(av_gettime_relative())) {
-      continue;
+    bool black = false;
+    int result = picture ? grab->Read(picture.get()) : AVERROR(ENOMEM);
+    if (result >= 0) {
+      if (!pace.Take(av_gettime_relative())) {
+        continue;
+      }
+      result = grab->Complete(picture.get(), &black);
     }
-    if (!HandOver(desktop, std::move(picture), result < 0 ? result : 0)) {
-      return;
+    if (result < 0) {
+      return result;
+    }
+    if (!HandOver(desktop, std::move(picture), black)) {
+      return 0;
     }
     pace.TakenAt(av_gettime_relative());
   }
@@ -105,10 +107,15 @@ void ReadPictures(Desktop* desktop, AVFormatContext* input) {
 
 void RunDesktop(const std::shared_ptr<Desktop>& desktop) {
   pthread_setname_np(pthread_self(), "desktop");
-  if (AvInput input = Open(desktop.get())) {
-    ReadPictures(desktop.get(), input.get());
+  int ended = 0;
+  {
+    X11Grab grab(desktop->display);
+    if (Open(desktop.get(), &grab)) {
+      ended = ReadPictures(desktop.get(), &grab);
+    }
   }
   const Lock lock(desktop->mutex);
+  desktop->ended = ended;
   desktop->finished = true;
   desktop->changed.NotifyAll();
 }
@@ -128,10 +135,13 @@ class X11Desktop : public CaptureStream {
 
   bool FindStream(CaptureKind kind, StreamInfo* info) const override;
   int Read(AVPacket* packet) override;
+  // Black pictures of a screen that is on are not those of a desktop.
+  bool IsFiller() const override { return m_black; }
 
  private:
   std::shared_ptr<Desktop> m_desktop;
   std::thread m_thread;
+  bool m_black = false;  // what was read last
 };
 
 OpenResult X11Desktop::Start() {
@@ -200,6 +210,7 @@ int X11Desktop::Read(AVPacket* packet) {
   }
   av_packet_move_ref(packet, m_desktop->picture.get());
   m_desktop->picture.reset();
+  m_black = m_desktop->black;
   m_desktop->changed.NotifyAll();
   return 0;
 }
