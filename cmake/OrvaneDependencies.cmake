@@ -7,6 +7,7 @@ function(orvane_pkg name)
   pkg_check_modules(${name} REQUIRED IMPORTED_TARGET ${ARGN})
 endfunction()
 
+orvane_pkg(DBUS dbus-1)
 orvane_pkg(FFMPEG libavformat libavdevice libavcodec libavfilter libavutil libswscale libswresample)
 orvane_pkg(SDL2 sdl2)
 orvane_pkg(SDL2_TTF SDL2_ttf)
