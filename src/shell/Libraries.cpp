@@ -55,6 +55,9 @@ void StartLibraries() {
 bool StartSdl() {
   // The program ends in its own way on SIGINT and SIGTERM.
   SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
+  // Otherwise the screen saver would be off for as long as the program runs; it is for as long as a
+  // broadcast does (platform::KeepAwake).
+  SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
   // Apart from each other: one subsystem that fails takes the others of its call down with it, and
   // a frozen sound server would hold this thread.
   const bool shows = SDL_Init(SDL_INIT_TIMER | SDL_INIT_VIDEO) == 0;

@@ -37,6 +37,7 @@
 #include <string>
 
 #include "backend/BackendClient.h"
+#include "platform/KeepAwake.h"
 #include "shell/BroadcastGraph.h"
 #include "shell/BroadcastReports.h"
 #include "shell/LayerSlots.h"
@@ -247,7 +248,8 @@ class orvane : public QWidget {
   // The state of the stream and the sound meter; looks at the nodes above.
   shell::LiveMonitor m_liveMonitor{Broadcast(), m_layers};
   shell::BroadcastReports m_reports{Service()};
-  QTimer m_surfaceEvents;  // empties what SDL queues for the preview's native window
+  platform::KeepAwake m_keepAwake;  // while a broadcast runs
+  QTimer m_surfaceEvents;           // empties what SDL queues for the preview's native window
 };
 
 #endif

@@ -121,6 +121,8 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
   settings.width = size.width();
   settings.height = size.height();
   shell::StartBroadcast(Broadcast(), settings, m_render);
+  // For hours perhaps, in which nobody touches the machine.
+  m_keepAwake.Begin(QStringLiteral("正在直播").toStdString());
   m_liveMonitor.Begin(!settings.microphone.empty());
 
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
@@ -144,6 +146,7 @@ void orvane::StopBroadcast() {
   ui.startTime->setText(shell::ClockText(m_liveTime));
   m_liveMonitor.End();
   shell::StopBroadcast(Broadcast(), m_render);
+  m_keepAwake.End();
 }
 
 shell::BroadcastReports::Service orvane::Service() {

@@ -41,6 +41,9 @@ std::map<std::string, std::string> Studio::Environment() const {
   environment.merge(m_desktop.Environment());
   environment["QT_QPA_PLATFORM"] = "xcb";
   environment["QT_LOGGING_RULES"] = "*.debug=false";
+  // What a broadcast asks of a desktop is not asked of the one that this test is started from.
+  environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nowhere/session";
+  environment["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=/nowhere/system";
   environment["ORVANE_TEST_BACKEND"] = ServiceAddress();
   return environment;
 }
