@@ -1,6 +1,6 @@
 # Every library of the system, found once, as imported targets.
 find_package(Threads REQUIRED)
-find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Widgets Network Multimedia Test)
+find_package(Qt5 5.15 REQUIRED COMPONENTS Core DBus Gui Widgets Network Multimedia Test)
 find_package(PkgConfig REQUIRED)
 
 function(orvane_pkg name)
@@ -15,6 +15,7 @@ orvane_pkg(X11 x11)
 orvane_pkg(XCB xcb xcb-composite xcb-dpms xcb-ewmh xcb-icccm xcb-screensaver xcb-shm)
 orvane_pkg(X11 x11)
 orvane_pkg(PULSE libpulse)
+orvane_pkg(PIPEWIRE libpipewire-0.3)
 # For tests that change a screen's size.
 orvane_pkg(XCB_RANDR xcb-randr)
 # For tests that play sound.
