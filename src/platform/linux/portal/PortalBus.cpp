@@ -1,0 +1,60 @@
+#include "platform/linux/portal/PortalBus.h"
+
+#include <QDBusError>
+#include <atomic>
+#include <cstdlib>
+
+namespace platform {
+
+namespace {
+
+std::string Environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+// Without an address the bus library would start a bus of its own, on which nobody is.
+std::string AddressOf(const std::string& wanted) {
+  if (!wanted.empty()) {
+    return wanted;
+  }
+  const std::string session = Environment("DBUS_SESSION_BUS_ADDRESS");
+  const std::string directory = Environment("XDG_RUNTIME_DIR");
+  if (!session.empty() || directory.empty()) {
+    return session;
+  }
+  return "unix:path=" + directory + "/bus";
+}
+
+QString NewName() {
+  static std::atomic<unsigned> count{0};
+  return QString("orvane-portal-%1").arg(++count);
+}
+
+}  // namespace
+
+PortalBus::PortalBus(const std::string& address) : m_name(NewName()), m_connection(m_name) {
+  const std::string bus = AddressOf(address);
+  if (bus.empty()) {
+    m_failure = "there is no session bus";
+    return;
+  }
+  m_connection = QDBusConnection::connectToBus(QString::fromStdString(bus), m_name);
+  if (!m_connection.isConnected()) {
+    m_failure =
+        "the session bus can't be reached: " + m_connection.lastError().message().toStdString();
+  }
+}
+
+PortalBus::~PortalBus() {
+  QDBusConnection::disconnectFromBus(m_name);
+}
+
+QDBusMessage AskScreenCastProperty(const QString& name) {
+  QDBusMessage message = QDBusMessage::createMethodCall(kPortalService, kPortalPath,
+                                                        "org.freedesktop.DBus.Properties", "Get");
+  message << kScreenCastInterface << name;
+  return message;
+}
+
+}  // namespace platform
