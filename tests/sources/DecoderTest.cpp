@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <cstring>
 #include <map>
 #include <string>
 
@@ -12,6 +14,10 @@
 #include "sources/CInputSilentFile.h"
 #include "support/FakeCaptureLayer.h"
 #include "support/MediaSamples.h"
+
+extern "C" {
+#include <libavutil/intreadwrite.h>
+}
 
 namespace {
 
@@ -56,6 +62,49 @@ TEST(Decoder, OneThatTheLibraryLacksIsSaid) {
       AVERROR_DECODER_NOT_FOUND,
       sources::OpenDecoder(parameters, {1, 1000}, sources::DecoderThreads::One, 1000, &context));
   EXPECT_EQ(nullptr, context);
+  avcodec_parameters_free(&parameters);
+}
+
+AVPacket* RawPicture(platform::Size size, bool isNewSize) {
+  AVPacket* packet = av_packet_alloc();
+  av_new_packet(packet, size.width * size.height * 4);
+  std::memset(packet->data, size.width, static_cast<std::size_t>(packet->size));
+  if (isNewSize) {
+    std::uint8_t* change = av_packet_new_side_data(packet, AV_PKT_DATA_PARAM_CHANGE, 12);
+    AV_WL32(change, AV_SIDE_DATA_PARAM_CHANGE_DIMENSIONS);
+    AV_WL32(change + 4, static_cast<std::uint32_t>(size.width));
+    AV_WL32(change + 8, static_cast<std::uint32_t>(size.height));
+  }
+  return packet;
+}
+
+// What screens do that are switched to another mode.
+TEST(Decoder, RawPicturesMayChangeTheirSize) {
+  AVCodecParameters* parameters = avcodec_parameters_alloc();
+  parameters->codec_type = AVMEDIA_TYPE_VIDEO;
+  parameters->codec_id = AV_CODEC_ID_RAWVIDEO;
+  parameters->format = AV_PIX_FMT_BGR0;
+  parameters->width = 1920;
+  parameters->height = 1080;
+  AVCodecContext* decoder = nullptr;
+  ASSERT_EQ(0, sources::OpenDecoder(parameters, {1, 1000}, sources::DecoderThreads::Auto,
+                                    sources::kMaxMovingPixels, &decoder));
+  AVFrame* frame = av_frame_alloc();
+  platform::Size before;
+  for (const platform::Size& size :
+       {platform::Size{64, 48}, {64, 48}, {99, 33}, {10, 200}, {64, 48}}) {
+    AVPacket* packet = RawPicture(size, size != before);
+    ASSERT_EQ(0, avcodec_send_packet(decoder, packet));
+    ASSERT_EQ(0, avcodec_receive_frame(decoder, frame));
+    EXPECT_EQ(size, (platform::Size{frame->width, frame->height}));
+    EXPECT_EQ(size.width * 4, frame->linesize[0]);
+    EXPECT_EQ(packet->data, frame->data[0]) << "copied";
+    av_frame_unref(frame);
+    av_packet_free(&packet);
+    before = size;
+  }
+  av_frame_free(&frame);
+  avcodec_free_context(&decoder);
   avcodec_parameters_free(&parameters);
 }
 
