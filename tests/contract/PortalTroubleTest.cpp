@@ -1,0 +1,256 @@
+// A shared screen whose desktop ends the sharing, and what its portal, PipeWire, the bus and
+// damaged buffers do to it.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "contract/PortalRig.h"
+
+namespace support {
+
+namespace {
+
+using platform::CaptureKind;
+using platform::CaptureStream;
+
+// A stream that gives pictures.
+std::unique_ptr<CaptureStream> OpenLive(const PortalRig& rig) {
+  auto stream = rig.Open();
+  if (stream != nullptr) {
+    ExpectPicture(stream.get());
+  }
+  return stream;
+}
+
+TEST(PortalTrouble, TheDesktopMayEndTheSharing) {
+  PortalRig rig;
+  for (int times = 0; times < 3; ++times) {
+    auto stream = OpenLive(rig);
+    ASSERT_NE(stream, nullptr);
+    ASSERT_TRUE(rig.portal.Tell("close"));
+    ExpectEnd(stream.get());
+    CloseInTime(&stream);
+  }
+  // Opening again is all it takes.
+  EXPECT_NE(OpenLive(rig), nullptr);
+}
+
+TEST(PortalTrouble, TheDesktopMayEndTheSharingWhileTheOperatorPicks) {
+  PortalRig rig({"picker wait"});
+  const auto stream = rig.Open();
+  ASSERT_NE(stream, nullptr);
+  ASSERT_TRUE(rig.portal.Happens("picker"));
+  ASSERT_TRUE(rig.portal.Tell("close"));
+  ExpectEnd(stream.get());
+}
+
+// A monitor that is unplugged.
+TEST(PortalTrouble, ANodeThatGoesIsTheEndWithACause) {
+  PortalRig rig;
+  auto stream = OpenLive(rig);
+  ASSERT_NE(stream, nullptr);
+  ASSERT_TRUE(rig.portal.Tell("unplug"));
+  ExpectEnd(stream.get());
+  CloseInTime(&stream);
+  EXPECT_TRUE(rig.portal.Happens("session-closed"));
+  EXPECT_NE(OpenLive(rig), nullptr);
+}
+
+TEST(PortalTrouble, APipeWireThatDiesIsTheEndWithACause) {
+  PortalRig rig;
+  auto stream = OpenLive(rig);
+  ASSERT_NE(stream, nullptr);
+  rig.session.KillPipeWire();
+  ExpectEnd(stream.get());
+  CloseInTime(&stream);
+  auto without = rig.Open();
+  ASSERT_NE(without, nullptr);
+  ExpectEnd(without.get());
+  ASSERT_TRUE(rig.session.StartPipeWire()) << rig.session.Output();
+  EXPECT_NE(OpenLive(rig), nullptr);
+}
+
+// A screen that stands still is repeated; one of which nobody knows is not.
+TEST(PortalTrouble, APipeWireThatHangsHasNoPacketsUntilItAnswers) {
+  PortalRig rig({"still"});
+  const auto stream = OpenLive(rig);
+  ASSERT_NE(stream, nullptr);
+  StreamReader reader(stream.get(), CaptureKind::Video);
+  rig.session.FreezePipeWire();
+  EXPECT_TRUE(RunsDry(&reader));
+  rig.session.ThawPipeWire();
+  EXPECT_EQ(reader.Next(PortalRig::kPatienceMs), 0);
+}
+
+TEST(PortalTrouble, AStreamOfAPipeWireThatHangsCloses) {
+  PortalRig rig;
+  auto stream = OpenLive(rig);
+  ASSERT_NE(stream, nullptr);
+  rig.session.FreezePipeWire();
+  CloseInTime(&stream);
+}
+
+TEST(PortalTrouble, AStreamOfAPipeWireThatHangsFromTheStartCloses) {
+  PortalRig rig({"picker wait"});
+  auto stream = rig.Open();
+  ASSERT_NE(stream, nullptr);
+  ASSERT_TRUE(rig.portal.Happens("picker"));
+  rig.session.FreezePipeWire();
+  StreamReader reader(stream.get(), CaptureKind::Video);
+  EXPECT_EQ(reader.Next(300), AVERROR(EAGAIN));
+  CloseInTime(&stream);
+  rig.session.ThawPipeWire();
+}
+
+TEST(PortalTrouble, APortalThatDiesTakesItsScreenAlong) {
+  PortalRig rig;
+  auto stream = OpenLive(rig);
+  ASSERT_NE(stream, nullptr);
+  rig.portal.Kill();
+  ExpectEnd(stream.get());
+  CloseInTime(&stream);
+  ASSERT_TRUE(rig.portal.Start(rig.session)) << rig.portal.Output();
+  EXPECT_NE(OpenLive(rig), nullptr);
+}
+
+TEST(PortalTrouble, APortalThatDiesWhileTheOperatorPicksIsTheEndWithACause) {
+  PortalRig rig({"picker wait"});
+  const auto stream = rig.Open();
+  ASSERT_NE(stream, nullptr);
+  ASSERT_TRUE(rig.portal.Happens("picker"));
+  rig.portal.Kill();
+  ExpectEnd(stream.get());
+}
+
+TEST(PortalTrouble, AStreamOfAPortalThatHangsCloses) {
+  PortalRig rig;
+  auto live = OpenLive(rig);
+  ASSERT_NE(live, nullptr);
+  rig.portal.Freeze();
+  auto asking = rig.Open();
+  ASSERT_NE(asking, nullptr);
+  StreamReader reader(asking.get(), CaptureKind::Video);
+  EXPECT_EQ(reader.Next(300), AVERROR(EAGAIN));
+  CloseInTime(&asking);
+  CloseInTime(&live);
+  rig.portal.Thaw();
+}
+
+TEST(PortalTrouble, AStreamOfABusThatHangsCloses) {
+  PortalRig rig;
+  auto live = OpenLive(rig);
+  ASSERT_NE(live, nullptr);
+  rig.session.FreezeBus();
+  auto asking = rig.Open();
+  ASSERT_NE(asking, nullptr);
+  StreamReader reader(asking.get(), CaptureKind::Video);
+  EXPECT_EQ(reader.Next(300), AVERROR(EAGAIN));
+  CloseInTime(&asking);
+  CloseInTime(&live);
+  rig.session.ThawBus();
+}
+
+TEST(PortalTrouble, AStreamOfABusThatDiedCloses) {
+  PortalRig rig;
+  auto live = OpenLive(rig);
+  ASSERT_NE(live, nullptr);
+  rig.session.KillBus();
+  auto asking = rig.Open();
+  ASSERT_NE(asking, nullptr);
+  ExpectEnd(asking.get());
+  CloseInTime(&asking);
+  CloseInTime(&live);
+}
+
+// Whether no new picture comes any more, once what was on its way has come: the last one is
+// repeated, or nothing is given. *last is the newest.
+bool Stands(StreamReader* reader, RgbPicture* last) {
+  int stood = 0;
+  for (int read = 0; read < 500 && stood < 10; ++read) {
+    RgbPicture picture;
+    if (!reader->NextPicture(&picture, 1000)) {
+      return reader->Next(0) == AVERROR(EAGAIN);
+    }
+    EXPECT_GE(picture.Counter(), last->Counter());
+    stood = picture.Counter() == last->Counter() ? stood + 1 : 0;
+    *last = picture;
+  }
+  return stood == 10;
+}
+
+// Sizes and places that reach beyond what there is, and pictures that say themselves that they are
+// none: what came before is repeated, and what comes after is shown.
+TEST(PortalTrouble, ABufferThatIsNotWhatItSaysIsLeftOut) {
+  const std::vector<std::pair<std::string, std::string>> lies{
+      {"chunk-stride -2560", "chunk-stride real"},
+      {"chunk-stride 2147483647", "chunk-stride real"},
+      {"chunk-size 0", "chunk-size real"},
+      {"chunk-offset 4", "chunk-offset real"},
+      {"chunk-offset 4000000000", "chunk-offset real"},
+      {"buffer-bytes 5000", "buffer-bytes real"},
+      {"file-bytes 4096", "file-bytes real"},
+      {"corrupted on", "corrupted off"}};
+  PortalRig rig;
+  const auto stream = rig.Open();
+  ASSERT_NE(stream, nullptr);
+  StreamReader reader(stream.get(), CaptureKind::Video);
+  for (const auto& [lie, truth] : lies) {
+    SCOPED_TRACE(lie);
+    RgbPicture before;
+    ASSERT_TRUE(reader.NextPicture(&before)) << stream->EndCause();
+    ASSERT_TRUE(rig.portal.Tell(lie));
+    EXPECT_TRUE(Stands(&reader, &before)) << stream->EndCause();
+    ASSERT_TRUE(rig.portal.Tell(truth));
+    EXPECT_TRUE(Shows(&reader, [&](const RgbPicture& picture) {
+      return picture.Counter() > before.Counter();
+    })) << stream->EndCause();
+  }
+}
+
+TEST(PortalTrouble, ABufferThatIsNotWhatItSaysFromTheStartIsNoPicture) {
+  for (const char* lie : {"chunk-stride -2560", "buffer-bytes 5000", "file-bytes 4096",
+                          "chunk-offset 4000000000", "corrupted on"}) {
+    SCOPED_TRACE(lie);
+    PortalRig rig({lie});
+    auto stream = rig.Open();
+    ASSERT_NE(stream, nullptr);
+    ASSERT_TRUE(rig.portal.Happens("picture "));
+    StreamReader reader(stream.get(), CaptureKind::Video);
+    EXPECT_EQ(reader.Next(300), AVERROR(EAGAIN));
+    CloseInTime(&stream);
+  }
+}
+
+// What was not offered is not agreed on: no picture ever comes, and somebody has to say so. All of
+// them wait at the same time.
+TEST(PortalTrouble, AFormatThatWasNotOfferedIsTheEndWithACause) {
+  std::vector<std::pair<std::unique_ptr<PortalRig>, std::unique_ptr<CaptureStream>>> sharings;
+  const std::vector<std::string> formats{"size 0 0",    "size 16384 16384", "size 640 16384",
+                                         "pixels NV12", "pixels xRGB",      "memory dmabuf"};
+  for (const std::string& format : formats) {
+    auto rig = std::make_unique<PortalRig>(std::vector<std::string>{format});
+    auto stream = rig->Open();
+    ASSERT_NE(stream, nullptr);
+    sharings.emplace_back(std::move(rig), std::move(stream));
+  }
+  // In the middle of the sharing as well.
+  for (const std::string& format : formats) {
+    auto rig = std::make_unique<PortalRig>();
+    auto stream = OpenLive(*rig);
+    ASSERT_NE(stream, nullptr);
+    ASSERT_TRUE(rig->portal.Tell(format));
+    sharings.emplace_back(std::move(rig), std::move(stream));
+  }
+  for (std::size_t i = 0; i < sharings.size(); ++i) {
+    SCOPED_TRACE(formats[i % formats.size()] + (i < formats.size() ? "" : ", in the middle"));
+    ExpectEnd(sharings[i].second.get());
+    CloseInTime(&sharings[i].second);
+  }
+}
+
+}  // namespace
+
+}  // namespace support
