@@ -1,5 +1,6 @@
 // A capture layer with devices that the contract suite can plug, freeze and unplug: once the
-// layer of the system over stand-ins of its devices, once the layer that exists in memory only.
+// layer of the system over stand-ins of its devices, once the layer that exists in memory only; the
+// desktop also as a portal shares it.
 // What the suite asks of both is what every other system's layer will have to give.
 //
 // Threads: one.
@@ -46,6 +47,8 @@ class CaptureBench {
 
 std::unique_ptr<CaptureBench> MakeFakeBench();
 std::unique_ptr<CaptureBench> MakeLinuxBench();
+// The desktop of a Wayland session, and nothing else.
+std::unique_ptr<CaptureBench> MakePortalBench();
 
 }  // namespace support
 

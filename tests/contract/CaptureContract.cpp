@@ -1,5 +1,6 @@
 #include "contract/CaptureContract.h"
 #include "support/GivenTime.h"
+#include "support/StreamReader.h"
 
 #include <algorithm>
 #include <chrono>
@@ -73,6 +74,19 @@ void CaptureContract::ExpectRefused(CaptureKind kind, const std::string& name) {
   EXPECT_EQ(result.failure, OpenFailure::CannotOpen);
   EXPECT_NE(result.cause.find(name), std::string::npos) << result.cause;
   EXPECT_GT(result.cause.size(), name.size() + 5) << result.cause;
+}
+
+void CaptureContract::ExpectGone(CaptureKind kind, const std::string& name) {
+  OpenResult result;
+  MustReturn("opening", [&] { result = Layer().Open(kind, name); });
+  std::string cause = result.cause;
+  if (result.stream != nullptr) {
+    StreamReader reader(result.stream.get(), kind);
+    const int read = reader.Next();
+    EXPECT_TRUE(read < 0 && read != AVERROR(EAGAIN)) << read;
+    cause = result.stream->EndCause();
+  }
+  EXPECT_GT(cause.size(), 5U) << cause;
 }
 
 void CaptureContract::Close(std::unique_ptr<CaptureStream>* stream) {

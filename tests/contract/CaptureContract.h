@@ -53,12 +53,22 @@ class CaptureContract : public ::testing::TestWithParam<Backend> {
   std::unique_ptr<platform::CaptureStream> OpenMicrophone();
   // The cause names the device and says more than that.
   void ExpectRefused(platform::CaptureKind kind, const std::string& name);
+  // The same, or a stream that ends with the cause: where the system asks its operator, it is known
+  // after the opening only.
+  void ExpectGone(platform::CaptureKind kind, const std::string& name);
   // In the time that a closing may take.
   void Close(std::unique_ptr<platform::CaptureStream>* stream);
   static void ExpectNoReadWaitsForLong(platform::CaptureStream* stream);
 
   std::unique_ptr<CaptureBench> m_bench;
 };
+
+// Of the desktop alone.
+class DesktopContract : public CaptureContract {};
+
+inline const auto kDesktopBackends =
+    ::testing::Values(Backend{"Fake", MakeFakeBench}, Backend{"Linux", MakeLinuxBench},
+                      Backend{"Portal", MakePortalBench});
 
 }  // namespace support
 

@@ -21,11 +21,6 @@ TEST_P(CaptureContract, ListsACameraByItsNameWhileItIsPluggedIn) {
   EXPECT_TRUE(Cameras().empty());
 }
 
-TEST_P(CaptureContract, DoesNotListTheDesktop) {
-  ASSERT_TRUE(m_bench->StartDesktop()) << m_bench->Failure();
-  EXPECT_FALSE(Contains(Cameras(), platform::kDesktopName));
-}
-
 TEST_P(CaptureContract, TellsADecoderWhatACameraSends) {
   auto stream = OpenCamera();
   ASSERT_NE(stream, nullptr);
@@ -212,36 +207,6 @@ TEST_P(CaptureContract, PacketsOutliveTheirStream) {
   for (AVPacket*& packet : kept) {
     av_packet_free(&packet);
   }
-}
-
-TEST_P(CaptureContract, ReadsTheDesktopAtItsSize) {
-  auto stream = OpenDesktop();
-  ASSERT_NE(stream, nullptr);
-  StreamReader reader(stream.get(), CaptureKind::Video);
-  for (int i = 0; i < 5; ++i) {
-    RgbPicture picture;
-    ASSERT_TRUE(reader.NextPicture(&picture));
-    EXPECT_EQ(picture.width, CaptureBench::kDesktopWidth);
-    EXPECT_EQ(picture.height, CaptureBench::kDesktopHeight);
-  }
-  Close(&stream);
-}
-
-TEST_P(CaptureContract, TheEndOfTheDesktopIsAnErrorForGood) {
-  auto stream = OpenDesktop();
-  ASSERT_NE(stream, nullptr);
-  StreamReader reader(stream.get(), CaptureKind::Video);
-  ASSERT_EQ(reader.Next(), 0);
-  m_bench->EndDesktop();
-  int result = 0;
-  while (result == 0) {
-    result = reader.Next();
-  }
-  EXPECT_LT(result, 0);
-  EXPECT_NE(result, AVERROR(EAGAIN));
-  EXPECT_EQ(reader.Next(), result);
-  Close(&stream);
-  ExpectRefused(CaptureKind::Video, platform::kDesktopName);
 }
 
 TEST_P(CaptureContract, ACameraGoesOnWhenTheDesktopEnds) {
