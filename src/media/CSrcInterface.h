@@ -62,7 +62,8 @@ class CSrcInterface {
   virtual void EnqueueVideo(int index, void* media);
   virtual bool IsReady();
 
-  // Why the source could not be opened, in the words of the log; empty while it could. Any thread.
+  // Why the source could not be opened, or why it has ended where its system says so, in the words
+  // of the log; empty while neither is so. Any thread.
   std::string Failure() const;
 
   // Adding a node that is listed, or removing one that is not, changes nothing.

@@ -87,6 +87,7 @@ enum class OpenFailure {
   None,
   CannotOpen,      // no such device, busy, refused
   NoStreamFormat,  // it opened, but what it sends could not be made out in time
+  NoSharing,       // this session has no service that lets a program see its screen
 };
 
 struct OpenResult {

@@ -71,6 +71,7 @@ int CInputDev::Open() {
   }
   platform::OpenResult opened =
       platform::CaptureLayer::Current().Open(Kind(m_isAudio), m_deviceName);
+  m_lacksSharing = opened.failure == platform::OpenFailure::NoSharing;
   if (opened.stream == nullptr) {
     std::printf(opened.failure == platform::OpenFailure::NoStreamFormat
                     ? "Couldn't find stream information.\n"
@@ -130,6 +131,10 @@ int CInputDev::Stop() {
   return 0;
 }
 
+bool CInputDev::IsAsking() const {
+  return !m_isAudio && m_device != nullptr && !m_device->HasOpened() && Failure().empty();
+}
+
 bool CInputDev::IsCamera() const {
   return !m_isAudio && m_deviceName.find(platform::kDesktopName) == std::string::npos;
 }
@@ -164,9 +169,19 @@ bool CInputDev::ReadFailed(int error) {
     SDL_Delay(kNoPacketMs);
     return true;
   }
-  av_log(nullptr, AV_LOG_ERROR, "%s has ended: %s\n", Whose().c_str(),
-         ffmpeg::ErrorText(error).c_str());
+  TellEnd(error);
   return false;
+}
+
+// A device that is gone without a word, such as a camera that was unplugged, is told by its picture
+// that stands still.
+void CInputDev::TellEnd(int error) {
+  const std::string told = m_device->EndCause();
+  const std::string cause = told.empty() ? ffmpeg::ErrorText(error) : told;
+  av_log(nullptr, AV_LOG_ERROR, "%s has ended: %s\n", Whose().c_str(), cause.c_str());
+  if (!told.empty() || !m_device->HasOpened()) {
+    SetFailure(cause);
+  }
 }
 
 void CInputDev::HandlePacket(AVPacket* packet) {

@@ -23,8 +23,10 @@
 //
 // Failure: a device that can't be opened makes Start negative. Of a sound server that doesn't
 // answer that is not known in time: Start is then 0, the sound silence, and HasOpened false until
-// it does. An error while reading ends the worker; consumers keep the last picture. Both are in the
-// log, with the device and the cause.
+// it does. The same holds of a screen that the operator has yet to share: there is no picture until
+// he answers. An error while reading ends the worker; consumers keep the last picture. All of it is
+// in the log, with the device and the cause. Failure tells why a device could not be opened, and
+// why one has ended where the system says so: a screen that was not shared, or is shared no more.
 #ifndef ORVANE_SOURCES_CINPUTDEV_H
 #define ORVANE_SOURCES_CINPUTDEV_H
 
@@ -62,6 +64,11 @@ class CInputDev : public CSrcInterface {
   // False while a device that did not answer at Start is still to be opened: it is silent until
   // then. Between Start and Stop, on their thread.
   bool HasOpened() const { return m_device != nullptr && m_device->HasOpened(); }
+  // True while the system waits for the operator to say what may be captured. The same thread.
+  bool IsAsking() const;
+  // True after a Start that failed because nothing in this session shares the screen. The same
+  // thread.
+  bool LacksSharing() const { return m_lacksSharing; }
   // How loud what was pushed since the last call is; of sound only.
   sources::SoundMeasure TakeLevel() { return m_level.Take(); }
 
@@ -75,6 +82,7 @@ class CInputDev : public CSrcInterface {
   int Fail(const std::string& cause);
   void Capture();
   bool ReadFailed(int error);
+  void TellEnd(int error);
   void HandlePacket(AVPacket* packet);
   void HandleFrame();
   void HandleAudio();
@@ -92,6 +100,7 @@ class CInputDev : public CSrcInterface {
   int m_pixelFormat;
   std::unique_ptr<platform::CaptureStream> m_device;  // null until Start
   int m_streamIndex = -1;
+  bool m_lacksSharing = false;
   AVCodecContext* m_codec = nullptr;
   AVFrame* m_decoded;          // made by the constructor, used again for every frame
   AVFrame* m_spare = nullptr;  // never filled

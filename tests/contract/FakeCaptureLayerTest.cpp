@@ -98,11 +98,35 @@ TEST(FakeCaptureLayer, SoundIsAToneOfTheFormatAskedFor) {
   EXPECT_NEAR(samples[11], 0.5, 0.01);  // a quarter of the period of 1000 Hz
 }
 
+TEST(FakeCaptureLayer, AScreenThatIsAskedForGivesNothingButItsEndUntilItIsAllowed) {
+  FakeCaptureLayer layer;
+  FakeDevice* screen = layer.AddCamera(platform::kDesktopName);
+  screen->Ask();
+  screen->Give();
+  screen->GiveError(AVERROR_EOF, "no more");
+  const auto stream = layer.Open(CaptureKind::Video, platform::kDesktopName).stream;
+  ASSERT_NE(stream, nullptr);
+  StreamReader reader(stream.get(), CaptureKind::Video);
+  EXPECT_FALSE(stream->HasOpened());
+  EXPECT_EQ(reader.Next(0), AVERROR(EAGAIN));
+  screen->Allow();
+  EXPECT_TRUE(stream->HasOpened());
+  EXPECT_EQ(reader.Next(0), 0);
+  EXPECT_EQ(stream->EndCause(), "");
+  screen->Ask();
+  EXPECT_EQ(reader.Next(0), AVERROR_EOF);
+  EXPECT_EQ(stream->EndCause(), "no more");
+}
+
 TEST(FakeCaptureLayer, TellsWhatNodesHaveToCopeWith) {
   FakeCaptureLayer layer;
   FakeDevice* unknown = layer.AddCamera("Unknown");
   unknown->SetFormatUnknown(true);
   EXPECT_EQ(layer.Open(CaptureKind::Video, "Unknown").failure, OpenFailure::NoStreamFormat);
+  layer.AddCamera("Unshared")->SetUnshared("nothing shares it");
+  const platform::OpenResult unshared = layer.Open(CaptureKind::Video, "Unshared");
+  EXPECT_EQ(unshared.failure, OpenFailure::NoSharing);
+  EXPECT_EQ(unshared.cause, "nothing shares it");
   layer.AddCamera("Streamless")->SetStreamless(true);
   platform::StreamInfo info;
   const auto streamless = layer.Open(CaptureKind::Video, "Streamless").stream;
@@ -114,7 +138,8 @@ TEST(FakeCaptureLayer, TellsWhatNodesHaveToCopeWith) {
   EXPECT_TRUE(camera->IsOpen());
   stream.reset();
   EXPECT_FALSE(camera->IsOpen());
-  EXPECT_EQ(layer.Opened(), (std::vector<std::string>{"Unknown", "Streamless", "Camera"}));
+  EXPECT_EQ(layer.Opened(),
+            (std::vector<std::string>{"Unknown", "Unshared", "Streamless", "Camera"}));
 }
 
 }  // namespace

@@ -38,7 +38,9 @@ class FakeStream : public platform::CaptureStream {
     return true;
   }
   int Read(AVPacket* packet) override { return m_device->Read(packet); }
+  std::string EndCause() const override { return m_device->EndCause(); }
   bool IsFiller() const override { return m_device->IsFiller(); }
+  bool HasOpened() const override { return m_device->IsAllowed(); }
 
   AVCodecParameters* Parameters() { return m_parameters; }
 
@@ -70,25 +72,25 @@ void FakeDevice::Sound(const FakeSound& sound) {
 void FakeDevice::Give(int packets) {
   std::lock_guard<std::mutex> lock(m_mutex);
   for (int i = 0; i < packets; ++i) {
-    m_script.push_back({0, Generate()});
+    m_script.push_back({0, Generate(), ""});
   }
 }
 
 void FakeDevice::GiveNothing(int reads) {
   std::lock_guard<std::mutex> lock(m_mutex);
   for (int i = 0; i < reads; ++i) {
-    m_script.push_back({AVERROR(EAGAIN), nullptr});
+    m_script.push_back({AVERROR(EAGAIN), nullptr, ""});
   }
 }
 
-void FakeDevice::GiveError(int error) {
+void FakeDevice::GiveError(int error, const std::string& cause) {
   std::lock_guard<std::mutex> lock(m_mutex);
-  m_script.push_back({error, nullptr});
+  m_script.push_back({error, nullptr, cause});
 }
 
 void FakeDevice::GivePacket(const AVPacket* packet) {
   std::lock_guard<std::mutex> lock(m_mutex);
-  m_script.push_back({0, av_packet_clone(packet)});
+  m_script.push_back({0, av_packet_clone(packet), ""});
 }
 
 void FakeDevice::RunFree() {
@@ -122,6 +124,22 @@ void FakeDevice::SetBusy(bool busy) {
 void FakeDevice::SetFormatUnknown(bool unknown) {
   std::lock_guard<std::mutex> lock(m_mutex);
   m_formatUnknown = unknown;
+}
+
+void FakeDevice::SetUnshared(const std::string& cause) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_unshared = cause;
+}
+
+void FakeDevice::Ask() {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_asking = true;
+}
+
+void FakeDevice::Allow() {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_asking = false;
+  m_due = std::chrono::steady_clock::now();
 }
 
 void FakeDevice::SetStreamless(bool streamless) {
@@ -177,6 +195,9 @@ OpenResult FakeDevice::Open() {
   if (m_formatUnknown) {
     return {nullptr, OpenFailure::NoStreamFormat, m_name + ": no stream format in time"};
   }
+  if (!m_unshared.empty()) {
+    return {nullptr, OpenFailure::NoSharing, m_unshared};
+  }
   if (m_script.empty()) {
     m_toldWidth = m_pictures.width;
     m_toldHeight = m_pictures.height;
@@ -186,6 +207,7 @@ OpenResult FakeDevice::Open() {
   TellParameters(stream->Parameters());
   m_open = true;
   m_ended = 0;
+  m_endCause.clear();
   ++m_openCount;
   m_due = std::chrono::steady_clock::now();
   return {std::move(stream), OpenFailure::None, ""};
@@ -207,6 +229,9 @@ int FakeDevice::Read(AVPacket* packet) {
   if (m_frozen && !NeverRunsDry()) {
     return AVERROR(EAGAIN);
   }
+  if (m_asking && !EndIsNext()) {
+    return AVERROR(EAGAIN);
+  }
   m_filler = NeverRunsDry() && (m_frozen || m_unplugged);
   return m_script.empty() ? ReadByClock(packet) : ReadScript(packet);
 }
@@ -214,6 +239,21 @@ int FakeDevice::Read(AVPacket* packet) {
 bool FakeDevice::IsFiller() const {
   std::lock_guard<std::mutex> lock(m_mutex);
   return m_filler;
+}
+
+bool FakeDevice::IsAllowed() const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return !m_asking;
+}
+
+std::string FakeDevice::EndCause() const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return m_endCause;
+}
+
+bool FakeDevice::EndIsNext() const {
+  return !m_script.empty() && m_script.front().packet == nullptr &&
+         m_script.front().result != AVERROR(EAGAIN);
 }
 
 int FakeDevice::ReadScript(AVPacket* packet) {
@@ -224,6 +264,7 @@ int FakeDevice::ReadScript(AVPacket* packet) {
     av_packet_free(&step.packet);
   } else if (step.result != AVERROR(EAGAIN)) {
     m_ended = step.result;
+    m_endCause = step.cause;
   }
   return step.result;
 }

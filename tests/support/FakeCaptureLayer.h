@@ -54,7 +54,8 @@ class FakeDevice {
   // The next reads, in the order of the calls; when the script is used up reads give EAGAIN.
   void Give(int packets = 1);       // the next pictures or blocks of sound
   void GiveNothing(int reads = 1);  // "no packet yet"
-  void GiveError(int error);        // and the same at every read after it
+  // And the same at every read after it. cause: in the words of the system, where it says why.
+  void GiveError(int error, const std::string& cause = "");
   // A copy of any packet, its stream_index as it is (the device's own stream has index 0).
   void GivePacket(const AVPacket* packet);
 
@@ -70,6 +71,12 @@ class FakeDevice {
   void SetBusy(bool busy);
   // Opening fails with NoStreamFormat.
   void SetFormatUnknown(bool unknown);
+  // Opening fails with NoSharing and that cause.
+  void SetUnshared(const std::string& cause);
+  // The operator is asked: until he allows it the stream is not opened, and reads give "no packet
+  // yet", whatever is scripted but its end.
+  void Ask();
+  void Allow();
   // The device opens, but has no stream of its kind.
   void SetStreamless(bool streamless);
   // The codec that the parameters tell, in place of the right one; for one without a decoder.
@@ -94,6 +101,7 @@ class FakeDevice {
   struct Step {
     int result = 0;
     AVPacket* packet = nullptr;
+    std::string cause;  // of an error
   };
 
   void Pictures(const FakePictures& pictures);
@@ -102,6 +110,9 @@ class FakeDevice {
   void Close();
   int Read(AVPacket* packet);
   bool IsFiller() const;
+  bool IsAllowed() const;
+  std::string EndCause() const;
+  bool EndIsNext() const;
   int ReadScript(AVPacket* packet);
   int ReadByClock(AVPacket* packet);
   AVPacket* Generate();
@@ -126,12 +137,15 @@ class FakeDevice {
   bool m_unplugged = false;
   bool m_busy = false;
   bool m_formatUnknown = false;
+  std::string m_unshared;  // why nothing shares it; empty while something does
+  bool m_asking = false;
   bool m_streamless = false;
   bool m_sizeChanged = false;
   AVCodecID m_codec = AV_CODEC_ID_NONE;
   bool m_open = false;
   int m_openCount = 0;
   int m_ended = 0;  // the error that every further read gives
+  std::string m_endCause;
   unsigned m_number = 0;
   std::int64_t m_samples = 0;  // sample frames generated so far
   std::chrono::steady_clock::time_point m_due;
