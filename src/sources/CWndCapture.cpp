@@ -53,9 +53,17 @@ void CWndCapture::Run() {
 }
 
 std::string CWndCapture::Whose() const {
+  if (m_window == platform::kPickedWindow) {
+    return "the picked window";
+  }
   char text[32];
   std::snprintf(text, sizeof text, "window 0x%zx", static_cast<std::size_t>(m_window));
   return text;
+}
+
+void CWndCapture::Fail(const std::string& cause) {
+  av_log(nullptr, AV_LOG_ERROR, "%s: %s\n", Whose().c_str(), cause.c_str());
+  SetFailure(cause);
 }
 
 std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {
@@ -69,8 +77,8 @@ std::unique_ptr<CWndCapture::Capture> CWndCapture::SetUp() {
   }
   const platform::Size size = grabber ? grabber->ClientSize() : platform::Size();
   if (IsEmpty(size)) {
-    av_log(nullptr, AV_LOG_ERROR, "%s: nothing to capture\n", Whose().c_str());
-    SetFailure("nothing to capture");
+    const std::string cause = grabber ? grabber->Cause() : "";
+    Fail(cause.empty() ? "nothing to capture" : cause);
     return nullptr;
   }
   auto capture = std::make_unique<Capture>(SDL_GetTicks());
@@ -95,13 +103,29 @@ void CWndCapture::Tick(Capture* capture) {
     capture->size = size;
     capture->resized = true;
   }
-  if (IsEmpty(size) || capture->grabber->IsMinimised() || !capture->grabber->Exists()) {
+  if (IsEmpty(size)) {
+    TellEnd(capture);
+    return;
+  }
+  if (capture->grabber->IsMinimised() || !capture->grabber->Exists()) {
     return;
   }
   platform::GrabbedPicture picture;
   // A window that changed since its size was asked for has its picture at the next tick.
   if (capture->grabber->Grab(&picture) && picture.size == size) {
     PushPicture(capture, picture);
+  }
+}
+
+// A window that its user closed has no cause, and is no failure.
+void CWndCapture::TellEnd(Capture* capture) {
+  if (capture->ended || capture->grabber->Exists()) {
+    return;
+  }
+  capture->ended = true;
+  const std::string cause = capture->grabber->Cause();
+  if (!cause.empty()) {
+    Fail(cause);
   }
 }
 

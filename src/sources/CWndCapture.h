@@ -5,15 +5,17 @@
 // is its own data[0]), which tells the scale stage that the layer takes the new size.
 //
 // Ownership: the window belongs to its program; the handle is the one that the device catalogue
-// lists.
+// lists, or kPickedWindow.
 //
 // Threads: the owner's thread calls Start and Stop. One worker, "window", runs from Start to Stop;
 // the window is opened on it and touched by no other.
 //
 // Failure: a window that is gone or has no client area at Start ends the worker at once, and the
-// layer stays empty; while the window system doesn't answer it waits for that. A window that is
-// closed, minimised or can't be grabbed at the moment gives no frame: the layer keeps the last
-// picture, and a window that comes back goes on by itself.
+// layer stays empty; while the window system doesn't answer, or the operator has yet to pick a
+// window, it waits for that. A window that is closed, minimised or can't be grabbed at the moment
+// gives no frame: the layer keeps the last picture, and a window that comes back goes on by itself.
+// Failure tells why there was nothing to capture, and why a window is shared no more where its
+// system says so; the log has both.
 #ifndef ORVANE_SOURCES_CWNDCAPTURE_H
 #define ORVANE_SOURCES_CWNDCAPTURE_H
 
@@ -44,6 +46,7 @@ class CWndCapture : public CSrcInterface {
     std::unique_ptr<platform::WindowGrabber> grabber;
     platform::Size size;   // of the client area at the last tick
     bool resized = false;  // since the last frame
+    bool ended = false;    // and told so
     ffmpeg::LogOnce fault;
     media::PacedTicker ticker;
     ffmpeg::FramePool pool;
@@ -58,6 +61,8 @@ class CWndCapture : public CSrcInterface {
  private:
   void Run();
   void Tick(Capture* capture);
+  void TellEnd(Capture* capture);
+  void Fail(const std::string& cause);
   void PushPicture(Capture* capture, const platform::GrabbedPicture& picture);
   std::string Whose() const;
 

@@ -4,10 +4,12 @@
 #include <sched.h>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "support/FakeClock.h"
 #include "support/FakeWindowSystem.h"
+#include "support/LogRecord.h"
 #include "support/RecordingNode.h"
 
 namespace {
@@ -318,6 +320,99 @@ TEST_F(CWndCaptureTest, StartCapturesUntilStop) {
   m_clock.Advance(1000);
   EXPECT_EQ(m_recorder.VideoCount(), sent);
   EXPECT_EQ(Pixel(Take(), 4, 4), 0x445566U);
+}
+
+// Where the system asks the operator which window is meant.
+
+class PickedWindow : public CWndCaptureTest {
+ protected:
+  PickedWindow() {
+    m_system.SetPicker();
+    m_window = m_system.Add("window", {64, 48}, 0x102030);
+  }
+
+  void BeginPicked() {
+    m_system.Pick(m_window);
+    m_node = std::make_unique<Node>(platform::kPickedWindow);
+    m_node->AddVideoOutput(&m_recorder);
+    m_capture = m_node->SetUp();
+    ASSERT_TRUE(m_capture);
+    Tick();
+  }
+
+  support::LogRecord m_log;
+};
+
+TEST_F(PickedWindow, IsWaitedForAndThenCaptured) {
+  CWndCapture node(platform::kPickedWindow);
+  node.AddVideoOutput(&m_recorder);
+  ASSERT_EQ(node.Start(), 0);
+  while (m_system.OpenCount() == 0) {
+    sched_yield();
+  }
+  EXPECT_EQ(m_recorder.VideoCount(), 0);
+  EXPECT_EQ(node.Failure(), "");
+  m_system.Pick(m_window);
+  while (m_recorder.VideoCount() == 0) {
+    sched_yield();
+  }
+  EXPECT_EQ(node.Stop(), 0);
+  EXPECT_EQ(Pixel(Take(), 4, 4), 0x102030U);
+}
+
+TEST_F(PickedWindow, StopsWhileTheOperatorThinks) {
+  CWndCapture node(platform::kPickedWindow);
+  ASSERT_EQ(node.Start(), 0);
+  while (m_system.OpenCount() == 0) {
+    sched_yield();
+  }
+  EXPECT_EQ(node.Stop(), 0);
+  EXPECT_EQ(m_system.LiveCount(), 0);
+  EXPECT_EQ(node.Failure(), "");
+}
+
+TEST_F(PickedWindow, ARefusalIsTheCauseInTheLogAndOfTheFailure) {
+  m_system.Refuse("the sharing was refused");
+  Node node(platform::kPickedWindow);
+  EXPECT_FALSE(node.SetUp());
+  EXPECT_EQ(node.Failure(), "the sharing was refused");
+  EXPECT_TRUE(m_log.HasError("the picked window: the sharing was refused"));
+}
+
+TEST_F(PickedWindow, TheEndOfTheSharingKeepsThePictureAndIsToldOnce) {
+  BeginPicked();
+  DropAll();
+  EXPECT_EQ(m_node->Failure(), "");
+  m_system.Refuse("the desktop has ended the sharing");
+  Tick();
+  Tick();
+  EXPECT_EQ(m_recorder.VideoCount(), 0);
+  EXPECT_EQ(m_node->Failure(), "the desktop has ended the sharing");
+  const std::string errors = m_log.Errors();
+  EXPECT_NE(errors.find("ended the sharing"), std::string::npos);
+  EXPECT_EQ(errors.find("ended the sharing"), errors.rfind("ended the sharing"));
+}
+
+TEST_F(PickedWindow, AWindowThatIsClosedWithoutAWordIsNoFailure) {
+  BeginPicked();
+  DropAll();
+  m_system.Close(m_window);
+  Tick();
+  Tick();
+  EXPECT_EQ(m_recorder.VideoCount(), 0);
+  EXPECT_EQ(m_node->Failure(), "");
+  EXPECT_EQ(m_log.Errors(), "");
+}
+
+TEST_F(PickedWindow, FollowsTheSizeOfTheWindow) {
+  BeginPicked();
+  DropAll();
+  m_system.Resize(m_window, {80, 20});
+  Tick();
+  const ffmpeg::ScopedFrame frame = Take();
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(frame->width, 80);
+  EXPECT_TRUE(Marked(frame));
 }
 
 }  // namespace

@@ -22,6 +22,17 @@ class FakeGrabber : public platform::WindowGrabber {
     --m_system->m_liveCount;
   }
 
+  bool IsSilent() override {
+    const std::lock_guard<std::mutex> lock(m_system->m_mutex);
+    return m_window == platform::kPickedWindow &&
+           m_system->m_answer == FakeWindowSystem::Answer::kNone;
+  }
+
+  std::string Cause() override {
+    const std::lock_guard<std::mutex> lock(m_system->m_mutex);
+    return m_window == platform::kPickedWindow ? m_system->m_refusal : "";
+  }
+
   bool Exists() override {
     const std::lock_guard<std::mutex> lock(m_system->m_mutex);
     return m_system->Find(m_window) != nullptr;
@@ -78,9 +89,17 @@ FakeWindowSystem::FakeWindowSystem() = default;
 
 FakeWindowSystem::~FakeWindowSystem() = default;
 
+bool FakeWindowSystem::HasPicker() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_hasPicker;
+}
+
 std::vector<platform::WindowInfo> FakeWindowSystem::List() {
   const std::lock_guard<std::mutex> lock(m_mutex);
   std::vector<platform::WindowInfo> list;
+  if (m_hasPicker) {
+    return list;
+  }
   for (const Window& window : m_windows) {
     if (!window.minimised && !window.title.empty()) {
       list.push_back({window.handle, window.title});
@@ -93,7 +112,10 @@ std::unique_ptr<platform::WindowGrabber> FakeWindowSystem::Open(WindowHandle win
   const std::lock_guard<std::mutex> lock(m_mutex);
   ++m_openCount;
   const Window* found = Find(window);
-  return found != nullptr ? std::make_unique<FakeGrabber>(this, window, found->size) : nullptr;
+  if (found == nullptr && !(m_hasPicker && window == platform::kPickedWindow)) {
+    return nullptr;
+  }
+  return std::make_unique<FakeGrabber>(this, window, found != nullptr ? found->size : Size());
 }
 
 WindowHandle FakeWindowSystem::Add(const std::string& title, Size size, std::uint32_t colour) {
@@ -151,6 +173,24 @@ void FakeWindowSystem::Close(WindowHandle window) {
                   m_windows.end());
 }
 
+void FakeWindowSystem::SetPicker() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_hasPicker = true;
+}
+
+void FakeWindowSystem::Pick(WindowHandle window) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_answer = Answer::kPicked;
+  m_picked = window;
+}
+
+void FakeWindowSystem::Refuse(const std::string& cause) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_answer = Answer::kRefused;
+  m_picked = 0;
+  m_refusal = cause;
+}
+
 void FakeWindowSystem::BeforeNextGrab(std::function<void()> action) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_beforeGrab = std::move(action);
@@ -182,8 +222,9 @@ int FakeWindowSystem::LiveCount() const {
 }
 
 FakeWindowSystem::Window* FakeWindowSystem::Find(WindowHandle window) {
+  const WindowHandle meant = window == platform::kPickedWindow ? m_picked : window;
   const auto found = std::find_if(m_windows.begin(), m_windows.end(),
-                                  [window](const Window& w) { return w.handle == window; });
+                                  [meant](const Window& w) { return w.handle == meant; });
   return found != m_windows.end() ? &*found : nullptr;
 }
 

@@ -21,6 +21,7 @@ class FakeWindowSystem : public platform::WindowSystem {
   FakeWindowSystem();
   ~FakeWindowSystem() override;
 
+  bool HasPicker() override;
   std::vector<platform::WindowInfo> List() override;
   std::unique_ptr<platform::WindowGrabber> Open(platform::WindowHandle window) override;
 
@@ -36,6 +37,12 @@ class FakeWindowSystem : public platform::WindowSystem {
   // Some systems tell no size of a minimised window.
   void TellNoSizeWhileMinimised();
   void Close(platform::WindowHandle window);
+
+  // From now on the operator is asked: nothing is listed, and what is opened for kPickedWindow is
+  // silent until one of the next two answers. Refuse after Pick is the end of the sharing.
+  void SetPicker();
+  void Pick(platform::WindowHandle window);
+  void Refuse(const std::string& cause);
 
   // Runs at the start of the next Grab, and once: what happens between the question for the size
   // and the picture.
@@ -64,11 +71,17 @@ class FakeWindowSystem : public platform::WindowSystem {
     bool minimised;
   };
 
-  // Null when it is closed; m_mutex is held.
+  // Null when it is closed, or not picked; m_mutex is held.
   Window* Find(platform::WindowHandle window);
   static void Paint(const Window& window, int stride, std::vector<std::uint8_t>* rows);
 
+  enum class Answer { kNone, kPicked, kRefused };
+
   mutable std::mutex m_mutex;
+  bool m_hasPicker = false;
+  Answer m_answer = Answer::kNone;
+  platform::WindowHandle m_picked = 0;
+  std::string m_refusal;
   std::vector<Window> m_windows;
   platform::WindowHandle m_lastHandle = 0x1000;
   std::function<void()> m_beforeGrab;
