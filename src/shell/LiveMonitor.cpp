@@ -40,8 +40,9 @@ CaptureRole RoleOf(const CInputDev& device) {
 
 void NoteCapture(int place, const CInputDev* device, std::vector<CaptureSample>* captures) {
   if (device != nullptr) {
-    captures->push_back(
-        {place, RoleOf(*device), device->DeviceName(), device->Delivered(), device->HasOpened()});
+    captures->push_back({place, RoleOf(*device), device->DeviceName(), device->Delivered(),
+                         device->HasOpened(), device->IsAsking(), device->LacksSharing(),
+                         device->Failure()});
   }
 }
 

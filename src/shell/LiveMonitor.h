@@ -4,7 +4,7 @@
 // Flow: Begin shows both and looks once; Refresh, called once a second by the clock's tick, notes
 // the encoder's figures and the counts of every capture and shows what StreamHealth makes of them;
 // a timer of its own moves the meter. End hides both and forgets everything. What is read of the
-// nodes are atomics: no worker is ever held up.
+// nodes are atomics, and why one failed, which its worker writes once: no worker is ever held up.
 //
 // Captures are the two sound devices of the broadcast and the cameras and desktops among the
 // layers; files, pictures, texts and windows have no device that could freeze. A hidden layer

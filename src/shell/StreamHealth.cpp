@@ -112,9 +112,17 @@ QString FailureWords(const CaptureSample& capture) {
   return QString();
 }
 
+// Of one that never opened.
+QString UnopenedWords(const CaptureSample& capture) {
+  if (capture.unshared) {
+    return QStringLiteral("没有屏幕共享服务 (xdg-desktop-portal)");
+  }
+  return capture.asking ? QStringLiteral("等待允许共享桌面") : FailureWords(capture);
+}
+
 QString CaptureWords(const CaptureSample& capture) {
   if (!capture.opened) {
-    return FailureWords(capture);
+    return UnopenedWords(capture);
   }
   switch (capture.role) {
     case CaptureRole::kDesktop:
@@ -141,19 +149,40 @@ bool StoodStill(const StreamSample& sample, const CaptureSample& capture) {
                      });
 }
 
-QStringList StoppedCaptures(const StreamHistory& history) {
+// The same for a tooltip, where there is room for the cause.
+QString CaptureDetail(const CaptureSample& capture) {
+  const QString cause = QString::fromStdString(capture.cause);
+  if (capture.unshared && !cause.isEmpty()) {
+    return cause;  // begins with the words
+  }
+  const QString words = CaptureWords(capture);
+  if (capture.asking) {
+    return words + QStringLiteral("（请在系统的对话框中选择屏幕）");
+  }
+  return cause.isEmpty() ? words : QStringLiteral("%1（%2）").arg(words, cause);
+}
+
+struct StoppedCaptures {
   QStringList words;
+  QStringList details;
+};
+
+StoppedCaptures FindStopped(const StreamHistory& history) {
+  StoppedCaptures stopped;
   const StreamSample* then = SampleBefore(history, kStillMs);
   if (then == nullptr) {
-    return words;
+    return stopped;
   }
   for (const CaptureSample& capture : history.back().captures) {
     if (StoodStill(*then, capture)) {
-      words.append(CaptureWords(capture));
+      stopped.words.append(CaptureWords(capture));
+      stopped.details.append(CaptureDetail(capture));
     }
   }
-  words.removeDuplicates();  // one screen in several layers
-  return words;
+  // One screen in several layers.
+  stopped.words.removeDuplicates();
+  stopped.details.removeDuplicates();
+  return stopped;
 }
 
 // True when the state was the same at every sample of the last kStillMs, and that long is known.
@@ -335,18 +364,18 @@ void AddSample(StreamHistory* history, StreamSample sample) {
 }
 
 StreamHealth JudgeStream(const StreamHistory& history) {
-  const QStringList stopped = StoppedCaptures(history);
+  const StoppedCaptures stopped = FindStopped(history);
   const Phrase down = DownWords(history);
   const bool publishes = history.back().encoder.status.state == PublishState::kPublishing;
   StreamHealth health;
-  health.details = Details(history, stopped);
+  health.details = Details(history, stopped.details);
   Phrases words;
   if (!down.name.isEmpty()) {
     health.light = StreamLight::kRed;
     words = {down};
   } else if (publishes) {
     words = TroubleWords(history);
-    const bool well = words.empty() && stopped.isEmpty();
+    const bool well = words.empty() && stopped.words.isEmpty();
     health.light = well ? StreamLight::kGreen : StreamLight::kAmber;
     if (well) {
       words = {{QStringLiteral("直播正常"), {}}};
@@ -355,8 +384,8 @@ StreamHealth JudgeStream(const StreamHistory& history) {
     health.light = StreamLight::kAmber;
     words = {{QStringLiteral("正在连接…"), {}}};
   }
-  if (!stopped.isEmpty()) {
-    words.push_back({NamedWords(stopped), {}});
+  if (!stopped.words.isEmpty()) {
+    words.push_back({NamedWords(stopped.words), {}});
   }
   if (down.name.isEmpty() && publishes && history.size() > 1) {
     words.push_back({{}, RateWords(history)});

@@ -7,6 +7,8 @@
 //   amber   it runs, but pictures or packets were dropped in the last kRecentMs, or the delay
 //           grows, or a capture has stopped; or the first connection is still being made
 //   red     nothing reaches the server, with the cause
+// A desktop that never opened waits where the operator has yet to allow it, and lacks its service
+// where nothing in the session shares the screen.
 // A capture has stopped when its count has not moved for kStillMs; one that never opened is said to
 // have failed. What counts is told at CInputDev: of a desktop this is an answer of the X server,
 // whatever moves on it, unless it is black.
@@ -35,6 +37,9 @@ struct CaptureSample {
   std::string device;           // its name in the catalogue
   std::uint64_t delivered = 0;  // pictures or blocks of sound so far
   bool opened = true;           // its device, at any time so far
+  bool asking = false;          // it has not opened: the operator has yet to say what is shared
+  bool unshared = false;        // it has not opened: nothing in this session shares the screen
+  std::string cause;            // why it failed or ended, in the words of the log, where known
 };
 
 struct StreamSample {

@@ -122,6 +122,37 @@ TEST_F(LiveMonitorTest, NamesAFrozenCameraAndDesktopAmongTheLayersAndNoPicture) 
   EXPECT_TRUE(Label()->toolTip().contains("&lt;b&gt;cam&lt;/b&gt;"));
 }
 
+TEST_F(LiveMonitorTest, SaysOfADesktopWhatItWaitsForAndWhyItEnded) {
+  support::FakeDevice* screen = m_capture.AddCamera(platform::kDesktopName);
+  screen->Ask();
+  Device desktop(false, platform::kDesktopName);
+  ASSERT_EQ(desktop.Open(), 0);
+  m_layers = {{0, &desktop}};
+  m_monitor.Begin(false);
+  for (int second = 0; second < 3; ++second) {
+    Second();
+  }
+  EXPECT_TRUE(Label()->accessibleName().endsWith("等待允许共享桌面"));
+  screen->GiveError(AVERROR(EPERM), "<b>refused</b>");
+  EXPECT_FALSE(desktop.CaptureTurn());
+  Second();
+  EXPECT_TRUE(Label()->accessibleName().endsWith("桌面打开失败"));
+  EXPECT_TRUE(Label()->toolTip().contains("&lt;b&gt;refused&lt;/b&gt;"));
+}
+
+TEST_F(LiveMonitorTest, SaysOfASessionWithoutSharingWhatItLacks) {
+  m_capture.AddCamera(platform::kDesktopName)->SetUnshared("no service: no session bus");
+  Device desktop(false, platform::kDesktopName);
+  ASSERT_EQ(desktop.Open(), -1);
+  m_layers = {{0, &desktop}};
+  m_monitor.Begin(false);
+  for (int second = 0; second < 3; ++second) {
+    Second();
+  }
+  EXPECT_TRUE(Label()->accessibleName().endsWith("没有屏幕共享服务 (xdg-desktop-portal)"));
+  EXPECT_TRUE(Label()->toolTip().contains("no session bus"));
+}
+
 TEST_F(LiveMonitorTest, ALineThatIsTooLongIsCutAndWholeInTheTooltip) {
   const QString name(200, QLatin1Char('x'));
   m_capture.AddCamera(name.toStdString());

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <functional>
 
 extern "C" {
 #include <libavutil/error.h>
@@ -65,6 +66,56 @@ TEST(StreamHealthCaptures, ACaptureThatNeverOpenedHasFailedAndIsNotSaidToBeInter
     EXPECT_EQ(health.light, StreamLight::kAmber);
     EXPECT_EQ(health.words.toStdString(), row.words);
   }
+}
+
+// Of a desktop that never opened, by what it waits for.
+StreamHealth Unopened(const std::function<void(CaptureSample*)>& change) {
+  return JudgeStream(Seconds(0, 10, [&](int, StreamSample* sample) {
+    sample->captures = {Capture(CaptureRole::kDesktop, 0)};
+    sample->captures.front().opened = false;
+    change(&sample->captures.front());
+  }));
+}
+
+TEST(StreamHealthCaptures, ADesktopThatWaitsForTheOperatorIsNeitherFrozenNorFailed) {
+  const StreamHealth health = Unopened([](CaptureSample* desktop) { desktop->asking = true; });
+  EXPECT_EQ(health.light, StreamLight::kAmber);
+  EXPECT_EQ(health.words, "等待允许共享桌面  2000 kb/s");
+  EXPECT_TRUE(health.details.contains("采集：等待允许共享桌面（请在系统的对话框中选择屏幕）"));
+}
+
+TEST(StreamHealthCaptures, ADesktopWithAPictureWaitsForNobodyAnyMore) {
+  const StreamHealth health = JudgeStream(Seconds(0, 10, [](int second, StreamSample* sample) {
+    sample->captures = {Capture(CaptureRole::kDesktop, second < 10 ? 0 : 1)};
+    sample->captures.front().opened = second == 10;
+    sample->captures.front().asking = second < 10;
+  }));
+  EXPECT_EQ(health.light, StreamLight::kGreen);
+}
+
+TEST(StreamHealthCaptures, ASessionThatSharesNoScreenIsSaidAsItIs) {
+  const StreamHealth health = Unopened([](CaptureSample* desktop) {
+    desktop->unshared = true;
+    desktop->cause = "没有屏幕共享服务 (xdg-desktop-portal): no session bus";
+  });
+  EXPECT_EQ(health.light, StreamLight::kAmber);
+  EXPECT_EQ(health.words, "没有屏幕共享服务 (xdg-desktop-portal)  2000 kb/s");
+  EXPECT_TRUE(
+      health.details.contains("采集：没有屏幕共享服务 (xdg-desktop-portal): no session bus"));
+}
+
+TEST(StreamHealthCaptures, TheCauseOfAnEndStandsInTheDetails) {
+  const StreamHealth refused =
+      Unopened([](CaptureSample* desktop) { desktop->cause = "the sharing was refused"; });
+  EXPECT_EQ(refused.words, "桌面打开失败  2000 kb/s");
+  EXPECT_TRUE(refused.details.contains("采集：桌面打开失败（the sharing was refused）"));
+  const StreamHealth ended = JudgeStream(Seconds(0, 20, [](int, StreamSample* sample) {
+    sample->captures = {Capture(CaptureRole::kDesktop, 250)};
+    sample->captures.front().cause = "the desktop has ended the sharing";
+  }));
+  EXPECT_EQ(ended.light, StreamLight::kAmber);
+  EXPECT_EQ(ended.words, "桌面画面停止  2000 kb/s");
+  EXPECT_TRUE(ended.details.contains("采集：桌面画面停止（the desktop has ended the sharing）"));
 }
 
 TEST(StreamHealthCaptures, ACaptureThatComesBackIsNamedNoMore) {

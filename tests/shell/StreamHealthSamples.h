@@ -55,7 +55,12 @@ inline PublishStatus Status(PublishState state, PublishFault fault = PublishFaul
 
 inline CaptureSample Capture(CaptureRole sort, std::uint64_t delivered, const char* device = "cam",
                              int place = 0) {
-  return {place, sort, device, delivered};
+  CaptureSample sample;
+  sample.place = place;
+  sample.role = sort;
+  sample.device = device;
+  sample.delivered = delivered;
+  return sample;
 }
 
 }  // namespace support
