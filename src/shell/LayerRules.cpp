@@ -31,6 +31,10 @@ QString CameraName() {
   return QStringLiteral("摄像头");
 }
 
+QString WindowName() {
+  return QStringLiteral("窗口捕获");
+}
+
 QString PictureName() {
   return QStringLiteral("图片");
 }

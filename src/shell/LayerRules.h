@@ -25,6 +25,7 @@ QString SceneIsFullText();
 // Names of the rows whose source brings none.
 QString DeskName();
 QString CameraName();
+QString WindowName();  // of one that the system let the operator pick
 QString PictureName();
 QString FileName();
 

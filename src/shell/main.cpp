@@ -14,8 +14,7 @@
 
 namespace {
 
-// The renderer and the capture of the desktop work on X11 windows; under a Wayland session the
-// program runs through XWayland.
+// The renderer draws into X11 windows; in a Wayland session the program runs through XWayland.
 bool PlatformFits() {
   const QString platform = QGuiApplication::platformName();
   if (platform == "xcb") {

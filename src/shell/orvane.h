@@ -97,7 +97,7 @@ class orvane : public QWidget {
   // A layer of the full desktop on top of the scene.
   void SlotAddDesk();
   // The other kinds, each chosen in a dialog. A cancelled one adds nothing; at ten layers a notice
-  // comes in its place.
+  // comes in its place. Where the system itself asks for the window its row is there at once.
   void SlotAddCamera();
   void SlotAddWindow();
   void SlotAddText();
@@ -179,7 +179,9 @@ class orvane : public QWidget {
   enum class Corner { kNo, kYes };
   void AddSource(CSrcInterface* node, const QString& name, Corner corner = Corner::kNo);
   void AddFilm(const std::string& path);
-  // Greys the rows whose source could not be opened.
+  // Of the windows that the system lists, the one that is chosen in the dialog.
+  void AddListedWindow();
+  // Greys the rows whose source could not be opened, or whose capture was ended by the system.
   void ShowFailures();
   // Leaves the monitor mix to the films that still sound.
   void FollowSounds();

@@ -10,6 +10,7 @@ extern "C" {
 
 #include "media/CSrcInterface.h"
 #include "output/CRender.h"
+#include "platform/WindowSystem.h"
 #include "shell/LayerRules.h"
 #include "shell/orvane.h"
 #include "sources/CInputDev.h"
@@ -104,7 +105,8 @@ void orvane::AddFilm(const std::string& path) {
   ListLayer(slot, node, shell::FileName(), widgets::kOtherLayer);
 }
 
-// Most sources open before they are listed. A window is looked at by its worker, a little later.
+// Most sources open before they are listed. A window is looked at by its worker, a little later,
+// and what the operator has allowed to be captured he may forbid at any time.
 void orvane::ShowFailures() {
   const int rows = ui.m_tabLayer->RowCount();
   for (int row = 0; row < rows; ++row) {
@@ -149,14 +151,23 @@ void orvane::SlotAddCamera() {
 
 void orvane::SlotAddWindow() {
   if (MayAddLayer()) {
-    delete m_wndDlg;
-    m_wndDlg = new ActivitiesWndDlg(this);
-    ShadowOnce(m_wndDlg, &m_wndShadow, this);
-    if (m_wndDlg->exec() == QDialog::Accepted) {
-      AddSource(new CWndCapture(m_wndDlg->selectedWnd), m_wndDlg->selectedTitle);
+    if (platform::WindowSystem::Current().HasPicker()) {
+      // The system asks which one; the layer waits for the answer.
+      AddSource(new CWndCapture(platform::kPickedWindow), shell::WindowName());
+    } else {
+      AddListedWindow();
     }
   }
   m_WndMenu.close();
+}
+
+void orvane::AddListedWindow() {
+  delete m_wndDlg;
+  m_wndDlg = new ActivitiesWndDlg(this);
+  ShadowOnce(m_wndDlg, &m_wndShadow, this);
+  if (m_wndDlg->exec() == QDialog::Accepted) {
+    AddSource(new CWndCapture(m_wndDlg->selectedWnd), m_wndDlg->selectedTitle);
+  }
 }
 
 void orvane::SlotAddText() {

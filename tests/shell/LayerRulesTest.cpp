@@ -66,6 +66,7 @@ TEST(LayerRules, MenusOpenAboveTheirButtonAndPanelsAboveTheMouse) {
 TEST(LayerRules, AreNamedAfterWhatTheyShow) {
   EXPECT_EQ(DeskName(), QString("全屏桌面"));
   EXPECT_EQ(CameraName(), QString("摄像头"));
+  EXPECT_EQ(WindowName(), QString("窗口捕获"));
   EXPECT_EQ(PictureName(), QString("图片"));
   EXPECT_EQ(FileName(), QString("视频文件"));
 }
