@@ -1,9 +1,11 @@
 #include "platform/linux/LinuxCaptureLayer.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/linux/V4l2Camera.h"
 #include "platform/linux/X11Desktop.h"
+#include "platform/linux/portal/PortalDesktop.h"
 
 extern "C" {
 #include <libavdevice/avdevice.h>
@@ -11,13 +13,27 @@ extern "C" {
 
 namespace platform {
 
-LinuxCaptureLayer::LinuxCaptureLayer(int soundListMs, int soundOpenMs)
-    : m_soundListMs(soundListMs), m_soundOpenMs(soundOpenMs) {
+namespace {
+
+// In the working directory, which is the program's private one, beside the account and the log.
+constexpr char kTokenFile[] = "./desktop.token";
+
+ScreenSettings SystemScreen() {
+  ScreenSettings screen;
+  screen.portal.tokenFile = kTokenFile;
+  return screen;
+}
+
+}  // namespace
+
+LinuxCaptureLayer::LinuxCaptureLayer(int soundListMs, int soundOpenMs, ScreenSettings screen)
+    : m_soundListMs(soundListMs), m_soundOpenMs(soundOpenMs), m_screen(std::move(screen)) {
   avdevice_register_all();
 }
 
 void LinuxCaptureLayer::Prepare() {
   PreparePulseMicrophones();
+  PrepareRoad(m_screen);
 }
 
 std::vector<std::string> LinuxCaptureLayer::ListDevices(CaptureKind kind) {
@@ -36,7 +52,20 @@ OpenResult LinuxCaptureLayer::Open(CaptureKind kind, const std::string& name) {
   if (kind == CaptureKind::Audio) {
     return OpenPulseStream(name, m_soundOpenMs);
   }
-  return name == kDesktopName ? OpenX11Desktop() : OpenCamera(name);
+  return name == kDesktopName ? OpenDesktop() : OpenCamera(name);
+}
+
+OpenResult LinuxCaptureLayer::OpenDesktop() const {
+  const RoadDecision decision = TakeRoad(m_screen);
+  switch (decision.road) {
+    case CaptureRoad::kX11:
+      return OpenX11Desktop();
+    case CaptureRoad::kPortal:
+      return OpenPortalDesktop(m_screen.portal);
+    case CaptureRoad::kNone:
+      break;
+  }
+  return {nullptr, OpenFailure::NoSharing, decision.cause};
 }
 
 OpenResult LinuxCaptureLayer::OpenCamera(const std::string& name) {
@@ -56,7 +85,7 @@ void LinuxCaptureLayer::RefreshCameras() {
 
 // Never destroyed: workers may run on while the process ends.
 CaptureLayer& SystemCaptureLayer() {
-  static auto* const layer = new LinuxCaptureLayer;
+  static auto* const layer = new LinuxCaptureLayer(kPulseListMs, kPulseOpenMs, SystemScreen());
   return *layer;
 }
 

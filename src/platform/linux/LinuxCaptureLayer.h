@@ -1,5 +1,7 @@
-// The capture devices of a Linux desktop: X11 for the desktop, Video4Linux for cameras, PulseAudio
-// (or a server that speaks its protocol) for sound.
+// The capture devices of a Linux desktop: X11 or the desktop's portal for the screen (CaptureRoad.h
+// decides), Video4Linux for cameras, PulseAudio (or a server that speaks its protocol) for sound.
+//
+// In a session where the screen can't be captured at all its opening fails with NoSharing.
 //
 // A camera's name stays bound to its device from the call that first sees it until one that sees it
 // gone; listing and opening both look. Threads: as CaptureLayer, one call at a time.
@@ -12,24 +14,28 @@
 #include "platform/CaptureLayer.h"
 #include "platform/linux/CameraNames.h"
 #include "platform/linux/PulseCapture.h"
+#include "platform/linux/SessionRoad.h"
 
 namespace platform {
 
 class LinuxCaptureLayer : public CaptureLayer {
  public:
   // The longest wait for a sound server, of a listing and of an opening.
-  explicit LinuxCaptureLayer(int soundListMs = kPulseListMs, int soundOpenMs = kPulseOpenMs);
+  explicit LinuxCaptureLayer(int soundListMs = kPulseListMs, int soundOpenMs = kPulseOpenMs,
+                             ScreenSettings screen = {});
 
   void Prepare() override;
   std::vector<std::string> ListDevices(CaptureKind kind) override;
   OpenResult Open(CaptureKind kind, const std::string& name) override;
 
  private:
+  OpenResult OpenDesktop() const;
   OpenResult OpenCamera(const std::string& name);
   void RefreshCameras();
 
   int m_soundListMs;
   int m_soundOpenMs;
+  ScreenSettings m_screen;
   std::vector<NamedCamera> m_cameras;
 };
 

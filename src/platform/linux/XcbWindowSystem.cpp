@@ -105,10 +105,4 @@ std::unique_ptr<WindowGrabber> XcbWindowSystem::Open(WindowHandle window) {
   return XcbWindowGrabber::Open(window);
 }
 
-// Never destroyed: workers may run on while the process ends.
-WindowSystem& SystemWindowSystem() {
-  static auto* const system = new XcbWindowSystem;
-  return *system;
-}
-
 }  // namespace platform
