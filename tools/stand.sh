@@ -50,7 +50,9 @@ begin_screen() {
     3>"$0"' "$1/display"
   await test -s "$1/display"
   DISPLAY=:$(cat "$1/display")
-  export DISPLAY
+  # Whatever session this was started in.
+  unset WAYLAND_DISPLAY
+  export DISPLAY XDG_SESSION_TYPE=x11
 }
 
 # begin_sound DIRECTORY: a sound server without devices but those that the commands on standard input

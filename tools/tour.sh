@@ -26,7 +26,7 @@ prepare_tour() {
   runtime=$(mktemp -d)
   # What Qt, SDL and the sound server keep of their own stays with the tour.
   export XDG_RUNTIME_DIR=$runtime XDG_CONFIG_HOME=$runtime/config XDG_CACHE_HOME=$runtime/cache
-  unset WAYLAND_DISPLAY XAUTHORITY SDL_AUDIODRIVER SDL_VIDEODRIVER
+  unset XAUTHORITY SDL_AUDIODRIVER SDL_VIDEODRIVER
   service_options=(--record "$tour/recording")
 }
 

@@ -105,6 +105,12 @@ ScreenPicture ReadArea(const std::string& display, int x, int y, int width, int 
   return picture;
 }
 
+// What works on this screen is in an X session, whatever session the test was started in.
+void LeaveWayland() {
+  unsetenv("WAYLAND_DISPLAY");
+  unsetenv("XDG_SESSION_TYPE");
+}
+
 }  // namespace
 
 Colour ScreenPicture::At(int x, int y) const {
@@ -132,6 +138,7 @@ bool VirtualDesktop::Start(const DesktopOptions& options) {
     const char* former = std::getenv("DISPLAY");
     m_formerDisplay = former != nullptr ? std::optional<std::string>(former) : std::nullopt;
     setenv("DISPLAY", m_display.c_str(), 1);
+    LeaveWayland();
     m_inUseHere = true;
   }
   return (!options.windowManager || StartWindowManager()) &&

@@ -35,9 +35,10 @@ struct ScreenPicture {
 struct DesktopOptions {
   int width = 1920;
   int height = 1080;
-  bool windowManager = false;    // openbox
-  bool compositor = false;       // picom, by the server's own rendering
-  bool useInThisProcess = true;  // DISPLAY of this process names it for as long as it lives
+  bool windowManager = false;  // openbox
+  bool compositor = false;     // picom, by the server's own rendering
+  // DISPLAY of this process names it for as long as it lives, and no Wayland session is known of.
+  bool useInThisProcess = true;
   std::vector<std::string> serverOptions;  // further arguments of Xvfb
 };
 
@@ -58,7 +59,9 @@ class VirtualDesktop {
   // ":7"; empty before Start.
   const std::string& Display() const { return m_display; }
   // For Process::Start.
-  std::map<std::string, std::string> Environment() const { return {{"DISPLAY", m_display}}; }
+  std::map<std::string, std::string> Environment() const {
+    return {{"DISPLAY", m_display}, {"WAYLAND_DISPLAY", ""}, {"XDG_SESSION_TYPE", "x11"}};
+  }
   pid_t ServerId() const { return m_server.Id(); }
   // What the programs printed.
   std::string Output() const;
