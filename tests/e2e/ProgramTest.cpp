@@ -14,87 +14,12 @@
 #include <iterator>
 #include <map>
 #include <string>
+#include <vector>
 
-#include "Studio.h"
+#include "ProgramFixture.h"
 #include "support/FakeCamera.h"
 
 namespace {
-
-const char kLoginTitle[] = "^登录$";
-constexpr int kPatienceMs = 60000;
-
-class Program : public testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_TRUE(m_studio.Start()) << m_studio.Report();
-    ASSERT_TRUE(m_studio.StartService()) << m_studio.Report();
-    ASSERT_TRUE(m_studio.Film("filmed", {"--window", "300x200+0+0", "--fill", "C03060"}));
-  }
-
-  bool Start(const std::map<std::string, std::string>& changes = {}) {
-    std::map<std::string, std::string> environment = m_studio.Environment();
-    for (const auto& [name, value] : changes) {
-      environment[name] = value;
-    }
-    return m_program.Start({ORVANE_PROGRAM}, environment, m_studio.File("program.out"));
-  }
-
-  // The way of every operator: the saved account is in the fields, Enter logs in.
-  bool LogIn() { return m_studio.Activate(kLoginTitle) && m_studio.PressKeys({"Return"}); }
-  bool Shows(int windows) {
-    return support::WaitFor([&] { return m_studio.VisibleWindows() == windows; }, kPatienceMs);
-  }
-  // A window that is seen may get the keyboard a little later.
-  bool TakesTheKeyboardFrom(const std::string& other) {
-    return support::WaitFor(
-        [&] {
-          const std::string active = m_studio.ActiveWindow();
-          return !active.empty() && active != other;
-        },
-        kPatienceMs);
-  }
-  bool StartAndLogIn(const std::map<std::string, std::string>& changes = {}) {
-    m_studio.SaveAccount("demo", m_studio.Password());
-    return Start(changes) && LogIn();
-  }
-
-  std::string Printed() const { return support::ReadFile(m_studio.File("program.out")); }
-
-  // Where the preview stands on the screen: its top left corner by the program's own window.
-  struct Place {
-    int x = -1;
-    int y = -1;
-  };
-  Place Preview() const {
-    const support::RunResult tree =
-        support::Run({"xwininfo", "-root", "-tree"}, 5000, Screen().Environment());
-    const std::size_t line = tree.output.find("960x540+");
-    Place place;
-    if (line != std::string::npos) {
-      const std::size_t absolute = tree.output.find("  +", line);
-      std::sscanf(tree.output.c_str() + absolute, " +%d+%d", &place.x, &place.y);
-    }
-    return place;
-  }
-  support::VirtualDesktop& Screen() const { return const_cast<e2e::Studio&>(m_studio).Desktop(); }
-
-  bool ShowsInPreview(int x, int y, support::Colour wanted) const {
-    const Place place = Preview();
-    if (place.x < 0) {
-      return false;
-    }
-    const support::Colour seen = Screen().ReadPixel(place.x + x, place.y + y);
-    const auto near = [&](int shift) {
-      const int a = static_cast<int>(seen >> shift & 0xFF);
-      const int b = static_cast<int>(wanted >> shift & 0xFF);
-      return a - b <= 8 && b - a <= 8;
-    };
-    return near(16) && near(8) && near(0);
-  }
-
-  e2e::Studio m_studio;
-  support::Process m_program;
-};
 
 TEST_F(Program, ShowsTheDesktopLiveAndEndsProperlyOnSigterm) {
   std::ofstream(m_studio.File("MyLog.txt")) << "what the last run left\n";
@@ -334,10 +259,41 @@ class Launcher : public testing::Test {
   int m_socket;
 };
 
-support::RunResult Launch(const std::string& home) {
-  return support::Run({"env", "-u", "DISPLAY", "-u", "XDG_DATA_HOME", "-u", "XDG_STATE_HOME",
-                       "HOME=" + home, "ORVANE_RUN_SECONDS=3", ORVANE_SOURCE_DIR "/run"},
-                      400000);
+// In the session that these variables make; without any there is no display.
+support::RunResult Launch(const std::string& home, const std::vector<std::string>& session = {}) {
+  std::vector<std::string> command = {"env"};
+  for (const char* name :
+       {"DISPLAY", "WAYLAND_DISPLAY", "XDG_SESSION_TYPE", "XDG_DATA_HOME", "XDG_STATE_HOME"}) {
+    command.insert(command.end(), {"-u", name});
+  }
+  command.insert(command.end(), session.begin(), session.end());
+  command.insert(command.end(), {"HOME=" + home, "ORVANE_RUN_SECONDS=3", ORVANE_SOURCE_DIR "/run"});
+  return support::Run(command, 400000);
+}
+
+// Both leave at the service, whose port is in use.
+TEST_F(Launcher, SaysByWhichRoadTheScreenComes) {
+  const Occupant occupant(18080);
+  ASSERT_TRUE(occupant.Listens());
+  const support::TempDir home;
+  support::VirtualDesktop screen;
+  support::DesktopOptions options;
+  options.useInThisProcess = false;
+  ASSERT_TRUE(screen.Start(options)) << screen.Output();
+  const std::string display = "DISPLAY=" + screen.Display();
+  const support::RunResult x11 = Launch(home.Path(), {display});
+  EXPECT_NE(x11.output.find("run: X11: "), std::string::npos) << x11.output;
+  const support::RunResult wayland = Launch(home.Path(), {display, "WAYLAND_DISPLAY=wayland-0"});
+  EXPECT_NE(wayland.output.find("run: Wayland"), std::string::npos) << wayland.output;
+  EXPECT_NE(wayland.output.find("xdg-desktop-portal"), std::string::npos) << wayland.output;
+  EXPECT_EQ(wayland.output.find("run: X11"), std::string::npos) << wayland.output;
+}
+
+TEST_F(Launcher, AWaylandSessionThatLetsNoXProgramInIsNoMachineWithoutADisplay) {
+  const support::TempDir home;
+  const support::RunResult result = Launch(home.Path(), {"XDG_SESSION_TYPE=wayland"});
+  EXPECT_EQ(result.status, 1) << result.output;
+  EXPECT_NE(result.output.find("has no XWayland (DISPLAY)"), std::string::npos) << result.output;
 }
 
 TEST_F(Launcher, SaysThatTheServicesPortIsInUseAndLeaves) {
