@@ -12,7 +12,7 @@
 //
 // Threads: the user interface thread. All asking is done by a thread of its own ("keep-awake"),
 // which waits for no answer longer than 2 s and sleeps while it holds: no call here waits for a
-// desktop, but the deletion, up to 0.3 s for that thread to have given back. Nothing is shared but
+// desktop, but Close, up to 0.3 s for that thread to have given back. Nothing is shared but
 // what stands in the .cpp behind a lock.
 //
 // Failure: what could not be kept away is one line of the log with the cause of each that refused;
@@ -35,7 +35,7 @@ struct KeepAwakeBuses {
 class KeepAwake {
  public:
   explicit KeepAwake(KeepAwakeBuses buses = {});
-  ~KeepAwake();  // End, and waits for it
+  ~KeepAwake();  // Close
   KeepAwake(const KeepAwake&) = delete;
   KeepAwake& operator=(const KeepAwake&) = delete;
 
@@ -43,6 +43,8 @@ class KeepAwake {
   void Begin(const std::string& reason);
   // No effect when none has begun.
   void End();
+  // End, and waits for it: before the process ends.
+  void Close();
 
  private:
   struct Watch;

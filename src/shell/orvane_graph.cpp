@@ -35,6 +35,7 @@ void orvane::InitGraph() {
 
 void orvane::CloseGraph() {
   LeaveBroadcast();
+  m_keepAwake.Close();
   m_surfaceEvents.stop();
   m_sourceTimer.stop();
   m_slots.DropNodes();

@@ -20,8 +20,8 @@ namespace support {
 namespace {
 
 constexpr std::chrono::seconds kHung(40);
-// What every source keeps in every state of its device.
-constexpr int kStopMs = 500;
+// Half a second, which every source keeps in every state of its device, and its own computing.
+constexpr int kStopMs = 1000;
 constexpr int kPatienceMs = 30000;
 constexpr char kCard[] = "Node Camera";
 

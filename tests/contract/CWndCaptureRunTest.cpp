@@ -84,7 +84,7 @@ class CWndCaptureRun : public ::testing::Test {
   }
 
   static void ExpectStopInTime(CWndCapture* node) {
-    EXPECT_LT(support::TimeGiven([&] { EXPECT_EQ(node->Stop(), 0); }), 500);
+    EXPECT_LT(support::TimeGiven([&] { EXPECT_EQ(node->Stop(), 0); }), 1000);
   }
 
   VirtualDesktop m_desktop;

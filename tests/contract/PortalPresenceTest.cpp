@@ -16,7 +16,7 @@ using platform::HasScreenCastPortal;
 
 // Of a busy machine; what is there answers within some of them.
 constexpr int kAnswerMs = 20000;
-constexpr int kLateMs = 100;
+constexpr int kLateMs = 1000;
 
 bool IsThere(const platform::PortalSettings& settings, std::string* cause, int ms = kAnswerMs) {
   bool is = false;

@@ -27,7 +27,7 @@ using support::WaitFor;
 // Waiting for the server and what it does; an idle null sink alone takes 2 s.
 constexpr int kPatienceMs = 15000;
 // In every state of the server.
-constexpr int kCloseLimitMs = 500;
+constexpr int kCloseLimitMs = 1000;
 
 class PulseCapture : public ::testing::Test {
  protected:

@@ -48,7 +48,7 @@ TEST_F(SdlSound, AFrozenServerHoldsNobodyUpAndIsUsedOnceItGoesOn) {
   const int ms =
       support::TimeGiven([this] { EXPECT_TRUE(StartSdlSound(90, &m_error)) << m_error; });
   // It is called on the user interface thread.
-  EXPECT_LT(ms, 150);
+  EXPECT_LT(ms, 300);
   m_server.Thaw();
   AwaitSdlSound();
   EXPECT_NE(0U, SDL_WasInit(SDL_INIT_AUDIO));

@@ -28,7 +28,7 @@ TEST(GivenTime, SeesWhatHangs) {
               const support::GivenTime other;
               EXPECT_TRUE(support::WaitFor([&] { return other.Ms() >= 700; }, 60000));
             }),
-            500);
+            200);
 }
 
 }  // namespace

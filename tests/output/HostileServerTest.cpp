@@ -23,8 +23,9 @@ using support::HostilePeer;
 using support::LogRecord;
 using support::WaitFor;
 
-// The retry wait alone would take three seconds.
-constexpr int kStopMs = 500;
+// Half a second of waiting, and what the last picture takes to encode; the retry wait alone would
+// be three seconds.
+constexpr int kStopMs = 1500;
 constexpr const char* kHangingHost = "hangs.invalid";
 
 // A resolver that doesn't answer for one name until it is let go.

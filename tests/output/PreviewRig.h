@@ -95,7 +95,7 @@ class PreviewRig : public testing::Test {
     return WaitFor([&] { return render->Statistics().pushed >= before + pictures; }, kPatienceMs);
   }
   bool StopsAtOnce() {
-    return support::TimeGiven([this] { render->Stop(); }) < 500;
+    return support::TimeGiven([this] { render->Stop(); }) < 2000;
   }
 
   static constexpr int kLeft = 60;

@@ -31,8 +31,9 @@ using support::RtmpServer;
 using support::WaitFor;
 
 constexpr int kConnectMs = 30000;
-// The retry wait alone would take three seconds.
-constexpr int kStopMs = 500;
+// Half a second of waiting, and what the last picture takes to encode; the retry wait alone would
+// be three seconds.
+constexpr int kStopMs = 1500;
 
 int StopMs(CEncoder* encoder) {
   return support::TimeGiven([encoder] { encoder->Stop(); });

@@ -61,6 +61,8 @@ class Terminal {
     argv.push_back(nullptr);
     m_id = forkpty(&m_terminal, nullptr, nullptr, nullptr);
     if (m_id == 0) {
+      // Whoever starts these tests behind a script may have had it ignored.
+      signal(SIGINT, SIG_DFL);
       execv(argv[0], argv.data());
       _exit(127);
     }

@@ -480,6 +480,10 @@ std::string AwakeDesktop::LastQuestion() const {
 
 void AwakeDesktop::AnswerNow() {
   m_services->answerNow = true;
+  // What is asked from here on is not among what is answered.
+  while (m_services->answerNow) {
+    poll(nullptr, 0, 1);
+  }
 }
 
 void AwakeDesktop::RefuseAfterwards() {

@@ -1,7 +1,8 @@
 // A stopwatch for what promises to take no longer than so much, on a machine that may be busy: it
 // counts the steps of a thread that does nothing but sleep for kStepMs at a time. Where the machine
-// has room that is real time; where this thread is woken late, whoever is measured is too, and the
-// watch stands still for both. What hangs is seen on any machine.
+// has room that is real time; where this thread is woken late, whoever waits is too, and the watch
+// stands still for both. It goes on while others compute, so a bound on what computes needs room
+// for that. What hangs is seen on any machine.
 //
 // Made at the beginning of what is measured; Ms is asked on the same thread at its end.
 #ifndef ORVANE_TESTS_SUPPORT_GIVENTIME_H

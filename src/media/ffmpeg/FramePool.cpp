@@ -32,6 +32,8 @@ class FramePool::Kept {
   // Null when none can be had.
   static AVBufferRef* Take(const std::shared_ptr<Kept>& kept);
   void DropSpare();
+  // The pool leaves it: what is spare goes, and what is out goes when it comes back.
+  void Retire();
   int Count() const {
     const platform::Lock lock(m_mutex);
     return m_out + static_cast<int>(m_spare.size());
@@ -51,6 +53,7 @@ class FramePool::Kept {
   std::vector<std::uint8_t*> m_spare ORVANE_GUARDED_BY(m_mutex);
   int m_out ORVANE_GUARDED_BY(m_mutex) = 0;
   int m_needed ORVANE_GUARDED_BY(m_mutex) = 0;  // most that were out since DropSpare
+  bool m_retired ORVANE_GUARDED_BY(m_mutex) = false;
 };
 
 // Null where there is none; what is made instead counts as out already.
@@ -70,7 +73,9 @@ std::uint8_t* FramePool::Kept::TakeSpare() {
 void FramePool::Kept::PutBack(std::uint8_t* buffer) {
   const platform::Lock lock(m_mutex);
   --m_out;
-  if (buffer != nullptr) {
+  if (m_retired) {
+    av_free(buffer);
+  } else if (buffer != nullptr) {
     m_spare.push_back(buffer);
   }
 }
@@ -108,9 +113,25 @@ void FramePool::Kept::DropSpare() {
   m_needed = m_out;
 }
 
+void FramePool::Kept::Retire() {
+  const platform::Lock lock(m_mutex);
+  m_retired = true;
+  std::for_each(m_spare.begin(), m_spare.end(), [](std::uint8_t* buffer) { av_free(buffer); });
+  m_spare.clear();
+}
+
 FramePool::FramePool() = default;
 
-FramePool::~FramePool() = default;
+FramePool::~FramePool() {
+  Clear();
+}
+
+void FramePool::Clear() {
+  if (m_buffers != nullptr) {
+    m_buffers->Retire();
+    m_buffers.reset();
+  }
+}
 
 int FramePool::Buffers() const {
   return m_buffers != nullptr ? m_buffers->Count() : 0;
@@ -122,6 +143,7 @@ bool FramePool::Begin(int width, int height, AVPixelFormat format) {
   if (bytes <= 0) {
     return false;
   }
+  Clear();
   // Row functions of FFmpeg may read and write a little past the last row.
   m_buffers =
       std::make_shared<Kept>(static_cast<std::size_t>(bytes) + AV_INPUT_BUFFER_PADDING_SIZE);

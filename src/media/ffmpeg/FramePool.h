@@ -42,7 +42,7 @@ class FramePool {
   // Counts as a frame: this time the caller had another one.
   void Pass();
   // Leaves all buffers to the frames that still have them.
-  void Clear() { m_buffers.reset(); }
+  void Clear();
   // Those that it keeps, in use or not.
   int Buffers() const;
 

@@ -13,6 +13,7 @@
 
 #include "platform/Lock.h"
 #include "platform/linux/AwakeHold.h"
+#include "platform/linux/CaptureRoad.h"
 #include "platform/linux/EndSignal.h"
 
 extern "C" {
@@ -79,7 +80,10 @@ Grants Ask(const AwakeRequest& request, bool portal) {
   }
   grants.screenSaver = grants.Add("screen saver", AskScreenSaver(request, &cause), cause);
   grants.sleep = grants.Add("logind", AskLogind(request, &cause), cause);
-  grants.screenSaver = grants.screenSaver || grants.Add("X server", AskXServer(&cause), cause);
+  // An X server within a Wayland session agrees, and has no say over its screen.
+  if (!IsWaylandSession(std::getenv("WAYLAND_DISPLAY"), std::getenv("XDG_SESSION_TYPE"))) {
+    grants.screenSaver = grants.screenSaver || grants.Add("X server", AskXServer(&cause), cause);
+  }
   return grants;
 }
 
@@ -149,8 +153,7 @@ struct KeepAwake::Watch {
 KeepAwake::KeepAwake(KeepAwakeBuses buses) : m_buses(std::move(buses)) {}
 
 KeepAwake::~KeepAwake() {
-  End();
-  Leave(true);
+  Close();
 }
 
 void KeepAwake::Begin(const std::string& reason) {
@@ -186,6 +189,11 @@ void KeepAwake::End() {
     m_begun = false;
     m_watch->end.Raise();
   }
+}
+
+void KeepAwake::Close() {
+  End();
+  Leave(true);
 }
 
 // One that is still giving back goes on alone.

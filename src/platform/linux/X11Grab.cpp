@@ -12,6 +12,12 @@ extern "C" {
 
 namespace platform {
 
+namespace {
+
+constexpr int kReopenings = 25;  // a second of sizes that change with each picture
+
+}  // namespace
+
 AvInput X11Grab::OpenInput(OpenResult* result) const {
   AvInputRequest request;
   request.format = "x11grab";
@@ -41,13 +47,20 @@ int X11Grab::Read(AVPacket* packet) {
   }
   FollowScreen();
   int result = av_read_frame(m_input.get(), packet);
-  // What was grabbed may have lain outside a screen that became smaller. An input that fails from
-  // its opening on does so for another reason.
-  if (result < 0 && m_hasRead && m_screen->Answers() && Reopen()) {
+  // What was grabbed may have lain outside a screen that became smaller, and that may go on while
+  // it is opened anew: a dock's monitors come one after the other, a window's edge is dragged.
+  for (int i = 0; result < 0 && i < kReopenings && MayHaveChanged() && Reopen(); ++i) {
     result = av_read_frame(m_input.get(), packet);
   }
   m_hasRead = m_hasRead || result >= 0;
   return result;
+}
+
+// Whether that is why a grab failed. An input that fails from its opening on, on a screen of its
+// size, does so for another reason.
+bool X11Grab::MayHaveChanged() {
+  const Size size = m_screen->AskSize();
+  return size != Size{} && (m_hasRead || size != InputSize());
 }
 
 void X11Grab::FollowScreen() {

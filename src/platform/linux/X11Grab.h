@@ -42,6 +42,7 @@ class X11Grab {
  private:
   AvInput OpenInput(OpenResult* result) const;
   Size InputSize() const;
+  bool MayHaveChanged();
   void FollowScreen();
   bool Reopen();
   bool IsBlack(const AVPacket& picture);

@@ -46,7 +46,7 @@ X11Screen::X11Screen(const std::string& display) {
   // Changes are told from here on, so the size asked for behind this is the one that they change.
   const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
   xcb_change_window_attributes(c, m_root, XCB_CW_EVENT_MASK, &events);
-  m_size = AskSize(c, m_root);
+  m_size = platform::AskSize(c, m_root);
 }
 
 X11Screen::~X11Screen() = default;
@@ -62,9 +62,9 @@ Size X11Screen::LastSize() {
   return m_size;
 }
 
-bool X11Screen::Answers() {
+Size X11Screen::AskSize() {
   xcb_connection_t* c = m_connection.get();
-  return xcb_connection_has_error(c) == 0 && AskSize(c, m_root) != Size{};
+  return xcb_connection_has_error(c) == 0 ? platform::AskSize(c, m_root) : Size{};
 }
 
 bool X11Screen::IsBlanked(std::int64_t nowUs) {

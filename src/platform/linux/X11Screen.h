@@ -30,8 +30,8 @@ class X11Screen {
 
   // The size that the screen was last said to have; nothing is asked. 0 x 0 when nothing is known.
   Size LastSize();
-  // False when the server is gone.
-  bool Answers();
+  // The size that it has now, by the server's own answer; 0 x 0 when the server is gone.
+  Size AskSize();
   // Put to sleep by its power management, or covered by the server's screen saver. What was asked
   // less than half a second before is not asked again.
   bool IsBlanked(std::int64_t nowUs);

@@ -238,8 +238,9 @@ void CastStream::OnCoreError(void* self, std::uint32_t id, int /*sequence*/, int
                              const char* message) {
   if (id == PW_ID_CORE) {
     auto* stream = static_cast<CastStream*>(self);
-    stream->End(result == -EPIPE ? std::string("PipeWire has ended")
-                                 : std::string("PipeWire: ") + message);
+    stream->End(result == -EPIPE
+                    ? std::string("PipeWire has ended")
+                    : std::string("PipeWire: ") + (message != nullptr ? message : "an error"));
   }
 }
 
@@ -247,7 +248,7 @@ void CastStream::OnGlobal(void* self, std::uint32_t id, std::uint32_t /*permissi
                           const char* type, std::uint32_t /*version*/,
                           const spa_dict* /*properties*/) {
   auto* stream = static_cast<CastStream*>(self);
-  if (id == stream->m_node && std::strcmp(type, PW_TYPE_INTERFACE_Node) == 0) {
+  if (id == stream->m_node && type != nullptr && std::strcmp(type, PW_TYPE_INTERFACE_Node) == 0) {
     stream->m_isListed = true;
   }
 }
