@@ -65,7 +65,8 @@ class CWndCaptureRun : public ::testing::Test {
         kLimitMs);
   }
 
-  // True when no frame comes for some ticks.
+  // True when no frame comes for some ticks, of a node that runs by itself before a real X server:
+  // that nothing comes only time can show.
   bool Frozen() {
     const auto drop = [this] {
       int dropped = 0;

@@ -1,13 +1,10 @@
 #include "contract/CaptureContract.h"
 #include "support/GivenTime.h"
+#include "support/MustReturn.h"
 #include "support/StreamReader.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
-#include <future>
 #include <ostream>
 
 namespace support {
@@ -19,20 +16,9 @@ using platform::OpenResult;
 
 namespace {
 
-// Longer than the patience with a sound server.
-constexpr std::chrono::seconds kHung(40);
 // In every state of a device.
 constexpr int kCloseMs = 1000;
 constexpr int kReadMs = 100;
-
-// Ends the test program when the work hangs: nothing else can.
-void MustReturn(const char* what, const std::function<void()>& work) {
-  std::future<void> done = std::async(std::launch::async, work);
-  if (done.wait_for(kHung) != std::future_status::ready) {
-    std::fprintf(stderr, "%s hangs\n", what);
-    std::abort();
-  }
-}
 
 }  // namespace
 

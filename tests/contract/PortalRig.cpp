@@ -3,13 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <future>
 
 #include "platform/linux/portal/PortalDesktop.h"
 #include "support/CoreApplication.h"
 #include "support/GivenTime.h"
+#include "support/MustReturn.h"
 
 namespace support {
 
@@ -19,16 +17,7 @@ using platform::OpenResult;
 
 namespace {
 
-constexpr std::chrono::seconds kHung(40);
 constexpr int kCloseMs = 500;
-
-void MustReturn(const char* what, const std::function<void()>& work) {
-  std::future<void> done = std::async(std::launch::async, work);
-  if (done.wait_for(kHung) != std::future_status::ready) {
-    std::fprintf(stderr, "%s hangs\n", what);
-    std::abort();
-  }
-}
 
 }  // namespace
 

@@ -48,6 +48,7 @@ class Program : public support::OrvaneMembers {
     m_slots.Keep(slot, node);
     int width = 0;
     int height = 0;
+    // The picture is decoded and scaled by threads of their own, which tell nobody.
     while (width == 0) {
       QThread::msleep(10);
       m_render->GetLayerNaturalSize(slot, &width, &height);

@@ -42,6 +42,7 @@ int SoundReader::Close() {
 void SoundReader::Run() {
   while (!m_stop && m_error == 0) {
     Drain();
+    // The sound of a real server comes in real time.
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
 }

@@ -37,6 +37,7 @@ void Feed(CRender* render, int id, const std::atomic<bool>* stop) {
       picture->opaque = i % 7 == 0 ? picture->data[0] : nullptr;
     }
     render->EnqueueVideo(id, picture);
+    // The rate of a source; the threads that it is to disturb run in real time.
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
 }
