@@ -60,7 +60,6 @@ class LiveHand : public LiveStage {
   bool Settles(BarState* state);
   void JudgeRecordings() const;
 
-  support::ProcessStats m_before;
   Point m_endButton;
   std::string m_firstPath;
   std::string m_secondPath;
@@ -72,7 +71,6 @@ void LiveHand::AnAddressWithoutRtmp() {
   ASSERT_TRUE(m_bar.Shows(BarState::kUnchosen));
   ASSERT_TRUE(m_bar.Choose(2));
   EXPECT_TRUE(m_bar.ShowsTitle(m_closed.letters)) << m_bar.Report();
-  m_before = support::ReadProcessStats(m_hand.Program().Id());
   ASSERT_TRUE(m_bar.PressStart());
   ASSERT_TRUE(m_bar.Choose(1, 1));
   EXPECT_TRUE(m_bar.ShowsTitle(m_long.letters)) << m_bar.Report();
@@ -255,6 +253,8 @@ bool LiveHand::Settles(BarState* state) {
 // meets it, bar, service and ingest agree in the end, and nothing is left over.
 void LiveHand::AHundredClicks() {
   ASSERT_TRUE(m_studio.Sound().PlugMicrophone()) << m_studio.Sound().Output();
+  // With all that the program opens once, at its start or at its first broadcast.
+  const support::ProcessStats before = support::ReadProcessStats(m_hand.Program().Id());
   const int started = Told("broadcast-started");
   const int ended = Told("broadcast-ended");
   ASSERT_NO_FATAL_FAILURE(ClickInTurn(m_bar.LiveButton(), m_endButton));
@@ -276,11 +276,11 @@ void LiveHand::AHundredClicks() {
   support::ProcessStats now;
   const auto asBefore = [&] {
     now = support::ReadProcessStats(m_hand.Program().Id());
-    return now.threads <= m_before.threads && now.handles <= m_before.handles;
+    return now.threads <= before.threads && now.handles <= before.handles;
   };
   EXPECT_TRUE(WaitFor(asBefore, kPatienceMs))
-      << now.threads << " threads and " << now.handles << " handles, " << m_before.threads
-      << " and " << m_before.handles << " before the first broadcast";
+      << now.threads << " threads and " << now.handles << " handles, " << before.threads << " and "
+      << before.handles << " before them";
   NoteRecordings();
 }
 
