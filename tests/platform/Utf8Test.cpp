@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace platform {
 
 namespace {
@@ -34,6 +36,33 @@ INSTANTIATE_TEST_SUITE_P(Utf8, Utf8Cases,
 
 TEST(Utf8, PutsTheReplacementForEveryWrongByte) {
   EXPECT_EQ(WellFormedUtf8("a\xe7\x9bz", "?"), "a??z");
+}
+
+TEST(Utf8, MakesOneLineOfAnyText) {
+  const Utf8Case cases[] = {{"", ""},
+                            {"no such node", "no such node"},
+                            {"é摄😀", "é摄😀"},
+                            {"first\nsecond\r\nthird", "first second  third"},
+                            {"a\tb\x1b[31mc\x7f!", "a b [31mc !"},
+                            {"a\xc2\x85z\xc2\x9by", "a z y"},
+                            {"a\u2028z\u2029y", "a z y"},
+                            {"its end\n\n", "its end"},
+                            {"\n", ""},
+                            {"a\xff\xe6\x91z", "a\uFFFD\uFFFD\uFFFDz"}};
+  for (const Utf8Case& row : cases) {
+    EXPECT_EQ(OneLine(row.text), row.valid);
+  }
+  EXPECT_EQ(OneLine(std::string("a\0b", 3)), "a b");
+}
+
+TEST(Utf8, EndsALineThatIsTooLongBetweenTwoCharacters) {
+  const std::string whole(kLineBytes, 'a');
+  EXPECT_EQ(OneLine(whole), whole);
+  EXPECT_EQ(OneLine(whole + "b"), whole + "…");
+  const std::string almost(kLineBytes - 2, 'a');
+  EXPECT_EQ(OneLine(almost + "摄"), almost + "…");
+  EXPECT_EQ(OneLine(almost + "\xff"), almost + "…");
+  EXPECT_EQ(OneLine(std::string(1 << 20, '\n')), std::string(kLineBytes, ' ') + "…");
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
 #include "platform/linux/Utf8.h"
 
-#include <cstddef>
+#include <algorithm>
 
 namespace platform {
 
 namespace {
+
+constexpr std::string_view kReplacement = "\uFFFD";
+constexpr std::string_view kEllipsis = "\u2026";
 
 unsigned char Byte(std::string_view text, std::size_t at) {
   return static_cast<unsigned char>(text[at]);
@@ -33,6 +36,18 @@ std::size_t SequenceLength(std::string_view text) {
   return wrong ? 0 : length;
 }
 
+// Of one well-formed character: a control, or what ends a line or a paragraph.
+bool IsBreak(std::string_view character) {
+  switch (character.size()) {
+    case 1:
+      return Byte(character, 0) < 0x20 || Byte(character, 0) == 0x7f;
+    case 2:
+      return Byte(character, 0) == 0xc2 && Byte(character, 1) < 0xa0;
+    default:
+      return character == "\u2028" || character == "\u2029";
+  }
+}
+
 }  // namespace
 
 std::string WellFormedUtf8(std::string_view text, std::string_view replacement) {
@@ -49,6 +64,25 @@ std::string WellFormedUtf8(std::string_view text, std::string_view replacement) 
     }
   }
   return result;
+}
+
+std::string OneLine(std::string_view text) {
+  std::string line;
+  while (!text.empty()) {
+    const std::size_t length = std::max<std::size_t>(SequenceLength(text), 1);
+    std::string_view character = text.substr(0, length);
+    if (SequenceLength(text) == 0) {
+      character = kReplacement;
+    } else if (IsBreak(character)) {
+      character = " ";
+    }
+    if (line.size() + character.size() > kLineBytes) {
+      return line.append(kEllipsis);
+    }
+    line += character;
+    text.remove_prefix(length);
+  }
+  return line.erase(line.find_last_not_of(' ') + 1);
 }
 
 }  // namespace platform

@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "platform/linux/MonotonicClock.h"
+#include "platform/linux/Utf8.h"
 
 extern "C" {
 #include <libavutil/log.h>
@@ -41,6 +42,12 @@ constexpr std::size_t kParamBytes = 1024;
 template <typename Object>
 pw_proxy* ProxyOf(Object* object) {
   return reinterpret_cast<pw_proxy*>(object);
+}
+
+// Of an error whose words may be another program's.
+std::string Told(const char* words, const char* otherwise) {
+  const std::string line = OneLine(words != nullptr ? words : "");
+  return "PipeWire: " + (line.empty() ? otherwise : line);
 }
 
 // A file that is shorter than what is mapped of it ends the process at the first touch.
@@ -238,9 +245,7 @@ void CastStream::OnCoreError(void* self, std::uint32_t id, int /*sequence*/, int
                              const char* message) {
   if (id == PW_ID_CORE) {
     auto* stream = static_cast<CastStream*>(self);
-    stream->End(result == -EPIPE
-                    ? std::string("PipeWire has ended")
-                    : std::string("PipeWire: ") + (message != nullptr ? message : "an error"));
+    stream->End(result == -EPIPE ? "PipeWire has ended" : Told(message, "an error"));
   }
 }
 
@@ -264,7 +269,7 @@ void CastStream::OnState(void* self, pw_stream_state before, pw_stream_state now
                          const char* error) {
   auto* stream = static_cast<CastStream*>(self);
   if (now == PW_STREAM_STATE_ERROR) {
-    stream->End(std::string("PipeWire: ") + (error != nullptr ? error : "an error of the stream"));
+    stream->End(Told(error, "an error of the stream"));
   } else if (now == PW_STREAM_STATE_UNCONNECTED && before != PW_STREAM_STATE_UNCONNECTED) {
     stream->End("PipeWire has ended the stream");
   } else if (now == PW_STREAM_STATE_PAUSED) {

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/Lock.h"
+#include "platform/linux/Utf8.h"
 #include "platform/linux/portal/PortalAnswers.h"
 #include "platform/linux/portal/PortalBus.h"
 
@@ -54,7 +55,7 @@ Presence Judge(const QDBusMessage& sources) {
   if (sources.type() == QDBusMessage::ErrorMessage) {
     const QDBusError error(sources);
     const bool isLate = error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout;
-    return {isLate, sources.errorMessage().toStdString()};
+    return {isLate, OneLine(sources.errorMessage().toStdString())};
   }
   const auto kinds =
       sources.arguments().isEmpty() ? std::nullopt : NumberOf(sources.arguments().first());

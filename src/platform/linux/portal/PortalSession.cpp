@@ -9,6 +9,7 @@
 #include <atomic>
 #include <utility>
 
+#include "platform/linux/Utf8.h"
 #include "platform/linux/portal/PortalAnswers.h"
 #include "platform/linux/portal/PortalBus.h"
 
@@ -40,7 +41,7 @@ QString RequestPath(const QDBusConnection& connection, const QString& token) {
 }
 
 std::string ErrorOf(const QDBusMessage& reply) {
-  return reply.errorName().toStdString() + ": " + reply.errorMessage().toStdString();
+  return OneLine(reply.errorName().toStdString() + ": " + reply.errorMessage().toStdString());
 }
 
 bool IsError(const QDBusMessage& reply) {
