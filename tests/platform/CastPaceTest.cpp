@@ -114,9 +114,12 @@ TEST(CastPace, AStillScreenGoesOnAndAChangeIsSeenAtOnce) {
 
 TEST(CastPace, NothingGoesOnBeforeTheFirst) {
   CastPace pace;
-  EXPECT_EQ(pace.At(0, false), Goes::Nothing);
-  EXPECT_EQ(pace.At(kSecond, false), Goes::Nothing);
+  for (const std::int64_t now : {std::int64_t{0}, kSecond, kSecond + 1, 2 * kSecond}) {
+    EXPECT_EQ(pace.At(now, false), Goes::Nothing) << now;
+    EXPECT_EQ(pace.NextUs(), 0) << "asked again for nothing";
+  }
   EXPECT_EQ(pace.At(2 * kSecond, true), Goes::Picture);
+  EXPECT_EQ(pace.NextUs(), 2 * kSecond + CastPace::kStepUs / 2);
 }
 
 TEST(CastPace, WhatWasSleptThroughIsNotMadeUpFor) {

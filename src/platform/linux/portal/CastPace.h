@@ -24,11 +24,8 @@ class CastPace {
   // What goes on now. isAtHand: there is a picture that has not gone on yet. Picture only when it
   // is; Again only after the first.
   Goes At(std::int64_t nowUs, bool isAtHand) {
-    if (!m_begun) {
-      m_begun = isAtHand;
-      m_isTaken = isAtHand;
-      m_endUs = nowUs + kStepUs / 2;
-      return isAtHand ? Goes::Picture : Goes::Nothing;
+    if (m_endUs == 0) {
+      return isAtHand ? Begin(nowUs) : Goes::Nothing;
     }
     bool wasMissed = false;
     if (nowUs >= m_endUs) {
@@ -42,13 +39,18 @@ class CastPace {
     return wasMissed ? Goes::Again : Goes::Nothing;
   }
 
-  // When to ask next, picture or not, once the first has gone on.
+  // When to ask next, picture or not; 0 until the first has gone on.
   std::int64_t NextUs() const { return m_endUs; }
 
  private:
-  bool m_begun = false;
+  Goes Begin(std::int64_t nowUs) {
+    m_isTaken = true;
+    m_endUs = nowUs + kStepUs / 2;
+    return Goes::Picture;
+  }
+
   bool m_isTaken = false;    // something has gone on in this window
-  std::int64_t m_endUs = 0;  // of this window
+  std::int64_t m_endUs = 0;  // of this window; 0 before the first
 };
 
 }  // namespace platform
