@@ -5,6 +5,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "contract/PortalRig.h"
@@ -184,19 +185,25 @@ TEST(PortalDesktop, GoesOnWhenTheFormatIsAgreedOnAnew) {
 
 // However a compositor lays its pictures out in memory.
 TEST(PortalDesktop, TakesEveryLayout) {
-  for (const char* layout : {"padding 64", "padding 1536", "chunk-stride 0", "buffer-bytes 2000000",
-                             "pixels BGRA", "pixels RGBx", "pixels RGBA"}) {
-    PortalRig rig({"background 16 192 64", layout});
+  const std::vector<std::pair<const char*, const char*>> layouts{
+      {"padding 64", "seals on"},     {"padding 1536", "seals on"},
+      {"padding 64", "seals off"},    {"chunk-stride 0", "seals off"},
+      {"chunk-stride 0", "seals on"}, {"buffer-bytes 2000000", "seals on"},
+      {"pixels BGRA", "seals on"},    {"pixels RGBx", "seals on"},
+      {"pixels RGBx", "seals off"},   {"pixels RGBA", "seals on"}};
+  for (const auto& [layout, seals] : layouts) {
+    SCOPED_TRACE(std::string(layout) + ", " + seals);
+    PortalRig rig({"background 16 192 64", layout, seals});
     const auto stream = rig.Open();
     ASSERT_NE(stream, nullptr);
     StreamReader reader(stream.get(), CaptureKind::Video);
     for (int i = 0; i < 3; ++i) {
       RgbPicture picture;
-      ASSERT_TRUE(reader.NextPicture(&picture)) << layout << ": " << stream->EndCause();
-      EXPECT_EQ(picture.width, 640) << layout;
-      EXPECT_GE(picture.Counter(), 0) << layout;
-      EXPECT_TRUE(Near(picture.Background(), {16, 192, 64}, 0)) << layout;
-      EXPECT_TRUE(Near(picture.At(639, 479), {16, 192, 64}, 0)) << layout;
+      ASSERT_TRUE(reader.NextPicture(&picture)) << stream->EndCause();
+      EXPECT_EQ(picture.width, 640);
+      EXPECT_GE(picture.Counter(), 0);
+      EXPECT_TRUE(Near(picture.Background(), {16, 192, 64}, 0));
+      EXPECT_TRUE(Near(picture.At(639, 479), {16, 192, 64}, 0));
     }
   }
 }

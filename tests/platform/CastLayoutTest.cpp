@@ -190,7 +190,8 @@ TEST(CastLayout, WhateverABufferSaysNoByteOutsideIsRead) {
 
 TEST(CastLayout, EveryFaultHasWords) {
   for (const CastFault fault :
-       {CastFault::None, CastFault::Empty, CastFault::Size, CastFault::Stride, CastFault::Short}) {
+       {CastFault::None, CastFault::Empty, CastFault::Size, CastFault::Stride, CastFault::Short,
+        CastFault::Unreadable, CastFault::Corrupted}) {
     EXPECT_STRNE("", platform::Text(fault));
   }
 }

@@ -100,6 +100,7 @@ std::map<std::string, Setter> PictureSetters() {
       {"buffer-bytes", Optional(&PictureSwitches::bufferBytes)},
       {"file-bytes", Optional(&PictureSwitches::fileBytes)},
       {"memory", [](Words& words, All* all) { all->pictures.dmaBuf = Is(words, "dmabuf"); }},
+      {"seals", [](Words& words, All* all) { all->pictures.sealed = Is(words, "on"); }},
       {"crop",
        [](Words& words, All* all) {
          for (int& number : all->pictures.crop) {

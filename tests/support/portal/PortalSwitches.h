@@ -26,6 +26,7 @@
 //   buffer-bytes N          how large the buffers are, "real" for what the picture needs
 //   file-bytes N            how much of a buffer has memory behind it, "real" for all
 //   memory memfd | dmabuf   what kind of buffer is offered
+//   seals on | off          whether the files of buffers are sealed against being made shorter
 //   crop X Y W H            the part that counts, 0 0 0 0 for all of it
 //   corrupted on | off      pictures flagged as such
 #ifndef ORVANE_TESTS_SUPPORT_PORTAL_PORTALSWITCHES_H
@@ -68,6 +69,7 @@ struct PictureSwitches {
   std::optional<std::uint32_t> bufferBytes;
   std::optional<std::uint32_t> fileBytes;
   bool dmaBuf = false;
+  bool sealed = true;
   std::array<int, 4> crop{};
   bool corrupted = false;
 };

@@ -49,7 +49,7 @@ spa_rectangle Rectangle(int width, int height) {
 bool NeedsAgreement(const PictureSwitches& a, const PictureSwitches& b) {
   return a.width != b.width || a.height != b.height || a.pixels != b.pixels ||
          a.padding != b.padding || a.bufferBytes != b.bufferBytes || a.fileBytes != b.fileBytes ||
-         a.dmaBuf != b.dmaBuf;
+         a.dmaBuf != b.dmaBuf || a.sealed != b.sealed;
 }
 
 // Parameters built one after the other in one piece of memory.
@@ -258,10 +258,13 @@ void ScreenSource::AddBuffer(void* data, pw_buffer* buffer) {
   }
   const std::size_t bytes = source->BufferBytes();
   const std::size_t backed = source->m_agreed.fileBytes.value_or(bytes);
-  const int fd = memfd_create("screen", MFD_CLOEXEC);
+  const int fd = memfd_create("screen", MFD_CLOEXEC | MFD_ALLOW_SEALING);
   void* mapped = MAP_FAILED;
   if (fd >= 0 && ftruncate(fd, static_cast<off_t>(backed)) == 0) {
     mapped = mmap(nullptr, backed, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  }
+  if (source->m_agreed.sealed) {
+    fcntl(fd, F_ADD_SEALS, F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL);
   }
   memory->type = source->m_agreed.dmaBuf ? SPA_DATA_DmaBuf : SPA_DATA_MemFd;
   memory->flags = SPA_DATA_FLAG_READWRITE;

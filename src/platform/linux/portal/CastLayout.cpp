@@ -61,6 +61,10 @@ const char* Text(CastFault fault) {
       return "rows that are shorter than the picture is wide";
     case CastFault::Short:
       return "a buffer that is too small for its picture";
+    case CastFault::Unreadable:
+      return "a buffer of memory that can't be read";
+    case CastFault::Corrupted:
+      return "a picture that its source flags as damaged";
   }
   return "";
 }

@@ -45,6 +45,9 @@ enum class CastFault {
   Size,    // none that can be taken
   Stride,  // rows shorter than the picture is wide, or bottom first
   Short,   // rows that end outside of the memory or of what is in use
+  // Of the buffer that holds it:
+  Unreadable,  // memory of another kind than was asked for
+  Corrupted,   // its source says so
 };
 
 struct CastLayout {

@@ -8,7 +8,6 @@
 #include <pipewire/type.h>
 #include <spa/buffer/meta.h>
 #include <spa/utils/result.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -48,63 +47,6 @@ pw_proxy* ProxyOf(Object* object) {
 std::string Told(const char* words, const char* otherwise) {
   const std::string line = OneLine(words != nullptr ? words : "");
   return "PipeWire: " + (line.empty() ? otherwise : line);
-}
-
-// A file that is shorter than what is mapped of it ends the process at the first touch.
-bool IsBacked(const spa_data& data) {
-  if (data.type != SPA_DATA_MemFd || data.fd < 0) {
-    return true;
-  }
-  struct stat file {};
-  return fstat(static_cast<int>(data.fd), &file) == 0 &&
-         std::int64_t{data.mapoffset} + data.maxsize <= file.st_size;
-}
-
-bool IsCorrupted(const spa_buffer& buffer) {
-  const auto* header = static_cast<const spa_meta_header*>(
-      spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
-  return (buffer.datas[0].chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0 ||
-         (header != nullptr && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0);
-}
-
-CastCrop CropOf(const spa_buffer& buffer) {
-  const auto* crop = static_cast<const spa_meta_region*>(
-      spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region)));
-  if (crop == nullptr) {
-    return {};
-  }
-  return {crop->region.position.x, crop->region.position.y, crop->region.size.width,
-          crop->region.size.height};
-}
-
-// Red and blue change places.
-void CopySwapped(const std::uint8_t* from, std::uint8_t* to, std::size_t bytes) {
-  for (std::size_t i = 0; i < bytes; i += kCastPixelBytes) {
-    to[i] = from[i + 2];
-    to[i + 1] = from[i + 1];
-    to[i + 2] = from[i];
-    to[i + 3] = from[i + 3];
-  }
-}
-
-void CopyPicture(const std::uint8_t* memory, const CastLayout& layout, CastPixels pixels,
-                 CastPicture* picture) {
-  const std::size_t rowBytes = static_cast<std::size_t>(layout.size.width) * kCastPixelBytes;
-  const std::uint8_t* from = memory + layout.offset;
-  if (pixels == CastPixels::BlueFirst && layout.stride == static_cast<std::int64_t>(rowBytes)) {
-    std::memcpy(picture->data, from, picture->bytes);
-    return;
-  }
-  const auto copy = pixels == CastPixels::BlueFirst
-                        ? [](const std::uint8_t* row, std::uint8_t* to,
-                             std::size_t bytes) { std::memcpy(to, row, bytes); }
-                        : CopySwapped;
-  std::uint8_t* to = picture->data;
-  for (int row = 0; row < layout.size.height; ++row) {
-    copy(from, to, rowBytes);
-    from += layout.stride;
-    to += rowBytes;
-  }
 }
 
 }  // namespace
@@ -334,39 +276,23 @@ void CastStream::OnTick(void* self, std::uint64_t /*times*/) {
 
 void CastStream::TakeBuffers() {
   while (pw_buffer* next = pw_stream_dequeue_buffer(m_stream)) {
-    CastLayout layout;
+    CastView view;
     m_hasCome = true;
-    if (m_isOver || !Examine(next, &layout)) {
+    if (m_isOver || !Examine(next, &view)) {
       pw_stream_queue_buffer(m_stream, next);
       continue;
     }
     LetGo();
     m_held = next;
-    m_heldLayout = layout;
+    m_view = view;
   }
 }
 
-bool CastStream::Examine(const pw_buffer* buffer, CastLayout* layout) {
-  const spa_buffer& what = *buffer->buffer;
-  if (!m_format || what.n_datas < 1 || what.datas[0].chunk == nullptr) {
+bool CastStream::Examine(const pw_buffer* buffer, CastView* view) {
+  if (!m_format) {
     return false;
   }
-  const spa_data& data = what.datas[0];
-  if (data.data == nullptr || (data.type != SPA_DATA_MemFd && data.type != SPA_DATA_MemPtr)) {
-    Fault("a buffer of memory that can't be read");
-    return false;
-  }
-  if (IsCorrupted(what)) {
-    return false;
-  }
-  CastBuffer described;
-  described.size = m_format->size;
-  described.stride = data.chunk->stride;
-  described.offset = data.chunk->offset;
-  described.bytes = data.chunk->size;
-  described.maxBytes = data.maxsize;
-  described.crop = CropOf(what);
-  const CastFault fault = LayOut(described, layout);
+  const CastFault fault = ViewCast(*buffer->buffer, m_format->size, view);
   if (fault != CastFault::None && fault != CastFault::Empty) {
     Fault(Text(fault));
   }
@@ -403,23 +329,15 @@ void CastStream::GoOnAgain() {
 }
 
 void CastStream::CopyHeld() {
-  const spa_data& data = m_held->buffer->datas[0];
-  std::shared_ptr<CastPicture> picture;
-  if (!IsBacked(data)) {
-    Fault(Text(CastFault::Short));
-  } else {
-    picture = m_pictures.Take(m_heldLayout.size);
-  }
-  if (picture != nullptr) {
-    CopyPicture(static_cast<const std::uint8_t*>(data.data), m_heldLayout, m_format->pixels,
-                picture.get());
-  }
+  const std::shared_ptr<CastPicture> picture = m_pictures.Take(m_view.layout.size);
+  const bool isWhole = picture != nullptr && m_copy.Copy(m_view, m_format->pixels, picture.get());
   LetGo();
-  if (picture != nullptr) {
-    m_listener->OnPicture(std::move(picture));
-  } else {
-    GoOnAgain();
+  if (isWhole) {
+    m_listener->OnPicture(picture);
+    return;
   }
+  Fault(picture != nullptr ? Text(CastFault::Short) : "there is no memory for a picture");
+  GoOnAgain();
 }
 
 void CastStream::OnHealth(void* self, std::uint64_t /*times*/) {

@@ -1,10 +1,10 @@
 // The pictures of one node of PipeWire, 25 times a second.
 //
 // Flow: Connect takes the descriptor of a connection and asks the node for pictures. Of each that
-// comes in a buffer of memory shared with the source, where it lies is checked (CastLayout); when
-// its time has come (CastPace) it is copied, once, into a picture of the program's own, and the
-// listener gets it. While nothing changes on the screen the listener is told 25 times a second that
-// the last one goes on. Formats may come several times, with other sizes.
+// comes in a buffer of memory shared with the source, where it lies is checked (CastView); when its
+// time has come (CastPace) it is copied, once (CastCopy), into a picture of the program's own, and
+// the listener gets it. While nothing changes on the screen it is told 25 times a second that the
+// last one goes on. Formats may come several times, with other sizes.
 //
 // A screen that stands still is no frozen one: PipeWire is asked for an answer twice a second, and
 // when none has come for two, or the stream has lost its link for as long, nothing goes on again
@@ -28,10 +28,11 @@
 #include <set>
 #include <string>
 
+#include "platform/linux/portal/CastCopy.h"
 #include "platform/linux/portal/CastFormat.h"
-#include "platform/linux/portal/CastLayout.h"
 #include "platform/linux/portal/CastPace.h"
 #include "platform/linux/portal/CastPicture.h"
+#include "platform/linux/portal/CastView.h"
 #include "platform/linux/portal/PipeWireLoop.h"
 
 namespace platform {
@@ -78,7 +79,7 @@ class CastStream {
   void TakeFormat(const spa_pod* param);
   void TakeBuffers();
   // Where its picture lies; false when it has none.
-  bool Examine(const pw_buffer* buffer, CastLayout* layout);
+  bool Examine(const pw_buffer* buffer, CastView* view);
   void LetGo();
   void GoOn();
   void GoOnAgain();
@@ -109,8 +110,9 @@ class CastStream {
 
   std::optional<CastFormat> m_format;
   pw_buffer* m_held = nullptr;  // the newest that has not gone on; PipeWire's, borrowed
-  CastLayout m_heldLayout;
+  CastView m_view;              // of it
   CastPictures m_pictures;
+  CastCopy m_copy;
   CastPace m_pace;
 
   int m_asked = 0;             // sequence of the question that is out
