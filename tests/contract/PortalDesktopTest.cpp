@@ -241,6 +241,27 @@ TEST(PortalDesktop, GivesThePartOfABufferThatCounts) {
   EXPECT_TRUE(Near(picture.At(319, 239), {16, 192, 64}, 0));
 }
 
+// A compositor that gives the rows of a monitor which stands on its side: the counter is at the top
+// there, and at the right where the picture stands.
+TEST(PortalDesktop, APictureThatLiesTurnedStands) {
+  PortalRig rig({"transform 1", "background 16 192 64"});
+  const auto stream = rig.Open();
+  ASSERT_NE(stream, nullptr);
+  StreamReader reader(stream.get(), CaptureKind::Video);
+  RgbPicture picture;
+  ASSERT_TRUE(reader.NextPicture(&picture)) << stream->EndCause();
+  ASSERT_EQ(picture.width, 480);
+  ASSERT_EQ(picture.height, 640);
+  EXPECT_TRUE(Near(picture.At(479, 0), {255, 255, 255}, 0));
+  EXPECT_TRUE(Near(picture.At(479, 639), {0, 0, 0}, 0));
+  EXPECT_TRUE(Near(picture.At(419, 0), {16, 192, 64}, 0));
+  EXPECT_TRUE(Near(picture.At(241, 639), {16, 192, 64}, 0));
+  ASSERT_TRUE(rig.portal.Tell("transform 0"));
+  EXPECT_TRUE(Shows(&reader, [](const RgbPicture& upright) {
+    return upright.width == 640 && upright.height == 480 && upright.Counter() >= 0;
+  }));
+}
+
 TEST(PortalDesktop, TwoStreamsStandSideBySide) {
   PortalRig rig;
   const auto first = rig.Open();

@@ -157,6 +157,7 @@ TEST(CastFormat, TheOffersFitTogetherIntoTheirMemory) {
   EXPECT_NE(nullptr, platform::OfferCastBuffers(pod.Builder()));
   EXPECT_NE(nullptr, platform::AskCastMeta(pod.Builder(), SPA_META_Header, 40));
   EXPECT_NE(nullptr, platform::AskCastMeta(pod.Builder(), SPA_META_VideoCrop, 16));
+  EXPECT_NE(nullptr, platform::AskCastMeta(pod.Builder(), SPA_META_VideoTransform, 4));
 }
 
 }  // namespace

@@ -7,10 +7,12 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 
 namespace {
 
 using platform::CastFault;
+using platform::CastTurn;
 using platform::CastView;
 using platform::Size;
 using platform::ViewCast;
@@ -28,6 +30,7 @@ struct Buffer {
     data.chunk = &chunk;
     metas[0] = {SPA_META_Header, sizeof header, &header};
     metas[1] = {SPA_META_VideoCrop, sizeof crop, &crop};
+    metas[2] = {SPA_META_VideoTransform, sizeof turn, &turn};
     buffer.n_metas = metas.size();
     buffer.n_datas = 1;
     buffer.metas = metas.data();
@@ -39,9 +42,10 @@ struct Buffer {
   spa_buffer buffer{};
   spa_data data{};
   spa_chunk chunk{};
-  std::array<spa_meta, 2> metas{};
+  std::array<spa_meta, 3> metas{};
   spa_meta_header header{};
   spa_meta_region crop{};
+  spa_meta_videotransform turn{};
   std::array<std::uint8_t, 800> memory{};
 };
 
@@ -103,6 +107,22 @@ TEST(CastView, TellsWhereThePictureLies) {
   EXPECT_EQ(172, view.layout.offset);
   EXPECT_EQ(80, view.layout.stride);
   EXPECT_EQ((Size{10, 5}), view.layout.size);
+}
+
+TEST(CastView, TellsHowThePictureLies) {
+  Buffer buffer;
+  CastView view;
+  for (const auto& [told, turn] :
+       {std::pair(SPA_META_TRANSFORMATION_None, CastTurn::None),
+        std::pair(SPA_META_TRANSFORMATION_90, CastTurn::Turned90),
+        std::pair(SPA_META_TRANSFORMATION_Flipped180, CastTurn::Flipped180)}) {
+    buffer.turn.transform = told;
+    ASSERT_EQ(CastFault::None, ViewCast(buffer.buffer, {20, 10}, &view));
+    EXPECT_EQ(turn, view.turn);
+  }
+  buffer.buffer.n_metas = 2;
+  ASSERT_EQ(CastFault::None, ViewCast(buffer.buffer, {20, 10}, &view));
+  EXPECT_EQ(CastTurn::None, view.turn);
 }
 
 TEST(CastView, MemoryOfABlockHasNoFile) {

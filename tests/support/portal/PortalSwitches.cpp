@@ -107,6 +107,7 @@ std::map<std::string, Setter> PictureSetters() {
            words >> number;
          }
        }},
+      {"transform", [](Words& words, All* all) { words >> all->pictures.transform; }},
       {"corrupted", [](Words& words, All* all) { all->pictures.corrupted = Is(words, "on"); }},
   };
 }

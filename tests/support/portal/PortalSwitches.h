@@ -28,6 +28,8 @@
 //   memory memfd | dmabuf   what kind of buffer is offered
 //   seals on | off          whether the files of buffers are sealed against being made shorter
 //   crop X Y W H            the part that counts, 0 0 0 0 for all of it
+//   transform N             how buffers are said to be turned, as spa_meta_videotransform_value has
+//                           it; what is painted stays the same
 //   corrupted on | off      pictures flagged as such
 #ifndef ORVANE_TESTS_SUPPORT_PORTAL_PORTALSWITCHES_H
 #define ORVANE_TESTS_SUPPORT_PORTAL_PORTALSWITCHES_H
@@ -71,6 +73,7 @@ struct PictureSwitches {
   bool dmaBuf = false;
   bool sealed = true;
   std::array<int, 4> crop{};
+  unsigned transform = 0;
   bool corrupted = false;
 };
 

@@ -238,6 +238,9 @@ void ScreenSource::OfferBuffers() {
   params.Add(SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,     //
              SPA_PARAM_META_type, "I", SPA_META_VideoCrop,  //
              SPA_PARAM_META_size, "i", static_cast<int>(sizeof(spa_meta_region)));
+  params.Add(SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,          //
+             SPA_PARAM_META_type, "I", SPA_META_VideoTransform,  //
+             SPA_PARAM_META_size, "i", static_cast<int>(sizeof(spa_meta_videotransform)));
   pw_stream_update_params(m_stream, params.Data(), params.Count());
 }
 
@@ -348,6 +351,11 @@ void ScreenSource::Describe(pw_buffer* buffer, std::size_t stride) {
   if (crop != nullptr) {
     crop->region.position = {m_pictures.crop[0], m_pictures.crop[1]};
     crop->region.size = Rectangle(m_pictures.crop[2], m_pictures.crop[3]);
+  }
+  auto* turn = static_cast<spa_meta_videotransform*>(spa_buffer_find_meta_data(
+      buffer->buffer, SPA_META_VideoTransform, sizeof(spa_meta_videotransform)));
+  if (turn != nullptr) {
+    turn->transform = m_pictures.transform;
   }
 }
 

@@ -1,4 +1,5 @@
-// The one copy of a shared picture: out of its source's memory, into the program's own.
+// The one copy of a shared picture: out of its source's memory, into the program's own. One that
+// lies turned there stands here.
 //
 // A file that is mapped may be made shorter by the program that gave it, at any moment, and a touch
 // of what is then missing ends this program, however shortly before its size was looked at. So only
@@ -24,7 +25,7 @@ namespace platform {
 
 class CastCopy {
  public:
-  // picture: of the view's size.
+  // picture: of the view's size when it stands (CastTurn).
   bool Copy(const CastView& view, CastPixels pixels, CastPicture* picture);
 
  private:

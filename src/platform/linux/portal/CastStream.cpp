@@ -251,6 +251,7 @@ void CastStream::TakeFormat(const spa_pod* param) {
       OfferCastBuffers(&builder),
       AskCastMeta(&builder, SPA_META_Header, sizeof(spa_meta_header)),
       AskCastMeta(&builder, SPA_META_VideoCrop, sizeof(spa_meta_region)),
+      AskCastMeta(&builder, SPA_META_VideoTransform, sizeof(spa_meta_videotransform)),
   };
   pw_stream_update_params(m_stream, params, std::size(params));
 }
@@ -329,7 +330,8 @@ void CastStream::GoOnAgain() {
 }
 
 void CastStream::CopyHeld() {
-  const std::shared_ptr<CastPicture> picture = m_pictures.Take(m_view.layout.size);
+  const std::shared_ptr<CastPicture> picture =
+      m_pictures.Take(Upright(m_view.layout.size, m_view.turn));
   const bool isWhole = picture != nullptr && m_copy.Copy(m_view, m_format->pixels, picture.get());
   LetGo();
   if (isWhole) {

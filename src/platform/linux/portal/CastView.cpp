@@ -6,6 +6,9 @@ namespace platform {
 
 namespace {
 
+static_assert(static_cast<int>(CastTurn::Turned90) == SPA_META_TRANSFORMATION_90);
+static_assert(static_cast<int>(CastTurn::Flipped270) == SPA_META_TRANSFORMATION_Flipped270);
+
 template <typename Meta>
 const Meta* Find(const spa_buffer& buffer, spa_meta_type type) {
   return static_cast<const Meta*>(spa_buffer_find_meta_data(&buffer, type, sizeof(Meta)));
@@ -24,6 +27,11 @@ CastCrop CropOf(const spa_buffer& buffer) {
   }
   return {crop->region.position.x, crop->region.position.y, crop->region.size.width,
           crop->region.size.height};
+}
+
+CastTurn TurnOf(const spa_buffer& buffer) {
+  const auto* turn = Find<spa_meta_videotransform>(buffer, SPA_META_VideoTransform);
+  return turn != nullptr ? CastTurnOf(turn->transform) : CastTurn::None;
 }
 
 bool FindMemory(const spa_data& data, CastMemory* memory) {
@@ -52,6 +60,7 @@ CastFault ViewCast(const spa_buffer& buffer, const Size& size, CastView* view) {
   described.bytes = data.chunk->size;
   described.maxBytes = data.maxsize;
   described.crop = CropOf(buffer);
+  view->turn = TurnOf(buffer);
   const CastFault fault = LayOut(described, &view->layout);
   // One that is empty may be flagged too: only the pointer has moved, and nothing is lost.
   return fault == CastFault::None && IsCorrupted(buffer) ? CastFault::Corrupted : fault;

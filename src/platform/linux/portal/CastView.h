@@ -1,5 +1,5 @@
 // What a buffer of PipeWire's holds of a shared screen: where its pixels lie, as CastLayout judges
-// what the buffer says.
+// what the buffer says, and how they stand.
 //
 // What the buffer lists (its memories, its notes) is PipeWire's own and stays while the buffer is
 // at hand. The numbers behind it lie in memory that another program may write at any moment: each
@@ -18,6 +18,7 @@
 
 #include "platform/Size.h"
 #include "platform/linux/portal/CastLayout.h"
+#include "platform/linux/portal/CastTurn.h"
 
 namespace platform {
 
@@ -29,7 +30,8 @@ struct CastMemory {
 
 struct CastView {
   CastMemory memory;
-  CastLayout layout;
+  CastLayout layout;  // as the picture lies
+  CastTurn turn = CastTurn::None;
 };
 
 // size: of the format that was agreed on. None, and the view, when there is a picture.
