@@ -21,6 +21,10 @@
 //
 //   size W H, rate N, pixels NAME, background R G B
 //   still | moving          still: one picture, and another at each "picture"
+//   shows N                 how many times a still picture is shown to whoever comes, and in each
+//                           format (10)
+//   loses N                 what is shown in its first N starts nobody gets
+//   pictures given | withheld   withheld: none at all, whatever changes
 //   padding BYTES           at the end of each row
 //   chunk-stride N, chunk-size N, chunk-offset N   what the chunk says, "real" for the truth
 //   buffer-bytes N          how large the buffers are, "real" for what the picture needs
@@ -64,6 +68,9 @@ struct PictureSwitches {
   std::string pixels = "BGRx";
   CameraColour background;
   bool moving = true;
+  int shows = 10;
+  int loses = 0;
+  bool withheld = false;
   int padding = 0;
   std::optional<int> chunkStride;
   std::optional<std::uint32_t> chunkSize;

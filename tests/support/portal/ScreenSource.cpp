@@ -22,7 +22,6 @@ namespace {
 
 constexpr std::int64_t kStartNanoseconds = 10'000'000'000;
 constexpr std::uint32_t kNanoseconds = 1'000'000'000;
-constexpr int kSettlingPictures = 10;
 constexpr std::size_t kLeastBytes = 4096;
 // What is larger than any picture that is looked at has its header only.
 constexpr std::size_t kPaintedBytes = 256 * 1024 * 1024;
@@ -195,6 +194,7 @@ void ScreenSource::StateChanged(void* data, pw_stream_state, pw_stream_state sta
     pw_thread_loop_signal(source->m_loop, false);
   }
   source->m_streaming = state == PW_STREAM_STATE_STREAMING;
+  source->m_starts += source->m_streaming ? 1 : 0;
   source->SetClock();
 }
 
@@ -294,7 +294,7 @@ void ScreenSource::SetClock() {
   const auto nanoseconds = static_cast<long>(kNanoseconds) / std::max(1, m_pictures.rate);
   timespec first{0, m_streaming ? 1 : 0};
   timespec step{nanoseconds / kNanoseconds, nanoseconds % kNanoseconds};
-  m_settling = kSettlingPictures;
+  m_settling = m_pictures.shows;
   if (m_timer != nullptr) {
     pw_loop_update_timer(pw_thread_loop_get_loop(m_loop), m_timer, &first,
                          m_streaming ? &step : nullptr, false);
@@ -311,6 +311,9 @@ void ScreenSource::Tick(void* data, std::uint64_t) {
 
 // A picture for which there is no buffer is not shown, as at a compositor.
 void ScreenSource::Deliver() {
+  if (m_pictures.withheld || m_starts <= m_pictures.loses) {
+    return;
+  }
   pw_buffer* buffer = m_streaming && m_furnished ? pw_stream_dequeue_buffer(m_stream) : nullptr;
   if (buffer == nullptr) {
     return;

@@ -88,6 +88,7 @@ class ScreenSource {
   bool m_furnished = false;  // there are buffers of the format agreed on
   bool m_told = false;       // the first picture of this format
   int m_longestRate = 60;    // changes when the same format is to be agreed on once more
+  int m_starts = 0;          // so far
   int m_settling = 0;        // how often a still picture is still to be shown
   unsigned m_frame = 0;
 };

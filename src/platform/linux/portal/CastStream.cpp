@@ -10,7 +10,6 @@
 #include <spa/utils/result.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -31,11 +30,8 @@ constexpr std::int64_t kSilentUs = 2'000'000;
 // What a node may take to be seen, and a source to agree on a format.
 constexpr std::int64_t kNodeUs = 3'000'000;
 constexpr std::int64_t kFormatUs = 10'000'000;
-// What a source may take to show its first picture, and how often it is asked again.
-constexpr std::int64_t kQuietUs = 100'000;
-constexpr std::int64_t kMaxQuietUs = 800'000;
-constexpr int kStarts = 20;
 constexpr std::size_t kParamBytes = 1024;
+constexpr char kNoPictures[] = "what was shared gives no pictures";
 
 // PipeWire's own way up; its macros cast as C does.
 template <typename Object>
@@ -178,7 +174,7 @@ void CastStream::OnCoreDone(void* self, std::uint32_t id, int sequence) {
   }
   stream->m_askedUs = 0;
   if (std::exchange(stream->m_isSilent, false)) {
-    stream->JudgeWaiting(MonotonicUs());
+    stream->Arm();
     av_log(nullptr, AV_LOG_INFO, "%s: PipeWire answers again\n", stream->m_label.c_str());
   }
 }
@@ -218,7 +214,8 @@ void CastStream::OnState(void* self, pw_stream_state before, pw_stream_state now
     stream->m_waitsUs = MonotonicUs();
   }
   stream->m_isRunning = now == PW_STREAM_STATE_STREAMING;
-  stream->BeginQuiet();
+  stream->m_watch.Change(MonotonicUs());
+  stream->Arm();
 }
 
 void CastStream::OnParam(void* self, std::uint32_t id, const spa_pod* param) {
@@ -241,9 +238,8 @@ void CastStream::TakeFormat(const spa_pod* param) {
     return;
   }
   m_format = format;
-  m_hasCome = false;
-  m_starts = 0;
-  BeginQuiet();
+  m_watch.Expect(MonotonicUs());
+  Arm();
   std::uint8_t memory[kParamBytes];
   spa_pod_builder builder{};
   spa_pod_builder_init(&builder, memory, sizeof memory);
@@ -278,7 +274,6 @@ void CastStream::OnTick(void* self, std::uint64_t /*times*/) {
 void CastStream::TakeBuffers() {
   while (pw_buffer* next = pw_stream_dequeue_buffer(m_stream)) {
     CastView view;
-    m_hasCome = true;
     if (m_isOver || !Examine(next, &view)) {
       pw_stream_queue_buffer(m_stream, next);
       continue;
@@ -295,7 +290,7 @@ bool CastStream::Examine(const pw_buffer* buffer, CastView* view) {
   }
   const CastFault fault = ViewCast(*buffer->buffer, m_format->size, view);
   if (fault != CastFault::None && fault != CastFault::Empty) {
-    Fault(Text(fault));
+    LeaveOut(Text(fault));
   }
   return fault == CastFault::None;
 }
@@ -324,7 +319,7 @@ void CastStream::GoOn() {
 }
 
 void CastStream::GoOnAgain() {
-  if (!m_isFrozen) {
+  if (!m_isSilent && !m_isCut && !m_isStale) {
     m_listener->OnStill();
   }
 }
@@ -335,10 +330,11 @@ void CastStream::CopyHeld() {
   const bool isWhole = picture != nullptr && m_copy.Copy(m_view, m_format->pixels, picture.get());
   LetGo();
   if (isWhole) {
+    TellPicture();
     m_listener->OnPicture(picture);
     return;
   }
-  Fault(picture != nullptr ? Text(CastFault::Short) : "there is no memory for a picture");
+  LeaveOut(picture != nullptr ? Text(CastFault::Short) : "there is no memory for a picture");
   GoOnAgain();
 }
 
@@ -347,6 +343,7 @@ void CastStream::OnHealth(void* self, std::uint64_t /*times*/) {
   const std::int64_t nowUs = MonotonicUs();
   stream->AskHealth(nowUs);
   stream->JudgeWaiting(nowUs);
+  stream->JudgePicture(nowUs);
 }
 
 void CastStream::AskHealth(std::int64_t nowUs) {
@@ -358,6 +355,10 @@ void CastStream::AskHealth(std::int64_t nowUs) {
   if (isSilent && !std::exchange(m_isSilent, true)) {
     av_log(nullptr, AV_LOG_WARNING, "%s: PipeWire does not answer\n", m_label.c_str());
   }
+  // One that has shown nothing yet would leave an empty layer without a cause.
+  if (!m_watch.HasGiven() && nowUs - m_askedUs > kFormatUs) {
+    End("PipeWire does not answer");
+  }
 }
 
 // A stream that doesn't run waits for its node, for a format, or for a link that it has lost.
@@ -366,51 +367,63 @@ void CastStream::JudgeWaiting(std::int64_t nowUs) {
     m_waitsUs = nowUs;
   }
   const std::int64_t waited = nowUs - m_waitsUs;
-  m_isFrozen = m_isSilent || waited > kSilentUs;
+  m_isCut = waited > kSilentUs;
   if (waited > kNodeUs && !m_isListed) {
     End("PipeWire has no node " + std::to_string(m_node));
   } else if (waited > kFormatUs) {
-    End(m_pace.NextUs() != 0 ? "what was shared gives no more pictures"
-                             : "what was shared gives no pictures");
+    End(m_watch.HasGiven() ? "what was shared gives no more pictures" : kNoPictures);
   }
 }
 
-void CastStream::BeginQuiet() {
-  m_quietUs = MonotonicUs();
-  Arm();
-}
-
-// When a source that shows nothing is to be started again; 0: not at all.
-std::int64_t CastStream::StartUs() const {
-  if (!m_isRunning || m_hasCome || m_starts >= kStarts) {
-    return 0;
+void CastStream::JudgePicture(std::int64_t nowUs) {
+  const bool wasStale = std::exchange(m_isStale, m_watch.HasGiven() && m_watch.IsStale(nowUs));
+  if (m_isStale && !wasStale) {
+    av_log(nullptr, AV_LOG_WARNING, "%s: its last picture is out of date: %s\n", m_label.c_str(),
+           m_watch.Fault());
   }
-  return m_quietUs + std::min(kQuietUs << m_starts, kMaxQuietUs);
 }
 
-// A source that runs a moment before this end does gives its first picture to nobody, and the next
-// one when something changes on the screen. Whoever starts again is shown it again. One that is
-// slow to show it has more time then.
+void CastStream::TellPicture() {
+  m_watch.TakePicture(MonotonicUs());
+  if (std::exchange(m_isStale, false)) {
+    av_log(nullptr, AV_LOG_INFO, "%s: it has pictures again\n", m_label.c_str());
+  }
+}
+
+void CastStream::LeaveOut(const char* fault) {
+  if (m_watch.TakeBad(fault, MonotonicUs())) {
+    av_log(nullptr, AV_LOG_WARNING, "%s: left out: %s\n", m_label.c_str(), fault);
+  }
+}
+
+// When something has to be done about a picture that is owed; 0: not at all.
+std::int64_t CastStream::WatchUs() const {
+  const bool isAwaited = m_isRunning && !m_isSilent && !m_isOver && m_held == nullptr;
+  return isAwaited ? m_watch.NextUs() : 0;
+}
+
 void CastStream::StartAgain(std::int64_t nowUs) {
-  if (StartUs() != 0 && nowUs >= StartUs()) {
-    ++m_starts;
-    pw_stream_set_active(m_stream, false);
-    pw_stream_set_active(m_stream, true);
-    BeginQuiet();
+  if (WatchUs() == 0) {
+    return;
+  }
+  switch (m_watch.At(nowUs)) {
+    case CastWatch::Does::Start:
+      pw_stream_set_active(m_stream, false);
+      pw_stream_set_active(m_stream, true);
+      break;
+    case CastWatch::Does::Fail:
+      End(kNoPictures);
+      break;
+    case CastWatch::Does::Nothing:
+      break;
   }
 }
 
 // For the next thing that has to be done if nothing comes until then.
 void CastStream::Arm() {
-  const std::int64_t nextUs = m_pace.NextUs() != 0 ? m_pace.NextUs() : StartUs();
+  const std::int64_t nextUs = m_pace.NextUs() != 0 ? m_pace.NextUs() : WatchUs();
   if (m_tick != nullptr && nextUs != 0) {
     m_loop->SetTimer(m_tick, nextUs);
-  }
-}
-
-void CastStream::Fault(const char* what) {
-  if (m_faults.insert(what).second) {
-    av_log(nullptr, AV_LOG_WARNING, "%s: left out: %s\n", m_label.c_str(), what);
   }
 }
 

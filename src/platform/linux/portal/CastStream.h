@@ -7,12 +7,14 @@
 // last one goes on. Formats may come several times, with other sizes.
 //
 // A screen that stands still is no frozen one: PipeWire is asked for an answer twice a second, and
-// when none has come for two, or the stream has lost its link for as long, nothing goes on again
-// until that is mended. New pictures always do. A link that stays lost is the end.
+// when none has come for two, the stream has lost its link for as long, or what came for as long
+// was no picture (CastWatch), nothing goes on again until that is mended. New pictures always do. A
+// link that stays lost is the end.
 //
-// Failure: a buffer that is not what it says is left out, which the log tells once for each kind of
-// fault. A node that isn't there or gives what was not offered, and the end of the node, of its
-// link or of the connection, are the end of the stream: the listener hears of it once.
+// Failure: a buffer that is not what it says is left out, which the log tells once in a run of
+// them. A node that isn't there, gives what was not offered, or no picture however often it is
+// started, and the end of the node, of its link or of the connection, are the end of the stream:
+// the listener hears of it once.
 //
 // Ownership: the descriptor becomes the stream's. The loop is the caller's, and outlives the
 // stream. Threads: that of the loop, which must not wait for anything else; the destructor waits
@@ -25,7 +27,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <set>
 #include <string>
 
 #include "platform/linux/portal/CastCopy.h"
@@ -33,6 +34,7 @@
 #include "platform/linux/portal/CastPace.h"
 #include "platform/linux/portal/CastPicture.h"
 #include "platform/linux/portal/CastView.h"
+#include "platform/linux/portal/CastWatch.h"
 #include "platform/linux/portal/PipeWireLoop.h"
 
 namespace platform {
@@ -86,11 +88,12 @@ class CastStream {
   void CopyHeld();
   void AskHealth(std::int64_t nowUs);
   void JudgeWaiting(std::int64_t nowUs);
-  void BeginQuiet();
+  void JudgePicture(std::int64_t nowUs);
+  void TellPicture();
+  void LeaveOut(const char* fault);
+  std::int64_t WatchUs() const;
   void StartAgain(std::int64_t nowUs);
-  std::int64_t StartUs() const;
   void Arm();
-  void Fault(const char* what);
   void End(const std::string& cause);
 
   PipeWireLoop* m_loop;
@@ -119,14 +122,12 @@ class CastStream {
   std::int64_t m_askedUs = 0;  // when it went out; 0 when it is answered
   std::int64_t m_waitsUs = 0;  // since when it doesn't run
   bool m_isRunning = false;
-  bool m_isSilent = false;     // PipeWire doesn't answer
-  bool m_isFrozen = false;     // nothing goes on again
-  std::int64_t m_quietUs = 0;  // since it runs, or agreed on the format
-  bool m_hasCome = false;      // a buffer of this format
-  int m_starts = 0;            // that were asked for, of this format
-  bool m_isListed = false;     // the node is among what PipeWire shows
+  bool m_isSilent = false;  // PipeWire doesn't answer
+  bool m_isCut = false;     // it has not run for too long
+  bool m_isStale = false;   // the last picture isn't what is shown
+  CastWatch m_watch;
+  bool m_isListed = false;  // the node is among what PipeWire shows
   bool m_isOver = false;
-  std::set<std::string> m_faults;  // that the log was told of
 };
 
 }  // namespace platform
