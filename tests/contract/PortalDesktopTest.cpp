@@ -129,6 +129,25 @@ TEST(PortalDesktop, ShowsWhatChangesOnAStillScreen) {
   }
 }
 
+// The one picture that is shown to whoever comes may be shown before anybody can take it, and where
+// nothing changes no other follows.
+TEST(PortalDesktop, APictureOfAStillScreenThatWasLostIsAskedForAgain) {
+  PortalRig rig({"still", "shows 1", "loses 2"});
+  const auto stream = rig.Open();
+  ASSERT_NE(stream, nullptr);
+  ExpectPicture(stream.get());
+}
+
+TEST(PortalDesktop, AStillScreenIsShownAgainToWhoeverOpensItAgain) {
+  PortalRig rig({"still", "shows 1"});
+  for (int times = 1; times <= 3; ++times) {
+    auto stream = rig.Open();
+    ASSERT_NE(stream, nullptr);
+    ExpectPicture(stream.get());
+    CloseInTime(&stream);
+  }
+}
+
 TEST(PortalDesktop, ThinsAScreenOf60PicturesASecondTo25) {
   PortalRig rig({"rate 60"});
   const auto stream = rig.Open();
