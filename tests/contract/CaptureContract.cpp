@@ -75,6 +75,16 @@ void CaptureContract::ExpectGone(CaptureKind kind, const std::string& name) {
   EXPECT_GT(cause.size(), 5U) << cause;
 }
 
+void CaptureContract::ExpectEndForGood(StreamReader* reader) {
+  int result = 0;
+  while (result == 0) {
+    result = reader->Next();
+  }
+  EXPECT_LT(result, 0);
+  EXPECT_NE(result, AVERROR(EAGAIN));
+  EXPECT_EQ(reader->Next(), result);
+}
+
 void CaptureContract::Close(std::unique_ptr<CaptureStream>* stream) {
   EXPECT_LT(support::TimeGiven([stream] { MustReturn("closing", [stream] { stream->reset(); }); }),
             kCloseMs);

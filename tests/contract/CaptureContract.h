@@ -17,6 +17,8 @@
 
 namespace support {
 
+class StreamReader;
+
 struct Backend {
   const char* name;
   std::unique_ptr<CaptureBench> (*make)();
@@ -56,6 +58,8 @@ class CaptureContract : public ::testing::TestWithParam<Backend> {
   // The same, or a stream that ends with the cause: where the system asks its operator, it is known
   // after the opening only.
   void ExpectGone(platform::CaptureKind kind, const std::string& name);
+  // Reads on until the device is gone, and expects that it stays so.
+  static void ExpectEndForGood(StreamReader* reader);
   // In the time that a closing may take.
   void Close(std::unique_ptr<platform::CaptureStream>* stream);
   static void ExpectNoReadWaitsForLong(platform::CaptureStream* stream);

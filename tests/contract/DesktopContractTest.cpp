@@ -33,13 +33,7 @@ TEST_P(DesktopContract, TheEndOfTheDesktopIsAnErrorForGood) {
   StreamReader reader(stream.get(), CaptureKind::Video);
   ASSERT_EQ(reader.Next(), 0);
   m_bench->EndDesktop();
-  int result = 0;
-  while (result == 0) {
-    result = reader.Next();
-  }
-  EXPECT_LT(result, 0);
-  EXPECT_NE(result, AVERROR(EAGAIN));
-  EXPECT_EQ(reader.Next(), result);
+  ExpectEndForGood(&reader);
   Close(&stream);
   ExpectGone(CaptureKind::Video, platform::kDesktopName);
 }

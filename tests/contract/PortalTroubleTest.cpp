@@ -2,6 +2,7 @@
 // damaged buffers do to it.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -125,31 +126,28 @@ TEST(PortalTrouble, APortalThatDiesWhileTheOperatorPicksIsTheEndWithACause) {
   ExpectEnd(stream.get());
 }
 
-TEST(PortalTrouble, AStreamOfAPortalThatHangsCloses) {
-  PortalRig rig;
+// One that gives pictures, and one that asks while somebody hangs.
+void ExpectToClose(const PortalRig& rig, const std::function<void()>& freeze) {
   auto live = OpenLive(rig);
   ASSERT_NE(live, nullptr);
-  rig.portal.Freeze();
+  freeze();
   auto asking = rig.Open();
   ASSERT_NE(asking, nullptr);
   StreamReader reader(asking.get(), CaptureKind::Video);
   EXPECT_EQ(reader.Next(300), AVERROR(EAGAIN));
   CloseInTime(&asking);
   CloseInTime(&live);
+}
+
+TEST(PortalTrouble, AStreamOfAPortalThatHangsCloses) {
+  PortalRig rig;
+  ExpectToClose(rig, [&] { rig.portal.Freeze(); });
   rig.portal.Thaw();
 }
 
 TEST(PortalTrouble, AStreamOfABusThatHangsCloses) {
   PortalRig rig;
-  auto live = OpenLive(rig);
-  ASSERT_NE(live, nullptr);
-  rig.session.FreezeBus();
-  auto asking = rig.Open();
-  ASSERT_NE(asking, nullptr);
-  StreamReader reader(asking.get(), CaptureKind::Video);
-  EXPECT_EQ(reader.Next(300), AVERROR(EAGAIN));
-  CloseInTime(&asking);
-  CloseInTime(&live);
+  ExpectToClose(rig, [&] { rig.session.FreezeBus(); });
   rig.session.ThawBus();
 }
 
