@@ -24,6 +24,8 @@ const char kUsage[] =
   --no-live          compose and show, publish nothing
   --no-mic           leave the microphone out
   --no-preview       show nothing
+  --portal           the desktop is one that a portal shares, of a stand-in's, instead of the screen
+                     of $DISPLAY; tells how long its first picture takes
   --preview-at X,Y,WIDTH,HEIGHT   where on the screen (960,540,960,540)
   --window-at X,Y,WIDTH,HEIGHT    a dark window around it (none)
   --record PATH      write the composed pictures, YUV 4:2:0, for encoder_alone
@@ -115,6 +117,8 @@ bool ParseOptions(const std::vector<std::string>& arguments, Options* options,
       options->live = false;
     } else if (name == "--no-mic") {
       options->microphone = false;
+    } else if (name == "--portal") {
+      options->portal = true;
     } else if (name == "--preview" || name == "--no-preview") {
       options->preview = name == "--preview";
     } else if (name == "--layer" || name == "--quality" || name == "--seconds" || name == "--url" ||

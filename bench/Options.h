@@ -34,6 +34,7 @@ struct Options {
   bool live = true;
   bool microphone = true;
   bool preview = true;
+  bool portal = false;  // the desktop is one that a portal shares
   // Out of the way of what is filmed at the top and on the left.
   ScreenArea previewAt = {960, 540, 960, 540};
   ScreenArea windowAt;  // no width: the preview is a window of its own

@@ -14,6 +14,7 @@
 
 #include "Options.h"
 #include "Scene.h"
+#include "SharedDesktop.h"
 #include "ThreadMeter.h"
 #include "platform/DisplayGuard.h"
 #include "shell/Libraries.h"
@@ -190,6 +191,11 @@ int main(int argc, char** argv) {
   }
   const std::unique_ptr<Surface> surface =
       options.preview ? std::make_unique<Surface>(options) : nullptr;
+  const auto shared = options.portal ? std::make_unique<bench::SharedDesktop>() : nullptr;
+  if (shared != nullptr && !shared->Start(&refusal)) {
+    std::fprintf(stderr, "live_road: no portal: %s\n", refusal.c_str());
+    return 1;
+  }
   bench::Scene scene(options);
   scene.Build(surface != nullptr ? surface->Label() : nullptr);
   if (surface != nullptr) {
