@@ -6,8 +6,8 @@
 // is kept (PortalSettings::tokenFile), so that the next opening finds it without a question.
 //
 // Failure: refused, ended by the desktop (AVERROR_EOF) or broken (EIO) is a read error, and
-// EndCause says what. While PipeWire doesn't answer there are no packets. Threads: as
-// CaptureStream.
+// EndCause says what; so is one that never gives a picture. While PipeWire doesn't answer, or what
+// it gives are no pictures any more, there are no packets. Threads: as CaptureStream.
 #ifndef ORVANE_PLATFORM_LINUX_PORTAL_PORTALDESKTOP_H
 #define ORVANE_PLATFORM_LINUX_PORTAL_PORTALDESKTOP_H
 
