@@ -6,6 +6,8 @@
 #include <chrono>
 #include <cstddef>
 
+#include "platform/linux/BusAddress.h"
+
 namespace platform {
 
 namespace {
@@ -13,7 +15,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr milliseconds kAnswer(2000);
+constexpr milliseconds kAnswer(BusLink::kAnswerMs);
 constexpr milliseconds kWriteOut(100);
 // While the bus is made to let this process in, there is nothing to be read before it was written.
 constexpr int kTickMs = 10;
@@ -49,6 +51,10 @@ BusLink::~BusLink() {
 
 std::unique_ptr<BusLink> BusLink::Open(const std::string& address, const EndSignal& end,
                                        std::string* cause) {
+  if (address.empty() || address == kNoBus) {
+    *cause = "there is no bus that answers";
+    return nullptr;
+  }
   DBusError error;
   dbus_error_init(&error);
   DBusConnection* connection = dbus_connection_open_private(address.c_str(), &error);

@@ -3,7 +3,9 @@
 // libdbus itself, since that of Qt makes its connections one after the other on one thread, under a
 // lock that all its users need: a bus that doesn't answer would hold them all for 25 s. Here the
 // thread that owns the link does all the waiting, an answer is waited for 2 s at most, and not at
-// all once the given EndSignal is raised.
+// all once the given EndSignal is raised. Only the system itself may hold an opening for longer:
+// where a frozen bus has more callers waiting than it takes. Whoever may not be held opens on a
+// thread that can be left behind.
 //
 // Ownership: what services grant belongs to the connection: with the link it is taken back, and
 // nobody hears an answer that is still on its way. What was told (Tell) is written out before, for
@@ -43,6 +45,8 @@ BusMessage NewBusCall(const BusTarget& target, const char* operation);
 
 class BusLink {
  public:
+  static constexpr int kAnswerMs = 2000;
+
   // end outlives the link. Null with *cause when there is no such bus or it doesn't answer.
   static std::unique_ptr<BusLink> Open(const std::string& address, const EndSignal& end,
                                        std::string* cause);

@@ -1,6 +1,5 @@
 #include "platform/KeepAwake.h"
 
-#include <dbus/dbus.h>
 #include <poll.h>
 #include <pthread.h>
 
@@ -13,6 +12,7 @@
 
 #include "platform/Lock.h"
 #include "platform/linux/AwakeHold.h"
+#include "platform/linux/BusAddress.h"
 #include "platform/linux/CaptureRoad.h"
 #include "platform/linux/EndSignal.h"
 
@@ -28,30 +28,6 @@ constexpr std::chrono::milliseconds kLeave(300);
 // Before a service that ended is asked anew; longer each time that it ends.
 constexpr int kFirstPauseMs = 1000;
 constexpr int kLongestPauseMs = 60000;
-
-std::string Variable(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr ? value : "";
-}
-
-std::string SessionAddress(const KeepAwakeBuses& buses) {
-  const std::string address =
-      buses.session.empty() ? Variable("DBUS_SESSION_BUS_ADDRESS") : buses.session;
-  if (!address.empty()) {
-    return address;
-  }
-  const std::string directory = Variable("XDG_RUNTIME_DIR");
-  char* escaped = dbus_address_escape_value((directory + "/bus").c_str());
-  const std::string path = escaped != nullptr ? escaped : "";
-  dbus_free(escaped);
-  return "unix:path=" + path;
-}
-
-std::string SystemAddress(const KeepAwakeBuses& buses) {
-  const std::string address =
-      buses.system.empty() ? Variable("DBUS_SYSTEM_BUS_ADDRESS") : buses.system;
-  return address.empty() ? "unix:path=/run/dbus/system_bus_socket" : address;
-}
 
 // All that a desktop granted, and why others did not.
 struct Grants {
@@ -162,7 +138,9 @@ void KeepAwake::Begin(const std::string& reason) {
   }
   Leave(false);
   const auto watch = std::make_shared<Watch>();
-  watch->request = {SessionAddress(m_buses), SystemAddress(m_buses), reason, &watch->end};
+  watch->request = {m_buses.session.empty() ? SessionBusAddress() : m_buses.session,
+                    m_buses.system.empty() ? SystemBusAddress() : m_buses.system, reason,
+                    &watch->end};
   if (!watch->end.IsThere()) {
     av_log(nullptr, AV_LOG_ERROR, "the screen saver and sleep are not kept away: no descriptor\n");
     return;

@@ -2,29 +2,12 @@
 
 #include <QDBusError>
 #include <atomic>
-#include <cstdlib>
+
+#include "platform/linux/BusAddress.h"
 
 namespace platform {
 
 namespace {
-
-std::string Environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr ? value : "";
-}
-
-// Without an address the bus library would start a bus of its own, on which nobody is.
-std::string AddressOf(const std::string& wanted) {
-  if (!wanted.empty()) {
-    return wanted;
-  }
-  const std::string session = Environment("DBUS_SESSION_BUS_ADDRESS");
-  const std::string directory = Environment("XDG_RUNTIME_DIR");
-  if (!session.empty() || directory.empty()) {
-    return session;
-  }
-  return "unix:path=" + directory + "/bus";
-}
 
 QString NewName() {
   static std::atomic<unsigned> count{0};
@@ -34,7 +17,7 @@ QString NewName() {
 }  // namespace
 
 PortalBus::PortalBus(const std::string& address) : m_name(NewName()), m_connection(m_name) {
-  const std::string bus = AddressOf(address);
+  const std::string bus = address.empty() ? SessionBusAddress() : address;
   if (bus.empty()) {
     m_failure = "there is no session bus";
     return;
