@@ -6,6 +6,7 @@
 
 #include "platform/CaptureLayer.h"
 #include "platform/DisplayGuard.h"
+#include "platform/SilentBuses.h"
 #include "shell/Libraries.h"
 #include "shell/QuitSignals.h"
 #include "shell/orvane.h"
@@ -33,6 +34,7 @@ int main(int argc, char** argv) {
   // What the program writes holds a password and the keys of streams.
   umask(077);
   shell::PrepareProcess();
+  platform::LeaveOutSilentBuses();
   QApplication application(argc, argv);
   if (!PlatformFits()) {
     return 1;
