@@ -7,6 +7,7 @@
 #include "platform/linux/portal/PortalPresence.h"
 #include "support/CoreApplication.h"
 #include "support/GivenTime.h"
+#include "support/SilentBus.h"
 
 namespace support {
 
@@ -41,6 +42,10 @@ TEST(PortalPresence, WithoutABusOrAPortalThereIsNone) {
   platform::PortalSettings settings;
   settings.bus = "unix:path=/nonexistent/bus";
   EXPECT_FALSE(IsThere(settings, &cause));
+  const SilentBus silent;
+  settings.bus = silent.Address();
+  EXPECT_FALSE(IsThere(settings, &cause));
+  EXPECT_NE(cause.find("the session bus"), std::string::npos) << cause;
 }
 
 TEST(PortalPresence, APortalThatSharesNoScreensIsNone) {
@@ -80,7 +85,7 @@ TEST(PortalPresence, IsToldInTimeWhateverHangs) {
   std::string cause;
   rig.portal.Freeze();
   // It is there, and slow to start: the capture will wait for it.
-  EXPECT_TRUE(IsThere(rig.Settings(), &cause, 300));
+  EXPECT_TRUE(IsThere(rig.Settings(), &cause, 3000));
   rig.session.FreezeBus();
   EXPECT_FALSE(IsThere(rig.Settings(), &cause, 300));
   rig.session.ThawBus();

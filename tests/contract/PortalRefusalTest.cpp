@@ -154,6 +154,17 @@ TEST(PortalRefusal, ASecondAnswerIsNotTaken) {
   }
 }
 
+// Everybody on the bus may send what looks like an answer.
+TEST(PortalRefusal, AnAnswerOfAStrangerIsNotTaken) {
+  for (const char* step : kRequestSteps) {
+    SCOPED_TRACE(step);
+    PortalRig rig({Told(step, "stranger")});
+    const auto stream = rig.Open();
+    ASSERT_NE(stream, nullptr);
+    ExpectPicture(stream.get());
+  }
+}
+
 // Old portals name their requests themselves.
 TEST(PortalRefusal, ARequestMayLieElsewhereThanItWasForeseen) {
   for (const char* step : kRequestSteps) {

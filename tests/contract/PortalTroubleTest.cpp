@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "contract/PortalRig.h"
+#include "support/GivenTime.h"
+#include "support/SilentBus.h"
 
 namespace support {
 
@@ -161,6 +163,26 @@ TEST(PortalTrouble, AStreamOfABusThatDiedCloses) {
   ExpectEnd(asking.get());
   CloseInTime(&asking);
   CloseInTime(&live);
+}
+
+// Qt makes the connections to all buses one after the other, and would wait 25 s for this one.
+TEST(PortalTrouble, ABusThatSaysNothingIsTheEndWithACauseAndHoldsNobodyElse) {
+  constexpr int kHeldMs = 15000;
+  const SilentBus silent;
+  ASSERT_TRUE(silent.Listens());
+  PortalRig rig;
+  platform::PortalSettings settings = rig.Settings();
+  settings.bus = silent.Address();
+  auto asking = rig.Open(settings);
+  ASSERT_NE(asking, nullptr);
+  std::unique_ptr<CaptureStream> other;
+  EXPECT_LT(TimeGiven([&] { other = OpenLive(rig); }), kHeldMs);
+  EXPECT_NE(other, nullptr);
+  ExpectEnd(asking.get());
+  CloseInTime(&asking);
+  auto given = rig.Open(settings);
+  ASSERT_NE(given, nullptr);
+  CloseInTime(&given);
 }
 
 // Whether no new picture comes any more, once what was on its way has come: the last one is

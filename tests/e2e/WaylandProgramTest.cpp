@@ -8,12 +8,18 @@
 #include <string>
 
 #include "ProgramFixture.h"
+#include "support/GivenTime.h"
+#include "support/SilentBus.h"
 #include "support/portal/FakePortal.h"
 #include "support/portal/PrivateSession.h"
 
 namespace {
 
+using support::TimeGiven;
 using support::WaitFor;
+
+// Of a library that asks a silent bus it would be 25 s, each time.
+constexpr int kHeldMs = 20000;
 
 class WaylandProgram : public Program {
  protected:
@@ -82,6 +88,35 @@ TEST_F(WaylandProgram, WithoutAPortalTheLogSaysWhyThereIsNoDesktop) {
   EXPECT_TRUE(WaitFor([this] { return Preview().x >= 0; }, kPatienceMs));
   EXPECT_FALSE(ShowsInPreview(70, 50, 0xC03060));
   End();
+}
+
+TEST_F(WaylandProgram, ABusThatSaysNothingHoldsNeitherTheStartNorTheEnd) {
+  const support::SilentBus bus;
+  ASSERT_TRUE(bus.Listens());
+  const auto start = [&] {
+    EXPECT_TRUE(StartAndLogIn({{"WAYLAND_DISPLAY", "wayland-nowhere"},
+                               {"DBUS_SESSION_BUS_ADDRESS", bus.Address()},
+                               {"DBUS_SYSTEM_BUS_ADDRESS", bus.Address()}}));
+    EXPECT_TRUE(WaitFor([this] { return Preview().x >= 0; }, kPatienceMs));
+  };
+  EXPECT_LT(TimeGiven(start), kHeldMs);
+  EXPECT_TRUE(Logs("没有屏幕共享服务 (xdg-desktop-portal): ")) << Printed();
+  EXPECT_NE(Printed().find("the session bus does not answer"), std::string::npos) << Printed();
+  EXPECT_LT(TimeGiven([this] { End(); }), kHeldMs);
+}
+
+TEST_F(WaylandProgram, ABusThatFreezesDoesNotHoldTheEnd) {
+  ASSERT_TRUE(m_session.Start()) << m_session.Output();
+  for (const char* picker : {"picker wait", "picker at-once"}) {
+    SCOPED_TRACE(picker);
+    ASSERT_TRUE(m_portal.Start(m_session, {picker})) << m_portal.Output();
+    ASSERT_TRUE(StartInTheSession());
+    ASSERT_TRUE(m_portal.Happens("picker"));
+    EXPECT_TRUE(WaitFor([this] { return Preview().x >= 0; }, kPatienceMs));
+    m_session.FreezeBus();
+    EXPECT_LT(TimeGiven([this] { End(); }), kHeldMs);
+    m_session.ThawBus();
+  }
 }
 
 }  // namespace

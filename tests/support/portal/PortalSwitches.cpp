@@ -33,6 +33,8 @@ bool SetStep(std::istream& words, StepSwitches* step) {
     step->hang = true;
   } else if (what == "twice") {
     step->twice = true;
+  } else if (what == "stranger") {
+    step->stranger = true;
   } else if (what == "elsewhere") {
     step->elsewhere = true;
   } else {

@@ -5,6 +5,7 @@
 //   STEP mute          the call is never answered
 //   STEP hang          the call is answered, its request never
 //   STEP twice         the request is answered two times
+//   STEP stranger      somebody else on the bus says first that it was refused
 //   STEP elsewhere     the request lies at another path than the caller could predict
 //   STEP garbage KIND  answered with what the interface does not know (ScreenCastService.h)
 //   STEP well          as it should be
@@ -57,6 +58,7 @@ struct StepSwitches {
   bool mute = false;
   bool hang = false;
   bool twice = false;
+  bool stranger = false;
   bool elsewhere = false;
   std::string garbage;
 };

@@ -54,6 +54,18 @@ QVariantMap OtherTypes(const QVariantMap& results) {
   return others;
 }
 
+// In the name of the portal, by a program that is not it.
+void RefuseAsAStranger(const QString& client, const QString& request) {
+  const QDBusConnection stranger =
+      QDBusConnection::connectToBus(QDBusConnection::SessionBus, "stranger");
+  QDBusMessage signal = QDBusMessage::createTargetedSignal(client, request, kRequest, "Response");
+  signal << kOther << QVariantMap();
+  stranger.send(signal);
+  // The bus has passed it on when it answers.
+  stranger.call(QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                               "org.freedesktop.DBus.Peer", "Ping"));
+}
+
 }  // namespace
 
 ScreenCastService::ScreenCastService(const QDBusConnection& bus, PortalSwitches* switches)
@@ -186,6 +198,9 @@ void ScreenCastService::Respond(const QString& request, Answer answer) {
     signal << QString("garbage");
   } else {
     signal << answer.response << answer.results;
+  }
+  if (switches.stranger) {
+    RefuseAsAStranger(asked.owner, request);
   }
   for (int times = switches.twice ? 2 : 1; times > 0; --times) {
     m_bus.send(signal);

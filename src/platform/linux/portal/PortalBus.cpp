@@ -4,6 +4,7 @@
 #include <atomic>
 
 #include "platform/linux/BusAddress.h"
+#include "platform/linux/BusLink.h"
 
 namespace platform {
 
@@ -16,21 +17,24 @@ QString NewName() {
 
 }  // namespace
 
-PortalBus::PortalBus(const std::string& address) : m_name(NewName()), m_connection(m_name) {
+// A connection of no name asks nothing of Qt's list of them, which is locked while one is made.
+PortalBus::PortalBus(const std::string& address, const EndSignal& end) : m_connection(QString()) {
   const std::string bus = address.empty() ? SessionBusAddress() : address;
-  if (bus.empty()) {
-    m_failure = "there is no session bus";
-    return;
+  std::string cause;
+  if (BusLink::Open(bus, end, &cause) != nullptr && !end.Raised()) {
+    m_name = NewName();
+    m_connection = QDBusConnection::connectToBus(QString::fromStdString(bus), m_name);
+    cause = m_connection.lastError().message().toStdString();
   }
-  m_connection = QDBusConnection::connectToBus(QString::fromStdString(bus), m_name);
   if (!m_connection.isConnected()) {
-    m_failure =
-        "the session bus can't be reached: " + m_connection.lastError().message().toStdString();
+    m_failure = "the session bus can't be reached: " + cause;
   }
 }
 
 PortalBus::~PortalBus() {
-  QDBusConnection::disconnectFromBus(m_name);
+  if (!m_name.isEmpty()) {
+    QDBusConnection::disconnectFromBus(m_name);
+  }
 }
 
 QDBusMessage AskScreenCastProperty(const QString& name) {

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/Lock.h"
+#include "platform/linux/EndSignal.h"
 #include "platform/linux/Utf8.h"
 #include "platform/linux/portal/PortalAnswers.h"
 #include "platform/linux/portal/PortalBus.h"
@@ -28,6 +29,7 @@ struct Presence {
 struct Question {
   std::string bus;  // set before the thread starts
   int ms = 0;
+  EndSignal end;  // nobody waits any more
 
   Mutex mutex;
   Condition changed;
@@ -74,7 +76,7 @@ void Answer(Question* question, const Presence& presence, bool isLast) {
 
 void Look(const std::shared_ptr<Question>& question) {
   pthread_setname_np(pthread_self(), "portal-look");
-  const PortalBus bus(question->bus);
+  const PortalBus bus(question->bus, question->end);
   if (!bus.Failure().empty()) {
     Answer(question.get(), {false, bus.Failure()}, true);
   } else if (!IsKnown(bus.Connection(), question->ms)) {
@@ -103,6 +105,7 @@ bool HasScreenCastPortal(const PortalSettings& settings, int ms, std::string* ca
   const Lock lock(question->mutex);
   question->changed.WaitFor(question->mutex, std::chrono::milliseconds(ms),
                             [&]() ORVANE_REQUIRES(question->mutex) { return question->answered; });
+  question->end.Raise();
   *cause = question->presence.isThere ? std::string() : question->presence.cause;
   return question->presence.isThere;
 }

@@ -5,8 +5,8 @@
 // it, with a cause in the end if there is one. What isn't there, or says that it shares no screens,
 // is known.
 //
-// Threads: any. A bus that never answers keeps a thread of the question's own ("portal-look"),
-// which is left behind and ends when the bus answers or dies.
+// Threads: any. The question has a thread of its own ("portal-look"), which ends when nobody waits
+// any more; one that a bus holds in the middle is left behind.
 #ifndef ORVANE_PLATFORM_LINUX_PORTAL_PORTALPRESENCE_H
 #define ORVANE_PLATFORM_LINUX_PORTAL_PORTALPRESENCE_H
 

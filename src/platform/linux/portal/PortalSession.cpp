@@ -131,11 +131,13 @@ void PortalSession::Watch() {
   }
 }
 
+// Whoever sends them is looked at when they come. Qt, told of a sender, would first ask the bus for
+// it, on its one thread for all buses and for as long as the bus takes.
 void PortalSession::Follow(const QString& owner) {
   m_owner = owner;
-  m_connection.connect(owner, QString(), kRequestInterface, "Response", this,
+  m_connection.connect(QString(), QString(), kRequestInterface, "Response", this,
                        SLOT(OnResponse(QDBusMessage)));
-  m_connection.connect(owner, QString(), kSessionInterface, "Closed", this,
+  m_connection.connect(QString(), QString(), kSessionInterface, "Closed", this,
                        SLOT(OnClosed(QDBusMessage)));
 }
 
@@ -231,7 +233,8 @@ void PortalSession::TakeRemote(const QDBusMessage& reply) {
 }
 
 void PortalSession::OnResponse(const QDBusMessage& message) {
-  if (m_isOver || m_request.isEmpty() || message.path() != m_request) {
+  if (m_isOver || message.service() != m_owner || m_request.isEmpty() ||
+      message.path() != m_request) {
     return;
   }
   m_request.clear();
@@ -248,7 +251,8 @@ void PortalSession::OnResponse(const QDBusMessage& message) {
 }
 
 void PortalSession::OnClosed(const QDBusMessage& message) {
-  if (!m_isOver && !m_session.isEmpty() && message.path() == m_session) {
+  if (!m_isOver && message.service() == m_owner && !m_session.isEmpty() &&
+      message.path() == m_session) {
     m_session.clear();
     End("the desktop has ended the sharing", true);
   }

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "platform/Lock.h"
+#include "platform/linux/EndSignal.h"
 #include "platform/linux/portal/CastStream.h"
 #include "platform/linux/portal/PipeWireLoop.h"
 #include "platform/linux/portal/PortalBus.h"
@@ -37,6 +38,7 @@ struct ScreenCast::Share {
 
   const PortalSettings settings;
   const CastKind kind;
+  EndSignal end;  // with closing, for what waits without the loop
 
   mutable Mutex mutex;
   Condition changed;
@@ -98,7 +100,7 @@ void ScreenCast::Run::Ask() {
     End("there is no application to wait in", false);
     return;
   }
-  m_bus.emplace(m_share->settings.bus);
+  m_bus.emplace(m_share->settings.bus, m_share->end);
   if (!m_bus->Failure().empty()) {
     End(m_bus->Failure(), false);
     return;
@@ -170,6 +172,7 @@ ScreenCast::~ScreenCast() {
     return;
   }
   bool finished = false;
+  m_share->end.Raise();
   {
     const Lock lock(m_share->mutex);
     m_share->closing = true;

@@ -8,7 +8,7 @@
 //
 // Ownership: pictures are shared and only read; they may outlive the cast. The destructor takes
 // back whatever is open, a question that nobody has answered included, and returns within 0.5 s: a
-// thread that a silent bus keeps is left behind and ends by itself when the bus answers or dies.
+// thread that a bus or a disk holds is left behind and ends by itself when it is let go.
 //
 // The kept choice: for a monitor the restore token of the settings' file saves the question, and is
 // replaced after each answer.
