@@ -6,6 +6,7 @@
 
 #include "platform/CaptureLayer.h"
 #include "platform/DisplayGuard.h"
+#include "platform/ProcessEnd.h"
 #include "platform/SilentBuses.h"
 #include "shell/Libraries.h"
 #include "shell/QuitSignals.h"
@@ -28,6 +29,11 @@ bool PlatformFits() {
   return false;
 }
 
+int Leave(int status) {
+  platform::LimitProcessEnd(status);
+  return status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -47,11 +53,11 @@ int main(int argc, char** argv) {
   orvane window;
   window.ShowLogin();
   if (DeviceCatalogue::Instance()->loggedIn == 0) {
-    return 0;
+    return Leave(0);
   }
   window.InitGraph();
   window.show();
   const int status = QApplication::exec();
   window.CloseGraph();
-  return status;
+  return Leave(status);
 }

@@ -4,6 +4,7 @@
 
 #include "backend/BackendClient.h"
 #include "platform/DisplayGuard.h"
+#include "platform/ProcessEnd.h"
 #include "shell/orvane.h"
 #include "sources/DeviceCatalogue.h"
 #include "widgets/CLoginDlg.h"
@@ -53,6 +54,7 @@ void orvane::SlotLoginChange() {
     // The workers must not run into the end of the process.
     CloseGraph();
     platform::DisplayGuard::StandDown();
+    platform::LimitProcessEnd(0);
     std::exit(0);
   }
   show();
