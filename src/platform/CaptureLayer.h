@@ -73,6 +73,10 @@ class CaptureStream {
   // where nothing is known beyond its error. The reader's thread.
   virtual std::string EndCause() const { return {}; }
 
+  // True after a Read that failed for good because this session has no service that lets a program
+  // see its screen, which was not yet known at Open. The reader's thread.
+  virtual bool LacksSharing() const { return false; }
+
   // True when the packet that was read last holds nothing of the device's: silence in the place of
   // sound that it left out, black in the place of a desktop that can't be seen. The reader's
   // thread.

@@ -180,6 +180,7 @@ void CInputDev::TellEnd(int error) {
   const std::string cause = told.empty() ? ffmpeg::ErrorText(error) : told;
   av_log(nullptr, AV_LOG_ERROR, "%s has ended: %s\n", Whose().c_str(), cause.c_str());
   if (!told.empty() || !m_device->HasOpened()) {
+    m_lacksSharing = m_device->LacksSharing();
     SetFailure(cause);
   }
 }

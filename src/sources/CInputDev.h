@@ -66,8 +66,8 @@ class CInputDev : public CSrcInterface {
   bool HasOpened() const { return m_device != nullptr && m_device->HasOpened(); }
   // True while the system waits for the operator to say what may be captured. The same thread.
   bool IsAsking() const;
-  // True after a Start that failed because nothing in this session shares the screen. The same
-  // thread.
+  // True when it failed because nothing in this session shares the screen, at Start or, where that
+  // was not known in time, after it. Any thread.
   bool LacksSharing() const { return m_lacksSharing; }
   // How loud what was pushed since the last call is; of sound only.
   sources::SoundMeasure TakeLevel() { return m_level.Take(); }
@@ -100,7 +100,7 @@ class CInputDev : public CSrcInterface {
   int m_pixelFormat;
   std::unique_ptr<platform::CaptureStream> m_device;  // null until Start
   int m_streamIndex = -1;
-  bool m_lacksSharing = false;
+  std::atomic<bool> m_lacksSharing{false};
   AVCodecContext* m_codec = nullptr;
   AVFrame* m_decoded;          // made by the constructor, used again for every frame
   AVFrame* m_spare = nullptr;  // never filled

@@ -12,6 +12,7 @@
 #include "platform/Lock.h"
 #include "platform/linux/LinuxCaptureLayer.h"
 #include "platform/linux/LinuxWindowSystem.h"
+#include "support/Process.h"
 
 namespace {
 
@@ -111,6 +112,25 @@ TEST_F(SessionRoadTest, TheFirstNeedWaitsForTheRestOfTheQuestion) {
   EXPECT_TRUE(m_portal.AwaitAnswered());
 }
 
+TEST_F(SessionRoadTest, WhoOnlyLooksDoesNotWait) {
+  SessionRoad road(m_portal.Ask(), kLongMs);
+  EXPECT_FALSE(road.Look());
+  EXPECT_FALSE(road.Look());
+  m_portal.Answer(false);
+  EXPECT_EQ(road.Take().road, CaptureRoad::kNone);
+  ASSERT_TRUE(road.Look());
+  EXPECT_EQ(road.Look()->cause, road.Take().cause);
+  EXPECT_TRUE(m_portal.AwaitAnswered());
+  EXPECT_EQ(m_portal.Asked(), 1);
+}
+
+TEST_F(SessionRoadTest, AnXSessionIsSeenAtTheFirstLook) {
+  unsetenv("WAYLAND_DISPLAY");
+  SessionRoad road(m_portal.Ask(), kLongMs);
+  ASSERT_TRUE(road.Look());
+  EXPECT_EQ(road.Look()->road, CaptureRoad::kX11);
+}
+
 TEST_F(SessionRoadTest, EverybodyGetsOneAnswerToOneQuestion) {
   SessionRoad road(m_portal.Ask(), kLongMs);
   std::vector<std::future<CaptureRoad>> taken;
@@ -160,6 +180,10 @@ TEST(ForcedRoad, IsTakenWhateverTheSessionIs) {
   for (const CaptureRoad road : {CaptureRoad::kX11, CaptureRoad::kPortal, CaptureRoad::kNone}) {
     platform::PrepareRoad(Forced(road));
     EXPECT_EQ(platform::TakeRoad(Forced(road)).road, road);
+    ASSERT_TRUE(platform::LookAtRoad(Forced(road)));
+    EXPECT_EQ(platform::LookAtRoad(Forced(road))->road, road);
+    EXPECT_EQ(platform::PortalOf(Forced(road)).refusal(),
+              road == CaptureRoad::kNone ? kNoService : "");
   }
 }
 
@@ -189,7 +213,7 @@ TEST(ForcedRoad, WithNoneAWindowIsRefusedWithTheCauseWhereItIsPicked) {
   EXPECT_TRUE(system->List().empty());
   const auto grabber = system->Open(platform::kPickedWindow);
   ASSERT_NE(grabber, nullptr);
-  EXPECT_FALSE(grabber->IsSilent());
+  EXPECT_TRUE(support::WaitFor([&] { return !grabber->IsSilent(); }, kLongMs));
   EXPECT_FALSE(grabber->Exists());
   EXPECT_EQ(grabber->ClientSize(), platform::Size());
   platform::GrabbedPicture picture;

@@ -72,6 +72,7 @@ TEST_F(CInputDevSharing, ARefusalEndsTheCaptureAndIsTheCause) {
                              "the sharing was refused"));
   EXPECT_FALSE(m_node.IsAsking());
   EXPECT_FALSE(m_node.HasOpened());
+  EXPECT_FALSE(m_node.LacksSharing());
 }
 
 TEST_F(CInputDevSharing, ARefusalWithoutAWordIsTheErrorsOwn) {
@@ -113,6 +114,18 @@ TEST_F(CInputDevSharing, ASessionThatSharesNothingIsToldApartFromAScreenThatDoes
   m_screen->SetBusy(true);
   EXPECT_EQ(m_node.Open(), -1);
   EXPECT_FALSE(m_node.LacksSharing());
+}
+
+TEST_F(CInputDevSharing, ASessionThatTurnsOutToShareNothingIsToldTheSameWay) {
+  m_screen->Ask();
+  ASSERT_EQ(m_node.Open(), 0);
+  EXPECT_TRUE(m_node.CaptureTurn());
+  EXPECT_FALSE(m_node.LacksSharing());
+  m_screen->SetUnshared("nothing shares it");
+  EXPECT_FALSE(m_node.CaptureTurn());
+  EXPECT_TRUE(m_node.LacksSharing());
+  EXPECT_EQ(m_node.Failure(), "nothing shares it");
+  EXPECT_FALSE(m_node.IsAsking());
 }
 
 // Another mode of the monitor, or another monitor: the layer keeps its size.

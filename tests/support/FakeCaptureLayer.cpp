@@ -39,6 +39,7 @@ class FakeStream : public platform::CaptureStream {
   }
   int Read(AVPacket* packet) override { return m_device->Read(packet); }
   std::string EndCause() const override { return m_device->EndCause(); }
+  bool LacksSharing() const override { return m_device->IsUnshared(); }
   bool IsFiller() const override { return m_device->IsFiller(); }
   bool HasOpened() const override { return m_device->IsAllowed(); }
 
@@ -129,6 +130,10 @@ void FakeDevice::SetFormatUnknown(bool unknown) {
 void FakeDevice::SetUnshared(const std::string& cause) {
   std::lock_guard<std::mutex> lock(m_mutex);
   m_unshared = cause;
+  if (m_open && !cause.empty()) {
+    m_ended = AVERROR(EIO);
+    m_endCause = cause;
+  }
 }
 
 void FakeDevice::Ask() {
@@ -244,6 +249,11 @@ bool FakeDevice::IsFiller() const {
 bool FakeDevice::IsAllowed() const {
   std::lock_guard<std::mutex> lock(m_mutex);
   return !m_asking;
+}
+
+bool FakeDevice::IsUnshared() const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return !m_unshared.empty();
 }
 
 std::string FakeDevice::EndCause() const {

@@ -71,7 +71,8 @@ class FakeDevice {
   void SetBusy(bool busy);
   // Opening fails with NoStreamFormat.
   void SetFormatUnknown(bool unknown);
-  // Opening fails with NoSharing and that cause.
+  // Opening fails with NoSharing and that cause; where it was open before that was known, reads end
+  // so.
   void SetUnshared(const std::string& cause);
   // The operator is asked: until he allows it the stream is not opened, and reads give "no packet
   // yet", whatever is scripted but its end.
@@ -111,6 +112,7 @@ class FakeDevice {
   int Read(AVPacket* packet);
   bool IsFiller() const;
   bool IsAllowed() const;
+  bool IsUnshared() const;
   std::string EndCause() const;
   bool EndIsNext() const;
   int ReadScript(AVPacket* packet);

@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxCaptureLayer.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "platform/linux/V4l2Camera.h"
@@ -56,16 +57,14 @@ OpenResult LinuxCaptureLayer::Open(CaptureKind kind, const std::string& name) {
 }
 
 OpenResult LinuxCaptureLayer::OpenDesktop() const {
-  const RoadDecision decision = TakeRoad(m_screen);
-  switch (decision.road) {
-    case CaptureRoad::kX11:
-      return OpenX11Desktop();
-    case CaptureRoad::kPortal:
-      return OpenPortalDesktop(m_screen.portal);
-    case CaptureRoad::kNone:
-      break;
+  const std::optional<RoadDecision> decision = LookAtRoad(m_screen);
+  if (decision && decision->road == CaptureRoad::kX11) {
+    return OpenX11Desktop();
   }
-  return {nullptr, OpenFailure::NoSharing, decision.cause};
+  if (decision && decision->road == CaptureRoad::kNone) {
+    return {nullptr, OpenFailure::NoSharing, decision->cause};
+  }
+  return OpenPortalDesktop(PortalOf(m_screen));
 }
 
 OpenResult LinuxCaptureLayer::OpenCamera(const std::string& name) {

@@ -1,7 +1,8 @@
 // The capture devices of a Linux desktop: X11 or the desktop's portal for the screen (CaptureRoad.h
 // decides), Video4Linux for cameras, PulseAudio (or a server that speaks its protocol) for sound.
 //
-// In a session where the screen can't be captured at all its opening fails with NoSharing.
+// In a session where the screen can't be captured at all its opening fails with NoSharing; where
+// that is still being found out, the stream that it gives ends so (LacksSharing).
 //
 // A camera's name stays bound to its device from the call that first sees it until one that sees it
 // gone; listing and opening both look. Threads: as CaptureLayer, one call at a time.

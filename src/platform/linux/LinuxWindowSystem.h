@@ -3,9 +3,9 @@
 //
 // A session without either takes kPickedWindow like one with a picker, and says with each grabber's
 // Cause why no window can be picked: so the operator reads it where he added the window, instead of
-// before an empty list.
+// before an empty list. So does one of which that is still being found out.
 //
-// Threads: MakeWindowSystem any; it may wait for SessionRoad. What it makes: as WindowSystem.
+// Threads: MakeWindowSystem any; it waits for nobody. What it makes: as WindowSystem.
 #ifndef ORVANE_PLATFORM_LINUX_LINUXWINDOWSYSTEM_H
 #define ORVANE_PLATFORM_LINUX_LINUXWINDOWSYSTEM_H
 

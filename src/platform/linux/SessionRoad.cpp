@@ -17,8 +17,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// An answer at the last moment is still heard.
-constexpr std::chrono::milliseconds kGrace(100);
+// An answer at the last moment is still heard, on a busy machine too: nobody waits for it who could
+// not.
+constexpr std::chrono::milliseconds kGrace(1000);
 
 // Never destroyed: workers may run on while the process ends.
 SessionRoad& ThisSession() {
@@ -58,6 +59,9 @@ SessionRoad::SessionRoad(AskPortal ask, int askMs)
     : m_ask(std::move(ask)), m_askMs(askMs), m_question(std::make_shared<Question>()) {}
 
 void SessionRoad::Prepare() {
+  SessionFacts facts;
+  facts.isWayland =
+      IsWaylandSession(std::getenv("WAYLAND_DISPLAY"), std::getenv("XDG_SESSION_TYPE"));
   {
     const Lock lock(m_question->mutex);
     if (m_question->begun) {
@@ -65,13 +69,10 @@ void SessionRoad::Prepare() {
     }
     m_question->begun = true;
     m_question->end = Clock::now() + std::chrono::milliseconds(m_askMs) + kGrace;
-  }
-  SessionFacts facts;
-  facts.isWayland =
-      IsWaylandSession(std::getenv("WAYLAND_DISPLAY"), std::getenv("XDG_SESSION_TYPE"));
-  if (!facts.isWayland) {
-    m_question->Decide(facts);
-    return;
+    if (!facts.isWayland) {
+      m_question->decision = DecideRoad(facts);  // whoever looks next sees it
+      return;
+    }
   }
   try {
     std::thread([question = m_question, ask = m_ask, ms = m_askMs, facts]() mutable {
@@ -83,6 +84,12 @@ void SessionRoad::Prepare() {
     facts.portalCause = error.what();
     m_question->Decide(facts);
   }
+}
+
+std::optional<RoadDecision> SessionRoad::Look() {
+  Prepare();
+  const Lock lock(m_question->mutex);
+  return m_question->decision;
 }
 
 RoadDecision SessionRoad::Take() {
@@ -101,10 +108,20 @@ RoadDecision TakeRoad(const ScreenSettings& settings) {
   return settings.road ? Forced(*settings.road) : ThisSession().Take();
 }
 
+std::optional<RoadDecision> LookAtRoad(const ScreenSettings& settings) {
+  return settings.road ? Forced(*settings.road) : ThisSession().Look();
+}
+
 void PrepareRoad(const ScreenSettings& settings) {
   if (!settings.road) {
     ThisSession().Prepare();
   }
+}
+
+PortalSettings PortalOf(const ScreenSettings& settings) {
+  PortalSettings portal = settings.portal;
+  portal.refusal = [settings] { return TakeRoad(settings).cause; };
+  return portal;
 }
 
 }  // namespace platform

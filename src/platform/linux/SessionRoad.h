@@ -2,10 +2,14 @@
 // and for windows.
 //
 // Flow: Prepare looks at the environment. In a Wayland session it also asks for the portal, which
-// the session bus may have to start first, on a thread of its own ("ask-portal"). Take gives the
-// decision, and waits for what is left of the limit where there is none yet. A portal that is still
+// the session bus may have to start first, on a thread of its own ("ask-portal"). Look gives the
+// decision, or nothing yet; Take waits for what is left of the limit. A portal that is still
 // starting then counts as there: whoever asks it to share waits behind his stream, and has the
 // cause in the end. An answer that comes later is not heard: no two layers take different roads.
+//
+// The user interface looks and never takes. Where there is nothing to be seen yet, it opens the
+// screen through the portal (PortalOf), and the thread that is to ask there takes the decision
+// first: the stream is there at once, and ends with the cause where the answer is none.
 //
 // Threads: any. The thread of the question shares only what it owns a part of, so a SessionRoad may
 // go before it.
@@ -41,6 +45,8 @@ class SessionRoad {
 
   // Begins to find out; returns at once.
   void Prepare();
+  // Nothing while the portal is still asked. Returns at once.
+  std::optional<RoadDecision> Look();
   RoadDecision Take();
 
  private:
@@ -54,7 +60,12 @@ class SessionRoad {
 // The road that the settings force; else that of this process's session, whose portal is asked at
 // the first call or at PrepareRoad.
 RoadDecision TakeRoad(const ScreenSettings& settings);
+std::optional<RoadDecision> LookAtRoad(const ScreenSettings& settings);
 void PrepareRoad(const ScreenSettings& settings);
+
+// The portal of the settings, to be asked by whoever has found no other road; not, and with its
+// cause, where the road turns out to be none.
+PortalSettings PortalOf(const ScreenSettings& settings);
 
 }  // namespace platform
 

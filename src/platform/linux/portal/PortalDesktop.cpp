@@ -35,6 +35,7 @@ class PortalDesktop : public CaptureStream {
   bool FindStream(CaptureKind kind, StreamInfo* info) const override;
   int Read(AVPacket* packet) override;
   std::string EndCause() const override;
+  bool LacksSharing() const override;
   bool HasOpened() const override { return m_cast.IsShared(); }
 
  private:
@@ -118,6 +119,11 @@ int PortalDesktop::Fill(CastPictureRef picture, AVPacket* packet) {
 std::string PortalDesktop::EndCause() const {
   const ScreenCast::End* end = m_cast.Ended();
   return end != nullptr ? end->cause : std::string();
+}
+
+bool PortalDesktop::LacksSharing() const {
+  const ScreenCast::End* end = m_cast.Ended();
+  return end != nullptr && end->isUnshared;
 }
 
 }  // namespace

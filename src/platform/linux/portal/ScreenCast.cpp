@@ -70,7 +70,8 @@ class ScreenCast::Run : public PortalListener, public CastListener {
  private:
   void Ask();
   bool GoesOn() const;
-  void End(const std::string& cause, bool wasClosed);
+  void End(const std::string& cause, bool wasClosed) { End({cause, wasClosed, false}); }
+  void End(const ScreenCast::End& end);
 
   Share* m_share;
   std::optional<PortalBus> m_bus;
@@ -96,22 +97,28 @@ void ScreenCast::Run::Until(QEventLoop* loop) {
 }
 
 void ScreenCast::Run::Ask() {
+  const PortalSettings& settings = m_share->settings;
+  const std::string refusal = settings.refusal ? settings.refusal() : std::string();
+  if (!refusal.empty()) {
+    End({refusal, false, true});
+    return;
+  }
   if (QAbstractEventDispatcher::instance() == nullptr) {
     End("there is no application to wait in", false);
     return;
   }
-  m_bus.emplace(m_share->settings.bus, m_share->end);
+  m_bus.emplace(settings.bus, m_share->end);
   if (!m_bus->Failure().empty()) {
     End(m_bus->Failure(), false);
     return;
   }
   PortalQuestion question;
-  question.answerMs = m_share->settings.answerMs;
+  question.answerMs = settings.answerMs;
   question.sources = kWindowSources;
   if (m_share->kind == CastKind::Monitor) {
     question.sources = kMonitorSources;
-    question.isKept = !m_share->settings.tokenFile.empty();
-    question.restoreToken = ReadRestoreToken(m_share->settings.tokenFile);
+    question.isKept = !settings.tokenFile.empty();
+    question.restoreToken = ReadRestoreToken(settings.tokenFile);
   }
   m_session.emplace(m_bus->Connection(), question, this);
   m_session->Begin();
@@ -122,10 +129,10 @@ bool ScreenCast::Run::GoesOn() const {
   return !m_share->closing && !m_share->ended;
 }
 
-void ScreenCast::Run::End(const std::string& cause, bool wasClosed) {
+void ScreenCast::Run::End(const ScreenCast::End& end) {
   const Lock lock(m_share->mutex);
   if (!m_share->ended) {
-    m_share->ended = ScreenCast::End{cause, wasClosed};
+    m_share->ended = end;
     m_share->changed.NotifyAll();
   }
 }

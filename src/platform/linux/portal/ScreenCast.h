@@ -37,7 +37,8 @@ class ScreenCast {
  public:
   struct End {
     std::string cause;
-    bool wasClosed = false;  // by the desktop, after it had been shared
+    bool wasClosed = false;   // by the desktop, after it had been shared
+    bool isUnshared = false;  // there was nobody to ask (PortalSettings::refusal)
   };
 
   ScreenCast(PortalSettings settings, CastKind kind);
