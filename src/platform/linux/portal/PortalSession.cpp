@@ -187,6 +187,7 @@ void PortalSession::TakeSession(const QVariantMap& results) {
   }
   if (!m_question.restoreToken.empty()) {
     options.insert("restore_token", QString::fromStdString(m_question.restoreToken));
+    m_showsToken = true;
   }
   Ask("SelectSources", {QVariant::fromValue(QDBusObjectPath(m_session))}, options,
       &PortalSession::TakeSelected);
@@ -200,13 +201,14 @@ void PortalSession::TakeSelected(const QVariantMap& /*results*/) {
 
 void PortalSession::TakeStarted(const QVariantMap& results) {
   m_asksOperator = false;
+  TellToken(RestoreTokenOf(results));
   const auto node = FirstNode(Unpacked(results.value("streams")));
   if (!node) {
     Refuse("it named no screen to take pictures from");
     return;
   }
+  m_showsToken = false;
   m_source.node = *node;
-  m_source.restoreToken = RestoreTokenOf(results);
   QDBusMessage message = QDBusMessage::createMethodCall(kPortalService, kPortalPath,
                                                         kScreenCastInterface, "OpenPipeWireRemote");
   message << QVariant::fromValue(QDBusObjectPath(m_session)) << QVariantMap();
@@ -244,6 +246,10 @@ void PortalSession::OnResponse(const QDBusMessage& message) {
   } else if (response->code == PortalResponse::kDone) {
     (this->*m_answered)(response->results);
   } else if (response->code == PortalResponse::kCancelled) {
+    // He was asked, so the token was none any more.
+    if (m_showsToken) {
+      TellToken("");
+    }
     End("the operator shared nothing", false);
   } else {
     Refuse("response " + std::to_string(response->code));
@@ -258,11 +264,18 @@ void PortalSession::OnClosed(const QDBusMessage& message) {
   }
 }
 
+void PortalSession::TellToken(const std::string& token) {
+  if (m_question.isKept) {
+    m_listener->OnToken(token);
+  }
+}
+
 bool PortalSession::AskedAgain() {
-  if (m_question.restoreToken.empty() || m_owner.isEmpty()) {
+  if (!std::exchange(m_showsToken, false)) {
     return false;
   }
   TakeBack();
+  TellToken("");
   m_question.restoreToken.clear();
   m_asksOperator = false;
   Create();

@@ -5,7 +5,9 @@
 // PipeWire connection that sees the one chosen node. Each step is a call, a request object that the
 // call gives, and that object's one Response; a step that asks no person has a limit. The listener
 // hears once of a shared source and once at most of the end, whichever step it is in. A restore
-// token saves the question; a portal that stumbles over it is asked once more without.
+// token saves the question and is good for one start: what the next one may show is told as soon as
+// it is known, whatever becomes of this one. A portal that stumbles over it is asked once more
+// without.
 //
 // Nothing that comes is believed: answers count only from the owner of the portal's name, for the
 // request that is open, and of the right type. A second answer to a request finds none open.
@@ -35,12 +37,14 @@ namespace platform {
 struct SharedSource {
   int pipeWire = -1;  // the descriptor of the connection
   std::uint32_t node = 0;
-  std::string restoreToken;  // for the next start; empty when there is none
 };
 
 class PortalListener {
  public:
   virtual ~PortalListener() = default;
+  // The restore token for the next start; empty where there is none: the one that was shown is used
+  // up. Only where tokens are kept; the last word counts.
+  virtual void OnToken(const std::string& token) = 0;
   virtual void OnShared(const SharedSource& source) = 0;
   // Refused, failed, or closed by the desktop after it was shared.
   virtual void OnSessionEnd(const std::string& cause, bool wasClosed) = 0;
@@ -87,6 +91,7 @@ class PortalSession : public QObject {
 
   void TakeRequest(const QString& foreseen, const QDBusMessage& reply);
   void Follow(const QString& owner);
+  void TellToken(const std::string& token);
   // True when the same is asked once more without a token.
   bool AskedAgain();
   void Refuse(const std::string& cause);
@@ -100,6 +105,7 @@ class PortalSession : public QObject {
   QTimer m_watch;
   QElapsedTimer m_waiting;      // since the request was made
   bool m_asksOperator = false;  // the open request may take as long as he likes
+  bool m_showsToken = false;    // the portal has seen one, and has not yet taken it
   bool m_hasCursor = true;      // the cursor can be drawn into the pictures
   bool m_isShared = false;
   bool m_isOver = false;

@@ -77,8 +77,7 @@ bool Replace(const std::string& path, const std::string& text) {
   if (file.Get() < 0) {
     return false;
   }
-  if (WriteAll(file.Get(), text) && fsync(file.Get()) == 0 &&
-      std::rename(beside.c_str(), path.c_str()) == 0) {
+  if (WriteAll(file.Get(), text) && std::rename(beside.c_str(), path.c_str()) == 0) {
     return true;
   }
   const int error = errno;

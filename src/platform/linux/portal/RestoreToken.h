@@ -4,9 +4,9 @@
 // opens the operator's screen to whoever shows it in this program's name, so the file is read only
 // when it is a plain file of this user's that nobody else may read, and is written beside itself
 // and moved into place. Whatever is wrong with it is no failure but a question to the operator: the
-// log says why.
+// log says why. So nothing waits for the disk either: what a power cut takes is asked for again.
 //
-// Threads: any; one at a time for one file.
+// Threads: any; of two that keep one the later stays.
 #ifndef ORVANE_PLATFORM_LINUX_PORTAL_RESTORETOKEN_H
 #define ORVANE_PLATFORM_LINUX_PORTAL_RESTORETOKEN_H
 

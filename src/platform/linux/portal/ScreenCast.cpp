@@ -61,6 +61,7 @@ class ScreenCast::Run : public PortalListener, public CastListener {
 
   void Until(QEventLoop* loop);
 
+  void OnToken(const std::string& token) override { m_token = token; }
   void OnShared(const SharedSource& source) override;
   void OnSessionEnd(const std::string& cause, bool wasClosed) override { End(cause, wasClosed); }
   void OnPicture(CastPictureRef picture) override;
@@ -70,10 +71,12 @@ class ScreenCast::Run : public PortalListener, public CastListener {
  private:
   void Ask();
   bool GoesOn() const;
+  void KeepToken();
   void End(const std::string& cause, bool wasClosed) { End({cause, wasClosed, false}); }
   void End(const ScreenCast::End& end);
 
   Share* m_share;
+  std::optional<std::string> m_token;  // that the file does not have yet
   std::optional<PortalBus> m_bus;
   std::optional<PortalSession> m_session;
   std::optional<PipeWireLoop> m_loop;
@@ -86,6 +89,7 @@ ScreenCast::Run::~Run() {
   m_notifier.reset();
   m_loop.reset();
   m_session.reset();
+  KeepToken();  // before Qt's list of buses, which one that froze may hold
   m_bus.reset();
 }
 
@@ -137,10 +141,15 @@ void ScreenCast::Run::End(const ScreenCast::End& end) {
   }
 }
 
-void ScreenCast::Run::OnShared(const SharedSource& source) {
-  if (m_share->kind == CastKind::Monitor) {
-    KeepRestoreToken(m_share->settings.tokenFile, source.restoreToken);
+// When there is a picture, or will be none: a disk may take its time. Nobody waits for it but the
+// next pictures of a screen that was opened just now.
+void ScreenCast::Run::KeepToken() {
+  if (m_token) {
+    KeepRestoreToken(m_share->settings.tokenFile, *std::exchange(m_token, std::nullopt));
   }
+}
+
+void ScreenCast::Run::OnShared(const SharedSource& source) {
   {
     const Lock lock(m_share->mutex);
     m_share->shared = true;
@@ -158,11 +167,14 @@ void ScreenCast::Run::OnShared(const SharedSource& source) {
 }
 
 void ScreenCast::Run::OnPicture(CastPictureRef picture) {
-  CastPictureRef former;  // its memory goes back outside of the lock
-  const Lock lock(m_share->mutex);
-  former = std::exchange(m_share->newest, std::move(picture));
-  m_share->due = true;
-  m_share->changed.NotifyAll();
+  {
+    CastPictureRef former;  // its memory goes back outside of the lock
+    const Lock lock(m_share->mutex);
+    former = std::exchange(m_share->newest, std::move(picture));
+    m_share->due = true;
+    m_share->changed.NotifyAll();
+  }
+  KeepToken();
 }
 
 void ScreenCast::Run::OnStill() {

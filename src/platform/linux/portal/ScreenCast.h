@@ -10,8 +10,8 @@
 // back whatever is open, a question that nobody has answered included, and returns within 0.5 s: a
 // thread that a bus or a disk holds is left behind and ends by itself when it is let go.
 //
-// The kept choice: for a monitor the restore token of the settings' file saves the question, and is
-// replaced after each answer.
+// The kept choice: for a monitor the restore token of the settings' file saves the question. Each
+// answer replaces it, behind the first picture or at the end of the cast.
 //
 // Failure: a refusal, a portal, bus or PipeWire that isn't there, ends or makes no sense, and the
 // end of the sharing are the end of the cast, with a cause in words. While PipeWire doesn't answer
