@@ -3,8 +3,8 @@
 //
 // Flow: Begin asks the desktop, End gives back. Who is asked is the system's matter; on Linux it is
 // the first of these that agrees: the desktop portal, which speaks for both; or, each for its part,
-// the screen saver's service or else the X server, and logind for sleep. Where the service that
-// agreed ends meanwhile, it is asked anew.
+// the screen saver's service or else the X server, and logind for sleep. Where a service that
+// agreed ends meanwhile, what the others hold is kept, and somebody is asked for the rest.
 //
 // What is held belongs to connections of this process and to nothing else, so the desktop takes it
 // back by itself when the process dies, whichever way; and what is still being asked for at the end

@@ -197,9 +197,26 @@ TEST_F(KeepAwakeTest, AServiceThatBeginsAnewIsAskedAnew) {
   Start(All(AwakeAnswer::kGrants));
   m_awake->Begin(kReason);
   ASSERT_TRUE(Holds({1, 0, 0}));
-  m_desktop.Restart();
+  m_desktop.RestartPortal();
   EXPECT_TRUE(WaitFor([&] { return m_desktop.Asked().portal == 2; }, kPatienceMs));
   EXPECT_TRUE(Holds({1, 0, 0}));
+  // The others kept it awake until then.
+  EXPECT_TRUE((m_desktop.Asked() == AwakeCount{2, 1, 1}));
+  EXPECT_EQ(m_desktop.GivenBack().screenSaver, 1);
+  EXPECT_EQ(m_log.Errors(), "");
+}
+
+TEST_F(KeepAwakeTest, WhileOneIsAwayTheOthersAreKept) {
+  Start({AwakeAnswer::kAbsent, AwakeAnswer::kGrants, AwakeAnswer::kGrants});
+  m_awake->Begin(kReason);
+  ASSERT_TRUE(Holds({0, 1, 1}));
+  m_desktop.LoseScreenSaver();
+  EXPECT_TRUE(SaysThatNotKept("the screen saver is not kept away", "screen saver: has ended"));
+  m_desktop.ReturnScreenSaver();
+  EXPECT_TRUE(Holds({0, 1, 1}));
+  // One that held all the time was asked once.
+  EXPECT_TRUE((m_desktop.Asked() == AwakeCount{0, 2, 1}));
+  EXPECT_EQ(Failures(), 1) << m_log.Errors();
 }
 
 TEST_F(KeepAwakeTest, ABusThatDiesMeanwhileIsNamed) {

@@ -174,7 +174,9 @@ class AwakeDesktop::Services {
   // For the thread.
   std::atomic<bool> answerNow{false};
   std::atomic<bool> refuse{false};
-  std::atomic<bool> restart{false};
+  std::atomic<bool> restartPortal{false};
+  std::atomic<bool> loseSaver{false};
+  std::atomic<bool> returnSaver{false};
 
  private:
   void Run();
@@ -191,7 +193,7 @@ class AwakeDesktop::Services {
   void AnswerWaiting();
   void RespondAll(dbus_uint32_t response);
   void Respond(const Grant& grant, dbus_uint32_t response);
-  void LeaveAndReturn();
+  void Leave(Service service, const char* name);
   AwakeAnswer AnswerOf(Service service) const;
 
   AwakeServices m_answers;
@@ -248,8 +250,15 @@ void AwakeDesktop::Services::Turn() {
   if (refuse.exchange(false)) {
     RespondAll(2);
   }
-  if (restart.exchange(false)) {
-    LeaveAndReturn();
+  if (restartPortal.exchange(false)) {
+    Leave(kPortal, kPortalName);
+    m_session.Own(kPortalName);
+  }
+  if (loseSaver.exchange(false)) {
+    Leave(kSaver, kSaverName);
+  }
+  if (returnSaver.exchange(false)) {
+    m_session.Own(kSaverName);
   }
   const auto ended = [](int end) {
     pollfd pipe{end, POLLIN, 0};
@@ -426,15 +435,11 @@ void AwakeDesktop::Services::RespondAll(dbus_uint32_t response) {
   }
 }
 
-void AwakeDesktop::Services::LeaveAndReturn() {
-  grants.clear();
-  for (const char* name : {kPortalName, kSaverName}) {
-    const bool portal = name == kPortalName;
-    if (AnswerOf(portal ? kPortal : kSaver) != AwakeAnswer::kAbsent) {
-      m_session.Disown(name);
-      m_session.Own(name);
-    }
-  }
+void AwakeDesktop::Services::Leave(Service service, const char* name) {
+  grants.erase(std::remove_if(grants.begin(), grants.end(),
+                              [&](const Grant& grant) { return grant.service == service; }),
+               grants.end());
+  m_session.Disown(name);
 }
 
 AwakeDesktop::AwakeDesktop() = default;
@@ -490,8 +495,16 @@ void AwakeDesktop::RefuseAfterwards() {
   m_services->refuse = true;
 }
 
-void AwakeDesktop::Restart() {
-  m_services->restart = true;
+void AwakeDesktop::RestartPortal() {
+  m_services->restartPortal = true;
+}
+
+void AwakeDesktop::LoseScreenSaver() {
+  m_services->loseSaver = true;
+}
+
+void AwakeDesktop::ReturnScreenSaver() {
+  m_services->returnSaver = true;
 }
 
 }  // namespace support

@@ -63,8 +63,11 @@ class AwakeDesktop {
   void AnswerNow();
   // The portal says of all that it granted that it could not be done.
   void RefuseAfterwards();
-  // The portal and the screen saver leave the bus with all they granted, and are there again.
-  void Restart();
+  // The portal leaves the bus with all it granted, and is there again.
+  void RestartPortal();
+  // The same of the screen saver, in two steps.
+  void LoseScreenSaver();
+  void ReturnScreenSaver();
 
  private:
   class Services;
