@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -287,6 +288,52 @@ TEST_F(Launcher, SaysByWhichRoadTheScreenComes) {
   EXPECT_NE(wayland.output.find("run: Wayland"), std::string::npos) << wayland.output;
   EXPECT_NE(wayland.output.find("xdg-desktop-portal"), std::string::npos) << wayland.output;
   EXPECT_EQ(wayland.output.find("run: X11"), std::string::npos) << wayland.output;
+}
+
+// The portal itself, and the parts of desktops that share screens or do something else.
+struct Installed {
+  bool portal;
+  std::string part;
+};
+
+// What the launcher says of a session of that desktop where only this is installed.
+std::string RoadOf(const Installed& installed, const std::string& desktop) {
+  const support::TempDir data;
+  const std::filesystem::path root = data.Path();
+  std::filesystem::create_directories(root / "dbus-1/services");
+  std::filesystem::create_directories(root / "xdg-desktop-portal/portals");
+  if (installed.portal) {
+    std::ofstream(root / "dbus-1/services/org.freedesktop.portal.Desktop.service") << "[D-BUS]\n";
+  }
+  if (!installed.part.empty()) {
+    std::ofstream(root / "xdg-desktop-portal/portals/some.portal")
+        << "[portal]\nInterfaces=org.freedesktop.impl.portal.Screenshot;" << installed.part << "\n";
+  }
+  return support::Run({"env", "HOME=" + data.Path(), "XDG_DATA_HOME=" + data.Path(),
+                       "XDG_DATA_DIRS=" + data.Path(), "WAYLAND_DISPLAY=wayland-0",
+                       "XDG_CURRENT_DESKTOP=" + desktop, "bash", "-c",
+                       "set -euo pipefail; . \"$0\"; say_road", ORVANE_SOURCE_DIR "/tools/road.sh"})
+      .output;
+}
+
+TEST(LauncherRoad, NamesWhatIsMissingForTheDesktopInUse) {
+  const Installed portal{true, ""};
+  const Installed nothing{false, "org.freedesktop.impl.portal.ScreenCast;"};
+  const Installed another{true, "org.freedesktop.impl.portal.ScreenCastings;"};
+  const Installed all{true, "org.freedesktop.impl.portal.ScreenCast;"};
+  const std::string without = "run: Wayland, without the desktop and windows: ";
+  const std::string noPart =
+      without + "nothing here shares the screen with xdg-desktop-portal; install ";
+  EXPECT_EQ(RoadOf(portal, "GNOME"), noPart + "xdg-desktop-portal-gnome\n");
+  EXPECT_EQ(RoadOf(portal, "ubuntu:GNOME"), noPart + "xdg-desktop-portal-gnome\n");
+  EXPECT_EQ(RoadOf(portal, "KDE"), noPart + "xdg-desktop-portal-kde\n");
+  EXPECT_EQ(RoadOf(another, "sway"), noPart + "xdg-desktop-portal-wlr\n");
+  EXPECT_EQ(RoadOf(portal, "").find(noPart + "what it needs for your desktop"), 0U);
+  EXPECT_EQ(RoadOf(nothing, "KDE"),
+            without + "install xdg-desktop-portal and xdg-desktop-portal-kde\n");
+  EXPECT_EQ(RoadOf(all, "KDE"),
+            "run: Wayland: the desktop and windows are captured through xdg-desktop-portal, which "
+            "asks you\n");
 }
 
 TEST_F(Launcher, AWaylandSessionThatLetsNoXProgramInIsNoMachineWithoutADisplay) {
