@@ -81,7 +81,11 @@ bool X11Screen::IsAsleep() {
     return false;
   }
   const XcbReply<xcb_dpms_info_reply_t> power(xcb_dpms_info_reply(c, xcb_dpms_info(c), nullptr));
-  return power && power->state != 0 && power->power_level != XCB_DPMS_DPMS_MODE_ON;
+  return power && SleepsAt(power->state != 0, power->power_level);
+}
+
+bool X11Screen::SleepsAt(bool isManaged, unsigned level) {
+  return isManaged && level != XCB_DPMS_DPMS_MODE_ON;
 }
 
 bool X11Screen::IsSaved() {

@@ -35,6 +35,9 @@ class X11Screen {
   // Put to sleep by its power management, or covered by the server's screen saver. What was asked
   // less than half a second before is not asked again.
   bool IsBlanked(std::int64_t nowUs);
+  // What its power management says: whether that is at work, and its level (0 on; 1 to 3 standby,
+  // suspended and off).
+  static bool SleepsAt(bool isManaged, unsigned level);
   // Whether it is black there, whatever the cursor covers.
   bool IsBlackAt(const Spot& spot);
 
