@@ -56,9 +56,14 @@ void CMyQueue::Clear() {
   FreeAll();
 }
 
+// Behind the mutex: the end of a frame takes the lock of the pool that its buffer goes back to.
 void CMyQueue::FreeAll() {
-  media::MutexLocker lock(&m_mutex);
-  for (void* item : m_items) {
+  std::deque<void*> items;
+  {
+    media::MutexLocker lock(&m_mutex);
+    items.swap(m_items);
+  }
+  for (void* item : items) {
     if (m_isPacket != 0) {
       auto* packet = static_cast<AVPacket*>(item);
       av_packet_free(&packet);
@@ -67,5 +72,4 @@ void CMyQueue::FreeAll() {
       av_frame_free(&frame);
     }
   }
-  std::deque<void*>().swap(m_items);
 }

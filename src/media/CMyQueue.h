@@ -10,7 +10,8 @@
 // too. Another thread is the consumer once the former has ended, or has handed over with nothing
 // lent.
 //
-// Locks: every operation holds the queue's own mutex for its whole extent, and nothing else.
+// Locks: every operation holds the queue's own mutex, under which nothing is taken. Entries are
+// freed behind it.
 #ifndef ORVANE_MEDIA_CMYQUEUE_H
 #define ORVANE_MEDIA_CMYQUEUE_H
 

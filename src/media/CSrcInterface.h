@@ -19,7 +19,9 @@
 //
 // Locks: each output list has a mutex of its own, held while one push walks the list. So
 // RemoveAudioOutput and RemoveVideoOutput return only when no push is inside the removed node,
-// which may then be deleted at once. Under that mutex only the consumers' queue locks are taken.
+// which may then be deleted at once. Under that mutex the consumers' queue locks are taken, the
+// encoder's doorbell, and, where a consumer frees what it doesn't take, the lock of the frame's
+// pool.
 //
 // Frames are reference clones of one buffer: once pushed, their data is read-only for everybody.
 #ifndef ORVANE_MEDIA_CSRCINTERFACE_H
