@@ -10,6 +10,7 @@ extern "C" {
 }
 
 #include "media/NodeKind.h"
+#include "media/ffmpeg/Scoped.h"
 
 namespace {
 
@@ -22,7 +23,8 @@ CMixFrame::CMixFrame(int inputCount)
       m_rebuildMark32(0),
       m_rebuildMark64(0),
       m_active(2 * static_cast<std::size_t>(inputCount)),
-      m_stop(false) {
+      m_stop(false),
+      m_over(false) {
   for (std::atomic<bool>& flag : m_active) {
     flag = false;
   }
@@ -31,11 +33,28 @@ CMixFrame::CMixFrame(int inputCount)
 CMixFrame::~CMixFrame() = default;
 
 int CMixFrame::Start() {
-  return m_thread.StartOnce("mix", [this] { Mix(); });
+  const int result = m_thread.StartOnce("mix", [this] {
+    m_over = false;
+    Mix();
+    m_over = true;
+  });
+  if (result < 0) {
+    m_over = true;
+  }
+  return result;
 }
 
 int CMixFrame::Stop() {
   return m_thread.StopOnce(&m_stop);
+}
+
+// Files play on without a monitor, and the silence never rests: what nobody mixes would only grow.
+void CMixFrame::EnqueueAudio(int index, void* media) {
+  if (m_over) {
+    const ffmpeg::ScopedFrame unread(static_cast<AVFrame*>(media));
+  } else {
+    CSrcInterface::EnqueueAudio(index, media);
+  }
 }
 
 int CMixFrame::GetFreeAudioIndex() {

@@ -31,7 +31,8 @@
 //
 // Failure: a graph that can't be made is said in the log or on standard output, and the worker goes
 // on without output, or ends where there is no sink (see media/AmixGraph.h); the operator hears no
-// monitor sound.
+// monitor sound. What comes in once the worker has ended, or where the system gave it no thread, is
+// freed at once.
 #ifndef ORVANE_MEDIA_CMIXFRAME_H
 #define ORVANE_MEDIA_CMIXFRAME_H
 
@@ -51,6 +52,7 @@ class CMixFrame : public CSrcInterface {
 
   int Start() override;
   int Stop() override;
+  void EnqueueAudio(int index, void* media) override;
   // The input for the next source: the first that is not in the mix. With all inputs in use it is
   // one beyond the last queue, and what is sent there is lost.
   int GetFreeAudioIndex();
@@ -84,6 +86,7 @@ class CMixFrame : public CSrcInterface {
   // finds when all queues are in use.
   media::MixFlags m_active;
   std::atomic<bool> m_stop;
+  std::atomic<bool> m_over;  // nobody reads the queues any more
 };
 
 #endif

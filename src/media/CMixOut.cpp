@@ -7,6 +7,7 @@ extern "C" {
 }
 
 #include "media/NodeKind.h"
+#include "media/ffmpeg/Scoped.h"
 
 namespace {
 
@@ -15,16 +16,33 @@ constexpr std::uint32_t kIdleMs = 10;
 
 }  // namespace
 
-CMixOut::CMixOut() : CSrcInterface(media::kNoSource, kInputs), m_stop(false) {}
+CMixOut::CMixOut() : CSrcInterface(media::kNoSource, kInputs), m_stop(false), m_over(false) {}
 
 CMixOut::~CMixOut() = default;
 
 int CMixOut::Start() {
-  return m_thread.StartOnce("mixout", [this] { Mix(); });
+  const int result = m_thread.StartOnce("mixout", [this] {
+    m_over = false;
+    Mix();
+    m_over = true;
+  });
+  if (result < 0) {
+    m_over = true;
+  }
+  return result;
 }
 
 int CMixOut::Stop() {
   return m_thread.StopOnce(&m_stop);
+}
+
+// The captures go on for the whole broadcast: what nobody mixes would grow by 1.4 GB an hour.
+void CMixOut::EnqueueAudio(int index, void* media) {
+  if (m_over) {
+    const ffmpeg::ScopedFrame unread(static_cast<AVFrame*>(media));
+  } else {
+    CSrcInterface::EnqueueAudio(index, media);
+  }
 }
 
 void CMixOut::Mix() {

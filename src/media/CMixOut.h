@@ -13,7 +13,8 @@
 //
 // Failure: a graph that can't be made is said in the log or on standard output, and the broadcast
 // goes on without sound (see media/AmixGraph.h). Where there is no sink, or an input can't be made,
-// the worker ends, and what comes in waits in the queues until the node is deleted.
+// the worker ends. What comes in once the worker has ended, or where the system gave it no thread,
+// is freed at once.
 #ifndef ORVANE_MEDIA_CMIXOUT_H
 #define ORVANE_MEDIA_CMIXOUT_H
 
@@ -30,6 +31,7 @@ class CMixOut : public CSrcInterface {
 
   int Start() override;
   int Stop() override;
+  void EnqueueAudio(int index, void* media) override;
 
  protected:
   // Builds the graph; false when the worker has to end at once.
@@ -41,6 +43,7 @@ class CMixOut : public CSrcInterface {
 
   media::Worker m_thread;
   std::atomic<bool> m_stop;
+  std::atomic<bool> m_over;  // nobody reads the queues any more
 };
 
 #endif
