@@ -120,6 +120,20 @@ TEST_F(LateAnswers, ASlowServerIsWaitedForOnceInATick) {
                       kLimitMs));
 }
 
+// ClientSize has just asked: the window's end since then comes as an event.
+TEST_F(LateAnswers, TheServerIsNotAskedTwiceInATickWhetherTheWindowExists) {
+  const auto grabber = m_system.Open(m_window.Id());
+  ASSERT_TRUE(grabber);
+  ASSERT_NE(grabber->ClientSize(), Size());
+  g_waits = 0;
+  g_slowly = true;
+  EXPECT_TRUE(grabber->Exists());
+  g_slowly = false;
+  EXPECT_EQ(0, g_waits);
+  m_window.Close();
+  EXPECT_TRUE(WaitFor([&] { return !grabber->Exists(); }, kLimitMs));
+}
+
 TEST_F(LateAnswers, ThePreviewsWindowIsNotTakenForGone) {
   const auto target = platform::OpenPreviewTarget(m_window.Id());
   ASSERT_TRUE(target);

@@ -181,8 +181,9 @@ bool XcbWindowGrabber::UpdateGeometry() {
   return !m_gone;
 }
 
+// The server was asked at the tick's beginning; since then an event tells.
 bool XcbWindowGrabber::Exists() {
-  UpdateGeometry();
+  Ready();
   return !m_gone;
 }
 

@@ -10,7 +10,8 @@
 // The size that Grab expects is the one that ClientSize gave last: a window resized in between
 // gives no picture this time. While the server does not answer, everything stays as it was last
 // seen and there are no pictures; each call returns at once, but the first, which waits 0.15 s. A
-// tick begins with ClientSize: a slow server is waited for 0.3 s in each. One that doesn't answer
+// tick begins with ClientSize, which alone asks whether the window is still there: a slow server is
+// waited for 0.3 s in each. One that doesn't answer
 // at the opening is asked on, with each call, until it does.
 #ifndef ORVANE_PLATFORM_LINUX_XCBWINDOWGRABBER_H
 #define ORVANE_PLATFORM_LINUX_XCBWINDOWGRABBER_H
