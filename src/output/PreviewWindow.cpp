@@ -24,7 +24,7 @@ PreviewWindow::PreviewWindow(platform::WindowHandle handle, const Extent& canvas
 
 bool PreviewWindow::Ready(const Extent& preview) {
   platform::PreviewPlace place;
-  if (!m_surface.Probe(&place) || (!m_surface.IsOpen() && !Make())) {
+  if (!m_surface.Probe(&place) || (!m_surface.IsOpen() && !m_surface.Open())) {
     return false;
   }
   return Follow(preview, place.size);
@@ -47,7 +47,7 @@ bool PreviewWindow::Follow(const Extent& preview, const Extent& actual) {
     SizeNativeWindow(preview);
   }
   m_unlike = 0;
-  return Make();
+  return m_surface.Open();
 }
 
 void PreviewWindow::SizeNativeWindow(const Extent& preview) {
@@ -66,39 +66,12 @@ void PreviewWindow::SizeNativeWindow(const Extent& preview) {
   m_accepted = after.size == preview ? Extent{} : preview;
 }
 
-bool PreviewWindow::Make() {
-  m_texture = nullptr;
-  m_textureSize = {};
-  return m_surface.Open();
-}
-
-bool PreviewWindow::FitTexture(const Extent& size) {
-  if (m_texture != nullptr && m_textureSize == size) {
-    return true;
-  }
-  if (m_texture != nullptr) {
-    SDL_DestroyTexture(m_texture);
-  }
-  // Into one that is not for streaming SDL's own drawing would put every picture by way of a block
-  // that it makes and frees for it.
-  const auto access =
-      m_surface.HasHardware() ? SDL_TEXTUREACCESS_TARGET : SDL_TEXTUREACCESS_STREAMING;
-  m_texture = SDL_CreateTexture(m_surface.Renderer(), SDL_PIXELFORMAT_YV12, access, size.width,
-                                size.height);
-  m_textureSize = size;
-  m_stale = true;
-  if (m_texture == nullptr) {
-    m_surface.GiveUp(SDL_GetError());
-  }
-  return m_texture != nullptr;
-}
-
 // The picture as the texture takes it; null where there is none.
 const AVFrame* PreviewWindow::PictureOfSize(const Extent& size) {
   if (m_picture == nullptr || size == Extent{m_picture->width, m_picture->height}) {
     return m_picture;
   }
-  if (m_stale || !m_small || size != Extent{m_small->width, m_small->height}) {
+  if (!m_surface.IsTextureFilled() || !m_small || size != Extent{m_small->width, m_small->height}) {
     m_small.Reset();  // its buffer is the next one's
     m_small.Reset(m_buffers.Get(size.width, size.height, AV_PIX_FMT_YUV420P));
     if (m_small && m_convert.Convert(m_picture, m_small.Get()) < 0) {
@@ -110,7 +83,7 @@ const AVFrame* PreviewWindow::PictureOfSize(const Extent& size) {
 
 void PreviewWindow::Update(const AVFrame* picture) {
   m_picture = picture;
-  m_stale = true;
+  m_surface.OutdateTexture();
 }
 
 bool PreviewWindow::Draw(const Rect& area, const std::vector<Line>& lines) {
@@ -118,21 +91,17 @@ bool PreviewWindow::Draw(const Rect& area, const std::vector<Line>& lines) {
   const Extent size = TextureSize(m_canvas, {area.width, area.height}, m_surface.HasHardware());
   const AVFrame* picture = PictureOfSize(size);
   Lock lock(platform::SdlVideoMutex());
-  if (!FitTexture(size)) {
+  if (!m_surface.FitTexture(size)) {
     return false;
   }
-  if (m_stale && picture != nullptr) {
-    m_stale = SDL_UpdateYUVTexture(m_texture, nullptr, picture->data[0], picture->linesize[0],
-                                   picture->data[1], picture->linesize[1], picture->data[2],
-                                   picture->linesize[2]) < 0;
-  }
+  const bool filled = picture != nullptr && m_surface.FillTexture(picture);
   if (area.x > 0 || area.y > 0) {
     // The outline of a layer may have been drawn in the bars beside the picture.
     SDL_SetRenderDrawColor(renderer, 0, 0, 0, SDL_ALPHA_OPAQUE);
     SDL_RenderClear(renderer);
   }
   const SDL_Rect target{area.x, area.y, area.width, area.height};
-  const bool drawn = SDL_RenderCopy(renderer, m_texture, nullptr, &target) == 0 && !m_stale;
+  const bool drawn = SDL_RenderCopy(renderer, m_surface.Texture(), nullptr, &target) == 0 && filled;
   SDL_SetRenderDrawColor(renderer, 255, 0, 0, SDL_ALPHA_OPAQUE);
   for (const Line& line : lines) {
     SDL_RenderDrawLine(renderer, line.x1, line.y1, line.x2, line.y2);

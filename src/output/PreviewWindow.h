@@ -28,7 +28,6 @@
 #include "platform/WindowSystem.h"
 
 struct AVFrame;
-struct SDL_Texture;
 
 namespace output {
 
@@ -47,21 +46,16 @@ class PreviewWindow {
   bool Draw(const Rect& area, const std::vector<Line>& lines);
 
  private:
-  bool Make();
-  bool FitTexture(const Extent& size) ORVANE_REQUIRES(platform::SdlVideoMutex());
   const AVFrame* PictureOfSize(const Extent& size);
   bool Follow(const Extent& preview, const Extent& actual);
   void SizeNativeWindow(const Extent& preview);
 
   Extent m_canvas;
   platform::SdlSurface m_surface;
-  SDL_Texture* m_texture = nullptr;  // goes with the surface's renderer
-  Extent m_textureSize;
   const AVFrame* m_picture = nullptr;
   ffmpeg::PixelConvert m_convert;
   ffmpeg::FramePool m_buffers;
   ffmpeg::ScopedFrame m_small;  // m_picture in the size of the texture, where that is another
-  bool m_stale = true;          // the texture does not hold m_picture
   int m_unlike = 0;             // passes in a row in which SDL, X and previewSize disagreed
   Extent m_accepted;            // a preview size that the window never took
 };

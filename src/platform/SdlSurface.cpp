@@ -5,6 +5,7 @@
 #include <cstring>
 
 extern "C" {
+#include <libavutil/frame.h>
 #include <libavutil/log.h>
 }
 
@@ -149,6 +150,36 @@ void SdlSurface::Destroy() {
   }
   m_renderer = nullptr;
   m_window = nullptr;
+  m_texture = nullptr;  // SDL has freed it with its renderer
+  m_filled = false;
+}
+
+bool SdlSurface::FitTexture(const Size& size) {
+  if (m_texture != nullptr && m_textureSize == size) {
+    return true;
+  }
+  if (m_texture != nullptr) {
+    SDL_DestroyTexture(m_texture);
+  }
+  // Into one that is not for streaming SDL's own drawing would put every picture by way of a block
+  // that it makes and frees for it.
+  const auto access = m_hardware ? SDL_TEXTUREACCESS_TARGET : SDL_TEXTUREACCESS_STREAMING;
+  m_texture = SDL_CreateTexture(m_renderer, SDL_PIXELFORMAT_YV12, access, size.width, size.height);
+  m_textureSize = size;
+  m_filled = false;
+  if (m_texture == nullptr) {
+    GiveUp(SDL_GetError());
+  }
+  return m_texture != nullptr;
+}
+
+bool SdlSurface::FillTexture(const AVFrame* picture) {
+  if (!m_filled) {
+    m_filled = SDL_UpdateYUVTexture(m_texture, nullptr, picture->data[0], picture->linesize[0],
+                                    picture->data[1], picture->linesize[1], picture->data[2],
+                                    picture->linesize[2]) == 0;
+  }
+  return m_filled;
 }
 
 Size SdlSurface::KnownSize() const {

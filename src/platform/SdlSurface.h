@@ -9,8 +9,11 @@
 // some, else SDL's own drawing, which takes half the time of an OpenGL without hardware. What the
 // first surface found out holds for the whole process.
 //
-// Ownership: the native window stays its owner's. Textures go with the renderer that they were made
-// from, in Close.
+// The texture has the picture, YUV 4:2:0, on its way to the screen: Fit makes it of a size, Outdate
+// says that there is a new picture, Fill puts it in where that has not been done.
+//
+// Ownership: the native window stays its owner's. The texture goes with the renderer that it was
+// made from, in Open and Close.
 //
 // Threads: all of it on the thread that draws; SDL's video was set up before on the user interface
 // thread. Open and Close take SdlVideoMutex themselves; what the caller draws with the renderer it
@@ -28,9 +31,12 @@
 
 #include "platform/PreviewTarget.h"
 #include "platform/SdlVideo.h"
+#include "platform/Size.h"
 #include "platform/WindowSystem.h"
 
+struct AVFrame;
 struct SDL_Renderer;
+struct SDL_Texture;
 struct SDL_Window;
 
 namespace platform {
@@ -61,6 +67,15 @@ class SdlSurface {
   // Null while closed.
   SDL_Window* Window() const { return m_window; }
   SDL_Renderer* Renderer() const { return m_renderer; }
+  // A texture of that size, made anew where it has another. False after giving up.
+  bool FitTexture(const Size& size) ORVANE_REQUIRES(SdlVideoMutex());
+  void OutdateTexture() { m_filled = false; }
+  // picture: of the texture's size. Tries again at the next call where SDL doesn't take it.
+  bool FillTexture(const AVFrame* picture) ORVANE_REQUIRES(SdlVideoMutex());
+  // The texture holds the newest picture.
+  bool IsTextureFilled() const { return m_filled; }
+  // Null until it is made.
+  SDL_Texture* Texture() const { return m_texture; }
   // Null when there is no window system.
   PreviewTarget* Target() const { return m_target.get(); }
 
@@ -77,6 +92,9 @@ class SdlSurface {
   std::unique_ptr<PreviewTarget> m_target;
   SDL_Window* m_window = nullptr;
   SDL_Renderer* m_renderer = nullptr;
+  SDL_Texture* m_texture = nullptr;
+  Size m_textureSize;
+  bool m_filled = false;
   bool m_hardware = false;
   bool m_givenUp = false;
 };

@@ -66,7 +66,7 @@ void CameraPreview::Convert(const AVFrame* picture) {
   const int result = converted ? m_convert.Convert(picture, converted.Get()) : AVERROR(ENOMEM);
   if (result >= 0) {
     m_picture.Reset(converted.Release());
-    m_stale = true;
+    m_surface.OutdateTexture();
   } else {
     m_fault.Tell("Preview of the camera", "its picture can't be converted", result);
   }
@@ -87,44 +87,20 @@ bool CameraPreview::Ready() {
   if (m_surface.IsOpen() && m_surface.KnownSize() == place.size) {
     return true;
   }
-  m_texture = nullptr;
   return m_surface.Open();
 }
 
 void CameraPreview::Draw() {
   const platform::Lock lock(platform::SdlVideoMutex());
   SDL_Renderer* renderer = m_surface.Renderer();
-  if (m_picture && FitTexture()) {
-    if (m_stale) {
-      SDL_UpdateYUVTexture(m_texture, nullptr, m_picture->data[0], m_picture->linesize[0],
-                           m_picture->data[1], m_picture->linesize[1], m_picture->data[2],
-                           m_picture->linesize[2]);
-      m_stale = false;
-    }
-    SDL_RenderCopy(renderer, m_texture, nullptr, nullptr);
+  if (m_picture && m_surface.FitTexture({m_picture->width, m_picture->height})) {
+    m_surface.FillTexture(m_picture.Get());
+    SDL_RenderCopy(renderer, m_surface.Texture(), nullptr, nullptr);
   } else {
     SDL_SetRenderDrawColor(renderer, 0, 0, 0, SDL_ALPHA_OPAQUE);
     SDL_RenderClear(renderer);
   }
   SDL_RenderPresent(renderer);
-}
-
-bool CameraPreview::FitTexture() {
-  const platform::Size size{m_picture->width, m_picture->height};
-  if (m_texture != nullptr && m_textureSize == size) {
-    return true;
-  }
-  if (m_texture != nullptr) {
-    SDL_DestroyTexture(m_texture);
-  }
-  m_texture = SDL_CreateTexture(m_surface.Renderer(), SDL_PIXELFORMAT_YV12,
-                                SDL_TEXTUREACCESS_TARGET, size.width, size.height);
-  m_textureSize = size;
-  m_stale = true;
-  if (m_texture == nullptr) {
-    m_surface.GiveUp(SDL_GetError());
-  }
-  return m_texture != nullptr;
 }
 
 }  // namespace widgets

@@ -28,7 +28,6 @@
 #include "platform/WindowSystem.h"
 
 class CMyQueue;
-struct SDL_Texture;
 
 namespace widgets {
 
@@ -56,7 +55,6 @@ class CameraPreview {
   void Show();
   bool Ready();
   void Draw();
-  bool FitTexture() ORVANE_REQUIRES(platform::SdlVideoMutex());
 
   media::PacedTicker m_ticker;
   ffmpeg::PixelConvert m_convert;
@@ -66,9 +64,6 @@ class CameraPreview {
   ffmpeg::LogOnce m_fault;
 
   platform::SdlSurface m_surface;
-  SDL_Texture* m_texture = nullptr;  // goes with the surface's renderer
-  platform::Size m_textureSize;
-  bool m_stale = true;  // the texture does not hold m_picture
 };
 
 }  // namespace widgets

@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -34,6 +35,9 @@ constexpr char kFirst[] = "First Camera";
 constexpr char kSecond[] = "Second Camera";
 
 bool g_hasRenderer = true;
+std::atomic<int> g_access{-1};  // of the texture that was made last
+std::atomic<bool> g_takesPictures{true};
+std::atomic<int> g_refused{0};
 
 }  // namespace
 
@@ -42,6 +46,30 @@ extern "C" SDL_Renderer* __real_SDL_CreateRenderer(SDL_Window* window, int index
 extern "C" SDL_Renderer* __wrap_SDL_CreateRenderer(SDL_Window* window, int index, Uint32 flags);
 extern "C" SDL_Renderer* __wrap_SDL_CreateRenderer(SDL_Window* window, int index, Uint32 flags) {
   return g_hasRenderer ? __real_SDL_CreateRenderer(window, index, flags) : nullptr;
+}
+extern "C" SDL_Texture* __real_SDL_CreateTexture(SDL_Renderer* renderer, Uint32 format, int access,
+                                                 int width, int height);
+extern "C" SDL_Texture* __wrap_SDL_CreateTexture(SDL_Renderer* renderer, Uint32 format, int access,
+                                                 int width, int height);
+extern "C" SDL_Texture* __wrap_SDL_CreateTexture(SDL_Renderer* renderer, Uint32 format, int access,
+                                                 int width, int height) {
+  g_access = access;
+  return __real_SDL_CreateTexture(renderer, format, access, width, height);
+}
+extern "C" int __real_SDL_UpdateYUVTexture(SDL_Texture* texture, const SDL_Rect* area,
+                                           const Uint8* y, int yPitch, const Uint8* u, int uPitch,
+                                           const Uint8* v, int vPitch);
+extern "C" int __wrap_SDL_UpdateYUVTexture(SDL_Texture* texture, const SDL_Rect* area,
+                                           const Uint8* y, int yPitch, const Uint8* u, int uPitch,
+                                           const Uint8* v, int vPitch);
+extern "C" int __wrap_SDL_UpdateYUVTexture(SDL_Texture* texture, const SDL_Rect* area,
+                                           const Uint8* y, int yPitch, const Uint8* u, int uPitch,
+                                           const Uint8* v, int vPitch) {
+  if (!g_takesPictures) {
+    ++g_refused;
+    return -1;
+  }
+  return __real_SDL_UpdateYUVTexture(texture, area, y, yPitch, u, uPitch, v, vPitch);
 }
 
 namespace {
@@ -136,6 +164,23 @@ TEST_F(CamDlgScreen, ThePreviewIsBlackWhereSdlCannotDraw) {
   Show(&dialog);
   EXPECT_TRUE(ShowsBlack(dialog));
   g_hasRenderer = true;
+}
+
+// A camera that has gone gives no other picture with which it would be made good.
+TEST_F(CamDlgScreen, APictureThatSdlDoesNotTakeIsGivenToItAgain) {
+  PlugFirst();
+  g_refused = 0;
+  g_takesPictures = false;
+  CCamDlg dialog;
+  Show(&dialog);
+  EXPECT_TRUE(QTest::qWaitFor([] { return g_refused > 0; }, kPatienceMs));
+  first.Unplug();
+  EXPECT_TRUE(HasWorkers(1));
+  const int before = g_refused;
+  EXPECT_TRUE(QTest::qWaitFor([before] { return g_refused > before + 10; }, kPatienceMs));
+  g_takesPictures = true;
+  EXPECT_TRUE(Shows(dialog, kBlue));
+  EXPECT_EQ(SDL_TEXTUREACCESS_STREAMING, g_access) << "SDL's own drawing would copy it once more";
 }
 
 TEST_F(CamDlgScreen, ABusyCameraLeavesThePreviewBlackAndCanBeConfirmed) {
