@@ -12,13 +12,13 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "platform/PictureRate.h"
+
 namespace media {
 
-inline constexpr int kPicturesPerSecond = 25;
-inline constexpr int kPictureMs = 1000 / kPicturesPerSecond;
-
-// Gap between two turns of a paced thread above which it was suspended, in milliseconds.
-inline constexpr std::uint32_t kSuspendedMs = 3000;
+using platform::kPictureMs;
+using platform::kPicturesPerSecond;
+using platform::kSuspendedMs;
 
 class PacedTicker {
  public:

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "platform/PictureRate.h"
+
 namespace output {
 
 namespace {
@@ -16,9 +18,8 @@ constexpr Level kTable[Effort::kLevels] = {
     {"medium", 100}, {"faster", 83}, {"veryfast", 43}, {"superfast", 36}, {"ultrafast", 21}};
 
 constexpr std::int64_t kSecondMs = 1000;
-// What there is for a picture, and what its mean may take of that for a level to have room: the
+// Of the time that there is for a picture, what its mean may take for a level to have room: the
 // same scene takes between 0.7 and 1.35 times its mean, by what moves in it.
-constexpr std::int64_t kPictureMs = 40;
 constexpr std::int64_t kRoomyMs = 30;
 // Pictures that wait at every look of a second: the encoder is behind and doesn't catch up.
 constexpr int kBehind = 3;
@@ -72,7 +73,7 @@ void Effort::BeginSecond(std::int64_t nowMs) {
 }
 
 bool Effort::IsFull() const {
-  return m_tookMs > kPictureMs * m_pictures;
+  return m_tookMs > platform::kPictureMs * m_pictures;
 }
 
 bool Effort::IsSlow() const {
@@ -91,7 +92,7 @@ int Effort::BestLevel(std::int64_t tookMs, int pictures, std::int64_t mostMs) co
 
 // No second of the room would have been full at the level to go to, and their mean leaves some.
 void Effort::LookForRoom(std::int64_t nowMs) {
-  const int best = BestLevel(m_tookMs, m_pictures, kPictureMs);
+  const int best = BestLevel(m_tookMs, m_pictures, platform::kPictureMs);
   if (best == m_level || m_dropped > 0 || m_leastWaiting > 1) {
     m_room.reset();
     return;

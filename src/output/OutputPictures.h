@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "output/RenderRules.h"
+#include "platform/PictureRate.h"
 
 struct AVFrame;
 
@@ -21,7 +22,7 @@ namespace output {
 class OutputPictures {
  public:
   static constexpr std::size_t kPictures = 20;
-  static constexpr int kCalmPictures = 750;  // 30 s at 25 a second
+  static constexpr int kCalmPictures = 30 * platform::kPicturesPerSecond;  // 30 s
 
   explicit OutputPictures(const Extent& size) : m_size(size) {}
   ~OutputPictures();

@@ -24,11 +24,13 @@ extern "C" {
 #include <libavutil/pixfmt.h>
 }
 
+#include "platform/PictureRate.h"
+
 namespace ffmpeg {
 
 class FramePool {
  public:
-  static constexpr int kCalmFrames = 750;  // 30 s at 25 a second
+  static constexpr int kCalmFrames = 30 * platform::kPicturesPerSecond;  // 30 s
 
   FramePool();
   ~FramePool();

@@ -16,11 +16,13 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "platform/PictureRate.h"
+
 namespace platform {
 
 class CameraPace {
  public:
-  static constexpr std::int64_t kStepUs = 40000;
+  static constexpr std::int64_t kStepUs = kPictureUs;
 
   // Whether a picture that has come now goes on.
   bool Take(std::int64_t nowUs) {

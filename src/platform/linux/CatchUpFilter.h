@@ -12,11 +12,13 @@
 
 #include <cstdint>
 
+#include "platform/PictureRate.h"
+
 namespace platform {
 
 class CatchUpFilter {
  public:
-  static constexpr std::int64_t kStepUs = 40000;
+  static constexpr std::int64_t kStepUs = kPictureUs;
 
   // Whether a grab that is at hand now goes on.
   bool Take(std::int64_t nowUs) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/PictureRate.h"
+
 namespace platform {
 
 namespace {
@@ -12,7 +14,7 @@ constexpr int kRampFrames = 240;
 constexpr int kReserveFrames = kRampFrames + DriftResampler::kLookahead;
 // No sound begins without so much of it: remains of a device that has stopped would chirp.
 constexpr int kBeginFrames = ContinuousSound::kBlockFrames + kReserveFrames;
-constexpr std::int64_t kSuspendedUs = 3'000'000;
+constexpr std::int64_t kSuspendedUs = std::int64_t{kSuspendedMs} * 1000;
 // A tenth of a millisecond of distance is worth 20 ppm: gone within some seconds, unheard.
 constexpr double kPpmPerUs = 0.2;
 constexpr double kMaxSteeringPpm = 500;

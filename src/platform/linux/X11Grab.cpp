@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/PictureRate.h"
 #include "platform/linux/MonotonicClock.h"
 #include "platform/linux/SizeChange.h"
 
@@ -14,7 +15,7 @@ namespace platform {
 
 namespace {
 
-constexpr int kReopenings = 25;  // a second of sizes that change with each picture
+constexpr int kReopenings = kPicturesPerSecond;  // a second of sizes that change with each picture
 
 }  // namespace
 
@@ -23,7 +24,7 @@ AvInput X11Grab::OpenInput(OpenResult* result) const {
   request.format = "x11grab";
   request.url = m_display;
   request.name = kDesktopName;
-  request.options = {{"framerate", "25"}, {"draw_mouse", "1"}};
+  request.options = {{"framerate", std::to_string(kPicturesPerSecond)}, {"draw_mouse", "1"}};
   return OpenAvInput(request, result);
 }
 

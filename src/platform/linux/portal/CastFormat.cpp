@@ -10,6 +10,7 @@
 
 #include <cstring>
 
+#include "platform/PictureRate.h"
 #include "platform/linux/portal/CastLayout.h"
 
 namespace platform {
@@ -18,7 +19,7 @@ namespace {
 
 constexpr std::uint32_t kFormats[] = {SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA,
                                       SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_RGBA};
-constexpr std::uint32_t kRate = 25;
+constexpr std::uint32_t kRate = kPicturesPerSecond;
 constexpr std::uint32_t kMaxRate = 1000;
 constexpr int kBuffers = 4;  // one is being read, one kept, one written, one on its way
 constexpr int kMinBuffers = 2;

@@ -14,11 +14,13 @@
 #include <cstdint>
 #include <utility>
 
+#include "platform/PictureRate.h"
+
 namespace platform {
 
 class CastPace {
  public:
-  static constexpr std::int64_t kStepUs = 40000;
+  static constexpr std::int64_t kStepUs = kPictureUs;
   enum class Goes { Nothing, Picture, Again };
 
   // What goes on now. isAtHand: there is a picture that has not gone on yet. Picture only when it
