@@ -5,15 +5,17 @@
 #include <utility>
 
 #include "output/PublishRules.h"
+#include "platform/SoundFormat.h"
 
 namespace output {
 
 namespace {
 
-// The newest sound is this old when the encoder takes it: its hold in the capture and some polling.
-// With it, flash and beep of a dozen starts lay within the bounds of one step, the filmed clock's
-// own age counted in.
+// So old the sound is reckoned when the encoder takes it: its hold in the capture, usually. With
+// it, flash and beep of a dozen starts lay within the bounds of one step, the filmed clock's own
+// age counted in. A device that delivers late is held for longer, which nobody says here.
 constexpr std::int64_t kSoundAgeMs = 72;
+static_assert(kSoundAgeMs == platform::kSoundHoldMs - 1, "measured with that hold");
 // What AAC puts before the first sample, which all players play.
 constexpr std::int64_t kPrimingMs = 21;
 // Of a picture that doesn't tell; 105 to 185 were measured.

@@ -2,7 +2,7 @@
 //
 // Flow: Put takes the device's blocks as they arrive; Take gives blocks of 10 ms, one for each
 // 10 ms of the system's clock since the opening. What the device took at time t is given as the
-// samples for time t + kHoldUs. Where it took nothing, or delivers it too late, there is silence.
+// samples for time t + HoldUs(). Where it took nothing, or delivers it too late, there is silence.
 //
 // The device's clock is followed by resampling: its drift as DeviceClock tells it, and what is left
 // of the distance at most 500 ppm on top, under a sixtieth of a semitone. Every beginning and end
@@ -31,14 +31,10 @@ class ContinuousSound {
   static constexpr int kChannels = SampleQueue::kChannels;
   static constexpr int kBlockFrames = kRate / 100;
 
-  // From the moment a sound is heard to its reaching the encoder pass about 88 ms: this hold, 10 ms
-  // until the block is complete, and 5 ms on average, 10 at most, until the reader polls. As much
-  // as stays under 100 ms, for two reasons. The picture takes longer still on its way through the
-  // compositor, so a shorter hold would move the sound further ahead of it. And a block may come
-  // 55 ms late before it is missed.
-  static constexpr std::int64_t kHoldUs = 73'000;
+  static constexpr std::int64_t kHoldUs = std::int64_t{kSoundHoldMs} * 1000;
   // For a device that delivers long after it takes (wireless microphones do), the hold is longer,
-  // up to this, since sound that is late is better than sound full of holes.
+  // up to this, since sound that is late is better than sound full of holes. The picture's clock
+  // does not learn of it: that voice comes behind the lips by as much as its hold is longer.
   static constexpr std::int64_t kMaxHoldUs = 500'000;
 
   explicit ContinuousSound(std::int64_t openUs);
