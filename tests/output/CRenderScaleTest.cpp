@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
 extern "C" {
@@ -10,6 +11,7 @@ extern "C" {
 
 #include "output/RenderHarness.h"
 #include "support/FakeClock.h"
+#include "support/LogRecord.h"
 
 namespace {
 
@@ -300,6 +302,28 @@ TEST(CRenderScale, AFrameWithAHostileGeometryIsDropped) {
   render.Feed(id, NewPicture(64, 48, kRed));
   render.ScaleTurn();
   EXPECT_EQ(1, render.LayerSize(id));
+}
+
+// A source that sends one such picture sends them for hours; the next layer of the slot is another.
+TEST(CRenderScale, AFrameWithAHostileGeometryIsInTheLogOnceForEachLayer) {
+  FakeClock clock;
+  const support::LogRecord log;
+  HandRender render;
+  const std::string line = "Layer 0: picture of 0 x 48 rgb24 can't be used\n";
+  std::string expected;
+  for (int layer = 0; layer < 2; ++layer) {
+    ASSERT_EQ(0, render.AddLayer());
+    expected += line;
+    for (int i = 0; i < 3; ++i) {
+      AVFrame* frame = NewPicture(64, 48, kRed);
+      frame->width = 0;
+      render.Feed(0, frame);
+      render.ScaleTurn();
+      EXPECT_EQ(expected, log.Errors());
+    }
+    render.RemoveLayer(0);
+    render.ScaleTurn();
+  }
 }
 
 TEST(CRenderScale, ASizeThatNoMemoryHoldsKeepsTheLastPicture) {
