@@ -207,11 +207,13 @@ TEST_F(CEncoderPublishTurn, AFailedWriteIsLoggedWithItsCauseAndCalledForARetry) 
   encoder.Audio().PushBack(NewPacket(0, true, 64));
   encoder.Audio().PushBack(NewPacket(500, true, 64));
   Sent sent = Sent::kPacket;
+  std::uint64_t taken = 0;
   for (int i = 0; i < 20 && sent == Sent::kPacket; ++i) {
     encoder.Video().PushBack(NewPacket((20 + i) * 40, false));
     auto* head = static_cast<AVPacket*>(encoder.Video().Peek());
     ASSERT_GE(av_grow_packet(head, 100000), 0);
     sent = encoder.PublishTurn(output);
+    taken += sent == Sent::kPacket ? 1 : 0;
   }
   EXPECT_EQ(Sent::kFailed, sent);
   EXPECT_TRUE(log.SaidError("av_write_frame error\n"));
@@ -220,6 +222,9 @@ TEST_F(CEncoderPublishTurn, AFailedWriteIsLoggedWithItsCauseAndCalledForARetry) 
   EXPECT_EQ(PublishState::kRetrying, statistics.status.state);
   EXPECT_EQ(PublishFault::kWrite, statistics.status.fault);
   EXPECT_EQ("send: No space left on device", statistics.cause);
+  EXPECT_GT(taken, 0U);
+  EXPECT_EQ(taken, statistics.videoPacketsSent + statistics.audioPacketsSent)
+      << "what failed counts as sent";
 }
 
 TEST_F(CEncoderPublishTurn, QueuedDelayIsWhatTheWaitingPicturesStandFor) {
@@ -438,6 +443,23 @@ TEST_F(CEncoderPublishThread, PicturesThatWaitForSoundDoNotPileUp) {
   EXPECT_NE(first->flags & AV_PKT_FLAG_KEY, 0);
   encoder.Audio().PushBack(support::NewPacket(20000, true));
   EXPECT_TRUE(encoder.HasFirstPackets());
+}
+
+// There is no connection yet that could lose anything, and the label tells what waits, not what
+// went.
+TEST_F(CEncoderPublishThread, PicturesThatWaitForSoundCountAsNoLossAndAsTheDelayThatTheyAre) {
+  ASSERT_TRUE(encoder.Open());
+  bool skipped = false;
+  for (int i = 0; i < 160; ++i) {
+    encoder.EnqueueVideo(0, support::NewCanvas(i));
+    encoder.TurnUntilIdle();
+    const int before = encoder.Video().Size();
+    EXPECT_FALSE(encoder.HasFirstPackets());
+    skipped = skipped || encoder.Video().Size() < before;
+  }
+  EXPECT_TRUE(skipped);
+  EXPECT_EQ(0U, encoder.Statistics().videoPacketsDropped);
+  EXPECT_EQ(40 * (encoder.Video().Size() - 1), encoder.Statistics().queuedMs);
 }
 
 TEST_F(CEncoderPublishThread, AfterARefusedHeaderItEndsAndTheQueuesGrowUntilStop) {
