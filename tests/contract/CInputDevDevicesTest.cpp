@@ -20,8 +20,6 @@ namespace support {
 namespace {
 
 constexpr std::chrono::seconds kHung(40);
-// Half a second, which every source keeps in every state of its device, and its own computing.
-constexpr int kStopMs = 1000;
 constexpr int kPatienceMs = 30000;
 constexpr char kCard[] = "Node Camera";
 
@@ -51,7 +49,7 @@ class CapturingNode {
       std::fputs("Stop hangs\n", stderr);
       std::abort();
     }
-    EXPECT_LT(time.Ms(), kStopMs);
+    EXPECT_LT(time.Ms(), kStopLimitMs);
     return stopped.get();
   }
   int Waiting() { return m_sink.VideoCount(); }

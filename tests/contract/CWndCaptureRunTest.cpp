@@ -85,7 +85,7 @@ class CWndCaptureRun : public ::testing::Test {
   }
 
   static void ExpectStopInTime(CWndCapture* node) {
-    EXPECT_LT(support::TimeGiven([&] { EXPECT_EQ(node->Stop(), 0); }), 1000);
+    EXPECT_LT(support::TimeGiven([&] { EXPECT_EQ(node->Stop(), 0); }), support::kStopLimitMs);
   }
 
   VirtualDesktop m_desktop;

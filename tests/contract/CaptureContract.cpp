@@ -16,8 +16,6 @@ using platform::OpenResult;
 
 namespace {
 
-// In every state of a device.
-constexpr int kCloseMs = 1000;
 constexpr int kReadMs = 100;
 
 }  // namespace
@@ -87,7 +85,7 @@ void CaptureContract::ExpectEndForGood(StreamReader* reader) {
 
 void CaptureContract::Close(std::unique_ptr<CaptureStream>* stream) {
   EXPECT_LT(support::TimeGiven([stream] { MustReturn("closing", [stream] { stream->reset(); }); }),
-            kCloseMs);
+            kStopLimitMs);
 }
 
 void CaptureContract::ExpectNoReadWaitsForLong(CaptureStream* stream) {

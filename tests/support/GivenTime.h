@@ -42,6 +42,9 @@ class GivenTime {
   std::thread m_thread;
 };
 
+// In which every source stops and every stream closes, in every state of its device or server.
+inline constexpr int kStopLimitMs = 500;
+
 // How long what took, in milliseconds.
 template <typename Callable>
 int TimeGiven(Callable what) {
