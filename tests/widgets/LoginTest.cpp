@@ -92,6 +92,30 @@ TEST_F(LoginTest, AReplyWithoutATokenStillLogsIn) {
   }
 }
 
+// Its constructor asks for it, in front of the event loop that shows the dialog.
+TEST_F(LoginTest, AQuitWhileTheAdvertisementHangsEndsIt) {
+  ScriptedReply hung;
+  hung.never = true;
+  server.SetReplies({hung});
+  QTimer hand;
+  QObject::connect(&hand, &QTimer::timeout, [&] {
+    if (server.Requests().size() == 1) {
+      hand.stop();
+      QApplication::quit();
+    }
+  });
+  int result = QDialog::Accepted;
+  QTimer::singleShot(0, [&] {
+    hand.start(1);
+    CLoginDlg dialog;
+    result = dialog.exec();
+  });
+  QApplication::exec();
+  EXPECT_FALSE(hand.isActive());
+  EXPECT_EQ(result, QDialog::Rejected);
+  EXPECT_TRUE(notices.texts.isEmpty());
+}
+
 // A service that hangs must not hold anybody: without this the window would go and the process
 // stay.
 TEST_F(LoginTest, LeavingItWhileALoginIsOutEndsTheLogin) {
