@@ -125,6 +125,23 @@ TEST_F(LiveControl, WithoutAnActivityThereIsNothingToStart) {
   EXPECT_TRUE(m_notices.texts.isEmpty());
 }
 
+// Nothing is chosen any more: there is no activity whose end the service could be told.
+TEST_F(LiveControl, WithoutAnActivityARunningBroadcastIsLeftAlone) {
+  ChooseWith();
+  Press("m_LiveBtn");
+  ExpectLive();
+  ASSERT_TRUE(Await([&] { return Requests("host-start") == 1; }));
+  Serve(Activity(), {JsonReply(R"({"code":0})")});
+  ASSERT_TRUE(Choose(false, false, 0, "m_reselectBtn"));
+  const auto* encoder = m_window->m_encoder;
+  const auto answered = m_service.Requests().size();
+  m_window->RecvStartLiving();
+  EXPECT_TRUE(IsLive());
+  EXPECT_EQ(m_window->m_encoder, encoder);
+  EXPECT_EQ(m_service.Requests().size(), answered);
+  EXPECT_TRUE(m_notices.texts.isEmpty());
+}
+
 TEST_F(LiveControl, AMachineWithoutAMicrophoneBroadcastsTheSystemsSound) {
   m_microphone->Unplug();
   DeviceCatalogue::Instance()->RefreshDevices();
@@ -156,7 +173,13 @@ TEST_F(LiveControl, TheLayersStayAsTheyAreThroughStartAndStop) {
     EXPECT_EQ(m_window->ui.m_tabLayer->RowCount(), 2);
     EXPECT_EQ(m_desktop->OpenCount(), opened) << "none was started anew";
     const unsigned number = m_desktop->NextNumber();
+    const auto scene = m_window->m_render->Statistics();
     EXPECT_TRUE(Await([&] { return m_desktop->NextNumber() > number; }));
+    // Composed and given on; what SDL draws of it shows on a screen only.
+    EXPECT_TRUE(Await([&] {
+      const auto now = m_window->m_render->Statistics();
+      return now.composed > scene.composed + 10 && now.pushed > scene.pushed + 10;
+    }));
   }
 }
 
