@@ -1,22 +1,16 @@
 // The program as its user starts it, on a screen of its own.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "LauncherRig.h"
 #include "ProgramFixture.h"
 #include "support/FakeCamera.h"
 
@@ -63,6 +57,7 @@ TEST_F(Program, SaysThatSdlFailsAndShowsThePreviewAllTheSame) {
   EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, kPatienceMs));
   EXPECT_TRUE(support::WaitFor(
       [this] { return Printed().find("SDL_Init error") != std::string::npos; }, kPatienceMs));
+  EXPECT_NE(m_studio.Log().find("SDL_Init: "), std::string::npos) << "the cause";
   m_program.Signal(SIGTERM);
   EXPECT_EQ(m_program.Wait(kPatienceMs), 0) << Printed();
 }
@@ -215,65 +210,10 @@ TEST_F(Program, WithoutAServiceItSaysSoAndOffersTheLogin) {
   EXPECT_EQ(m_program.Wait(kPatienceMs), 0) << Printed();
 }
 
-// Listens on a port of the loopback and never answers, as another program may.
-class Occupant {
- public:
-  explicit Occupant(int port) : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    const int on = 1;
-    setsockopt(m_socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    m_listens = bind(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-                listen(m_socket, 5) == 0;
-  }
-  ~Occupant() { close(m_socket); }
-  Occupant(const Occupant&) = delete;
-  Occupant& operator=(const Occupant&) = delete;
-  bool Listens() const { return m_listens; }
-
- private:
-  int m_socket;
-  bool m_listens = false;
-};
-
-// The launcher's ports are the machine's. A name that one process has at a time, and that goes with
-// it, keeps another run of these tests away from them.
-class Launcher : public testing::Test {
- protected:
-  Launcher() : m_socket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
-  ~Launcher() override { close(m_socket); }
-  void SetUp() override {
-    // Its first byte is zero: it stands in no directory.
-    constexpr char kName[] = "\0orvane-test-launcher";
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::copy(std::begin(kName), std::end(kName), address.sun_path);
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + sizeof kName - 1);
-    ASSERT_TRUE(support::WaitFor(
-        [&] { return bind(m_socket, reinterpret_cast<sockaddr*>(&address), length) == 0; },
-        300000));
-  }
-
- private:
-  int m_socket;
-};
-
-// In the session that these variables make; without any there is no display.
-support::RunResult Launch(const std::string& home, const std::vector<std::string>& session = {}) {
-  std::vector<std::string> command = {"env"};
-  for (const char* name :
-       {"DISPLAY", "WAYLAND_DISPLAY", "XDG_SESSION_TYPE", "XDG_DATA_HOME", "XDG_STATE_HOME"}) {
-    command.insert(command.end(), {"-u", name});
-  }
-  command.insert(command.end(), session.begin(), session.end());
-  command.insert(command.end(), {"HOME=" + home, "ORVANE_RUN_SECONDS=3", ORVANE_SOURCE_DIR "/run"});
-  return support::Run(command, 400000);
-}
+class ProgramLauncher : public LauncherRig {};
 
 // Both leave at the service, whose port is in use.
-TEST_F(Launcher, SaysByWhichRoadTheScreenComes) {
+TEST_F(ProgramLauncher, SaysByWhichRoadTheScreenComes) {
   const Occupant occupant(18080);
   ASSERT_TRUE(occupant.Listens());
   const support::TempDir home;
@@ -316,7 +256,7 @@ std::string RoadOf(const Installed& installed, const std::string& desktop) {
       .output;
 }
 
-TEST(LauncherRoad, NamesWhatIsMissingForTheDesktopInUse) {
+TEST(ProgramLauncherRoad, NamesWhatIsMissingForTheDesktopInUse) {
   const Installed portal{true, ""};
   const Installed nothing{false, "org.freedesktop.impl.portal.ScreenCast;"};
   const Installed another{true, "org.freedesktop.impl.portal.ScreenCastings;"};
@@ -336,14 +276,14 @@ TEST(LauncherRoad, NamesWhatIsMissingForTheDesktopInUse) {
             "asks you\n");
 }
 
-TEST_F(Launcher, AWaylandSessionThatLetsNoXProgramInIsNoMachineWithoutADisplay) {
+TEST_F(ProgramLauncher, AWaylandSessionThatLetsNoXProgramInIsNoMachineWithoutADisplay) {
   const support::TempDir home;
   const support::RunResult result = Launch(home.Path(), {"XDG_SESSION_TYPE=wayland"});
   EXPECT_EQ(result.status, 1) << result.output;
   EXPECT_NE(result.output.find("has no XWayland (DISPLAY)"), std::string::npos) << result.output;
 }
 
-TEST_F(Launcher, SaysThatTheServicesPortIsInUseAndLeaves) {
+TEST_F(ProgramLauncher, SaysThatTheServicesPortIsInUseAndLeaves) {
   const Occupant occupant(18080);
   ASSERT_TRUE(occupant.Listens());
   const support::TempDir home;
@@ -354,7 +294,7 @@ TEST_F(Launcher, SaysThatTheServicesPortIsInUseAndLeaves) {
 }
 
 // On a machine without a display the launcher plays the operator's road on a screen of its own.
-TEST_F(Launcher, PlaysTheRoadWhereThereIsNoDisplayAndTakesAnotherPortForTheIngest) {
+TEST_F(ProgramLauncher, PlaysTheRoadWhereThereIsNoDisplayAndTakesAnotherPortForTheIngest) {
   const Occupant occupant(1935);
   ASSERT_TRUE(occupant.Listens());
   const support::TempDir home;
