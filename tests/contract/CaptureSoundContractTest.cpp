@@ -88,7 +88,7 @@ TEST_P(CaptureContract, AMissingMicrophoneIsRefusedWithTheCause) {
   ExpectRefused(CaptureKind::Audio, "No Such Microphone");
 }
 
-INSTANTIATE_TEST_SUITE_P(Layers, CaptureContract, kBackends, BackendName);
+INSTANTIATE_TEST_SUITE_P(CaptureSoundContract, CaptureContract, kBackends, BackendName);
 
 }  // namespace
 

@@ -362,9 +362,9 @@ INSTANTIATE_TEST_SUITE_P(ScaleFactor, PreviewOnScreen, testing::Values("1", "1.2
                          NameOf);
 
 // What does not depend on the scale.
-class PreviewByMouse : public PreviewOnScreen {};
+class PreviewOnScreenByMouse : public PreviewOnScreen {};
 
-TEST_P(PreviewByMouse, TheTitleDragsTheWindowUnderTheMouse) {
+TEST_P(PreviewOnScreenByMouse, TheTitleDragsTheWindowUnderTheMouse) {
   const Rect before = preview;
   const Point from = Title();
   Drag(from, {from.x + 163, from.y + 97});
@@ -373,7 +373,7 @@ TEST_P(PreviewByMouse, TheTitleDragsTheWindowUnderTheMouse) {
   EXPECT_TRUE(SeesGreenAt({400, 200, 640, 360}));
 }
 
-TEST_P(PreviewByMouse, AButtonReleasedOutsideTheWindowEndsTheDrag) {
+TEST_P(PreviewOnScreenByMouse, AButtonReleasedOutsideTheWindowEndsTheDrag) {
   Click(OnScreen(500, 300));
   ASSERT_TRUE(Selects(1));
   const Point from = OnScreen(700, 400);
@@ -391,7 +391,7 @@ TEST_P(PreviewByMouse, AButtonReleasedOutsideTheWindowEndsTheDrag) {
   EXPECT_TRUE(Selects(0));
 }
 
-TEST_P(PreviewByMouse, AResizeToNothingComesBackAtTheSizeOfItsSource) {
+TEST_P(PreviewOnScreenByMouse, AResizeToNothingComesBackAtTheSizeOfItsSource) {
   Click(OnScreen(500, 300));
   ASSERT_TRUE(Selects(1));
   // 640 scene pixels: exactly to nothing.
@@ -405,7 +405,7 @@ TEST_P(PreviewByMouse, AResizeToNothingComesBackAtTheSizeOfItsSource) {
   EXPECT_TRUE(SeesGreen());
 }
 
-TEST_P(PreviewByMouse, TheButtonMaximisesAndRestoresTo960x540) {
+TEST_P(PreviewOnScreenByMouse, TheButtonMaximisesAndRestoresTo960x540) {
   const Rect normal = state.window;
   const Rect small = preview;
   ClickMaximise();
@@ -422,6 +422,6 @@ TEST_P(PreviewByMouse, TheButtonMaximisesAndRestoresTo960x540) {
   EXPECT_EQ(preview.height, 540);
 }
 
-INSTANTIATE_TEST_SUITE_P(Unscaled, PreviewByMouse, testing::Values("1"), NameOf);
+INSTANTIATE_TEST_SUITE_P(Unscaled, PreviewOnScreenByMouse, testing::Values("1"), NameOf);
 
 }  // namespace

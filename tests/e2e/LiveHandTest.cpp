@@ -332,6 +332,9 @@ void LiveHand::AnIngestThatDies() {
 // It takes nothing more, and its connection stands: red comes all the same, and the stream goes on
 // when the server does, in a new connection where it has dropped the idle one. The smallest quality
 // and the largest: what the systems on the way keep lasts longest for the one.
+// Red comes 3 s after the last byte that the server's system took, not after the freeze: that takes
+// some seconds of the stream first, more at a low rate. The seconds are printed, and bound by none
+// here: StalledServer and StreamHealth hold the two rules that they are made of.
 void LiveHand::AnIngestThatFreezes() {
   for (const int quality : {0, 2}) {
     ASSERT_TRUE(m_bar.Choose(0, quality));

@@ -34,13 +34,13 @@ ffmpeg::ScopedFrame PictureOf(int width, int height, int x, int y, std::uint32_t
   return ffmpeg::ScopedFrame(picture.Release());
 }
 
-TEST(TimeCode, GivesBackEveryMoment) {
+TEST(StageJudgeTimeCode, GivesBackEveryMoment) {
   for (const std::uint32_t ms : {0U, 1U, 0x12345678U, 0xFFFFFFFFU}) {
     EXPECT_EQ(support::DecodeTime(support::EncodeTime(ms)), std::int64_t{ms});
   }
 }
 
-TEST(TimeCode, RefusesADamagedRow) {
+TEST(StageJudgeTimeCode, RefusesADamagedRow) {
   support::TimeCells cells = support::EncodeTime(123456);
   cells[20] = !cells[20];
   EXPECT_EQ(support::DecodeTime(cells), -1);

@@ -56,9 +56,9 @@ TEST(Sync, FlashAndBeepStayTogetherForFiveMinutes) {
 
 // A camera's pictures come by its own clock, and one of 30 a second is thinned. The stand-in paints
 // the moment at which it captures.
-class CameraSync : public testing::TestWithParam<int> {};
+class SyncWithCamera : public testing::TestWithParam<int> {};
 
-TEST_P(CameraSync, TheSoundIsInStepWithACamera) {
+TEST_P(SyncWithCamera, TheSoundIsInStepWithACamera) {
   support::FakeCamera camera;
   support::FakeCameraMode mode;
   mode.width = 1280;
@@ -82,6 +82,6 @@ TEST_P(CameraSync, TheSoundIsInStepWithACamera) {
   EXPECT_LE(distance, kMostMs + kGrainMs);
 }
 
-INSTANTIATE_TEST_SUITE_P(PicturesASecond, CameraSync, testing::Values(25, 30));
+INSTANTIATE_TEST_SUITE_P(PicturesASecond, SyncWithCamera, testing::Values(25, 30));
 
 }  // namespace

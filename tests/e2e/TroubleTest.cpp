@@ -175,7 +175,7 @@ TEST_F(Trouble, TheEndOfTheScreenEndsTheProgramAtOnce) {
 
 // Addresses behind which there is nobody to publish to. The broadcast runs on, the log names the
 // address, and the end comes: how soon, with nothing around it, HostileServerTest asks.
-class NobodyThere : public Trouble {
+class TroubleNobodyThere : public Trouble {
  protected:
   void TryAndEnd(const std::string& url) {
     Go({}, url);
@@ -193,25 +193,25 @@ class NobodyThere : public Trouble {
   }
 };
 
-TEST_F(NobodyThere, AddressThatDoesNotResolve) {
+TEST_F(TroubleNobodyThere, AddressThatDoesNotResolve) {
   TryAndEnd("rtmp://no-such-host.invalid/live/key");
 }
 
-TEST_F(NobodyThere, AddressThatRefuses) {
+TEST_F(TroubleNobodyThere, AddressThatRefuses) {
   TryAndEnd("rtmp://127.0.0.1:" + std::to_string(support::SilentPort()) + "/live/key");
 }
 
-TEST_F(NobodyThere, ServerThatClosesInTheHandshake) {
+TEST_F(TroubleNobodyThere, ServerThatClosesInTheHandshake) {
   const support::HostilePeer peer(support::HostilePeer::Manner::kClosesInHandshake);
   TryAndEnd(peer.Url());
 }
 
-TEST_F(NobodyThere, ServerThatIsNotRtmp) {
+TEST_F(TroubleNobodyThere, ServerThatIsNotRtmp) {
   const support::HostilePeer peer(support::HostilePeer::Manner::kTalksGarbage);
   TryAndEnd(peer.Url());
 }
 
-TEST_F(NobodyThere, ServerThatNeverAnswers) {
+TEST_F(TroubleNobodyThere, ServerThatNeverAnswers) {
   const support::HostilePeer peer(support::HostilePeer::Manner::kNeverReads);
   Go({}, peer.Url());
   EXPECT_TRUE(support::WaitFor([&] { return peer.Connections() > 0; }, kPatienceMs));

@@ -116,7 +116,7 @@ std::vector<Turned> Turns(int endMs, const std::vector<std::pair<int, int>>& bla
   return turns;
 }
 
-TEST(BlackSpell, IsToldOnceAfterThreeSecondsAndWhenItIsOver) {
+TEST(BlackPictureSpell, IsToldOnceAfterThreeSecondsAndWhenItIsOver) {
   EXPECT_EQ((std::vector<Turned>{{3000, BlackSpell::Turn::kLasts}}), Turns(60000, {{0, 60000}}));
   EXPECT_EQ((std::vector<Turned>{{3400, BlackSpell::Turn::kLasts},
                                  {8000, BlackSpell::Turn::kEnds},
@@ -124,7 +124,7 @@ TEST(BlackSpell, IsToldOnceAfterThreeSecondsAndWhenItIsOver) {
             Turns(16000, {{400, 8000}, {12000, 16000}}));
 }
 
-TEST(BlackSpell, AShortOneIsNotTold) {
+TEST(BlackPictureSpell, AShortOneIsNotTold) {
   EXPECT_EQ(std::vector<Turned>{}, Turns(9000, {{0, 3000}, {3040, 6000}}));
 }
 

@@ -176,7 +176,7 @@ ScreenSettings Forced(CaptureRoad road) {
   return settings;
 }
 
-TEST(ForcedRoad, IsTakenWhateverTheSessionIs) {
+TEST(SessionRoadForced, IsTakenWhateverTheSessionIs) {
   for (const CaptureRoad road : {CaptureRoad::kX11, CaptureRoad::kPortal, CaptureRoad::kNone}) {
     platform::PrepareRoad(Forced(road));
     EXPECT_EQ(platform::TakeRoad(Forced(road)).road, road);
@@ -187,7 +187,7 @@ TEST(ForcedRoad, IsTakenWhateverTheSessionIs) {
   }
 }
 
-TEST(ForcedRoad, WithNoneTheDesktopFailsWithTheCauseAndNothingElseDoes) {
+TEST(SessionRoadForced, WithNoneTheDesktopFailsWithTheCauseAndNothingElseDoes) {
   platform::LinuxCaptureLayer layer(1, 1, Forced(CaptureRoad::kNone));
   const platform::OpenResult desktop = layer.Open(CaptureKind::Video, platform::kDesktopName);
   EXPECT_EQ(desktop.stream, nullptr);
@@ -197,7 +197,7 @@ TEST(ForcedRoad, WithNoneTheDesktopFailsWithTheCauseAndNothingElseDoes) {
             platform::OpenFailure::CannotOpen);
 }
 
-TEST(ForcedRoad, WithX11TheDesktopIsThatOfTheDisplay) {
+TEST(SessionRoadForced, WithX11TheDesktopIsThatOfTheDisplay) {
   unsetenv("DISPLAY");
   setenv("WAYLAND_DISPLAY", "wayland-7", 1);
   platform::LinuxCaptureLayer layer(1, 1, Forced(CaptureRoad::kX11));
@@ -207,7 +207,7 @@ TEST(ForcedRoad, WithX11TheDesktopIsThatOfTheDisplay) {
   EXPECT_NE(desktop.cause.find("DISPLAY is not set"), std::string::npos) << desktop.cause;
 }
 
-TEST(ForcedRoad, WithNoneAWindowIsRefusedWithTheCauseWhereItIsPicked) {
+TEST(SessionRoadForced, WithNoneAWindowIsRefusedWithTheCauseWhereItIsPicked) {
   const auto system = platform::MakeWindowSystem(Forced(CaptureRoad::kNone));
   EXPECT_TRUE(system->HasPicker());
   EXPECT_TRUE(system->List().empty());
@@ -221,7 +221,7 @@ TEST(ForcedRoad, WithNoneAWindowIsRefusedWithTheCauseWhereItIsPicked) {
   EXPECT_EQ(grabber->Cause(), kNoService);
 }
 
-TEST(ForcedRoad, OnlyWindowsOfAnXDisplayAreListed) {
+TEST(SessionRoadForced, OnlyWindowsOfAnXDisplayAreListed) {
   EXPECT_FALSE(platform::MakeWindowSystem(Forced(CaptureRoad::kX11))->HasPicker());
   EXPECT_TRUE(platform::MakeWindowSystem(Forced(CaptureRoad::kPortal))->HasPicker());
 }

@@ -324,9 +324,9 @@ TEST_F(CWndCaptureTest, StartCapturesUntilStop) {
 
 // Where the system asks the operator which window is meant.
 
-class PickedWindow : public CWndCaptureTest {
+class CWndCapturePicked : public CWndCaptureTest {
  protected:
-  PickedWindow() {
+  CWndCapturePicked() {
     m_system.SetPicker();
     m_window = m_system.Add("window", {64, 48}, 0x102030);
   }
@@ -343,7 +343,7 @@ class PickedWindow : public CWndCaptureTest {
   support::LogRecord m_log;
 };
 
-TEST_F(PickedWindow, IsWaitedForAndThenCaptured) {
+TEST_F(CWndCapturePicked, IsWaitedForAndThenCaptured) {
   CWndCapture node(platform::kPickedWindow);
   node.AddVideoOutput(&m_recorder);
   ASSERT_EQ(node.Start(), 0);
@@ -360,7 +360,7 @@ TEST_F(PickedWindow, IsWaitedForAndThenCaptured) {
   EXPECT_EQ(Pixel(Take(), 4, 4), 0x102030U);
 }
 
-TEST_F(PickedWindow, StopsWhileTheOperatorThinks) {
+TEST_F(CWndCapturePicked, StopsWhileTheOperatorThinks) {
   CWndCapture node(platform::kPickedWindow);
   ASSERT_EQ(node.Start(), 0);
   while (m_system.OpenCount() == 0) {
@@ -371,7 +371,7 @@ TEST_F(PickedWindow, StopsWhileTheOperatorThinks) {
   EXPECT_EQ(node.Failure(), "");
 }
 
-TEST_F(PickedWindow, ARefusalIsTheCauseInTheLogAndOfTheFailure) {
+TEST_F(CWndCapturePicked, ARefusalIsTheCauseInTheLogAndOfTheFailure) {
   m_system.Refuse("the sharing was refused");
   Node node(platform::kPickedWindow);
   EXPECT_FALSE(node.SetUp());
@@ -379,7 +379,7 @@ TEST_F(PickedWindow, ARefusalIsTheCauseInTheLogAndOfTheFailure) {
   EXPECT_TRUE(m_log.HasError("the picked window: the sharing was refused"));
 }
 
-TEST_F(PickedWindow, TheEndOfTheSharingKeepsThePictureAndIsToldOnce) {
+TEST_F(CWndCapturePicked, TheEndOfTheSharingKeepsThePictureAndIsToldOnce) {
   BeginPicked();
   DropAll();
   EXPECT_EQ(m_node->Failure(), "");
@@ -393,7 +393,7 @@ TEST_F(PickedWindow, TheEndOfTheSharingKeepsThePictureAndIsToldOnce) {
   EXPECT_EQ(errors.find("ended the sharing"), errors.rfind("ended the sharing"));
 }
 
-TEST_F(PickedWindow, AWindowThatIsClosedWithoutAWordIsNoFailure) {
+TEST_F(CWndCapturePicked, AWindowThatIsClosedWithoutAWordIsNoFailure) {
   BeginPicked();
   DropAll();
   m_system.Close(m_window);
@@ -404,7 +404,7 @@ TEST_F(PickedWindow, AWindowThatIsClosedWithoutAWordIsNoFailure) {
   EXPECT_EQ(m_log.Errors(), "");
 }
 
-TEST_F(PickedWindow, FollowsTheSizeOfTheWindow) {
+TEST_F(CWndCapturePicked, FollowsTheSizeOfTheWindow) {
   BeginPicked();
   DropAll();
   m_system.Resize(m_window, {80, 20});
