@@ -19,8 +19,7 @@ QString ActionButtonStyle(const QString& colour) {
 }
 
 void StyleTitle(const Ui::orvaneClass& ui) {
-  ui.m_titleLogo->setStyleSheet(
-      QStringLiteral("QLabel{color:#B4BECC;border-width:0px;font-size:13px;font-family:宋体}"));
+  ui.m_titleLogo->setStyleSheet(TitleLabelStyle(QStringLiteral("宋体")));
   const QString margin = QStringLiteral("margin: 5px;");
   StyleTitleButton(ui.m_BtnMin, QStringLiteral("topbar-min.png"), margin);
   StyleTitleButton(ui.m_BtnMax, QStringLiteral("topbar-max.png"), margin);

@@ -16,7 +16,6 @@ namespace {
 
 const QSize kMaximisedPicture(1440, 1050);
 
-const char kTitleStyle[] = "QLabel{color:#B4BECC;border-width:0px;font-size:13px;font-family:%1}";
 const char kTipStyle[] =
     "QLabel{background:#32353C;border:2px solid #24262A;border-radius:15px;padding:5px;"
     "margin:10px;color:#B4BECC;font-size:13px;font-family:黑体}";
@@ -53,8 +52,8 @@ CLoginDlg::CLoginDlg(QWidget* parent) : QDialog(parent), catalogue(DeviceCatalog
 void CLoginDlg::InitStyle() {
   setStyleSheet(QStringLiteral("QWidget{background-color:#282A30;}"));
   ui.m_titleLogo->setMinimumWidth(200);
-  ui.m_titleLogo->setStyleSheet(QString::fromUtf8(kTitleStyle).arg(QStringLiteral("宋体")));
-  ui.m_titleLogin->setStyleSheet(QString::fromUtf8(kTitleStyle).arg(QStringLiteral("黑体")));
+  ui.m_titleLogo->setStyleSheet(TitleLabelStyle(QStringLiteral("宋体")));
+  ui.m_titleLogin->setStyleSheet(TitleLabelStyle(QStringLiteral("黑体")));
   ui.m_labTips->setStyleSheet(QString::fromUtf8(kTipStyle));
   ui.m_labTips->hide();
   ui.m_EditUser->setStyleSheet(QString::fromUtf8(kEditStyle));

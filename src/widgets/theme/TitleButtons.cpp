@@ -2,6 +2,11 @@
 
 #include <QPushButton>
 
+QString TitleLabelStyle(const QString& family) {
+  return QStringLiteral("QLabel{color:#B4BECC;border-width:0px;font-size:13px;font-family:%1}")
+      .arg(family);
+}
+
 QString TitleButtonStyle(const QString& objectName, const QString& picture, const QString& margin) {
   return QStringLiteral(
              "QPushButton#%1\n{\n\tborder: none;\n\tmin-height: 16px;\n\tmin-width:  "

@@ -1,4 +1,4 @@
-// The look that the small picture buttons of every title bar share.
+// The look that the title bars share: their words and their small picture buttons.
 // Threads: user interface thread only.
 #ifndef ORVANE_WIDGETS_THEME_TITLEBUTTONS_H
 #define ORVANE_WIDGETS_THEME_TITLEBUTTONS_H
@@ -6,6 +6,9 @@
 #include <QString>
 
 class QPushButton;
+
+// The style sheet of the words in a title bar.
+QString TitleLabelStyle(const QString& family);
 
 // The style sheet of a flat 16 x 16 button that shows a picture of ":/orvane/qietu/". objectName is
 // the button's. margin: more declarations behind "max-width", or nothing.
