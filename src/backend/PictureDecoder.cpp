@@ -99,7 +99,7 @@ class Decoders {
       ++m_running;
     }
     std::thread([this, decoding, atMost] {
-      pthread_setname_np(pthread_self(), "decode-cover");
+      pthread_setname_np(pthread_self(), "decode-picture");
       Decode(decoding.get(), atMost);
       const platform::Lock lock(m_mutex);
       --m_running;
