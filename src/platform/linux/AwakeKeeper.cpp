@@ -23,7 +23,7 @@ constexpr unsigned kSleep = 2;
 constexpr unsigned kBoth = kScreenSaver | kSleep;
 
 constexpr milliseconds kFirstPause(1000);
-constexpr milliseconds kLongestPause(60000);
+constexpr milliseconds kMaxPause(60000);
 
 }  // namespace
 
@@ -106,7 +106,7 @@ void AwakeKeeper::GiveBackSurplus() {
 
 void AwakeKeeper::Postpone(Service* service) {
   service->due = Clock::now() + service->pause;
-  service->pause = std::min(2 * service->pause, kLongestPause);
+  service->pause = std::min(2 * service->pause, kMaxPause);
 }
 
 // True when one of the holds is no longer one.
@@ -122,7 +122,7 @@ bool AwakeKeeper::DropEnded() {
     service.isOut = state == AwakeHold::State::kRefused;
     service.wasLost = !service.isOut;
     service.cause = service.isOut ? "could not after all" : "has ended";
-    if (Clock::now() - service.since > kLongestPause) {
+    if (Clock::now() - service.since > kMaxPause) {
       service.pause = kFirstPause;
     }
     Postpone(&service);

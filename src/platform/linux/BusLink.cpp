@@ -19,8 +19,8 @@ constexpr milliseconds kAnswer(BusLink::kAnswerMs);
 constexpr milliseconds kWriteOut(100);
 // While the bus is made to let this process in, there is nothing to be read before it was written.
 constexpr int kTickMs = 10;
-constexpr long kLongestMessage = 1 << 20;
-constexpr std::size_t kMostSignals = 100;
+constexpr long kMaxMessage = 1 << 20;
+constexpr std::size_t kMaxSignals = 100;
 
 // Words of others, in a line of the log.
 std::string ErrorWords(const DBusError& error) {
@@ -39,7 +39,7 @@ BusMessage NewBusCall(const BusTarget& target, const char* operation) {
 BusLink::BusLink(DBusConnection* connection, const EndSignal& end)
     : m_connection(connection), m_end(end) {
   dbus_connection_set_exit_on_disconnect(m_connection, FALSE);
-  dbus_connection_set_max_message_size(m_connection, kLongestMessage);
+  dbus_connection_set_max_message_size(m_connection, kMaxMessage);
   dbus_connection_get_unix_fd(m_connection, &m_descriptor);
 }
 
@@ -89,7 +89,7 @@ void BusLink::Pump() {
   while (BusMessage message{dbus_connection_pop_message(m_connection)}) {
     const int type = dbus_message_get_type(message.get());
     if (type == DBUS_MESSAGE_TYPE_SIGNAL) {
-      if (m_signals.size() < kMostSignals) {
+      if (m_signals.size() < kMaxSignals) {
         m_signals.push_back(std::move(message));
       }
     } else if (m_awaited != 0 && dbus_message_get_reply_serial(message.get()) == m_awaited) {
