@@ -36,8 +36,8 @@
 
 class CSrcInterface {
  public:
-  // kind: 0 no source, 1 sound device, 2 picture device, 3 media file, 4 picture, 5 window. Stored,
-  // read by nothing. queueCount: input queues to make for each of sound and pictures, 1 or more.
+  // kind: as in media/NodeKind.h. Stored, read by nothing. queueCount: input queues to make for
+  // each of sound and pictures, 1 or more.
   CSrcInterface(int kind, int queueCount);
   // Deletes the queues with what they hold.
   virtual ~CSrcInterface();

@@ -1,9 +1,10 @@
 // The one home of pixel conversion and scaling: a picture of one format and size into another.
+// Beside it stands the scaler of CEncoder alone, for pictures of another size than the stream's.
 //
 // A conversion at equal size is pure arithmetic, and what counts is the exact result: it is within
 // 2 of 255 for every format that becomes RGB24, and 3 in the matrices beside BT.601 and BT.709. It
-// runs on libyuv wherever libyuv has a road; there
-// swscale's fast bilinear needs ten times the time and is off by up to 75 of 255 on hard edges.
+// runs on libyuv wherever libyuv has a road; there swscale's fast bilinear needs ten times the time
+// and is off by up to 75 of 255 on hard edges.
 // Rarer formats (palettes, 16 bits, odd samplings) are read component by component.
 //
 // Scaling is bilinear: of packed RGB by media/ffmpeg/RgbScale, of YUV 4:2:0 that becomes smaller by
