@@ -26,7 +26,6 @@ namespace bench {
 
 namespace {
 
-constexpr int kRgb24 = 2;  // AV_PIX_FMT_RGB24
 constexpr int kPlacingMs = 10;
 constexpr int kSurfaceEventsMs = 50;
 constexpr int kMixPatienceMs = 3000;
@@ -169,10 +168,10 @@ std::uintptr_t Scene::WindowOf(const std::string& wanted) const {
 CSrcInterface* Scene::NewNode(const LayerSpec& layer) const {
   if (layer.kind == "desktop") {
     return new CInputDev(false, DeviceOf(layer), m_catalogue->renderWidth,
-                         m_catalogue->renderHeight, kRgb24);
+                         m_catalogue->renderHeight, AV_PIX_FMT_RGB24);
   }
   if (layer.kind == "camera") {
-    return new CInputDev(false, DeviceOf(layer), 0, 0, kRgb24);
+    return new CInputDev(false, DeviceOf(layer), 0, 0, AV_PIX_FMT_RGB24);
   }
   if (layer.kind == "window") {
     return new CWndCapture(WindowOf(layer.value));

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace bench {
 
@@ -29,26 +28,9 @@ double ProcessSeconds() {
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-// Seconds that the thread has run: from the scheduler in nanoseconds, else from stat in ticks.
+// Seconds that the thread has run, by the scheduler's word.
 double ThreadSeconds(const std::string& directory) {
-  const std::string scheduled = FirstLine(directory + "/schedstat");
-  if (!scheduled.empty()) {
-    return std::strtod(scheduled.c_str(), nullptr) / 1e9;
-  }
-  const std::string stat = FirstLine(directory + "/stat");
-  const std::size_t end = stat.rfind(')');
-  if (end == std::string::npos) {
-    return 0;
-  }
-  std::istringstream fields(stat.substr(end + 1));
-  std::string skipped;
-  for (int i = 0; i < 11; ++i) {
-    fields >> skipped;
-  }
-  double user = 0;
-  double system = 0;
-  fields >> user >> system;
-  return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+  return std::strtod(FirstLine(directory + "/schedstat").c_str(), nullptr) / 1e9;
 }
 
 double StatusMb(const std::string& key) {
