@@ -103,6 +103,12 @@ TEST_F(CInputPicTest, SixteenBitAlphaGreyAndPalettePngAreShown) {
   ExpectQuadrants(alpha.Get(), 0);
   ScopedFrame deepAlpha(Decode(m_samples.Picture("deep-alpha.png", Format("rgba64be"))));
   ExpectQuadrants(deepAlpha.Get(), 2);
+  PictureOptions palette = Format("pal8");
+  palette.further = {"-vf",
+                     "split[picture][colours];[colours]palettegen[palette];"
+                     "[picture][palette]paletteuse"};
+  ScopedFrame few(Decode(m_samples.Picture("few.png", palette)));
+  ExpectQuadrants(few.Get(), 2);
   ScopedFrame grey(Decode(m_samples.Picture("grey.png", Format("gray"))));
   ASSERT_TRUE(grey);
   const CameraColour seen = At(grey.Get(), 16, 12);
