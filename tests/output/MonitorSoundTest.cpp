@@ -28,7 +28,7 @@ using support::Process;
 using support::SoundServer;
 using support::WaitFor;
 
-constexpr int kPatienceMs = 20000;
+constexpr int kPatienceMs = 60000;
 constexpr int kFrameSamples = 1024;
 constexpr double kTone = 1000;
 

@@ -1,11 +1,11 @@
 // The end of the X server, in a process of its own: SDL can't be used again after it.
 #include <gtest/gtest.h>
 
-#include "output/PreviewRig.h"
+#include "output/ScreenRig.h"
 
 namespace {
 
-class PreviewLoss : public support::PreviewRig {};
+class PreviewLoss : public support::ScreenRig {};
 
 TEST_F(PreviewLoss, AServerThatDiesEndsTheShowAndNothingElse) {
   OpenWindow(960, 540);

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <tuple>
 
-#include "output/PreviewRig.h"
+#include "output/ScreenRig.h"
 #include "platform/SdlVideo.h"
 
 namespace {
@@ -32,7 +32,7 @@ int __wrap_SDL_RenderCopy(SDL_Renderer* renderer, SDL_Texture* texture, const SD
 
 namespace {
 
-class Preview : public support::PreviewRig {};
+class Preview : public support::ScreenRig {};
 
 TEST_F(Preview, ShowsTheCanvasInTheWindow) {
   OpenWindow(960, 540);

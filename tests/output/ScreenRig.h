@@ -1,6 +1,6 @@
 // The renderer with all its threads, drawing into a window of an X server of the test's own.
-#ifndef ORVANE_TESTS_OUTPUT_PREVIEWRIG_H
-#define ORVANE_TESTS_OUTPUT_PREVIEWRIG_H
+#ifndef ORVANE_TESTS_OUTPUT_SCREENRIG_H
+#define ORVANE_TESTS_OUTPUT_SCREENRIG_H
 
 #include <SDL.h>
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ inline bool IsNear(Colour colour, Colour wanted) {
   return true;
 }
 
-class PreviewRig : public testing::Test {
+class ScreenRig : public testing::Test {
  protected:
   void SetUp() override {
     DesktopOptions options;
