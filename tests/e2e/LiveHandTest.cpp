@@ -334,13 +334,14 @@ void LiveHand::AnIngestThatDies() {
 // and the largest: what the systems on the way keep lasts longest for the one.
 // Red comes 3 s after the last byte that the server's system took, not after the freeze: that takes
 // some seconds of the stream first, more at a low rate. The seconds are printed, and bound by none
-// here: StalledServer and StreamHealth hold the two rules that they are made of.
+// here: PublishServer and StreamHealth hold the two rules that they are made of.
 void LiveHand::AnIngestThatFreezes() {
   for (const int quality : {0, 2}) {
     ASSERT_TRUE(m_bar.Choose(0, quality));
     std::string path;
     ASSERT_NO_FATAL_FAILURE(GoLive(m_long, &path));
-    EXPECT_TRUE(m_bar.ShowsWell()) << m_bar.Report();
+    // The small stream is one that every machine has room for.
+    EXPECT_TRUE(quality == 0 ? m_bar.Shows(BarLight::kGreen) : m_bar.ShowsWell()) << m_bar.Report();
     m_studio.Rtmp().Freeze();
     const Clock::time_point frozen = Clock::now();
     EXPECT_TRUE(m_bar.Shows(BarLight::kRed)) << m_bar.Report();
