@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
 
 namespace e2e {
 
 namespace {
 
 using support::Colour;
+using support::DesktopWindow;
 using support::WaitFor;
 
 constexpr int kToolMs = 20000;
@@ -45,11 +45,6 @@ bool IsNear(Colour seen, Colour wanted) {
     }
   }
   return true;
-}
-
-int Number(const std::string& text, const std::string& name) {
-  const std::size_t at = text.find(name);
-  return at == std::string::npos ? 0 : std::atoi(text.c_str() + at + name.size());
 }
 
 }  // namespace
@@ -128,10 +123,13 @@ void Composer::Type(const std::string& text) const {
 
 // Places.
 
-Area Composer::PlaceOf(const std::string& window) const {
-  const std::string text = Tool({"xwininfo", "-id", window}).output;
-  return {Number(text, "Absolute upper-left X:"), Number(text, "Absolute upper-left Y:"),
-          Number(text, "Width:"), Number(text, "Height:")};
+Area Composer::PlaceOf(std::uint32_t window) const {
+  for (const DesktopWindow& seen : Windows()) {
+    if (seen.id == window) {
+      return {seen.x, seen.y, seen.width, seen.height};
+    }
+  }
+  return {};
 }
 
 Point Composer::InScene(Point at) const {
@@ -172,34 +170,26 @@ Point Composer::InDialog(Point at) const {
 
 // Windows.
 
-std::vector<std::string> Composer::Windows() const {
-  std::istringstream lines(
-      Tool({"xdotool", "search", "--onlyvisible", "--class", "^orvane$"}).output);
-  std::vector<std::string> windows;
-  for (std::string line; std::getline(lines, line);) {
-    windows.push_back(line);
-  }
-  return windows;
+std::vector<DesktopWindow> Composer::Windows() const {
+  return support::VisibleWindows(Screen().Display(), Studio::kProgram);
 }
 
-// The one that has the keyboard, by the window manager's word.
-std::string Composer::Active() const {
-  const std::string text = Tool({"xdotool", "getactivewindow"}).output;
-  return text.substr(0, text.find('\n'));
+bool Composer::IsThere(std::uint32_t window) const {
+  const std::vector<DesktopWindow> windows = Windows();
+  return std::any_of(windows.begin(), windows.end(),
+                     [&](const DesktopWindow& seen) { return seen.id == window; });
 }
 
-// The largest one that was not there: a dialog may have a native child.
-std::string Composer::NewWindow() const {
-  std::string found;
+// The largest: a dialog may have a native child.
+DesktopWindow Composer::NewWindow() const {
+  DesktopWindow found;
   int largest = 1;
-  for (const std::string& window : Windows()) {
-    if (window != m_main && window != m_preview &&
-        std::find(m_open.begin(), m_open.end(), window) == m_open.end()) {
-      const Area place = PlaceOf(window);
-      if (place.width * place.height > largest) {
-        largest = place.width * place.height;
-        found = window;
-      }
+  for (const DesktopWindow& window : Windows()) {
+    if (window.id != m_main && window.id != m_preview &&
+        std::find(m_open.begin(), m_open.end(), window.id) == m_open.end() &&
+        window.width * window.height > largest) {
+      largest = window.width * window.height;
+      found = window;
     }
   }
   return found;
@@ -207,58 +197,48 @@ std::string Composer::NewWindow() const {
 
 // The main window is the larger of the two that are there, the preview the smaller.
 bool Composer::FindWindow() {
-  const std::vector<std::string> windows = Windows();
+  const std::vector<DesktopWindow> windows = Windows();
   if (windows.size() != 2) {
     return false;
   }
-  const bool firstIsMain = PlaceOf(windows[0]).width > PlaceOf(windows[1]).width;
-  m_main = windows[firstIsMain ? 0 : 1];
-  m_preview = windows[firstIsMain ? 1 : 0];
+  const bool firstIsMain = windows[0].width > windows[1].width;
+  m_main = windows[firstIsMain ? 0 : 1].id;
+  m_preview = windows[firstIsMain ? 1 : 0].id;
   return true;
 }
 
 bool Composer::Opens() {
-  std::string found;
-  const auto opened = [&] { return !(found = NewWindow()).empty(); };
+  DesktopWindow found;
+  const auto opened = [&] { return (found = NewWindow()).id != 0; };
   if (!WaitFor(opened, kPatienceMs)) {
     m_mismatch = "no window opened; there are";
-    for (const std::string& window : Windows()) {
-      const Area place = PlaceOf(window);
-      m_mismatch += " " + window + " of " + std::to_string(place.width) + " x " +
-                    std::to_string(place.height);
+    for (const DesktopWindow& window : Windows()) {
+      m_mismatch += " " + std::to_string(window.id) + " of " + std::to_string(window.width) +
+                    " x " + std::to_string(window.height);
     }
-    m_mismatch += "; known are " + m_main + " " + m_preview;
-    for (const std::string& window : m_open) {
-      m_mismatch += " " + window;
+    m_mismatch += "; known are " + std::to_string(m_main) + " " + std::to_string(m_preview);
+    for (const std::uint32_t window : m_open) {
+      m_mismatch += " " + std::to_string(window);
     }
     return false;
   }
-  m_open.push_back(found);
+  m_open.push_back(found.id);
   // One that is seen may get the keyboard a little later; a menu and a tip never do.
-  if (Tool({"xwininfo", "-all", "-id", found}).output.find("Override Redirect State: no") !=
-      std::string::npos) {
-    WaitFor([&] { return Active() == found; }, kFocusMs);
+  if (found.managed) {
+    WaitFor([&] { return support::ActiveWindow(Screen().Display()) == found.id; }, kFocusMs);
   }
   return true;
 }
 
 bool Composer::Closes() {
-  const std::string window = m_open.back();
+  const std::uint32_t window = m_open.back();
   m_open.pop_back();
-  const auto gone = [&] {
-    const std::vector<std::string> windows = Windows();
-    return std::find(windows.begin(), windows.end(), window) == windows.end();
-  };
-  if (!WaitFor(gone, kPatienceMs)) {
+  if (!WaitFor([&] { return !IsThere(window); }, kPatienceMs)) {
     m_mismatch = "a window stayed open";
     return false;
   }
   // The keyboard goes back to one of the others.
-  const auto passedOn = [&] {
-    const std::vector<std::string> windows = Windows();
-    return std::find(windows.begin(), windows.end(), Active()) != windows.end();
-  };
-  WaitFor(passedOn, kFocusMs);
+  WaitFor([&] { return IsThere(support::ActiveWindow(Screen().Display())); }, kFocusMs);
   return true;
 }
 

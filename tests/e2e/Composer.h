@@ -12,12 +12,14 @@
 #ifndef ORVANE_TESTS_E2E_COMPOSER_H
 #define ORVANE_TESTS_E2E_COMPOSER_H
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "Studio.h"
+#include "support/DesktopWindows.h"
 #include "support/Process.h"
 #include "support/VirtualDesktop.h"
 
@@ -127,21 +129,23 @@ class Composer {
   std::string Report() const;
 
  private:
-  std::vector<std::string> Windows() const;
-  std::string Active() const;
-  std::string NewWindow() const;
+  std::vector<support::DesktopWindow> Windows() const;
+  // The largest one that was not there; without an id when there is none.
+  support::DesktopWindow NewWindow() const;
+  bool IsThere(std::uint32_t window) const;
   bool FindWindow();
   support::RunResult Tool(std::vector<std::string> arguments) const;
-  Area PlaceOf(const std::string& window) const;
+  // Nothing when it is not seen.
+  Area PlaceOf(std::uint32_t window) const;
   bool IsOutlined(const support::ScreenPicture& screen, const Area& layer) const;
   std::string Mismatch(const std::vector<Spot>& spots) const;
   support::VirtualDesktop& Screen() const { return m_studio->Desktop(); }
 
   Studio* m_studio;
   support::Process m_program;
-  std::string m_main;
-  std::string m_preview;
-  std::vector<std::string> m_open;  // dialogs and menus, the last one on top
+  std::uint32_t m_main = 0;
+  std::uint32_t m_preview = 0;
+  std::vector<std::uint32_t> m_open;  // dialogs and menus, the last one on top
   std::string m_mismatch;
   int m_kept = 0;
 };

@@ -4,11 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <cstdint>
 #include <map>
 #include <string>
 
 #include "Studio.h"
+#include "support/DesktopWindows.h"
 
 inline constexpr char kLoginTitle[] = "^登录$";
 inline constexpr int kPatienceMs = 60000;
@@ -35,11 +36,11 @@ class Program : public testing::Test {
     return support::WaitFor([&] { return m_studio.VisibleWindows() == windows; }, kPatienceMs);
   }
   // A window that is seen may get the keyboard a little later.
-  bool TakesTheKeyboardFrom(const std::string& other) {
+  bool TakesTheKeyboardFrom(std::uint32_t other) {
     return support::WaitFor(
         [&] {
-          const std::string active = m_studio.ActiveWindow();
-          return !active.empty() && active != other;
+          const std::uint32_t active = m_studio.ActiveWindow();
+          return active != 0 && active != other;
         },
         kPatienceMs);
   }
@@ -56,15 +57,13 @@ class Program : public testing::Test {
     int y = -1;
   };
   Place Preview() const {
-    const support::RunResult tree =
-        support::Run({"xwininfo", "-root", "-tree"}, 5000, Screen().Environment());
-    const std::size_t line = tree.output.find("960x540+");
-    Place place;
-    if (line != std::string::npos) {
-      const std::size_t absolute = tree.output.find("  +", line);
-      std::sscanf(tree.output.c_str() + absolute, " +%d+%d", &place.x, &place.y);
+    for (const support::DesktopWindow& window :
+         support::VisibleWindows(Screen().Display(), e2e::Studio::kProgram)) {
+      if (window.width == 960 && window.height == 540) {
+        return {window.x, window.y};
+      }
     }
-    return place;
+    return {};
   }
   support::VirtualDesktop& Screen() const { return const_cast<e2e::Studio&>(m_studio).Desktop(); }
 

@@ -121,7 +121,7 @@ TEST_F(Program, ARefusedLoginStaysAndTheRightOneIsRemembered) {
   m_studio.SaveAccount("demo", "not-it");
   ASSERT_TRUE(Start());
   ASSERT_TRUE(m_studio.Activate(kLoginTitle));
-  const std::string login = m_studio.ActiveWindow();
+  const std::uint32_t login = m_studio.ActiveWindow();
   ASSERT_TRUE(m_studio.PressKeys({"Return"}));
   // The service's refusal; Enter answers it, and the dialog is still there.
   EXPECT_TRUE(support::WaitFor(
@@ -202,7 +202,7 @@ TEST_F(Program, SigtermEndsItUnderAMenuAndADialog) {
 
 TEST_F(Program, WithoutAServiceItSaysSoAndOffersTheLogin) {
   m_studio.Service().Stop();
-  const std::string before = m_studio.ActiveWindow();
+  const std::uint32_t before = m_studio.ActiveWindow();
   ASSERT_TRUE(Start());
   // The notice comes first, for the picture of the login; then the dialog.
   ASSERT_TRUE(Shows(1));

@@ -2,9 +2,9 @@
 
 #include <signal.h>
 
-#include <algorithm>
 #include <fstream>
 
+#include "support/DesktopWindows.h"
 #include "support/GivenTime.h"
 
 namespace e2e {
@@ -168,17 +168,12 @@ bool Studio::ShowsWindow(const std::string& title) const {
              .status == 0;
 }
 
-std::string Studio::ActiveWindow() const {
-  const support::RunResult active =
-      support::Run({"xdotool", "getactivewindow"}, kToolMs, m_desktop.Environment());
-  return active.status == 0 ? active.output.substr(0, active.output.find('\n')) : "";
+std::uint32_t Studio::ActiveWindow() const {
+  return support::ActiveWindow(m_desktop.Display());
 }
 
 int Studio::VisibleWindows() const {
-  const support::RunResult found =
-      support::Run({"xdotool", "search", "--onlyvisible", "--class", "^orvane$"}, kToolMs,
-                   m_desktop.Environment());
-  return static_cast<int>(std::count(found.output.begin(), found.output.end(), '\n'));
+  return static_cast<int>(support::VisibleWindows(m_desktop.Display(), kProgram).size());
 }
 
 bool Studio::Activate(const std::string& title) {

@@ -7,6 +7,7 @@
 #ifndef ORVANE_TESTS_E2E_STUDIO_H
 #define ORVANE_TESTS_E2E_STUDIO_H
 
+#include <cstdint>
 #include <list>
 #include <map>
 #include <string>
@@ -26,6 +27,9 @@ int CountOf(const std::string& text, const std::string& part);
 
 class Studio {
  public:
+  // What the windows of the program are known by.
+  static constexpr char kProgram[] = "orvane";
+
   // False when a part could not be brought up; Report tells more. With a compositor translucent
   // margins look as on an operator's screen; it takes its share of the machine.
   bool Start(bool compositor = false);
@@ -68,8 +72,8 @@ class Studio {
   bool Activate(const std::string& title);
   bool PressKeys(const std::vector<std::string>& keys);
   bool ShowsWindow(const std::string& title) const;
-  // The window that has the keyboard, by the window manager's word; empty when none has.
-  std::string ActiveWindow() const;
+  // The window that has the keyboard, by the window manager's word; 0 when none has.
+  std::uint32_t ActiveWindow() const;
   // How many windows the program shows; a notice has no title to be found by.
   int VisibleWindows() const;
 

@@ -1,21 +1,13 @@
 #include "support/TestWindow.h"
 
-#include <xcb/xcb.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 #include <vector>
+
+#include "support/XcbReply.h"
 
 namespace support {
 
 namespace {
-
-struct Free {
-  void operator()(void* memory) const { std::free(memory); }
-};
-template <typename T>
-using Reply = std::unique_ptr<T, Free>;
 
 constexpr std::uint32_t kIconicState = 3;
 
@@ -65,7 +57,7 @@ bool TestWindow::Open(const std::string& display, const TestWindowOptions& optio
       static_cast<std::uint16_t>(options.width), static_cast<std::uint16_t>(options.height),
       static_cast<std::uint16_t>(options.border), XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
       XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP, values);
-  const Reply<xcb_generic_error_t> error(xcb_request_check(m_connection, created));
+  const XcbReply<xcb_generic_error_t> error(xcb_request_check(m_connection, created));
   if (error) {
     Close();
     return false;
@@ -101,25 +93,25 @@ void TestWindow::Close() {
 }
 
 int TestWindow::Width() {
-  const Reply<xcb_get_geometry_reply_t> geometry(
+  const XcbReply<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_window), nullptr));
   return geometry ? geometry->width : 0;
 }
 
 int TestWindow::Height() {
-  const Reply<xcb_get_geometry_reply_t> geometry(
+  const XcbReply<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_window), nullptr));
   return geometry ? geometry->height : 0;
 }
 
 bool TestWindow::Viewable() {
-  const Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+  const XcbReply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
       m_connection, xcb_get_window_attributes(m_connection, m_window), nullptr));
   return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
 bool TestWindow::Framed() {
-  const Reply<xcb_query_tree_reply_t> tree(
+  const XcbReply<xcb_query_tree_reply_t> tree(
       xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_window), nullptr));
   return tree && tree->parent != m_root;
 }
@@ -153,7 +145,7 @@ void TestWindow::Unmap() {
 }
 
 void TestWindow::Iconify() {
-  const Reply<xcb_get_property_reply_t> manager(
+  const XcbReply<xcb_get_property_reply_t> manager(
       xcb_get_property_reply(m_connection,
                              xcb_get_property(m_connection, 0, m_root,
                                               Atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_ANY, 0, 1),
@@ -212,7 +204,7 @@ void TestWindow::FillRectangle(int x, int y, int width, int height, Colour colou
 }
 
 std::uint32_t TestWindow::Atom(const std::string& name) {
-  const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+  const XcbReply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
       m_connection,
       xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.data()),
       nullptr));
@@ -227,7 +219,7 @@ void TestWindow::SetText(const std::string& property, const std::string& type,
 }
 
 void TestWindow::Sync() {
-  const Reply<xcb_get_input_focus_reply_t> reply(
+  const XcbReply<xcb_get_input_focus_reply_t> reply(
       xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
   while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
     std::free(event);

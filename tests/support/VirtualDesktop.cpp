@@ -2,12 +2,12 @@
 
 #include <signal.h>
 #include <xcb/randr.h>
-#include <xcb/xcb.h>
 
 #include <cstdlib>
 #include <memory>
 
 #include "support/TestWindow.h"
+#include "support/XcbReply.h"
 
 namespace support {
 
@@ -17,28 +17,6 @@ constexpr int kStartMs = 60000;
 constexpr int kCompositorMs = 20000;
 constexpr int kCompositorAttempts = 3;
 constexpr Colour kNoPixel = 0xffffffff;
-
-struct Disconnect {
-  void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-struct Free {
-  void operator()(void* memory) const { std::free(memory); }
-};
-using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
-template <typename T>
-using Reply = std::unique_ptr<T, Free>;
-
-Connection Connect(const std::string& display) {
-  Connection connection(xcb_connect(display.c_str(), nullptr));
-  if (xcb_connection_has_error(connection.get()) != 0) {
-    connection.reset();
-  }
-  return connection;
-}
-
-const xcb_screen_t* Screen(xcb_connection_t* connection) {
-  return xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-}
 
 // Window managers announce themselves well before they take windows, and one that is mapped in
 // between stays without a frame: show the probe again and again until it gets one.
@@ -57,31 +35,31 @@ bool LosesFrame(TestWindow* probe) {
 }
 
 bool SelectionHasOwner(const std::string& display, const std::string& name) {
-  const Connection connection = Connect(display);
+  const XcbConnection connection = ConnectXcb(display);
   if (!connection) {
     return false;
   }
   xcb_connection_t* c = connection.get();
-  const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+  const XcbReply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
       c, xcb_intern_atom(c, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
   if (!atom) {
     return false;
   }
-  const Reply<xcb_get_selection_owner_reply_t> owner(
+  const XcbReply<xcb_get_selection_owner_reply_t> owner(
       xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, atom->atom), nullptr));
   return owner && owner->owner != XCB_NONE;
 }
 
 ScreenPicture ReadArea(const std::string& display, int x, int y, int width, int height) {
   ScreenPicture picture;
-  const Connection connection = Connect(display);
+  const XcbConnection connection = ConnectXcb(display);
   if (!connection) {
     return picture;
   }
-  const xcb_screen_t* screen = Screen(connection.get());
+  const xcb_screen_t* screen = FirstScreen(connection.get());
   const int wantedWidth = width > 0 ? width : screen->width_in_pixels;
   const int wantedHeight = height > 0 ? height : screen->height_in_pixels;
-  const Reply<xcb_get_image_reply_t> image(
+  const XcbReply<xcb_get_image_reply_t> image(
       xcb_get_image_reply(connection.get(),
                           xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root,
                                         static_cast<std::int16_t>(x), static_cast<std::int16_t>(y),
@@ -146,7 +124,8 @@ bool VirtualDesktop::Start(const DesktopOptions& options) {
 }
 
 bool VirtualDesktop::StartServer(const DesktopOptions& options) {
-  // The server itself looks for a free number and writes it down once it is ready for clients.
+  // The server itself looks for a free number and writes it down once it is ready for clients. It
+  // repeats no key (-r): on a busy machine one that is held for a moment would come twice.
   const std::string numberFile = m_directory.File("number");
   std::vector<std::string> arguments = {
       "sh",
@@ -158,6 +137,7 @@ bool VirtualDesktop::StartServer(const DesktopOptions& options) {
       std::to_string(options.width) + "x" + std::to_string(options.height) + "x24",
       "-ac",
       "-noreset",
+      "-r",
       "-nolisten",
       "tcp"};
   arguments.insert(arguments.end(), options.serverOptions.begin(), options.serverOptions.end());
@@ -249,25 +229,25 @@ Colour VirtualDesktop::ReadPixel(int x, int y) const {
 }
 
 bool VirtualDesktop::Resize(int width, int height) {
-  const Connection connection = Connect(m_display);
+  const XcbConnection connection = ConnectXcb(m_display);
   if (!connection) {
     return false;
   }
   xcb_connection_t* c = connection.get();
-  const xcb_window_t root = Screen(c)->root;
-  const Reply<xcb_randr_get_screen_resources_reply_t> parts(
+  const xcb_window_t root = FirstScreen(c)->root;
+  const XcbReply<xcb_randr_get_screen_resources_reply_t> parts(
       xcb_randr_get_screen_resources_reply(c, xcb_randr_get_screen_resources(c, root), nullptr));
   if (!parts || parts->num_crtcs == 0) {
     return false;
   }
   // A monitor that is lit keeps the screen as large as itself.
   const xcb_randr_crtc_t crtc = *xcb_randr_get_screen_resources_crtcs(parts.get());
-  const Reply<xcb_randr_set_crtc_config_reply_t> dark(xcb_randr_set_crtc_config_reply(
+  const XcbReply<xcb_randr_set_crtc_config_reply_t> dark(xcb_randr_set_crtc_config_reply(
       c,
       xcb_randr_set_crtc_config(c, crtc, XCB_CURRENT_TIME, parts->config_timestamp, 0, 0, XCB_NONE,
                                 XCB_RANDR_ROTATION_ROTATE_0, 0, nullptr),
       nullptr));
-  const Reply<xcb_generic_error_t> error(xcb_request_check(
+  const XcbReply<xcb_generic_error_t> error(xcb_request_check(
       c, xcb_randr_set_screen_size_checked(
              c, root, static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height),
              static_cast<std::uint32_t>(width) / 4, static_cast<std::uint32_t>(height) / 4)));
@@ -275,8 +255,8 @@ bool VirtualDesktop::Resize(int width, int height) {
 }
 
 bool VirtualDesktop::Blank() {
-  const Connection connection = Connect(m_display);
-  return connection && !Reply<xcb_generic_error_t>(xcb_request_check(
+  const XcbConnection connection = ConnectXcb(m_display);
+  return connection && !XcbReply<xcb_generic_error_t>(xcb_request_check(
                            connection.get(), xcb_force_screen_saver_checked(
                                                  connection.get(), XCB_SCREEN_SAVER_ACTIVE)));
 }

@@ -2,7 +2,7 @@
 // window manager and a compositor on it. Ended with the object, by id.
 //
 // Nothing of it needs a real display, a GPU or root. The server allows every client of this machine
-// to connect, and does not reset when the last one leaves.
+// to connect, does not reset when the last one leaves, and repeats no key that is held.
 //
 // Threads: one test thread.
 #ifndef ORVANE_TESTS_SUPPORT_VIRTUALDESKTOP_H
