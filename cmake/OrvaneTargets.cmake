@@ -42,17 +42,17 @@ function(orvane_precompile target)
   endif()
 endfunction()
 
-# orvane_test(NAME SOURCES ... LINK ... [LABELS unit|contract|e2e ...] [TIMEOUT seconds] [SERIAL]
+# orvane_test(NAME SOURCES ... LINK ... [LABELS unit|contract|e2e ...] [TIMEOUT seconds] [ALONE]
 #             [MOC] [GUI] [FAKE_CLOCK] [RELEASE_ONLY] [ARGS ...])
 # A GoogleTest program and one ctest entry of the same name.
 #   FAKE_CLOCK   SDL_GetTicks, SDL_GetTicks64 and SDL_Delay go through tests/support/FakeClock
-#   SERIAL       it runs in real time and on devices. With RELEASE_ONLY no other test runs beside it;
-#                the others pass beside one or two more, in the slow sanitizer builds too
+#   ALONE        it is judged by what the machine could do: nothing else runs beside it, and its label
+#                is "alone", so that a whole run can leave it to the end
 #   RELEASE_ONLY not in the sanitizer builds, which are too slow for real time
 #   MOC          the sources hold Qt classes
 #   GUI          main() makes a QApplication; without a display it draws off screen
 function(orvane_test name)
-  cmake_parse_arguments(ARG "SERIAL;FAKE_CLOCK;RELEASE_ONLY;MOC;GUI" "TIMEOUT" "SOURCES;LINK;LABELS;ARGS"
+  cmake_parse_arguments(ARG "ALONE;FAKE_CLOCK;RELEASE_ONLY;MOC;GUI" "TIMEOUT" "SOURCES;LINK;LABELS;ARGS"
                         ${ARGN})
   if(ARG_RELEASE_ONLY AND NOT ORVANE_SANITIZER STREQUAL "none")
     return()
@@ -79,8 +79,11 @@ function(orvane_test name)
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
   endif()
+  if(ARG_ALONE)
+    list(APPEND ARG_LABELS alone)
+  endif()
   orvane_add_ctest(${name} COMMAND $<TARGET_FILE:${name}> ${ARG_ARGS} LABELS ${ARG_LABELS} TIMEOUT ${ARG_TIMEOUT})
-  if(ARG_SERIAL AND ARG_RELEASE_ONLY)
+  if(ARG_ALONE)
     set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
   endif()
 endfunction()
