@@ -181,6 +181,21 @@ bool MayBecome(const Rect& former, const Rect& next) {
   return !IsInsideOut(next) && !(grows && IsTooLarge(next));
 }
 
+std::optional<Rect> TextPlace(const Rect& measured, const Rect& former) {
+  if (former.width <= 0 || former.height <= 0) {
+    return std::nullopt;
+  }
+  Rect place = former;
+  if (measured.width > 0) {
+    place.height = Scaled(former.width, measured.height, measured.width);
+  }
+  if (!MayBecome(measured, place)) {
+    place.width = measured.width;
+    place.height = measured.height;
+  }
+  return place;
+}
+
 bool IsOutOfRange(const Rect& layer, const Extent& scene) {
   return layer.x > scene.width - 1 || Add(layer.width, layer.x) < 0 || layer.y > scene.height - 1 ||
          Add(layer.height, layer.y) < 0;

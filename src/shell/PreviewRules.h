@@ -105,6 +105,10 @@ bool IsSmallStep(int mode, const Rect& current, const Rect& next);
 // smaller in steps.
 bool MayBecome(const Rect& former, const Rect& next);
 
+// Where a text that was measured like that comes to stand when it had that place before: its size
+// only as far as it may become that. None where it had none.
+std::optional<Rect> TextPlace(const Rect& measured, const Rect& former);
+
 // No part of it is on the scene, nor touches its left or top edge.
 bool IsOutOfRange(const Rect& layer, const Extent& scene);
 

@@ -34,12 +34,14 @@
 #include <QTimer>
 #include <QWidget>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "backend/BackendClient.h"
 #include "platform/KeepAwake.h"
 #include "shell/BroadcastGraph.h"
 #include "shell/BroadcastReports.h"
+#include "shell/LayerBook.h"
 #include "shell/LayerSlots.h"
 #include "shell/LiveMonitor.h"
 #include "shell/MonitorGraph.h"
@@ -177,17 +179,23 @@ class orvane : public QWidget {
   std::string AskForFile(const shell::FileQuestion& question);
   // Corner::kYes: the layer takes the corner with its first picture.
   enum class Corner { kNo, kYes };
-  void AddSource(CSrcInterface* node, const QString& name, Corner corner = Corner::kNo);
-  void AddFilm(const std::string& path);
+  // Each gives the slot, or -1 where the scene has no room. record: what the layer is made from,
+  // and the place that it had before, if it had one.
+  int AddSource(CSrcInterface* node, const shell::LayerRecord& record, Corner corner = Corner::kNo);
+  int AddFilm(const shell::LayerRecord& record);
+  int AddTextLayer(const shell::LayerRecord& record);
   // Of the windows that the system lists, the one that is chosen in the dialog.
   void AddListedWindow();
   // Greys the rows whose source could not be opened, or whose capture was ended by the system.
   void ShowFailures();
   // Leaves the monitor mix to the films that still sound.
   void FollowSounds();
-  void AddTextLayer(const QString& text, std::uint32_t color);
-  void ListLayer(int slot, CSrcInterface* node, const QString& text, int kind);
+  void ListLayer(int slot, CSrcInterface* node, const shell::LayerRecord& record);
+  // Brings a layer to the place that it had before, if it had one.
+  void PlaceAgain(int slot, const shell::LayerRecord& record);
   int PositionOf(int row) const;
+  // The layer's rectangle; none where none is.
+  std::optional<shell::Rect> RectAt(int slot) const;
 
   Ui::orvaneClass ui;
 
@@ -243,6 +251,7 @@ class orvane : public QWidget {
   bool m_tipShown = false;
 
   shell::LayerSlots m_slots{&m_layers};
+  shell::LayerBook m_book;             // of every layer, by slot
   QTimer m_sourceTimer;                // looks after sources that fail or end a little later
   bool m_changesLogin = false;         // a change of account is under way
   backend::Until* m_logout = nullptr;  // of the logout that is out

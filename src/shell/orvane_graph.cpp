@@ -39,5 +39,6 @@ void orvane::CloseGraph() {
   m_surfaceEvents.stop();
   m_sourceTimer.stop();
   m_slots.DropNodes();
+  m_book.Clear();
   shell::EndMonitor(Monitor());
 }

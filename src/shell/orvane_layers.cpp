@@ -3,6 +3,7 @@
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QScreen>
+#include <optional>
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -12,6 +13,7 @@ extern "C" {
 #include "output/CRender.h"
 #include "platform/WindowSystem.h"
 #include "shell/LayerRules.h"
+#include "shell/PreviewRules.h"
 #include "shell/orvane.h"
 #include "sources/CInputDev.h"
 #include "sources/CInputFile.h"
@@ -31,6 +33,21 @@ namespace {
 
 CInputDev* NewCamera(const std::string& device) {
   return new CInputDev(false, device, 0, 0, AV_PIX_FMT_RGB24);
+}
+
+shell::LayerRecord RecordOf(shell::LayerKind kind, const QString& name,
+                            const QString& source = QString()) {
+  shell::LayerRecord record;
+  record.kind = kind;
+  record.name = name;
+  record.source = source;
+  return record;
+}
+
+shell::LayerRecord RecordOfWindow(const QString& title, platform::WindowHandle window) {
+  shell::LayerRecord record = RecordOf(shell::LayerKind::kWindow, title);
+  record.window = window;
+  return record;
 }
 
 }  // namespace
@@ -61,35 +78,56 @@ bool orvane::MayAddLayer() {
   return false;
 }
 
-void orvane::ListLayer(int slot, CSrcInterface* node, const QString& text, int kind) {
-  ui.m_tabLayer->AddRow(true, text, widgets::kRowSize, kind);
+void orvane::ListLayer(int slot, CSrcInterface* node, const shell::LayerRecord& record) {
+  const bool isText = record.kind == shell::LayerKind::kText;
+  ui.m_tabLayer->AddRow(record.shown, record.name, widgets::kRowSize,
+                        isText ? widgets::kTextLayer : widgets::kOtherLayer);
   m_slots.Keep(slot, node);
+  m_book.Add(slot, record);
   ShowFailures();
 }
 
-void orvane::AddSource(CSrcInterface* node, const QString& name, Corner corner) {
+// A text stands somewhere as soon as it is set; any other layer waits for its first picture.
+void orvane::PlaceAgain(int slot, const shell::LayerRecord& record) {
+  if (record.kind == shell::LayerKind::kText) {
+    const shell::Rect measured = RectAt(slot).value_or(shell::Rect());
+    if (const auto place = shell::TextPlace(measured, record.place)) {
+      m_render->PlaceLayer(slot, *place);
+    }
+  } else if (record.place.width > 0 && record.place.height > 0) {
+    m_render->PlaceLayer(slot, record.place);
+  }
+}
+
+int orvane::AddSource(CSrcInterface* node, const shell::LayerRecord& record, Corner corner) {
   const int slot = shell::LayerSlots::Link(node, m_render);
   if (slot < 0) {
     delete node;
-    return;
+    return -1;
   }
   if (corner == Corner::kYes) {
     m_render->SetLayerAutoFit(slot, 1);
   }
+  PlaceAgain(slot, record);
+  m_render->SetLayerHidden(slot, !record.shown);
   // A source that does not open tells the log; its layer is listed and stays empty.
   node->Start();
-  ListLayer(slot, node, name, widgets::kOtherLayer);
+  ListLayer(slot, node, record);
+  return slot;
 }
 
 // A film without sound is refused by the node that plays sound and picture together: another one,
 // which has no input of the mix, then takes its slot.
-void orvane::AddFilm(const std::string& path) {
+int orvane::AddFilm(const shell::LayerRecord& record) {
+  const std::string path = record.source.toStdString();
   auto* file = new CInputFile(path);
   const int slot = shell::LayerSlots::Link(file, m_render);
   if (slot < 0) {
     delete file;
-    return;
+    return -1;
   }
+  PlaceAgain(slot, record);
+  m_render->SetLayerHidden(slot, !record.shown);
   CSrcInterface* node = file;
   m_slots.LinkSound(slot, file, m_mixFrame);
   if (file->Start() < 0) {
@@ -102,7 +140,8 @@ void orvane::AddFilm(const std::string& path) {
       node->Start();
     }
   }
-  ListLayer(slot, node, shell::FileName(), widgets::kOtherLayer);
+  ListLayer(slot, node, record);
+  return slot;
 }
 
 // Most sources open before they are listed. A window is looked at by its worker, a little later,
@@ -132,7 +171,7 @@ void orvane::SlotAddDesk() {
   if (MayAddLayer()) {
     AddSource(new CInputDev(false, m_catalogue->VideoDevice(0).toStdString(),
                             m_catalogue->renderWidth, m_catalogue->renderHeight, AV_PIX_FMT_RGB24),
-              shell::DeskName());
+              RecordOf(shell::LayerKind::kDesk, shell::DeskName()));
   }
   m_WndMenu.close();
 }
@@ -143,7 +182,9 @@ void orvane::SlotAddCamera() {
     m_camDlg = new CCamDlg(this);
     ShadowOnce(m_camDlg, &m_camShadow, this);
     if (m_camDlg->exec() == QDialog::Accepted && !m_camDlg->DeviceName().empty()) {
-      AddSource(NewCamera(m_camDlg->DeviceName()), shell::CameraName());
+      const std::string device = m_camDlg->DeviceName();
+      AddSource(NewCamera(device), RecordOf(shell::LayerKind::kCamera, shell::CameraName(),
+                                            QString::fromStdString(device)));
     }
   }
   m_WndMenu.close();
@@ -153,7 +194,8 @@ void orvane::SlotAddWindow() {
   if (MayAddLayer()) {
     if (platform::WindowSystem::Current().HasPicker()) {
       // The system asks which one; the layer waits for the answer.
-      AddSource(new CWndCapture(platform::kPickedWindow), shell::WindowName());
+      AddSource(new CWndCapture(platform::kPickedWindow),
+                RecordOfWindow(shell::WindowName(), platform::kPickedWindow));
     } else {
       AddListedWindow();
     }
@@ -166,7 +208,8 @@ void orvane::AddListedWindow() {
   m_wndDlg = new ActivitiesWndDlg(this);
   ShadowOnce(m_wndDlg, &m_wndShadow, this);
   if (m_wndDlg->exec() == QDialog::Accepted) {
-    AddSource(new CWndCapture(m_wndDlg->selectedWnd), m_wndDlg->selectedTitle);
+    AddSource(new CWndCapture(m_wndDlg->selectedWnd),
+              RecordOfWindow(m_wndDlg->selectedTitle, m_wndDlg->selectedWnd));
   }
 }
 
@@ -175,27 +218,35 @@ void orvane::SlotAddText() {
     MakeTextDialog();
     ShadowOnce(m_textDlg, &m_textShadow, this);
     if (m_textDlg->exec() == QDialog::Accepted && !m_textDlg->text.isEmpty()) {
-      AddTextLayer(m_textDlg->text, m_textDlg->color);
+      shell::LayerRecord record = RecordOf(shell::LayerKind::kText, m_textDlg->text);
+      record.color = m_textDlg->color;
+      AddTextLayer(record);
     }
   }
   m_TuCMenu.close();
 }
 
 // The overlay in the renderer draws the text: the node has no thread, it only stands for the layer.
-void orvane::AddTextLayer(const QString& text, std::uint32_t color) {
+// Nothing of it is seen before it stands where it belongs.
+int orvane::AddTextLayer(const shell::LayerRecord& record) {
   const int slot = shell::LayerSlots::Take(m_render);
   if (slot < 0) {
-    return;
+    return -1;
   }
-  m_render->SetLayerText(slot, color, text.toStdString());
-  ListLayer(slot, new CSrcInterface(0, 1), text, widgets::kTextLayer);
+  m_render->SetLayerHidden(slot, true);
+  m_render->SetLayerText(slot, record.color, record.name.toStdString());
+  PlaceAgain(slot, record);
+  m_render->SetLayerHidden(slot, !record.shown);
+  ListLayer(slot, new CSrcInterface(0, 1), record);
+  return slot;
 }
 
 void orvane::SlotAddPic() {
   if (MayAddLayer()) {
     const std::string path = AskForFile(shell::PictureQuestion());
     if (!path.empty()) {
-      AddSource(new CInputPic(path), shell::PictureName());
+      AddSource(new CInputPic(path), RecordOf(shell::LayerKind::kPicture, shell::PictureName(),
+                                              QString::fromStdString(path)));
     }
   }
   m_TuCMenu.close();
@@ -205,7 +256,7 @@ void orvane::SlotAddFile() {
   if (MayAddLayer()) {
     const std::string path = AskForFile(shell::MediaQuestion());
     if (!path.empty()) {
-      AddFilm(path);
+      AddFilm(RecordOf(shell::LayerKind::kFilm, shell::FileName(), QString::fromStdString(path)));
     }
   }
   m_TuCMenu.close();
@@ -230,7 +281,8 @@ void orvane::AddDefaultLayers() {
   const QString camera = m_catalogue->VideoDevice(1);
   if (!camera.isEmpty()) {
     // It takes the corner with its first picture.
-    AddSource(NewCamera(camera.toStdString()), shell::CameraName(), Corner::kYes);
+    AddSource(NewCamera(camera.toStdString()),
+              RecordOf(shell::LayerKind::kCamera, shell::CameraName(), camera), Corner::kYes);
   }
   connect(ui.m_tabLayer, &MyListView::changeItem, this, &orvane::SlotChangeItem);
   connect(ui.m_tabLayer, &MyListView::editItem, this, &orvane::SlotEditItem);
@@ -241,6 +293,13 @@ void orvane::AddDefaultLayers() {
 
 int orvane::PositionOf(int row) const {
   return shell::PositionOfRow(ui.m_tabLayer->RowCount(), row);
+}
+
+std::optional<shell::Rect> orvane::RectAt(int slot) const {
+  shell::Rect rect;
+  const bool isThere =
+      m_render->GetLayerRect(slot, &rect.x, &rect.y, &rect.width, &rect.height) == 0;
+  return isThere ? std::optional<shell::Rect>(rect) : std::nullopt;
 }
 
 void orvane::RecvDeleteSignal(int row, int kind, QPoint point) {
@@ -254,6 +313,7 @@ void orvane::RecvDeleteSignal(int row, int kind, QPoint point) {
 void orvane::SlotDeleteItem(int row) {
   const int position = PositionOf(row);
   ui.m_tabLayer->RemoveRow(row);
+  m_book.Remove(m_render->LayerAt(position));
   m_slots.Drop(position, m_render);
 }
 
@@ -270,12 +330,21 @@ void orvane::SlotEditItem(int row) {
   const auto layer = m_layers.find(slot);
   if (layer != m_layers.end() && layer->second != nullptr) {
     m_render->SetLayerText(slot, m_textDlg->color, m_textDlg->text.toStdString());
+    shell::LayerRecord* record = m_book.Find(slot);
+    if (record != nullptr && record->kind == shell::LayerKind::kText) {
+      record->name = m_textDlg->text;
+      record->color = m_textDlg->color;
+    }
   }
   ui.m_tabLayer->SetRowText(row, m_textDlg->text);
 }
 
 void orvane::SlotvisibleSignal(int row, bool vis) {
-  m_render->SetLayerHidden(m_render->LayerAt(PositionOf(row)), !vis);
+  const int slot = m_render->LayerAt(PositionOf(row));
+  m_render->SetLayerHidden(slot, !vis);
+  if (shell::LayerRecord* record = m_book.Find(slot)) {
+    record->shown = vis;
+  }
 }
 
 // The tip with a row's whole name.

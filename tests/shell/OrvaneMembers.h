@@ -11,6 +11,7 @@ class OrvaneMembers : public orvane {
   using orvane::m_actDlg;
   using orvane::m_adPixmap;
   using orvane::m_backend;
+  using orvane::m_book;
   using orvane::m_camDlg;
   using orvane::m_catalogue;
   using orvane::m_dragFrom;

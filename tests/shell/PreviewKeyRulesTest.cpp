@@ -121,4 +121,28 @@ TEST(PreviewKeyRules, ALayerMayBecomeSmallerWhateverItIsAndLargerOnlyWithinTheLi
   EXPECT_FALSE(shell::MayBecome({0, 0, 10, 10}, {0, 0, -1, 10}));
 }
 
+TEST(PreviewKeyRules, ATextComesBackToItsPlaceAndToNoLargerSizeThanItMayHave) {
+  const Rect measured{5, 5, 400, 100};
+  const struct {
+    Rect former;
+    std::vector<int> place;
+  } cases[] = {
+      {{}, {}},
+      {{10, 20, 0, 50}, {}},
+      // The height is the text's own.
+      {{10, 20, 200, 50}, {10, 20, 200, 50}},
+      {{10, 20, 200, 999}, {10, 20, 200, 50}},
+      {{-10, -20, 4000, 1000}, {-10, -20, 4000, 1000}},
+      {{10, 20, 900000, 1}, {10, 20, 400, 100}},
+  };
+  for (const auto& each : cases) {
+    EXPECT_EQ(Of(shell::TextPlace(measured, each.former)), each.place) << each.former.width;
+  }
+  // A book is large from the start.
+  EXPECT_EQ(Of(shell::TextPlace({5, 5, 40000, 100}, {1, 2, 30000, 75})),
+            (std::vector<int>{1, 2, 30000, 75}));
+  // Without a font nothing can be measured.
+  EXPECT_EQ(Of(shell::TextPlace({5, 5, 0, 0}, {1, 2, 300, 75})), (std::vector<int>{1, 2, 300, 75}));
+}
+
 }  // namespace
