@@ -30,6 +30,7 @@ const char kKindKey[] = "kind";
 const char kNameKey[] = "name";
 const char kSourceKey[] = "source";
 const char kColorKey[] = "color";
+const char kMeasuredKey[] = "measured";
 const char kShownKey[] = "shown";
 const char kPlaceKey[] = "place";
 
@@ -68,6 +69,9 @@ QJsonObject ToJson(const LayerRecord& layer) {
   json.insert(QLatin1String(kSourceKey), layer.source);
   json.insert(QLatin1String(kColorKey), static_cast<double>(layer.color));
   json.insert(QLatin1String(kShownKey), layer.shown);
+  if (!layer.measured.isEmpty()) {
+    json.insert(QLatin1String(kMeasuredKey), KeptText(layer.measured));
+  }
   if (IsPlace(layer.kind, layer.place)) {
     const Rect& place = layer.place;
     json.insert(QLatin1String(kPlaceKey), QJsonArray{place.x, place.y, place.width, place.height});
@@ -105,6 +109,11 @@ bool TakeKind(const QJsonValue& value, LayerKind* kind) {
   return false;
 }
 
+// Most have none.
+bool TakeMeasured(const QJsonValue& value, QString* text) {
+  return value.isUndefined() || TakeText(value, text);
+}
+
 // One that has none is where its source puts it.
 bool TakePlace(const QJsonValue& value, LayerKind kind, Rect* place) {
   if (value.isUndefined()) {
@@ -133,7 +142,8 @@ std::optional<LayerRecord> ToLayer(const QJsonValue& value) {
   const auto color = Whole(at(kColorKey), 0, std::numeric_limits<std::uint32_t>::max());
   const QJsonValue shown = at(kShownKey);
   if (!TakeKind(at(kKindKey), &layer.kind) || !TakeText(at(kNameKey), &layer.name) ||
-      !TakeText(at(kSourceKey), &layer.source) || !color || !shown.isBool() ||
+      !TakeText(at(kSourceKey), &layer.source) ||
+      !TakeMeasured(at(kMeasuredKey), &layer.measured) || !color || !shown.isBool() ||
       !TakePlace(at(kPlaceKey), layer.kind, &layer.place)) {
     return std::nullopt;
   }

@@ -23,7 +23,7 @@
 namespace shell {
 
 // No file that is written here is larger.
-inline constexpr std::size_t kMostSceneBytes = 2 * 1024 * 1024;
+inline constexpr std::size_t kMostSceneBytes = 4 * 1024 * 1024;
 // Of a name, a text or a path, in units of UTF-16.
 inline constexpr int kMostSceneText = 16384;
 

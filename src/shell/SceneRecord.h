@@ -21,6 +21,9 @@ struct LayerRecord {
   QString name;               // as its row says: a window's title, a text, else the kind
   QString source;             // a camera's device, a file's path; else empty
   std::uint32_t color = 255;  // of a text, 0xRRGGBBAA
+  // Of a text that was edited: what it was at first. An edited text keeps the size of its letters,
+  // which follows from the place and from the width of that one. Empty: the text itself.
+  QString measured;
   bool shown = true;
   output::Rect place;  // in the scene; 0 x 0 as long as no picture has given it a size
   // Which window, in this run; another run finds it by its title.
@@ -30,8 +33,9 @@ struct LayerRecord {
 // The window's handle is not looked at: it is nothing that the operator has made.
 inline bool operator==(const LayerRecord& a, const LayerRecord& b) {
   return a.kind == b.kind && a.name == b.name && a.source == b.source && a.color == b.color &&
-         a.shown == b.shown && a.place.x == b.place.x && a.place.y == b.place.y &&
-         a.place.width == b.place.width && a.place.height == b.place.height;
+         a.measured == b.measured && a.shown == b.shown && a.place.x == b.place.x &&
+         a.place.y == b.place.y && a.place.width == b.place.width &&
+         a.place.height == b.place.height;
 }
 inline bool operator!=(const LayerRecord& a, const LayerRecord& b) {
   return !(a == b);

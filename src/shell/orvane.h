@@ -4,7 +4,8 @@
 // and its closing), orvane_login.cpp (the login and the change of account), orvane_graph.cpp (the
 // fixed part of the graph, from its assembly to its end), orvane_layers.cpp (the layers of the
 // scene), orvane_preview.cpp (the mouse on the preview and the title, and the maximised state),
-// orvane_live.cpp (the broadcast).
+// orvane_undo.cpp (the keyboard on the preview, and what is taken back), orvane_live.cpp (the
+// broadcast).
 //
 // Order of life: constructed; ShowLogin; only when the account is logged in InitGraph once; shown;
 // CloseGraph once, after the event loop has ended and before the window is destroyed. No node
@@ -46,6 +47,7 @@
 #include "shell/LiveMonitor.h"
 #include "shell/MonitorGraph.h"
 #include "shell/PreviewRules.h"
+#include "shell/UndoSteps.h"
 #include "ui_orvane.h"
 #include "widgets/ListTextTip.h"
 
@@ -156,7 +158,26 @@ class orvane : public QWidget {
   bool PressLeft(QMouseEvent* event);
   void GrabLayer(const QPoint& position);
   void DragLayer(const QPoint& position);
+  void EndDrag(QMouseEvent* event);
   void HitTestLayer(int x, int y);
+  // The pointer's shape over that point of the window.
+  void ShowPointer(const QPoint& position);
+  // Tells screen readers which layer is selected.
+  void TellSelection();
+  bool PreviewKey(const QKeyEvent& event);
+  // held: the key was pressed before, and this is no new step.
+  bool MoveSelected(const QPoint& step, bool held);
+  void AskToDeleteSelected();
+  void SelectNext();
+  // Takes back the last step.
+  void Undo();
+  void NoteStep(const shell::UndoStep& step);
+  void NoteDrag();
+  void NoteDeletion(int position);
+  void TakeBack(const shell::Placed& step);
+  void TakeBack(const shell::Swapped& step);
+  void TakeBack(const shell::Edited& step);
+  void TakeBack(const shell::Deleted& step);
   void FitPreview();
   shell::Scales PreviewScales() const;
   shell::Drag DragAt(const QPoint& position) const;
@@ -193,7 +214,17 @@ class orvane : public QWidget {
   void ListLayer(int slot, CSrcInterface* node, const shell::LayerRecord& record);
   // Brings a layer to the place that it had before, if it had one.
   void PlaceAgain(int slot, const shell::LayerRecord& record);
+  // Makes a layer from what is written down of one; -1 where it is no longer there to be made from.
+  int AddFrom(const shell::LayerRecord& record);
+  int AddWindowFrom(const shell::LayerRecord& record);
+  bool IsFreeCamera(const QString& device);
+  // How a layer stands in the scene now.
+  shell::LayerRecord RecordAt(int slot) const;
   int PositionOf(int row) const;
+  int PositionAt(int slot) const;
+  int RowOf(int slot) const;
+  // Row by row, so that list and scene stay in step.
+  void BringTo(int slot, int position);
   // The layer's rectangle; none where none is.
   std::optional<shell::Rect> RectAt(int slot) const;
 
@@ -217,6 +248,7 @@ class orvane : public QWidget {
   QAction* m_actAddFile = nullptr;
 
   bool m_layerMoved = false;     // the mouse moved with the button held
+  shell::Placed m_grabbed;       // the layer of the drag, as it was at the press
   std::int32_t m_dragMode = -1;  // -1 nothing, 0 move, 1 top left corner, 2 bottom right corner
   bool m_isLiving = false;       // a broadcast is running
   QTime m_liveTime{0, 0, 0, 0};  // since its start
@@ -251,7 +283,9 @@ class orvane : public QWidget {
   bool m_tipShown = false;
 
   shell::LayerSlots m_slots{&m_layers};
-  shell::LayerBook m_book;             // of every layer, by slot
+  shell::LayerBook m_book;  // of every layer, by slot
+  shell::UndoSteps m_undo;
+  bool m_retracing = false;            // what changes now is no step of the operator's
   QTimer m_sourceTimer;                // looks after sources that fail or end a little later
   bool m_changesLogin = false;         // a change of account is under way
   backend::Until* m_logout = nullptr;  // of the logout that is out

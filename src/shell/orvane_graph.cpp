@@ -40,5 +40,6 @@ void orvane::CloseGraph() {
   m_sourceTimer.stop();
   m_slots.DropNodes();
   m_book.Clear();
+  m_undo.Clear();
   shell::EndMonitor(Monitor());
 }

@@ -1,9 +1,14 @@
 // The layers of the scene: a row of the list, a slot of the renderer and a node in m_layers, kept
 // in step. Rows count from the top, the drawing order from the bottom.
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QScreen>
+#include <algorithm>
+#include <map>
 #include <optional>
+#include <set>
+#include <vector>
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -169,9 +174,7 @@ void orvane::FollowSounds() {
 
 void orvane::SlotAddDesk() {
   if (MayAddLayer()) {
-    AddSource(new CInputDev(false, m_catalogue->VideoDevice(0).toStdString(),
-                            m_catalogue->renderWidth, m_catalogue->renderHeight, AV_PIX_FMT_RGB24),
-              RecordOf(shell::LayerKind::kDesk, shell::DeskName()));
+    AddFrom(RecordOf(shell::LayerKind::kDesk, shell::DeskName()));
   }
   m_WndMenu.close();
 }
@@ -233,11 +236,18 @@ int orvane::AddTextLayer(const shell::LayerRecord& record) {
   if (slot < 0) {
     return -1;
   }
+  shell::LayerRecord text = record;
+  if (text.measured.isEmpty()) {
+    text.measured = text.name;
+  }
   m_render->SetLayerHidden(slot, true);
-  m_render->SetLayerText(slot, record.color, record.name.toStdString());
-  PlaceAgain(slot, record);
-  m_render->SetLayerHidden(slot, !record.shown);
-  ListLayer(slot, new CSrcInterface(0, 1), record);
+  m_render->SetLayerText(slot, text.color, text.measured.toStdString());
+  PlaceAgain(slot, text);
+  if (text.name != text.measured) {
+    m_render->SetLayerText(slot, text.color, text.name.toStdString());
+  }
+  m_render->SetLayerHidden(slot, !text.shown);
+  ListLayer(slot, new CSrcInterface(0, 1), text);
   return slot;
 }
 
@@ -289,6 +299,59 @@ void orvane::AddDefaultLayers() {
   connect(ui.m_tabLayer, &MyListView::visibleSignal, this, &orvane::SlotvisibleSignal);
 }
 
+// Layers that were there before.
+
+int orvane::AddFrom(const shell::LayerRecord& record) {
+  const std::string source = record.source.toStdString();
+  switch (record.kind) {
+    case shell::LayerKind::kDesk:
+      return AddSource(
+          new CInputDev(false, m_catalogue->VideoDevice(0).toStdString(), m_catalogue->renderWidth,
+                        m_catalogue->renderHeight, AV_PIX_FMT_RGB24),
+          record);
+    case shell::LayerKind::kCamera:
+      return IsFreeCamera(record.source) ? AddSource(NewCamera(source), record) : -1;
+    case shell::LayerKind::kWindow:
+      return AddWindowFrom(record);
+    case shell::LayerKind::kText:
+      return AddTextLayer(record);
+    case shell::LayerKind::kPicture:
+      return QFileInfo(record.source).isFile() ? AddSource(new CInputPic(source), record) : -1;
+    case shell::LayerKind::kFilm:
+      return QFileInfo(record.source).isFile() ? AddFilm(record) : -1;
+  }
+  return -1;
+}
+
+// Behind the desktop, which stands first.
+bool orvane::IsFreeCamera(const QString& device) {
+  m_catalogue->RefreshDevices();
+  std::vector<QString> devices;
+  m_catalogue->CopyVideoDevices(&devices);
+  const auto contains = [&](auto begin, auto end) { return std::find(begin, end, device) != end; };
+  const std::vector<QString>& used = m_catalogue->usedVideoDevices;
+  return !devices.empty() && contains(devices.begin() + 1, devices.end()) &&
+         !contains(used.begin(), used.end());
+}
+
+// In the same run by its handle, whatever its title has become. Where the system itself asks for
+// the window, it asks again.
+int orvane::AddWindowFrom(const shell::LayerRecord& record) {
+  shell::LayerRecord again = record;
+  if (platform::WindowSystem::Current().HasPicker()) {
+    again.window = platform::kPickedWindow;
+  } else if (again.window == 0) {
+    std::map<platform::WindowHandle, QString> windows;
+    m_catalogue->ListWindows(&windows);
+    std::set<platform::WindowHandle> taken;
+    for (const auto& [slot, node] : m_layers) {
+      taken.insert(RecordAt(slot).window);
+    }
+    again.window = shell::WindowOfTitle(windows, record.name, taken);
+  }
+  return again.window != 0 ? AddSource(new CWndCapture(again.window), again) : -1;
+}
+
 // What the list asks for.
 
 int orvane::PositionOf(int row) const {
@@ -312,13 +375,20 @@ void orvane::RecvDeleteSignal(int row, int kind, QPoint point) {
 
 void orvane::SlotDeleteItem(int row) {
   const int position = PositionOf(row);
+  NoteDeletion(position);
   ui.m_tabLayer->RemoveRow(row);
   m_book.Remove(m_render->LayerAt(position));
   m_slots.Drop(position, m_render);
+  TellSelection();
 }
 
 void orvane::SlotChangeItem(int fristRow, int secondRow) {
-  m_render->SwapLayers(PositionOf(fristRow), PositionOf(secondRow));
+  const int first = PositionOf(fristRow);
+  const int second = PositionOf(secondRow);
+  if (m_render->SwapLayers(first, second) == 0 && first != second) {
+    NoteStep(shell::Swapped{m_book.IdAt(m_render->LayerAt(first)),
+                            m_book.IdAt(m_render->LayerAt(second))});
+  }
 }
 
 void orvane::SlotEditItem(int row) {
@@ -332,6 +402,7 @@ void orvane::SlotEditItem(int row) {
     m_render->SetLayerText(slot, m_textDlg->color, m_textDlg->text.toStdString());
     shell::LayerRecord* record = m_book.Find(slot);
     if (record != nullptr && record->kind == shell::LayerKind::kText) {
+      NoteStep(shell::Edited{m_book.IdAt(slot), record->name, record->color});
       record->name = m_textDlg->text;
       record->color = m_textDlg->color;
     }

@@ -108,7 +108,7 @@ TEST_F(Layers, HowEachWasMadeIsWrittenDown) {
   devices.AddCamera("Camera")->RunFree();
   const platform::WindowHandle filmed = windows.Add("窗口 一", {320, 240}, 0x112233);
   OpenEmpty();
-  EXPECT_TRUE(window->m_book.Match({{}}) == Ints({shell::kNoLayer}))
+  EXPECT_TRUE(window->m_book.Match(shell::Scene(1)) == Ints({shell::kNoLayer}))
       << "nothing is left of the first";
   answers.text = "文字";
   answers.color = 0xFF0000FF;

@@ -41,10 +41,12 @@ class OrvaneMembers : public orvane {
   using orvane::m_tip;
   using orvane::m_tipShown;
   using orvane::m_TuCMenu;
+  using orvane::m_undo;
   using orvane::m_wndDlg;
   using orvane::m_wndDrag;
   using orvane::m_WndMenu;
   using orvane::ui;
+  using orvane::Undo;
 };
 
 }  // namespace support

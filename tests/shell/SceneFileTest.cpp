@@ -45,6 +45,7 @@ SavedScene Whole() {
   scene.layers[1].shown = false;
   scene.layers[2].place = {};
   scene.layers[3].color = 0xFF8000FF;
+  scene.layers[3].measured = "直播";
   scene.layers[3].place = {5, 5, 30000, 100};
   return scene;
 }
@@ -120,6 +121,8 @@ TEST(SceneFile, ForeignTypesAndValuesAreNone) {
       {"name", QJsonArray{"a"}},
       {"source", QJsonObject()},
       {"source", QJsonValue()},
+      {"measured", 7},
+      {"measured", QJsonValue()},
       {"color", "255"},
       {"color", -1},
       {"color", 4294967296.0},
@@ -205,6 +208,7 @@ TEST(SceneFile, TheLargestSceneIsReadAndALargerFileIsNot) {
   const QString book(100'000, QChar(1));  // six bytes each
   for (int i = 0; i < 10; ++i) {
     scene.layers.push_back(Layer(LayerKind::kPicture, book, "/" + book.left(16383)));
+    scene.layers.back().measured = book;
   }
   const QByteArray bytes = BytesOfScene(scene);
   EXPECT_LE(static_cast<std::size_t>(bytes.size()), shell::kMostSceneBytes);
