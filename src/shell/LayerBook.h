@@ -8,6 +8,8 @@
 #ifndef ORVANE_SHELL_LAYERBOOK_H
 #define ORVANE_SHELL_LAYERBOOK_H
 
+#include <QStringList>
+#include <cstddef>
 #include <map>
 #include <vector>
 
@@ -51,6 +53,16 @@ class LayerBook {
 
 // Made from the same source, wherever each stands.
 bool ShowsTheSame(const LayerRecord& a, const LayerRecord& b);
+
+// A scene that is coming back, a layer at a time.
+struct SceneReturn {
+  Scene layers;
+  std::vector<int> known;  // for each the layer that shows the same already, as Match has found it
+  std::size_t next = 0;
+  // The labels of those that have not come back, as LeftOutText names them.
+  QStringList gone;
+  QStringList tooMany;
+};
 
 }  // namespace shell
 

@@ -4,8 +4,8 @@
 // and its closing), orvane_login.cpp (the login and the change of account), orvane_graph.cpp (the
 // fixed part of the graph, from its assembly to its end), orvane_layers.cpp (the layers of the
 // scene), orvane_preview.cpp (the mouse on the preview and the title, and the maximised state),
-// orvane_undo.cpp (the keyboard on the preview, and what is taken back), orvane_live.cpp (the
-// broadcast).
+// orvane_undo.cpp (the keyboard on the preview, and what is taken back), orvane_scene.cpp (the
+// scene from one run to the next), orvane_live.cpp (the broadcast).
 //
 // Order of life: constructed; ShowLogin; only when the account is logged in InitGraph once; shown;
 // CloseGraph once, after the event loop has ended and before the window is destroyed. No node
@@ -47,6 +47,7 @@
 #include "shell/LiveMonitor.h"
 #include "shell/MonitorGraph.h"
 #include "shell/PreviewRules.h"
+#include "shell/SceneKeeper.h"
 #include "shell/UndoSteps.h"
 #include "ui_orvane.h"
 #include "widgets/ListTextTip.h"
@@ -71,6 +72,10 @@ class SelectActivities;
 
 namespace shell {
 struct FileQuestion;
+}
+
+namespace widgets {
+class SceneOffer;
 }
 
 namespace support {
@@ -220,6 +225,22 @@ class orvane : public QWidget {
   bool IsFreeCamera(const QString& device);
   // How a layer stands in the scene now.
   shell::LayerRecord RecordAt(int slot) const;
+  // Once a second: offers what the last run has left, and keeps what has changed.
+  void CareForScene();
+  shell::Scene CurrentScene() const;
+  // Nothing that is on the disk already, but at the end, whose time is what counts for the next
+  // run.
+  enum class Last { kNo, kYes };
+  void KeepScene(Last last = Last::kNo);
+  void OfferScene(const shell::Scene& scene);
+  void EndOffer();
+  void DismissScene();
+  // Brings the offered scene back, a layer at each turn of the event loop: each is opened as by
+  // hand, and ten at once would hold up the window.
+  void ReturnScene();
+  void ReturnNext();
+  void ReturnLayer(const shell::LayerRecord& record, int known);
+  void EndReturn();
   int PositionOf(int row) const;
   int PositionAt(int slot) const;
   int RowOf(int slot) const;
@@ -285,11 +306,17 @@ class orvane : public QWidget {
   shell::LayerSlots m_slots{&m_layers};
   shell::LayerBook m_book;  // of every layer, by slot
   shell::UndoSteps m_undo;
-  bool m_retracing = false;            // what changes now is no step of the operator's
-  QTimer m_sourceTimer;                // looks after sources that fail or end a little later
-  bool m_changesLogin = false;         // a change of account is under way
-  backend::Until* m_logout = nullptr;  // of the logout that is out
-  int m_broadcasts = 0;                // begun so far
+  shell::SceneKeeper m_keeper;
+  shell::SavedScene m_kept;     // as it was given to the keeper last
+  bool m_sceneTouched = false;  // the operator has changed something: it is worth keeping
+  shell::Scene m_former;        // what is offered
+  std::optional<shell::SceneReturn> m_return;
+  widgets::SceneOffer* m_offer = nullptr;  // the list's, while it stands
+  bool m_retracing = false;                // what changes now is no step of the operator's
+  QTimer m_sourceTimer;                    // looks after sources that fail or end a little later
+  bool m_changesLogin = false;             // a change of account is under way
+  backend::Until* m_logout = nullptr;      // of the logout that is out
+  int m_broadcasts = 0;                    // begun so far
   // The state of the stream and the sound meter; looks at the nodes above.
   shell::LiveMonitor m_liveMonitor{Broadcast(), m_layers};
   shell::BroadcastReports m_reports{Service()};

@@ -89,6 +89,7 @@ void orvane::ListLayer(int slot, CSrcInterface* node, const shell::LayerRecord& 
                         isText ? widgets::kTextLayer : widgets::kOtherLayer);
   m_slots.Keep(slot, node);
   m_book.Add(slot, record);
+  m_sceneTouched = true;
   ShowFailures();
 }
 
@@ -297,6 +298,9 @@ void orvane::AddDefaultLayers() {
   connect(ui.m_tabLayer, &MyListView::changeItem, this, &orvane::SlotChangeItem);
   connect(ui.m_tabLayer, &MyListView::editItem, this, &orvane::SlotEditItem);
   connect(ui.m_tabLayer, &MyListView::visibleSignal, this, &orvane::SlotvisibleSignal);
+  // So every run begins: there is nothing in it of the operator's yet.
+  m_book.MarkFirst();
+  m_sceneTouched = false;
 }
 
 // Layers that were there before.
@@ -415,6 +419,7 @@ void orvane::SlotvisibleSignal(int row, bool vis) {
   m_render->SetLayerHidden(slot, !vis);
   if (shell::LayerRecord* record = m_book.Find(slot)) {
     record->shown = vis;
+    m_sceneTouched = true;
   }
 }
 

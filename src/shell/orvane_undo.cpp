@@ -59,6 +59,7 @@ void orvane::BringTo(int slot, int position) {
 // What is taken back.
 
 void orvane::NoteStep(const shell::UndoStep& step) {
+  m_sceneTouched = true;
   if (!m_retracing) {
     m_undo.Note(step);
   }
@@ -92,6 +93,7 @@ void orvane::Undo() {
   if (step) {
     const QScopedValueRollback<bool> retraces(m_retracing, true);
     std::visit([this](const auto& each) { TakeBack(each); }, *step);
+    m_sceneTouched = true;
     TellSelection();
   }
 }

@@ -32,6 +32,7 @@ class OrvaneMembers : public orvane {
   using orvane::m_mixFrame;
   using orvane::m_mixOut;
   using orvane::m_normalRect;
+  using orvane::m_offer;
   using orvane::m_pressPos;
   using orvane::m_pressRect;
   using orvane::m_render;
