@@ -4,6 +4,7 @@
 #include <QNetworkReply>
 #include <QPainter>
 #include <QScreen>
+#include <QShortcut>
 #include <cstdio>
 
 #include "backend/BackendClient.h"
@@ -83,7 +84,8 @@ void orvane::InitUi() {
   m_liveMonitor.AddTo(ui.buttomLayout, ui.startTime);
   KeepPlaces();
   setTabOrder(ui.m_AddTuC, ui.m_tabLayer->Keys());
-  setTabOrder(ui.m_tabLayer->Keys(), ui.m_BtnMin);
+  setTabOrder(ui.m_tabLayer->Keys(), ui.m_renderWgt);
+  setTabOrder(ui.m_renderWgt, ui.m_BtnMin);
   // With the keyboard on no control, a key that was meant for the login presses nothing here.
   setFocus();
   ConnectUi();
@@ -135,6 +137,11 @@ void orvane::ConnectUi() {
   connect(m_actAddPic, &QAction::triggered, this, &orvane::SlotAddPic);
   connect(m_actAddFile, &QAction::triggered, this, &orvane::SlotAddFile);
   connect(ui.m_tabLayer, &MyListView::deleteItem, this, &orvane::RecvDeleteSignal);
+  ui.m_renderWgt->Watch([this](const QKeyEvent& event) { return PreviewKey(event); },
+                        [this] { setCursor(Qt::ArrowCursor); });
+  auto* undo = new QShortcut(QKeySequence(QKeySequence::Undo), this);
+  undo->setAutoRepeat(false);
+  connect(undo, &QShortcut::activated, this, &orvane::Undo);
 }
 
 void orvane::CenterOnScreen() {
