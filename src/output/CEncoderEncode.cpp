@@ -38,16 +38,6 @@ AVFrame* NewSound(const AVCodecContext* context, int samples, std::int64_t pts) 
   return sound.Release();
 }
 
-// What a key frame is decoded with goes along with it.
-void AddHeader(const AVCodecContext& context, AVPacket* packet) {
-  const auto size = static_cast<std::size_t>(context.extradata_size);
-  std::uint8_t* header =
-      size > 0 ? av_packet_new_side_data(packet, AV_PKT_DATA_NEW_EXTRADATA, size) : nullptr;
-  if (header != nullptr) {
-    std::memcpy(header, context.extradata, size);
-  }
-}
-
 void LogPictureError(int error) {
   av_log(nullptr, AV_LOG_ERROR, "avcodec_encode_video2 error msg = %s\n",
          ffmpeg::ErrorText(error).c_str());
@@ -298,7 +288,7 @@ int CEncoder::TakePackets(AVCodecContext* context, int stream, CMyQueue* queue) 
     if (!sound) {
       m_counters.newestVideoPts = packet->pts;
       if ((packet->flags & AV_PKT_FLAG_KEY) != 0) {
-        AddHeader(*context, packet.Get());
+        output::AddHeader(*context, packet.Get());
       }
     }
     queue->PushBack(packet.Release());
