@@ -12,6 +12,7 @@
 #include "media/ffmpeg/FrameMarks.h"
 #include "media/ffmpeg/Scoped.h"
 #include "output/CEncoder.h"
+#include "output/PacketOutput.h"
 #include "output/PublishRules.h"
 #include "output/StreamCodecs.h"
 #include "sources/DeviceCatalogue.h"
@@ -291,8 +292,17 @@ int CEncoder::TakePackets(AVCodecContext* context, int stream, CMyQueue* queue) 
         output::AddHeader(*context, packet.Get());
       }
     }
+    ShowPacket(*packet.Get());
     queue->PushBack(packet.Release());
     // What is counted has gone into its queue.
     ++(sound ? m_counters.audioPacketsEncoded : m_counters.videoPacketsEncoded);
+  }
+}
+
+// Before the publisher has it, which writes its own times into it.
+void CEncoder::ShowPacket(const AVPacket& packet) {
+  const platform::Lock lock(m_packetOutputMutex);
+  if (m_packetOutput != nullptr) {
+    m_packetOutput->TakePacket(packet);
   }
 }

@@ -116,8 +116,7 @@ int CEncoder::AddStreams(AVFormatContext* context) {
   if (m_videoStream == nullptr) {
     return AVERROR(ENOMEM);
   }
-  const int error = avcodec_parameters_from_context(m_audioStream->codecpar, m_audioContext);
-  return error < 0 ? error : avcodec_parameters_copy(m_videoStream->codecpar, m_videoParameters);
+  return CopyParameters(m_audioStream->codecpar, m_videoStream->codecpar);
 }
 
 // The header of the key frame that the connection begins with: the effort may have changed since
