@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "output/CEncoder.h"
 #include "output/PacketOutput.h"
 #include "output/PublishRules.h"
 #include "output/RecordingStatus.h"
@@ -71,6 +72,20 @@ class PacketWitness : public output::PacketOutput {
   Times m_sound ORVANE_GUARDED_BY(m_mutex);
   Times m_pictures ORVANE_GUARDED_BY(m_mutex);
   std::int64_t m_begin ORVANE_GUARDED_BY(m_mutex) = -1;
+};
+
+// Has an encoder give its packets there for as long as this lives.
+class PacketLink {
+ public:
+  PacketLink(CEncoder* encoder, output::PacketOutput* taker) : m_encoder(encoder) {
+    m_encoder->SetPacketOutput(taker);
+  }
+  ~PacketLink() { m_encoder->SetPacketOutput(nullptr); }
+  PacketLink(const PacketLink&) = delete;
+  PacketLink& operator=(const PacketLink&) = delete;
+
+ private:
+  CEncoder* m_encoder;
 };
 
 inline Times TimesOf(const Recording& recording, int stream) {
