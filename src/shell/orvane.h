@@ -47,6 +47,7 @@
 #include "shell/LiveMonitor.h"
 #include "shell/MonitorGraph.h"
 #include "shell/PreviewRules.h"
+#include "shell/RecordingDesk.h"
 #include "shell/SceneKeeper.h"
 #include "shell/UndoSteps.h"
 #include "ui_orvane.h"
@@ -322,6 +323,7 @@ class orvane : public QWidget {
   shell::BroadcastReports m_reports{Service()};
   platform::KeepAwake m_keepAwake;  // while a broadcast runs
   QTimer m_surfaceEvents;           // empties what SDL queues for the preview's native window
+  shell::RecordingDesk m_recordingDesk{m_encoder};  // while a broadcast runs
 };
 
 #endif

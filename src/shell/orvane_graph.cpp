@@ -53,6 +53,7 @@ void orvane::CloseGraph() {
   m_keepAwake.Close();
   m_surfaceEvents.stop();
   m_sourceTimer.stop();
+  m_recordingDesk.Close();
   m_slots.DropNodes();
   m_book.Clear();
   m_undo.Clear();

@@ -121,6 +121,7 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
   settings.width = size.width();
   settings.height = size.height();
   shell::StartBroadcast(Broadcast(), settings, m_render);
+  m_recordingDesk.Begin(activity.title);
   // For hours perhaps, in which nobody touches the machine.
   m_keepAwake.Begin(QStringLiteral("正在直播").toStdString());
   m_liveMonitor.Begin(!settings.microphone.empty());
@@ -144,6 +145,7 @@ void orvane::StopBroadcast() {
   m_liveTimer.stop();
   m_liveTime = QTime(0, 0, 0, 0);
   ui.startTime->setText(shell::ClockText(m_liveTime));
+  m_recordingDesk.End();
   m_liveMonitor.End();
   shell::StopBroadcast(Broadcast(), m_render);
   m_keepAwake.End();
@@ -169,6 +171,7 @@ void orvane::LeaveBroadcast() {
   // The service is told in a loop that takes clicks too: none may start a broadcast any more.
   hide();
   setEnabled(false);
+  m_recordingDesk.Leave();
   if (m_isLiving) {
     StopBroadcast();
   }

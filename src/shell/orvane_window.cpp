@@ -86,6 +86,8 @@ void orvane::InitUi() {
   setTabOrder(ui.m_AddTuC, ui.m_tabLayer->Keys());
   setTabOrder(ui.m_tabLayer->Keys(), ui.m_renderWgt);
   setTabOrder(ui.m_renderWgt, ui.m_BtnMin);
+  m_recordingDesk.AddTo(ui.buttomLayout, ui.m_LiveBtn);
+  setTabOrder(ui.m_LiveBtn, m_recordingDesk.Control());
   // With the keyboard on no control, a key that was meant for the login presses nothing here.
   setFocus();
   ConnectUi();

@@ -38,6 +38,9 @@ constexpr int kMeterTops[] = {656, 672};
 constexpr int kMeterHeight = 12;
 constexpr int kButtonRight = 1050;
 constexpr int kHalfOfTheWords = 30;
+constexpr int kRecordFromLive = 101;  // the middles of the switch and of its dot
+constexpr int kDotFromLive = 83;
+constexpr int kInDot = 2;  // so far from its middle all of it is full
 constexpr Point kChooseButton = {150, 680};
 constexpr int kTitleLetter = 15;
 constexpr int kReselectFromTitle = 45;
@@ -300,6 +303,28 @@ bool LiveBar::PressIn(BarState state) {
   return true;
 }
 
+bool LiveBar::PressRecord() {
+  if (!Shows(BarState::kLive)) {
+    return false;
+  }
+  const Point live = LiveButton();
+  m_hand->Click({live.x + kRecordFromLive, live.y});
+  return true;
+}
+
+bool LiveBar::ShowsRecording(bool on) {
+  m_mismatch = on ? "no recording shows" : "a recording shows";
+  const auto shows = [&] {
+    const Point corner = m_hand->InWindow({0, 0});
+    const Point live = LiveButton();
+    const Point dot = {live.x - corner.x + kDotFromLive, live.y - corner.y};
+    const Region inside = {dot.x - kInDot, dot.x + kInDot + 1, dot.y - kInDot, dot.y + kInDot + 1};
+    const bool full = HasWords(Pixels(inside, kRed, kRoughly));
+    return live.x != 0 && full == on;
+  };
+  return WaitFor(shows, Composer::kPatienceMs);
+}
+
 bool LiveBar::AnswerNotice(BarNotice notice) {
   if (!m_hand->Opens()) {
     return false;
@@ -309,7 +334,7 @@ bool LiveBar::AnswerNotice(BarNotice notice) {
     width = Width(Pixels(m_studio->Desktop().ReadScreen(), m_hand->InDialog({0, 0}),
                          {kNoticeWordsLeft, kNoticeWordsRight, kNoticeWordsTop, kNoticeWordsBottom},
                          kBlue, kRoughly));
-    return width > 0 && (width > kThreeLetters) == (notice == BarNotice::kStopFirst);
+    return width > 0 && (width > kThreeLetters) == (notice != BarNotice::kNoNetwork);
   };
   const bool right = WaitFor(shows, Composer::kPatienceMs);
   m_mismatch = "a notice whose button says " + std::to_string(width) + " pixels";

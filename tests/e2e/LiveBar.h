@@ -18,7 +18,7 @@ namespace e2e {
 enum class BarState { kUnchosen, kChosen, kLive, kNone };
 enum class BarLight { kGreen, kAmber, kRed };
 enum class BarSound { kSystem, kMicrophone };
-enum class BarNotice { kNoNetwork, kStopFirst };
+enum class BarNotice { kNoNetwork, kStopFirst, kRecordingEnded };
 
 class LiveBar {
  public:
@@ -49,6 +49,11 @@ class LiveBar {
   bool PressEnd() { return PressIn(BarState::kLive); }
   // The middle of the live button on the screen; (0, 0) when there is none.
   Point LiveButton() const;
+
+  // The switch of the recording, right behind the live button while live.
+  bool PressRecord();
+  // Its dot is full and red, or it isn't.
+  bool ShowsRecording(bool on);
 
   // A notice is open, and goes by its button. False also when it is another one.
   bool AnswerNotice(BarNotice notice);
