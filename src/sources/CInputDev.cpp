@@ -204,8 +204,20 @@ void CInputDev::HandleFrame() {
 }
 
 void CInputDev::PushSound(AVFrame* sound) {
-  m_level.Add(reinterpret_cast<const std::int16_t*>(sound->data[0]),
-              sound->nb_samples * sources::kSoundChannels);
+  if (m_gain.Begin()) {
+    const int result = av_frame_make_writable(sound);
+    if (result < 0) {
+      // Rather a hole than what was muted.
+      m_conversionFault.Tell(Whose(), "its sound can't be changed", result);
+      return;
+    }
+  }
+  auto* samples = reinterpret_cast<std::int16_t*>(sound->data[0]);
+  m_gain.Amplify(samples, sound->nb_samples);
+  m_level.Add(samples, sound->nb_samples * sources::kSoundChannels);
+  m_gain.Mute(samples, sound->nb_samples);
+  // Demuxers pad, and so does a copy; downstream linesize[0] is the payload.
+  sound->linesize[0] = sound->nb_samples * sources::kSoundFrameBytes;
   sound->pts = SDL_GetTicks();
   PushAudio(sound, 0);
 }
@@ -213,8 +225,6 @@ void CInputDev::PushSound(AVFrame* sound) {
 void CInputDev::HandleAudio() {
   sources::CompleteLayout(m_decoded);
   if (sources::IsGraphSound(m_decoded)) {
-    // Demuxers pad; downstream linesize[0] is the payload.
-    m_decoded->linesize[0] = m_decoded->nb_samples * sources::kSoundFrameBytes;
     PushSound(m_decoded);
     return;
   }
@@ -228,7 +238,6 @@ void CInputDev::HandleAudio() {
     return;
   }
   sound->nb_samples = samples;
-  sound->linesize[0] = samples * sources::kSoundFrameBytes;
   PushSound(sound.Get());
 }
 
