@@ -27,7 +27,8 @@
 // own, so a sound stream gives 48000 sample frames for each second of the system's clock for as
 // long as it is open: what the device leaves out is filled with silence, and the drift of its clock
 // is taken up by resampling. A device whose server has not answered when Open returns is opened
-// behind the stream, which is silent meanwhile, and heard as soon as the server answers.
+// behind the stream, which is silent meanwhile, and heard as soon as the server answers. A stream
+// that changes over to another microphone goes on counting: no sample is lost or given twice.
 #ifndef ORVANE_PLATFORM_CAPTURELAYER_H
 #define ORVANE_PLATFORM_CAPTURELAYER_H
 
@@ -81,6 +82,12 @@ class CaptureStream {
   // False while the device itself is still to be opened: sound is silence until then, and there is
   // no picture. Any thread.
   virtual bool HasOpened() const { return true; }
+
+  // Goes on with another listed device of its kind, without a break: silence until that one gives
+  // something, HasOpened about it alone. False for a name that nobody knows and for a stream that
+  // can't do so; it then stays with its device. Takes no longer than an opening. Not on the
+  // reader's thread but beside it, one call at a time.
+  virtual bool SwitchTo(const std::string& /*name*/) { return false; }
 };
 
 enum class OpenFailure {

@@ -83,6 +83,18 @@ TEST_P(CaptureContract, SoundGoesOnAsSilenceWhenTheMicrophoneIsUnplugged) {
   ExpectRefused(CaptureKind::Audio, name);
 }
 
+TEST_P(CaptureContract, AStreamStaysWithItsMicrophoneForANameThatNobodyKnows) {
+  auto stream = OpenMicrophone();
+  ASSERT_NE(stream, nullptr);
+  StreamReader reader(stream.get(), CaptureKind::Audio);
+  ASSERT_EQ(reader.Next(), 0);
+  EXPECT_FALSE(stream->SwitchTo("No Such Microphone"));
+  EXPECT_FALSE(stream->SwitchTo(platform::kSystemSoundName));
+  EXPECT_TRUE(stream->HasOpened());
+  EXPECT_EQ(reader.Next(), 0);
+  Close(&stream);
+}
+
 TEST_P(CaptureContract, AMissingMicrophoneIsRefusedWithTheCause) {
   ASSERT_TRUE(m_bench->StartSound()) << m_bench->Failure();
   ExpectRefused(CaptureKind::Audio, "No Such Microphone");

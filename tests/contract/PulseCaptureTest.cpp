@@ -225,6 +225,91 @@ TEST_F(PulseCapture, FillsAnUnpluggedMicrophoneWithSilenceUntilItIsBack) {
   ExpectWhole(reader.get());
 }
 
+// A microphone that picks up the headphones' sink.
+int LoadOther(SoundServer* server, const std::string& name, const std::string& description) {
+  return server->LoadModule(
+      "module-remap-source",
+      {"source_name=" + name, std::string("master=") + SoundServer::kHeadphones + ".monitor",
+       "source_properties=\"device.description='" + description + "'\""});
+}
+
+class Exchange : public PulseCapture {
+ protected:
+  // The microphone, of which 440 Hz is heard, read from.
+  void SetUp() override {
+    PulseCapture::SetUp();
+    ASSERT_GE(m_server.StartTone(SoundServer::kMicrophoneFeed, 440), 0);
+    ASSERT_GE(m_server.StartTone(SoundServer::kHeadphones, 2000), 0);
+    ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 1u);
+    const std::int64_t before = MonotonicUs();
+    OpenResult result = OpenPulseStream(SoundServer::kMicrophoneDescription, kPatienceMs);
+    ASSERT_NE(result.stream, nullptr) << result.cause;
+    m_stream = result.stream.get();
+    m_reader = std::make_unique<SoundReader>(std::move(result.stream), before, MonotonicUs());
+    ASSERT_TRUE(BeginsToHear(*m_reader, 440));
+  }
+
+  CaptureStream* m_stream = nullptr;  // m_reader's
+  std::unique_ptr<SoundReader> m_reader;
+};
+
+// There and back, and plugged in after the stream was opened.
+TEST_F(Exchange, GoesOnWithAnotherMicrophoneWithoutABreak) {
+  ASSERT_GE(LoadOther(&m_server, "other", "Anderes"), 0) << m_server.Output();
+  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 2u);
+  ASSERT_TRUE(m_stream->SwitchTo("Anderes"));
+  EXPECT_TRUE(BeginsToHear(*m_reader, 2000)) << m_server.Output();
+  EXPECT_TRUE(WaitFor([&] { return !m_reader->Hears(440); }, kPatienceMs)) << "it alone";
+  EXPECT_TRUE(m_stream->HasOpened());
+  ASSERT_TRUE(m_stream->SwitchTo(SoundServer::kMicrophoneDescription));
+  EXPECT_TRUE(BeginsToHear(*m_reader, 440)) << m_server.Output();
+  EXPECT_TRUE(WaitFor([&] { return !m_reader->Hears(2000); }, kPatienceMs));
+  ExpectWhole(m_reader.get());
+}
+
+TEST_F(Exchange, IsSilentUntilTheOtherMicrophoneIsThere) {
+  const int other = LoadOther(&m_server, "other", "Anderes");
+  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 2u);
+  ASSERT_TRUE(m_server.UnloadModule(other));
+  ASSERT_TRUE(m_stream->SwitchTo("Anderes"));
+  EXPECT_TRUE(WaitFor([&] { return !m_stream->HasOpened(); }, kPatienceMs));
+  EXPECT_TRUE(FallsSilent(*m_reader));
+  ASSERT_GE(LoadOther(&m_server, "other", "Anderes"), 0);
+  EXPECT_TRUE(BeginsToHear(*m_reader, 2000)) << m_server.Output();
+  EXPECT_TRUE(m_stream->HasOpened());
+  ExpectWhole(m_reader.get());
+}
+
+TEST_F(Exchange, WhileTheServerIsFrozenItIsSilentAndThenGoesOnWithTheOther) {
+  ASSERT_GE(LoadOther(&m_server, "other", "Anderes"), 0) << m_server.Output();
+  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 2u);
+  m_server.Freeze();
+  const std::int64_t start = MonotonicUs();
+  ASSERT_TRUE(m_stream->SwitchTo("Anderes"));
+  EXPECT_LT(MonotonicUs() - start, 5'000'000);
+  EXPECT_TRUE(FallsSilent(*m_reader));
+  m_server.Thaw();
+  EXPECT_TRUE(BeginsToHear(*m_reader, 2000)) << m_server.Output();
+  ExpectWhole(m_reader.get());
+}
+
+TEST_F(Exchange, StaysWithItsMicrophoneForANameThatNobodyKnows) {
+  EXPECT_FALSE(m_stream->SwitchTo("Telefon"));
+  EXPECT_FALSE(m_stream->SwitchTo(kSystemSoundName));
+  EXPECT_TRUE(m_stream->HasOpened());
+  const std::int64_t frames = m_reader->Frames();
+  ASSERT_TRUE(WaitFor([&] { return m_reader->Frames() > frames + 48000; }, kPatienceMs));
+  EXPECT_TRUE(m_reader->Hears(440));
+  ExpectWhole(m_reader.get());
+}
+
+TEST_F(PulseCapture, TheSystemsSoundStaysWhatItIs) {
+  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 1u);
+  const OpenResult result = OpenPulseStream(kSystemSoundName, kPatienceMs);
+  ASSERT_NE(result.stream, nullptr) << result.cause;
+  EXPECT_FALSE(result.stream->SwitchTo(SoundServer::kMicrophoneDescription));
+}
+
 TEST_F(PulseCapture, FollowsTheDefaultOutput) {
   const auto reader = Open(kSystemSoundName);
   ASSERT_TRUE(reader);

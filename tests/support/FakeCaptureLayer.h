@@ -4,7 +4,7 @@
 // can be taken through a turn at a time; RunFree gives packets by the real clock instead, as a
 // device would. Pictures are those of CameraPattern; sound is a tone. Install it with
 // CaptureLayer::Install before a node is started, and Install(nullptr) after the last is stopped;
-// it outlives every stream opened from it.
+// it outlives every stream opened from it. A microphone's stream may switch to another one.
 //
 // Threads: every operation may be called from any thread at any time.
 #ifndef ORVANE_TESTS_SUPPORT_FAKECAPTURELAYER_H
@@ -43,6 +43,8 @@ struct FakeSound {
   int blockSamples = 480;
   int hertz = 1000;
 };
+
+class FakeCaptureLayer;
 
 class FakeDevice {
  public:
@@ -108,6 +110,9 @@ class FakeDevice {
   void Sound(const FakeSound& sound);
   platform::OpenResult Open();
   void Close();
+  // The microphone of that name, taken up by the stream of this one; null when there is none.
+  FakeDevice* Successor(const std::string& name) const;
+  void BeTakenUp();
   int Read(AVPacket* packet);
   bool IsFiller() const;
   bool IsAllowed() const;
@@ -123,6 +128,7 @@ class FakeDevice {
 
   const platform::CaptureKind m_kind;
   const std::string m_name;
+  FakeCaptureLayer* m_layer = nullptr;  // that it belongs to
   std::function<void()> m_onClose;
 
   mutable std::mutex m_mutex;  // guards all below
@@ -168,6 +174,9 @@ class FakeCaptureLayer : public platform::CaptureLayer {
   std::vector<std::string> Opened() const;
 
  private:
+  friend class FakeDevice;
+  FakeDevice* TakeUp(const std::string& name);
+
   mutable std::mutex m_mutex;
   std::vector<std::unique_ptr<FakeDevice>> m_devices;
   std::vector<std::string> m_opened;

@@ -63,6 +63,12 @@ void PreparePulseMicrophones() {
   Listing().Begin();
 }
 
+std::string FindPulseMicrophone(const std::string& name, int waitMs) {
+  std::string source;
+  std::string cause;
+  return name != kSystemSoundName && FindSource(name, waitMs, &source, &cause) ? source : "";
+}
+
 OpenResult OpenPulseStream(const std::string& name, int waitMs) {
   std::string source;
   std::string cause;

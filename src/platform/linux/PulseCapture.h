@@ -41,6 +41,9 @@ std::vector<std::string> ListPulseMicrophones(int waitMs = kPulseListMs);
 // Begins to ask for them, and returns at once.
 void PreparePulseMicrophones();
 
+// What the server calls a listed microphone; empty for a name that nobody knows.
+std::string FindPulseMicrophone(const std::string& name, int waitMs = kPulseListMs);
+
 // name: kSystemSoundName or a listed microphone.
 OpenResult OpenPulseStream(const std::string& name, int waitMs = kPulseOpenMs);
 

@@ -35,7 +35,7 @@ void Unref(pa_operation* operation) {
 }  // namespace
 
 PulseRecorder::PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox)
-    : m_label(label), m_fixedSource(source), m_inbox(inbox) {}
+    : m_target{label, source}, m_inbox(inbox) {}
 
 PulseRecorder::~PulseRecorder() {
   if (m_threadRuns) {
@@ -62,7 +62,7 @@ bool PulseRecorder::Open(int waitMs, std::string* cause) {
     m_opening = Opening::Left;
     m_lost = true;
     av_log(nullptr, AV_LOG_ERROR, "%s gives no sound: the sound server does not answer\n",
-           m_label.c_str());
+           m_target.label.c_str());
     return true;
   }
   *cause = m_openingCause;
@@ -79,6 +79,7 @@ void* PulseRecorder::ThreadEntry(void* self) {
 
 void PulseRecorder::Turn() {
   const std::int64_t nowUs = MonotonicUs();
+  TakeSwitch();
   KeepConnected(nowUs);
   if (m_connected) {
     KeepAttached(nowUs);
@@ -107,7 +108,7 @@ void PulseRecorder::ReportLoss(const std::string& cause) {
     m_wasRefused = true;
   }
   if (!m_lost) {
-    av_log(nullptr, AV_LOG_ERROR, "%s gives no sound: %s\n", m_label.c_str(), cause.c_str());
+    av_log(nullptr, AV_LOG_ERROR, "%s gives no sound: %s\n", m_target.label.c_str(), cause.c_str());
     m_lost = true;
   }
 }
@@ -116,7 +117,7 @@ void PulseRecorder::ReportAttached() {
   m_hasOpened = true;
   ReportOpening(Opening::Done, "");
   if (m_lost.exchange(false)) {
-    av_log(nullptr, AV_LOG_INFO, "%s gives sound\n", m_label.c_str());
+    av_log(nullptr, AV_LOG_INFO, "%s gives sound\n", m_target.label.c_str());
   }
 }
 
@@ -161,6 +162,31 @@ void PulseRecorder::OnEvent(pa_context* /*context*/, pa_subscription_event_type_
   }
 }
 
+void PulseRecorder::SwitchTo(const std::string& label, const std::string& source) {
+  {
+    const Lock locked(m_switchLock);
+    m_switch = Target{label, source};
+  }
+  m_connection.Wake();
+}
+
+void PulseRecorder::TakeSwitch() {
+  std::optional<Target> next;
+  {
+    const Lock locked(m_switchLock);
+    next.swap(m_switch);
+  }
+  if (!next) {
+    return;
+  }
+  Detach();
+  m_target = *next;
+  m_hasOpened = false;
+  m_wasRefused = false;
+  m_lost = false;
+  m_lookAgain = true;
+}
+
 void PulseRecorder::KeepAttached(std::int64_t nowUs) {
   const pa_stream_state_t state =
       m_stream != nullptr ? pa_stream_get_state(m_stream) : PA_STREAM_UNCONNECTED;
@@ -179,10 +205,10 @@ void PulseRecorder::KeepAttached(std::int64_t nowUs) {
 }
 
 void PulseRecorder::LookForSource() {
-  if (m_fixedSource.empty()) {
+  if (m_target.source.empty()) {
     Unref(pa_context_get_server_info(m_connection.Context(), OnServer, this));
   } else if (m_stream == nullptr) {
-    Attach(m_fixedSource);
+    Attach(m_target.source);
   }
 }
 
@@ -215,7 +241,7 @@ void PulseRecorder::Attach(const std::string& source) {
   format.format = PA_SAMPLE_S16LE;
   format.rate = ContinuousSound::kRate;
   format.channels = ContinuousSound::kChannels;
-  m_stream = pa_stream_new(m_connection.Context(), m_label.c_str(), &format, nullptr);
+  m_stream = pa_stream_new(m_connection.Context(), m_target.label.c_str(), &format, nullptr);
   if (m_stream == nullptr) {
     ReportLoss(m_connection.Error());
     return;
