@@ -8,8 +8,9 @@
 //
 // Ownership: the layer lives for the whole process. A CaptureStream belongs to whoever opened it.
 //
-// Threads: ListDevices and Open may be called from any thread, one at a time. A CaptureStream is
-// read by one thread; it may be made and deleted by another while no Read is running.
+// Threads: ListDevices, Open and Listen may be called from any thread, one at a time. A
+// CaptureStream is read by one thread; it may be made and deleted by another while no Read is
+// running.
 //
 // Time: Open and the deletion of a stream return in bounded time in every state of a device (a
 // camera that is frozen, a sound source that is suspended). What asks a sound server takes no more
@@ -22,6 +23,9 @@
 // A system may first ask the operator what may be captured, for as long as he thinks about it. Open
 // doesn't wait for that: the stream is there at once, HasOpened is false and Read gives
 // AVERROR(EAGAIN) until he has answered, and a refusal ends it like a device that is gone.
+//
+// A sound device can also be listened to, for a meter: that takes less than a stream, since nothing
+// is kept continuous, and nobody else notices.
 //
 // Sound is special. Mixers and the encoder downstream count samples and have no clock of their
 // own, so a sound stream gives 48000 sample frames for each second of the system's clock for as
@@ -90,6 +94,20 @@ class CaptureStream {
   virtual bool SwitchTo(const std::string& /*name*/) { return false; }
 };
 
+// One sound device that is listened to.
+class SoundListener {
+ public:
+  // Returns within 0.1 s.
+  virtual ~SoundListener() = default;
+
+  // What it gave since the last call, oldest first: interleaved stereo at 48000 Hz, up to 4 s of
+  // it. Empty while it gives nothing. The listening thread, which is one; never blocks.
+  virtual std::vector<std::int16_t> Take() = 0;
+
+  // It has been opened, at any time so far. Any thread.
+  virtual bool HasOpened() const = 0;
+};
+
 enum class OpenFailure {
   None,
   CannotOpen,      // no such device, busy, refused
@@ -118,6 +136,11 @@ class CaptureLayer {
 
   // Opens a listed device or one of the fixed names at its default mode.
   virtual OpenResult Open(CaptureKind kind, const std::string& name) = 0;
+
+  // Begins to listen to a microphone or to the system's sound, and returns at once: it is opened
+  // behind the listener, and again whenever it comes back. Null where the name is unknown or
+  // nothing can only be listened to.
+  virtual std::unique_ptr<SoundListener> Listen(const std::string& /*name*/) { return nullptr; }
 
   // The layer of this process: the system's own, or what a test has installed.
   static CaptureLayer& Current();

@@ -11,57 +11,14 @@
 #include <vector>
 
 #include "contract/BurstPlayer.h"
-#include "contract/SoundReader.h"
+#include "contract/PulseRig.h"
 #include "media/ffmpeg/Scoped.h"
 #include "platform/linux/ContinuousSound.h"
-#include "platform/linux/MonotonicClock.h"
-#include "support/SoundServer.h"
 
 namespace platform {
 namespace {
 
-using support::SoundServer;
-using support::SoundServerEnvironment;
-using support::WaitFor;
-
-// Waiting for the server and what it does; an idle null sink alone takes 2 s.
-constexpr int kPatienceMs = 15000;
-// In every state of the server.
-constexpr int kCloseLimitMs = 1000;
-
-class PulseCapture : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_TRUE(m_server.Start()) << m_server.Output(); }
-
-  // Opens and begins to read.
-  std::unique_ptr<SoundReader> Open(const std::string& name, int waitMs = kPatienceMs) {
-    const std::int64_t before = MonotonicUs();
-    OpenResult result = OpenPulseStream(name, waitMs);
-    EXPECT_NE(result.stream, nullptr) << result.cause << m_server.Output();
-    if (result.stream == nullptr) {
-      return nullptr;
-    }
-    return std::make_unique<SoundReader>(std::move(result.stream), before, MonotonicUs());
-  }
-  std::unique_ptr<SoundReader> OpenMicrophone() {
-    return Open(SoundServer::kMicrophoneDescription);
-  }
-
-  static bool BeginsToHear(const SoundReader& reader, int hertz) {
-    return WaitFor([&] { return reader.Hears(hertz); }, kPatienceMs);
-  }
-  static bool FallsSilent(const SoundReader& reader) {
-    return WaitFor([&] { return reader.IsSilent(300); }, kPatienceMs);
-  }
-  static void ExpectWhole(SoundReader* reader) {
-    EXPECT_LT(reader->Close(), kCloseLimitMs);
-    EXPECT_EQ(reader->Error(), 0);
-    EXPECT_TRUE(reader->IsComplete());
-  }
-
-  SoundServer m_server;
-  SoundServerEnvironment m_environment{m_server};
-};
+class PulseCapture : public PulseRig {};
 
 using Names = std::vector<std::string>;
 
@@ -225,91 +182,6 @@ TEST_F(PulseCapture, FillsAnUnpluggedMicrophoneWithSilenceUntilItIsBack) {
   ExpectWhole(reader.get());
 }
 
-// A microphone that picks up the headphones' sink.
-int LoadOther(SoundServer* server, const std::string& name, const std::string& description) {
-  return server->LoadModule(
-      "module-remap-source",
-      {"source_name=" + name, std::string("master=") + SoundServer::kHeadphones + ".monitor",
-       "source_properties=\"device.description='" + description + "'\""});
-}
-
-class Exchange : public PulseCapture {
- protected:
-  // The microphone, of which 440 Hz is heard, read from.
-  void SetUp() override {
-    PulseCapture::SetUp();
-    ASSERT_GE(m_server.StartTone(SoundServer::kMicrophoneFeed, 440), 0);
-    ASSERT_GE(m_server.StartTone(SoundServer::kHeadphones, 2000), 0);
-    ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 1u);
-    const std::int64_t before = MonotonicUs();
-    OpenResult result = OpenPulseStream(SoundServer::kMicrophoneDescription, kPatienceMs);
-    ASSERT_NE(result.stream, nullptr) << result.cause;
-    m_stream = result.stream.get();
-    m_reader = std::make_unique<SoundReader>(std::move(result.stream), before, MonotonicUs());
-    ASSERT_TRUE(BeginsToHear(*m_reader, 440));
-  }
-
-  CaptureStream* m_stream = nullptr;  // m_reader's
-  std::unique_ptr<SoundReader> m_reader;
-};
-
-// There and back, and plugged in after the stream was opened.
-TEST_F(Exchange, GoesOnWithAnotherMicrophoneWithoutABreak) {
-  ASSERT_GE(LoadOther(&m_server, "other", "Anderes"), 0) << m_server.Output();
-  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 2u);
-  ASSERT_TRUE(m_stream->SwitchTo("Anderes"));
-  EXPECT_TRUE(BeginsToHear(*m_reader, 2000)) << m_server.Output();
-  EXPECT_TRUE(WaitFor([&] { return !m_reader->Hears(440); }, kPatienceMs)) << "it alone";
-  EXPECT_TRUE(m_stream->HasOpened());
-  ASSERT_TRUE(m_stream->SwitchTo(SoundServer::kMicrophoneDescription));
-  EXPECT_TRUE(BeginsToHear(*m_reader, 440)) << m_server.Output();
-  EXPECT_TRUE(WaitFor([&] { return !m_reader->Hears(2000); }, kPatienceMs));
-  ExpectWhole(m_reader.get());
-}
-
-TEST_F(Exchange, IsSilentUntilTheOtherMicrophoneIsThere) {
-  const int other = LoadOther(&m_server, "other", "Anderes");
-  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 2u);
-  ASSERT_TRUE(m_server.UnloadModule(other));
-  ASSERT_TRUE(m_stream->SwitchTo("Anderes"));
-  EXPECT_TRUE(WaitFor([&] { return !m_stream->HasOpened(); }, kPatienceMs));
-  EXPECT_TRUE(FallsSilent(*m_reader));
-  ASSERT_GE(LoadOther(&m_server, "other", "Anderes"), 0);
-  EXPECT_TRUE(BeginsToHear(*m_reader, 2000)) << m_server.Output();
-  EXPECT_TRUE(m_stream->HasOpened());
-  ExpectWhole(m_reader.get());
-}
-
-TEST_F(Exchange, WhileTheServerIsFrozenItIsSilentAndThenGoesOnWithTheOther) {
-  ASSERT_GE(LoadOther(&m_server, "other", "Anderes"), 0) << m_server.Output();
-  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 2u);
-  m_server.Freeze();
-  const std::int64_t start = MonotonicUs();
-  ASSERT_TRUE(m_stream->SwitchTo("Anderes"));
-  EXPECT_LT(MonotonicUs() - start, 5'000'000);
-  EXPECT_TRUE(FallsSilent(*m_reader));
-  m_server.Thaw();
-  EXPECT_TRUE(BeginsToHear(*m_reader, 2000)) << m_server.Output();
-  ExpectWhole(m_reader.get());
-}
-
-TEST_F(Exchange, StaysWithItsMicrophoneForANameThatNobodyKnows) {
-  EXPECT_FALSE(m_stream->SwitchTo("Telefon"));
-  EXPECT_FALSE(m_stream->SwitchTo(kSystemSoundName));
-  EXPECT_TRUE(m_stream->HasOpened());
-  const std::int64_t frames = m_reader->Frames();
-  ASSERT_TRUE(WaitFor([&] { return m_reader->Frames() > frames + 48000; }, kPatienceMs));
-  EXPECT_TRUE(m_reader->Hears(440));
-  ExpectWhole(m_reader.get());
-}
-
-TEST_F(PulseCapture, TheSystemsSoundStaysWhatItIs) {
-  ASSERT_EQ(ListPulseMicrophones(kPatienceMs).size(), 1u);
-  const OpenResult result = OpenPulseStream(kSystemSoundName, kPatienceMs);
-  ASSERT_NE(result.stream, nullptr) << result.cause;
-  EXPECT_FALSE(result.stream->SwitchTo(SoundServer::kMicrophoneDescription));
-}
-
 TEST_F(PulseCapture, FollowsTheDefaultOutput) {
   const auto reader = Open(kSystemSoundName);
   ASSERT_TRUE(reader);
@@ -355,16 +227,6 @@ TEST_F(PulseCapture, OutlivesAServerThatFreezesAndGoesOn) {
   m_server.Thaw();
   EXPECT_TRUE(BeginsToHear(*reader, 1000));
   ExpectWhole(reader.get());
-}
-
-// What a frozen server may hold up on the user interface thread. A bound on waiting, not a measure:
-// the waits themselves are 45 and 50 ms, and this machine may be loaded. Whoever waited for the
-// server would wait for 10 s or for ever.
-template <typename Call>
-void ExpectBrief(Call call) {
-  const std::int64_t start = MonotonicUs();
-  call();
-  EXPECT_LT(MonotonicUs() - start, 5'000'000);
 }
 
 TEST_F(PulseCapture, WhileTheServerIsFrozenTheLastListHolds) {

@@ -55,6 +55,10 @@ OpenResult LinuxCaptureLayer::Open(CaptureKind kind, const std::string& name) {
   return name == kDesktopName ? OpenDesktop() : OpenCamera(name);
 }
 
+std::unique_ptr<SoundListener> LinuxCaptureLayer::Listen(const std::string& name) {
+  return ListenToPulse(name);
+}
+
 OpenResult LinuxCaptureLayer::OpenDesktop() const {
   const RoadDecision decision = TakeRoad(m_screen);
   switch (decision.road) {

@@ -25,6 +25,8 @@ constexpr std::int64_t kTimingUs = 100'000;
 // report.
 constexpr std::size_t kHeldBlocks = 3;
 constexpr std::uint32_t kFragmentBytes = ContinuousSound::kBlockFrames * kSoundFrameBytes;
+// As seldom as a meter of 20 looks a second allows, with one block at least for each.
+constexpr std::uint32_t kListenBytes = ContinuousSound::kRate / 40 * kSoundFrameBytes;
 
 void Unref(pa_operation* operation) {
   if (operation != nullptr) {
@@ -34,8 +36,9 @@ void Unref(pa_operation* operation) {
 
 }  // namespace
 
-PulseRecorder::PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox)
-    : m_target{label, source}, m_inbox(inbox) {}
+PulseRecorder::PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox,
+                             Use use)
+    : m_use(use), m_target{label, source}, m_inbox(inbox) {}
 
 PulseRecorder::~PulseRecorder() {
   if (m_threadRuns) {
@@ -46,13 +49,28 @@ PulseRecorder::~PulseRecorder() {
   Detach();
 }
 
-bool PulseRecorder::Open(int waitMs, std::string* cause) {
+bool PulseRecorder::StartThread(std::string* cause) {
   if (pthread_create(&m_thread, nullptr, ThreadEntry, this) != 0) {
     *cause = "no thread to be had";
     return false;
   }
   m_threadRuns = true;
   pthread_setname_np(m_thread, "pulse");
+  return true;
+}
+
+bool PulseRecorder::Begin(std::string* cause) {
+  {
+    const Lock locked(m_openingLock);
+    m_opening = Opening::Left;
+  }
+  return StartThread(cause);
+}
+
+bool PulseRecorder::Open(int waitMs, std::string* cause) {
+  if (!StartThread(cause)) {
+    return false;
+  }
   const Lock locked(m_openingLock);
   const bool known = m_openingChanged.WaitFor(
       m_openingLock, std::chrono::milliseconds(waitMs),
@@ -255,10 +273,14 @@ void PulseRecorder::Attach(const std::string& source) {
   pa_stream_set_read_callback(m_stream, OnReadable, this);
   pa_buffer_attr buffer{};
   buffer.maxlength = static_cast<std::uint32_t>(-1);
-  buffer.fragsize = kFragmentBytes;
+  buffer.fragsize = m_use == Use::kListen ? kListenBytes : kFragmentBytes;
   // Without leave to move: an unplugged microphone must not be replaced by whatever the server
   // thinks fit, and the system's sound is followed here.
-  const int flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE | PA_STREAM_START_UNMUTED;
+  int flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE | PA_STREAM_START_UNMUTED;
+  if (m_use == Use::kListen && m_target.source.empty()) {
+    // A sound card that plays nothing is silent asleep too.
+    flags |= PA_STREAM_DONT_INHIBIT_AUTO_SUSPEND;
+  }
   // A failure shows in the stream's state.
   pa_stream_connect_record(m_stream, source.c_str(), &buffer,
                            static_cast<pa_stream_flags_t>(flags));
@@ -300,7 +322,7 @@ void PulseRecorder::ReadAll() {
   m_framesHeard += static_cast<std::int64_t>(block.samples.size() / ContinuousSound::kChannels);
   m_lastArrivalUs = block.arrivalUs;
   m_held.push_back(std::move(block));
-  if (m_captureOffset.Known() || m_held.size() > kHeldBlocks) {
+  if (m_use == Use::kListen || m_captureOffset.Known() || m_held.size() > kHeldBlocks) {
     FlushHeld();
   }
 }
@@ -314,7 +336,7 @@ void PulseRecorder::FlushHeld() {
 }
 
 void PulseRecorder::AskTiming(std::int64_t nowUs) {
-  if (m_stream == nullptr || m_framesHeard == 0 || m_timingAsked ||
+  if (m_use == Use::kListen || m_stream == nullptr || m_framesHeard == 0 || m_timingAsked ||
       (m_captureOffset.Known() && nowUs < m_timingDueUs)) {
     return;
   }

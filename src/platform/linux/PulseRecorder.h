@@ -12,8 +12,8 @@
 // blocks otherwise. Losses are logged once each.
 //
 // Threads: the owner makes it, waits for the opening and destroys it; the inbox is the owner's and
-// outlives it. SwitchTo may be called by any thread once it has been opened. All else belongs to
-// the thread.
+// outlives it. SwitchTo may be called by any thread once it was opened or has begun. All else
+// belongs to the thread.
 #ifndef ORVANE_PLATFORM_LINUX_PULSERECORDER_H
 #define ORVANE_PLATFORM_LINUX_PULSERECORDER_H
 
@@ -37,9 +37,14 @@ namespace platform {
 
 class PulseRecorder {
  public:
+  // kCapture: blocks of 10 ms, with the time they were taken at. kListen: blocks of 25 ms as they
+  // come, nothing more asked of the server, and an idle output may go to sleep.
+  enum class Use { kCapture, kListen };
+
   // label: what the log calls it. source: the server's name of a source, or "" for the system's
   // sound.
-  PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox);
+  PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox,
+                Use use = Use::kCapture);
   ~PulseRecorder();
   PulseRecorder(const PulseRecorder&) = delete;
   PulseRecorder& operator=(const PulseRecorder&) = delete;
@@ -48,6 +53,9 @@ class PulseRecorder {
   // attempt has failed by then; the recorder is then of no further use. A server that has not
   // answered by then is named in the log, and heard once it does.
   bool Open(int waitMs, std::string* cause);
+  // Starts the thread and waits for nothing; how it goes is in HasOpened. False with the cause when
+  // there is no thread to be had.
+  bool Begin(std::string* cause);
   // Records that microphone from now on, as the constructor has it; returns at once. HasOpened and
   // WasRefused are about it alone as soon as the thread has let the former go.
   void SwitchTo(const std::string& label, const std::string& source);
@@ -63,6 +71,7 @@ class PulseRecorder {
     std::string source;
   };
 
+  bool StartThread(std::string* cause);
   static void* ThreadEntry(void* self);
   void Turn();
 
@@ -94,6 +103,7 @@ class PulseRecorder {
   void ReportLoss(const std::string& cause);
   void ReportAttached();
 
+  const Use m_use;
   Target m_target;  // the opener's until it has opened, then the thread's
   SoundInbox* const m_inbox;
   pthread_t m_thread{};
