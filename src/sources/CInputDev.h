@@ -22,9 +22,10 @@
 // filling doesn't count.
 //
 // Threads: Start, Stop and deletion on the user interface thread, which is also the only one to
-// touch the catalogue's list of used cameras. The worker touches the decoder, the converters and
-// the frames from Start to Stop. Delivered and TakeLevel may be called on any one thread, SetMix on
-// any.
+// touch the catalogue's list of used cameras, and SwitchTo between Start and Stop. The worker
+// touches the decoder, the converters and the frames from Start to Stop. Delivered and TakeLevel
+// may be called on any one thread, SetMix and DeviceName on any: the name has a lock of its own,
+// since the worker puts it into the log.
 //
 // Failure: a device that can't be opened makes Start negative. Of a sound server that doesn't
 // answer that is not known in time: Start is then 0, the sound silence, and HasOpened false until
@@ -46,6 +47,7 @@
 #include "media/ffmpeg/LogOnce.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "platform/CaptureLayer.h"
+#include "platform/Lock.h"
 #include "platform/Size.h"
 #include "sources/SoundGain.h"
 #include "sources/SoundLevel.h"
@@ -64,7 +66,10 @@ class CInputDev : public CSrcInterface {
   int Stop() override;
 
   bool IsAudio() const { return m_isAudio; }
-  const std::string& DeviceName() const { return m_deviceName; }
+  std::string DeviceName() const;
+  // Sound of another listed device from now on, without a break: silence until that one gives some.
+  // False where that can't be; the node then stays with its device.
+  bool SwitchTo(const std::string& deviceName);
   // Pictures or blocks of sound that have come from the device since Start.
   std::uint64_t Delivered() const { return m_delivered; }
   // False while a device that did not answer at Start is still to be opened: it is silent until
@@ -105,7 +110,8 @@ class CInputDev : public CSrcInterface {
   void CloseDevice();
 
   bool m_isAudio;
-  std::string m_deviceName;
+  mutable platform::Mutex m_nameLock;
+  std::string m_deviceName ORVANE_GUARDED_BY(m_nameLock);
   int m_pixelFormat;
   std::unique_ptr<platform::CaptureStream> m_device;  // null until Start
   int m_streamIndex = -1;

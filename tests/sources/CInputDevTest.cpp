@@ -441,6 +441,42 @@ TEST_F(CInputDevTest, ChangedSoundLeavesWithItsPayloadAsLineSize) {
   EXPECT_EQ(frame->linesize[0], 482 * 4);
 }
 
+TEST_F(CInputDevTest, GoesOnWithAnotherMicrophone) {
+  FakeSound sound;
+  sound.hertz = 2000;
+  FakeDevice* first = m_layer.AddMicrophone("first");
+  FakeDevice* second = m_layer.AddMicrophone("second", sound);
+  first->RunFree();
+  second->RunFree();
+  CInputDev node(true, "first", 0, 0, AV_PIX_FMT_RGB24);
+  EXPECT_FALSE(node.SwitchTo("second")) << "before it runs";
+  node.AddAudioOutput(&m_consumer);
+  ASSERT_EQ(node.Start(), 0);
+  EXPECT_FALSE(node.SwitchTo("third"));
+  EXPECT_EQ(node.DeviceName(), "first");
+  EXPECT_TRUE(node.SwitchTo("second"));
+  EXPECT_EQ(node.DeviceName(), "second");
+  EXPECT_FALSE(first->IsOpen());
+  std::vector<std::int16_t> heard;
+  EXPECT_TRUE(support::WaitFor(
+      [&] {
+        heard = TakeSound(&m_consumer);
+        return support::ToneStrength(heard, 0, 2000) > 0.4;
+      },
+      30000));
+  EXPECT_EQ(node.Stop(), 0);
+  EXPECT_FALSE(second->IsOpen());
+}
+
+TEST_F(CInputDevTest, APictureSwitchesToNoOtherDevice) {
+  Camera({});
+  m_layer.AddCamera("other");
+  CInputDev node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);
+  ASSERT_EQ(node.Start(), 0);
+  EXPECT_FALSE(node.SwitchTo("other"));
+  EXPECT_EQ(node.Stop(), 0);
+}
+
 TEST_F(CInputDevTest, ADamagedPacketIsPassedOver) {
   FakeDevice* camera = Camera(PicturesOf(64, 48, AV_PIX_FMT_RGB24));
   Device node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);
