@@ -30,10 +30,12 @@ void orvane::InitGraph() {
   connect(&m_sourceTimer, &QTimer::timeout, this, &orvane::ShowFailures);
   connect(&m_sourceTimer, &QTimer::timeout, this, &orvane::FollowSounds);
   m_sourceTimer.start(kSourcesMs);
+  m_soundDesk.Open();
   ui.widget->SetLoginInfo(m_catalogue->userName, QPixmap());
 }
 
 void orvane::CloseGraph() {
+  m_soundDesk.Close();
   LeaveBroadcast();
   m_keepAwake.Close();
   m_surfaceEvents.stop();
