@@ -33,6 +33,8 @@ class LiveBar {
   bool ShowsWell();
   // That row of the meter has a bar, or none.
   bool ShowsSound(BarSound row, bool any);
+  // That row's name is red, or not.
+  bool ShowsMute(BarSound row, bool muted);
   // The clock changes, twice.
   bool ClockRuns();
   // The activity's title takes the width of that many Chinese letters.
@@ -50,6 +52,12 @@ class LiveBar {
   // The middle of the live button on the screen; (0, 0) when there is none.
   Point LiveButton() const;
 
+  // In that row of the meter: presses its name; turns the wheel over its bar, as Composer does.
+  bool PressName(BarSound row);
+  bool TurnGain(BarSound row, int notches);
+  // Opens the list of microphones and takes that entry, counted from 0, by keys.
+  bool TakeMicrophone(int entry);
+
   // A notice is open, and goes by its button. False also when it is another one.
   bool AnswerNotice(BarNotice notice);
 
@@ -64,6 +72,8 @@ class LiveBar {
   };
   bool IsLit(BarLight light) const;
   bool PressIn(BarState state);
+  Point NameOf(BarSound row) const;
+  bool FindName(BarSound row, Point* name);
   bool OpenActivities();
   bool PressCard(int card);
   std::vector<Point> Pixels(const support::ScreenPicture& screen, Point corner,
