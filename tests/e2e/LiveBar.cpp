@@ -37,6 +37,7 @@ constexpr int kNameWidth = 36;  // of three letters
 constexpr int kNameEnd = 53;    // of one of four, or with the arrow
 constexpr int kArrowFromName = 45;
 constexpr int kBarFromName = 90;
+constexpr Point kWithoutTip = {4, 690};
 constexpr int kMetersLeft = 642;
 constexpr int kMetersEnd = 792;
 constexpr int kMetersRight = 867;
@@ -368,13 +369,29 @@ bool LiveBar::TurnGain(BarSound row, int notches) {
   return true;
 }
 
-bool LiveBar::TakeMicrophone(int entry) {
+bool LiveBar::OpenMicrophones() {
   Point name;
   if (!FindName(BarSound::kMicrophone, &name)) {
     return false;
   }
+  // The tip of what the mouse stood over would be taken for the list.
+  m_hand->MoveTo(m_hand->InWindow(kWithoutTip));
+  m_mismatch = "a tip stays open";
+  if (!WaitFor([this] { return m_studio->VisibleWindows() == 2; }, Composer::kPatienceMs)) {
+    return false;
+  }
   m_hand->Click(m_hand->InWindow({name.x + kArrowFromName, name.y}));
-  if (!m_hand->Opens()) {
+  return m_hand->Opens();
+}
+
+// Looks twice: the list waits but briefly for the sound server, and what a busy one tells later is
+// in the next list.
+bool LiveBar::TakeMicrophone(int entry) {
+  if (!OpenMicrophones()) {
+    return false;
+  }
+  m_hand->Keys({"Escape"});
+  if (!m_hand->Closes() || !OpenMicrophones()) {
     return false;
   }
   for (int step = 0; step <= entry; ++step) {

@@ -74,6 +74,7 @@ class LiveBar {
   bool PressIn(BarState state);
   Point NameOf(BarSound row) const;
   bool FindName(BarSound row, Point* name);
+  bool OpenMicrophones();
   bool OpenActivities();
   bool PressCard(int card);
   std::vector<Point> Pixels(const support::ScreenPicture& screen, Point corner,
