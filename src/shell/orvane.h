@@ -49,6 +49,7 @@
 #include "shell/PreviewRules.h"
 #include "shell/RecordingDesk.h"
 #include "shell/SceneKeeper.h"
+#include "shell/SoundDesk.h"
 #include "shell/UndoSteps.h"
 #include "ui_orvane.h"
 #include "widgets/ListTextTip.h"
@@ -155,6 +156,7 @@ class orvane : public QWidget {
 
  private:
   void InitUi();
+  void AddToBar();
   void KeepPlaces();
   void FillMenus();
   void InitStyle();
@@ -318,8 +320,9 @@ class orvane : public QWidget {
   bool m_changesLogin = false;             // a change of account is under way
   backend::Until* m_logout = nullptr;      // of the logout that is out
   int m_broadcasts = 0;                    // begun so far
-  // The state of the stream and the sound meter; looks at the nodes above.
+  // These look at the nodes above: the state of the stream; the meter, mute and gain.
   shell::LiveMonitor m_liveMonitor{Broadcast(), m_layers};
+  shell::SoundDesk m_soundDesk{Broadcast()};
   shell::BroadcastReports m_reports{Service()};
   platform::KeepAwake m_keepAwake;  // while a broadcast runs
   QTimer m_surfaceEvents;           // empties what SDL queues for the preview's native window

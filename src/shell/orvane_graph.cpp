@@ -44,11 +44,13 @@ void orvane::InitGraph() {
   connect(&m_sourceTimer, &QTimer::timeout, this, &orvane::CareForScene);
   m_sourceTimer.start(kSourcesMs);
   CareForScene();
+  m_soundDesk.Open();
   ui.widget->SetLoginInfo(m_catalogue->userName, QPixmap());
 }
 
 void orvane::CloseGraph() {
   KeepScene(Last::kYes);
+  m_soundDesk.Close();
   LeaveBroadcast();
   m_keepAwake.Close();
   m_surfaceEvents.stop();

@@ -115,16 +115,20 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
   const QSize size = shell::StreamSize(m_actDlg->Quality());
   shell::BroadcastSettings settings;
   settings.systemSound = m_catalogue->AudioDevice(0).toStdString();
-  settings.microphone = m_catalogue->AudioDevice(1).toStdString();
+  settings.microphone = m_soundDesk.Microphone();
+  settings.systemSoundMix = m_soundDesk.Mix(SoundMeter::kSystemSound);
+  settings.microphoneMix = m_soundDesk.Mix(SoundMeter::kMicrophone);
   settings.url = activity.publishUrl.toStdString();
   settings.watchUrl = activity.rtmpLiveUrl.toStdString();
   settings.width = size.width();
   settings.height = size.height();
+  m_soundDesk.LetGo();
   shell::StartBroadcast(Broadcast(), settings, m_render);
   m_recordingDesk.Begin(activity.title);
   // For hours perhaps, in which nobody touches the machine.
   m_keepAwake.Begin(QStringLiteral("正在直播").toStdString());
-  m_liveMonitor.Begin(!settings.microphone.empty());
+  m_soundDesk.BeginBroadcast(settings.microphone);
+  m_liveMonitor.Begin();
 
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
   // the broadcast inside this wait, and the address is written all the same.
@@ -148,6 +152,7 @@ void orvane::StopBroadcast() {
   m_recordingDesk.End();
   m_liveMonitor.End();
   shell::StopBroadcast(Broadcast(), m_render);
+  m_soundDesk.EndBroadcast();
   m_keepAwake.End();
 }
 

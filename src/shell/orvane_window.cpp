@@ -1,6 +1,7 @@
 // The window: its form and look, its place and shape, its closing, and the preview surface.
 #include <QBitmap>
 #include <QGuiApplication>
+#include <QKeySequence>
 #include <QNetworkReply>
 #include <QPainter>
 #include <QScreen>
@@ -81,7 +82,7 @@ void orvane::InitUi() {
   ui.startTime->setText(shell::ClockText(m_liveTime));
   ui.startTime->hide();
   ui.m_LiveBtn->hide();
-  m_liveMonitor.AddTo(ui.buttomLayout, ui.startTime);
+  AddToBar();
   KeepPlaces();
   setTabOrder(ui.m_AddTuC, ui.m_tabLayer->Keys());
   setTabOrder(ui.m_tabLayer->Keys(), ui.m_renderWgt);
@@ -91,6 +92,18 @@ void orvane::InitUi() {
   // With the keyboard on no control, a key that was meant for the login presses nothing here.
   setFocus();
   ConnectUi();
+}
+
+// Behind the clock the state of the stream, and the sound meter behind that. The keyboard comes to
+// the meter's controls after the live button, which is reached from the activity as ever.
+void orvane::AddToBar() {
+  m_soundDesk.AddTo(ui.buttomLayout, ui.startTime);
+  m_liveMonitor.AddTo(ui.buttomLayout, ui.startTime);
+  QWidget* before = ui.m_LiveBtn;
+  for (QWidget* control : m_soundDesk.Controls()) {
+    setTabOrder(before, control);
+    before = control;
+  }
 }
 
 // The live button must not move under the mouse that has just pressed it: what comes and goes
@@ -144,6 +157,9 @@ void orvane::ConnectUi() {
   auto* undo = new QShortcut(QKeySequence(QKeySequence::Undo), this);
   undo->setAutoRepeat(false);
   connect(undo, &QShortcut::activated, this, &orvane::Undo);
+  auto* mute = new QShortcut(QKeySequence(QStringLiteral("Ctrl+M")), this);
+  mute->setAutoRepeat(false);  // a key that is held mutes once
+  connect(mute, &QShortcut::activated, this, [this] { m_soundDesk.ToggleMicrophone(); });
 }
 
 void orvane::CenterOnScreen() {

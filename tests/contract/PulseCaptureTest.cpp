@@ -11,57 +11,14 @@
 #include <vector>
 
 #include "contract/BurstPlayer.h"
-#include "contract/SoundReader.h"
+#include "contract/PulseRig.h"
 #include "media/ffmpeg/Scoped.h"
 #include "platform/linux/ContinuousSound.h"
-#include "platform/linux/MonotonicClock.h"
-#include "support/SoundServer.h"
 
 namespace platform {
 namespace {
 
-using support::SoundServer;
-using support::SoundServerEnvironment;
-using support::WaitFor;
-
-// Waiting for the server and what it does; an idle null sink alone takes 2 s.
-constexpr int kPatienceMs = 15000;
-// In every state of the server.
-constexpr int kCloseLimitMs = 1000;
-
-class PulseCapture : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_TRUE(m_server.Start()) << m_server.Output(); }
-
-  // Opens and begins to read.
-  std::unique_ptr<SoundReader> Open(const std::string& name, int waitMs = kPatienceMs) {
-    const std::int64_t before = MonotonicUs();
-    OpenResult result = OpenPulseStream(name, waitMs);
-    EXPECT_NE(result.stream, nullptr) << result.cause << m_server.Output();
-    if (result.stream == nullptr) {
-      return nullptr;
-    }
-    return std::make_unique<SoundReader>(std::move(result.stream), before, MonotonicUs());
-  }
-  std::unique_ptr<SoundReader> OpenMicrophone() {
-    return Open(SoundServer::kMicrophoneDescription);
-  }
-
-  static bool BeginsToHear(const SoundReader& reader, int hertz) {
-    return WaitFor([&] { return reader.Hears(hertz); }, kPatienceMs);
-  }
-  static bool FallsSilent(const SoundReader& reader) {
-    return WaitFor([&] { return reader.IsSilent(300); }, kPatienceMs);
-  }
-  static void ExpectWhole(SoundReader* reader) {
-    EXPECT_LT(reader->Close(), kCloseLimitMs);
-    EXPECT_EQ(reader->Error(), 0);
-    EXPECT_TRUE(reader->IsComplete());
-  }
-
-  SoundServer m_server;
-  SoundServerEnvironment m_environment{m_server};
-};
+class PulseCapture : public PulseRig {};
 
 using Names = std::vector<std::string>;
 
@@ -270,16 +227,6 @@ TEST_F(PulseCapture, OutlivesAServerThatFreezesAndGoesOn) {
   m_server.Thaw();
   EXPECT_TRUE(BeginsToHear(*reader, 1000));
   ExpectWhole(reader.get());
-}
-
-// What a frozen server may hold up on the user interface thread. A bound on waiting, not a measure:
-// the waits themselves are 45 and 50 ms, and this machine may be loaded. Whoever waited for the
-// server would wait for 10 s or for ever.
-template <typename Call>
-void ExpectBrief(Call call) {
-  const std::int64_t start = MonotonicUs();
-  call();
-  EXPECT_LT(MonotonicUs() - start, 5'000'000);
 }
 
 TEST_F(PulseCapture, WhileTheServerIsFrozenTheLastListHolds) {
