@@ -9,7 +9,6 @@
 #include <QString>
 #include <optional>
 
-#include "shell/StreamHealth.h"
 #include "shell/WindowStyle.h"
 #include "sources/CInputDev.h"
 #include "sources/DeviceCatalogue.h"

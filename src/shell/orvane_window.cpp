@@ -87,19 +87,20 @@ void orvane::InitUi() {
   setTabOrder(ui.m_AddTuC, ui.m_tabLayer->Keys());
   setTabOrder(ui.m_tabLayer->Keys(), ui.m_renderWgt);
   setTabOrder(ui.m_renderWgt, ui.m_BtnMin);
-  m_recordingDesk.AddTo(ui.buttomLayout, ui.m_LiveBtn);
-  setTabOrder(ui.m_LiveBtn, m_recordingDesk.Control());
   // With the keyboard on no control, a key that was meant for the login presses nothing here.
   setFocus();
   ConnectUi();
 }
 
-// Behind the clock the state of the stream, and the sound meter behind that. The keyboard comes to
-// the meter's controls after the live button, which is reached from the activity as ever.
+// Behind the clock the state of the stream, and the sound meter behind that; behind the live button
+// the switch of the recording. The keyboard comes to the switch, and then to the meter's controls,
+// after the live button, which is reached from the activity as ever.
 void orvane::AddToBar() {
   m_soundDesk.AddTo(ui.buttomLayout, ui.startTime);
   m_liveMonitor.AddTo(ui.buttomLayout, ui.startTime);
-  QWidget* before = ui.m_LiveBtn;
+  m_recordingDesk.AddTo(ui.buttomLayout, ui.m_LiveBtn);
+  QWidget* before = m_recordingDesk.Control();
+  setTabOrder(ui.m_LiveBtn, before);
   for (QWidget* control : m_soundDesk.Controls()) {
     setTabOrder(before, control);
     before = control;

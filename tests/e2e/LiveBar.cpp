@@ -360,6 +360,8 @@ bool LiveBar::PressRecord() {
   }
   const Point live = LiveButton();
   m_hand->Click({live.x + kRecordFromLive, live.y});
+  // Its tip would be taken for the notice that may come.
+  m_hand->MoveTo(m_hand->InWindow(kWithoutTip));
   return true;
 }
 

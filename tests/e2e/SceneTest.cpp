@@ -129,7 +129,8 @@ TEST_F(SceneOverACrash, ComesBackAsItWasLeft) {
   EXPECT_EQ(m_next.End(), 0);
 }
 
-// Taken by the keyboard, from the account's menu on behind the last control before the list.
+// Taken by the keyboard, from the account's menu on: ten stops behind it, five of them the sound
+// meter's.
 TEST_F(SceneOverACrash, NamesWhatIsGoneAndNeedsNoMouse) {
   ASSERT_TRUE(m_studio.MakePicture("gone.png", "#00FF00", "64x64"));
   ASSERT_TRUE(m_hand.Start());
@@ -145,7 +146,7 @@ TEST_F(SceneOverACrash, NamesWhatIsGoneAndNeedsNoMouse) {
   ASSERT_TRUE(m_next.ShowsRows(1));
   ASSERT_TRUE(IsOffered(m_next));
   m_next.MoveTo(m_next.InWindow(kBottomBar));
-  m_next.Keys({"Tab", "Tab", "Tab", "Tab", "Tab", "Tab"});
+  m_next.Keys(Repeated("Tab", 11));
   m_next.Keep("offer-by-keyboard");
   m_next.Keys({"space"});
   ASSERT_TRUE(m_next.Opens());

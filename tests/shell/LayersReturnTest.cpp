@@ -297,7 +297,8 @@ TEST_F(LayersReturn, IsOfferedBelowTheRowsAndByTheKeyboard) {
   EXPECT_EQ(window->m_offer->RestoreButton()->accessibleDescription(),
             QString("上次的2个图层：文本“<b>former</b>”、全屏桌面"));
   EXPECT_EQ(support::TabRound(window.get()).join(' '),
-            QString("menuButton m_chooseBtn m_AddWinBtn m_AddTuC layerKeys restoreButton "
+            QString("menuButton m_chooseBtn muteSystemSound gainSystemSound muteMicrophone "
+                    "microphones gainMicrophone m_AddWinBtn m_AddTuC layerKeys restoreButton "
                     "dismissButton m_renderWgt m_BtnMin m_BtnMax m_BtnExit"));
   EXPECT_EQ(support::NamelessControls(*window), QStringList());
   QTest::keyClick(window->m_offer->RestoreButton(), Qt::Key_Space);

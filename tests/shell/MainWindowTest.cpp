@@ -440,7 +440,7 @@ TEST_F(MainWindow, LetsTabReachEveryControlAndNoList) {
 TEST_F(MainWindow, CtrlMMutesTheMicrophoneWhereverTheKeyboardIs) {
   Run();
   const auto* mute = Get<QAbstractButton>("muteMicrophone");
-  for (const char* place : {"m_chooseBtn", "gainSystemSound", "layerKeys"}) {
+  for (const char* place : {"m_chooseBtn", "gainSystemSound", "layerKeys", "m_renderWgt"}) {
     Find(place)->setFocus();
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_M, Qt::ControlModifier);
     EXPECT_TRUE(mute->isChecked()) << place;

@@ -142,7 +142,7 @@ TEST_F(PreviewKeys, APressOnThePreviewTakesTheKeyboardThere) {
 TEST_F(PreviewKeys, TheKeyboardComesAndGoesWithoutPaintingThePreview) {
   QApplication::setActiveWindow(&window);
   QApplication::processEvents();
-  const Paints paints(window.ui.m_renderWgt);
+  Paints paints(window.ui.m_renderWgt);
   window.ui.m_renderWgt->setFocus();
   QApplication::processEvents();
   window.ui.m_AddTuC->setFocus();

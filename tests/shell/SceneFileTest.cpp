@@ -156,7 +156,7 @@ TEST(SceneFile, ForeignTypesAndValuesAreNone) {
   }
   EXPECT_FALSE(SceneOfBytes(With("layers", "none")).has_value());
   EXPECT_FALSE(SceneOfBytes(With("layers", QJsonArray{1})).has_value());
-  EXPECT_FALSE(SceneOfBytes(With("layers", QJsonArray{QJsonArray()})).has_value());
+  EXPECT_FALSE(SceneOfBytes(With("layers", QJsonArray{QJsonValue(QJsonArray())})).has_value());
 }
 
 TEST(SceneFile, EachKindNeedsWhatItIsMadeFrom) {
