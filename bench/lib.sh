@@ -62,6 +62,7 @@ end_scale=0.0003:end_pts=$((zoom_seconds * 25))" -t "$zoom_seconds" -c:v libx264
 
 start_screen() {
   begin_screen "$work"
+  screen_id=${started[-1]}
   export QT_QPA_PLATFORM=xcb
   # Every preview stands at the same place, whole and on top: what is filmed is the same with each.
   local x y size title

@@ -16,8 +16,9 @@ constexpr Level kTable[Effort::kLevels] = {
     {"medium", 100}, {"faster", 83}, {"veryfast", 43}, {"superfast", 36}, {"ultrafast", 21}};
 
 constexpr std::int64_t kSecondMs = 1000;
-// Of the 40 ms that there are for a picture.
-constexpr std::int64_t kFullMs = 36;
+// What there is for a picture, and what its mean may take of that for a level to have room: the
+// same scene takes between 0.7 and 1.35 times its mean, by what moves in it.
+constexpr std::int64_t kPictureMs = 40;
 constexpr std::int64_t kRoomyMs = 30;
 // Pictures that wait at every look of a second: the encoder is behind and doesn't catch up.
 constexpr int kBehind = 3;
@@ -50,18 +51,12 @@ int Effort::Next(const Encoded& picture) {
   if (picture.nowMs - *m_secondMs < kSecondMs) {
     return m_level;
   }
-  const int best = BestLevel();
   if (!std::exchange(m_warm, true)) {
     // Everything was cold.
   } else if (IsSlow()) {
     GoDown(picture.nowMs);
-  } else if (best == m_level) {
-    m_roomSinceMs.reset();
-  } else if (!m_roomSinceMs) {
-    m_roomSinceMs = m_secondMs;
-  }
-  if (m_roomSinceMs && picture.nowMs - *m_roomSinceMs >= m_roomMs) {
-    GoUp(picture.nowMs, best);
+  } else {
+    LookForRoom(picture.nowMs);
   }
   BeginSecond(picture.nowMs);
   return m_level;
@@ -77,7 +72,7 @@ void Effort::BeginSecond(std::int64_t nowMs) {
 }
 
 bool Effort::IsFull() const {
-  return m_tookMs > kFullMs * m_pictures;
+  return m_tookMs > kPictureMs * m_pictures;
 }
 
 bool Effort::IsSlow() const {
@@ -85,32 +80,47 @@ bool Effort::IsSlow() const {
   return (IsFull() && m_fullBefore) || behind || m_dropped >= kManyDropped;
 }
 
-int Effort::BestLevel() const {
-  if (m_dropped > 0 || m_leastWaiting > 1) {
-    return m_level;
-  }
+int Effort::BestLevel(std::int64_t tookMs, int pictures, std::int64_t mostMs) const {
   for (int level = 0; level < m_level; ++level) {
-    if (m_tookMs * CostOf(level) <= kRoomyMs * m_pictures * CostOf(m_level)) {
+    if (tookMs * CostOf(level) <= mostMs * pictures * CostOf(m_level)) {
       return level;
     }
   }
   return m_level;
 }
 
+// No second of the room would have been full at the level to go to, and their mean leaves some.
+void Effort::LookForRoom(std::int64_t nowMs) {
+  const int best = BestLevel(m_tookMs, m_pictures, kPictureMs);
+  if (best == m_level || m_dropped > 0 || m_leastWaiting > 1) {
+    m_room.reset();
+    return;
+  }
+  if (!m_room) {
+    m_room = Room{*m_secondMs, 0, 0, 0};
+  }
+  m_room->tookMs += m_tookMs;
+  m_room->pictures += m_pictures;
+  m_room->level = std::max(m_room->level, best);
+  if (nowMs - m_room->sinceMs < m_roomMs) {
+    return;
+  }
+  const int level = std::max(m_room->level, BestLevel(m_room->tookMs, m_room->pictures, kRoomyMs));
+  m_room.reset();
+  if (level < m_level) {
+    m_level = level;
+    m_upMs = nowMs;
+  }
+}
+
 void Effort::GoDown(std::int64_t nowMs) {
-  m_roomSinceMs.reset();
+  m_room.reset();
   if (m_upMs) {
     const bool held = nowMs - *m_upMs >= kHoldMs;
     m_roomMs = held ? kRoomMs : std::min(2 * m_roomMs, kMaxRoomMs);
     m_upMs.reset();
   }
   m_level = std::min(m_level + 1, kLevels - 1);
-}
-
-void Effort::GoUp(std::int64_t nowMs, int level) {
-  m_level = level;
-  m_upMs = nowMs;
-  m_roomSinceMs.reset();
 }
 
 }  // namespace output

@@ -5,12 +5,13 @@
 // with; each further one is faster and its picture plainer.
 //
 // A second in which pictures always waited or in which many were dropped, or the second one in a
-// row in which encoding took all the time there is, is one step down: what a single slow second
-// leaves waits in the queue and is caught up. The first second of all says nothing, since
-// everything is cold: memory is touched for the first time, sources start, the connection is made.
+// row in which encoding took more than there is, is one step down: what a single slow second
+// leaves waits in the queue and is caught up, and an encoder that takes all but a millisecond of
+// its time loses nothing. The first second of all says nothing, since everything is cold: memory is
+// touched for the first time, sources start, the connection is made.
 //
-// A second in which the encoder would have had time for a better level too is room: after kRoomMs
-// of it in a row the effort goes up to the best level for which there is time, by what the levels
+// A second which would not have been full at a better level either is room: after kRoomMs of it in
+// a row the effort goes up to the best level for which their mean leaves time, by what the levels
 // cost. A step up that did not hold for kHoldMs doubles the room that the next one needs, so that a
 // load which comes and goes doesn't make the picture change with it.
 //
@@ -47,11 +48,19 @@ class Effort {
  private:
   bool IsFull() const;
   bool IsSlow() const;
-  // The best level that there would have been time for in this second; the present one if none.
-  int BestLevel() const;
+  // The best level at which these pictures would have taken no more each; the present one if none.
+  int BestLevel(std::int64_t tookMs, int pictures, std::int64_t mostMs) const;
+  void LookForRoom(std::int64_t nowMs);
   void BeginSecond(std::int64_t nowMs);
   void GoDown(std::int64_t nowMs);
-  void GoUp(std::int64_t nowMs, int level);
+
+  // Seconds in a row with room.
+  struct Room {
+    std::int64_t sinceMs = 0;
+    std::int64_t tookMs = 0;
+    int pictures = 0;
+    int level = 0;  // the best that none of them was too full for
+  };
 
   int m_level = 0;
   bool m_warm = false;  // the first second is over
@@ -64,7 +73,7 @@ class Effort {
   bool m_fullBefore = false;  // the second before took all its time
   int m_leastBefore = 0;      // in the second before: what waits may be on its way out
   // Steps.
-  std::optional<std::int64_t> m_roomSinceMs;
+  std::optional<Room> m_room;
   std::optional<std::int64_t> m_upMs;  // the last one up, until it is judged
   std::int64_t m_roomMs = kRoomMs;     // that the next one needs
 };
