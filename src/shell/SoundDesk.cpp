@@ -9,6 +9,7 @@
 #include <QString>
 #include <optional>
 
+#include "shell/StreamHealth.h"
 #include "shell/WindowStyle.h"
 #include "sources/CInputDev.h"
 #include "sources/DeviceCatalogue.h"
