@@ -108,8 +108,8 @@ int RecordingFile::Close() {
 }
 
 void RecordingFile::Discard() {
-  Close();
-  if (!m_path.empty()) {
+  if (m_descriptor >= 0) {
+    Close();
     unlink(m_path.c_str());
     m_path.clear();
   }

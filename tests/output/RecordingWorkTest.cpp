@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -135,6 +136,21 @@ TEST_F(RecordingWorkTest, HoldsEveryPacketFromTheFirstKeyFrameOn) {
   EXPECT_EQ(recording.Streams()[kPicture].codec, "h264");
   EXPECT_EQ(recording.Streams()[kPicture].width, 960);
   ExpectEachPicture(recording);
+}
+
+TEST_F(RecordingWorkTest, ItsFileOutlivesIt) {
+  auto own = std::make_unique<RecordingWork>(support::PlaceIn(directory));
+  ASSERT_EQ(encoder.CopyParameters(own->Sound(), own->Picture()), 0);
+  ASSERT_TRUE(own->Begin());
+  support::PacketWitness packets([&own](const AVPacket& packet) { own->Take(packet); });
+  encoder.SetPacketOutput(&packets);
+  Feed(60);
+  encoder.SetPacketOutput(nullptr);
+  own->Finish();
+  own->Turn();
+  own->End();
+  own.reset();
+  EXPECT_EQ(TimesOf(Recording(Path()), kPicture), packets.Pictures());
 }
 
 // The sound of the first picture has been there before it.
