@@ -426,7 +426,12 @@ bool LiveBar::TakeMicrophone(int entry) {
   }
   m_hand->Keep("microphones");
   m_hand->Keys({"Return"});
-  return m_hand->Closes();
+  if (!m_hand->Closes()) {
+    return false;
+  }
+  // The mouse again: a ring around what has the keyboard would be as blue as words.
+  m_hand->Click(m_hand->InWindow(kWithoutTip));
+  return true;
 }
 
 bool LiveBar::AnswerNotice(BarNotice notice) {

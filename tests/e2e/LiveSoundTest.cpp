@@ -16,7 +16,7 @@ namespace {
 
 using support::SoundServer;
 
-constexpr std::int64_t kSomeSeconds = 400'000;  // bytes of a stream
+constexpr std::int64_t kSomeSeconds = 250'000;  // bytes of a stream
 constexpr int kOtherHz = 2000;                  // of the other microphone
 constexpr int kQuieter = 20;                    // decibels
 constexpr std::int64_t kStretchMs = 333;
