@@ -70,6 +70,9 @@ BackendClient* BackendClient::Instance() {
 
 int BackendClient::PostForm(const QString& path, QHttpMultiPart* multipart, QByteArray* out,
                             const Until& until) {
+  if (until.IsEnded()) {
+    return -1;
+  }
   QNetworkAccessManager manager;
   const std::unique_ptr<QNetworkReply> reply(
       manager.post(QNetworkRequest(QUrl(BaseAddress() + path)), multipart));
@@ -119,6 +122,9 @@ int BackendClient::GetHomepageAds(AdResult* out, const Until& until) {
 }
 
 int BackendClient::GetHostList(QString token, int page, ActivityList* out, const Until& until) {
+  if (until.IsEnded()) {
+    return -1;
+  }
   QUrlQuery query;
   query.addQueryItem(QStringLiteral("page"), QString::number(page));
   // A query takes some marks as they are that servers read as others, such as a plus for a blank.
@@ -161,7 +167,7 @@ int BackendClient::FetchPixmap(QString url, QPixmap* out, QSize atMost, const Un
   const QUrl address(url);
   // What lies on this machine is none of the service's business, and a pipe that nobody writes to
   // would never be open.
-  if (address.isLocalFile()) {
+  if (address.isLocalFile() || until.IsEnded()) {
     return 0;
   }
   QNetworkAccessManager manager;

@@ -4,7 +4,8 @@
 // stays live and any slot may run during the call: whoever calls has to be prepared to find itself
 // changed, or gone, when the call returns. There is no retry and no limit of time; the wait ends
 // early when the application quits, and with the Until that the call is given: the request is then
-// given up at once, and the call returns as a failed one that showed nothing.
+// given up at once, and the call returns as a failed one that showed nothing. A call whose Until has
+// ended before sends nothing.
 //
 // Result: 0, or -1 when the request failed. What the service said is in the record's code. A failed
 // POST has shown the network notice before it returns; a failed GET is silent.

@@ -272,7 +272,8 @@ TEST(PortalTrouble, AScreenThatNeverGivesAPictureIsTheEndWithACause) {
   for (const char* lie :
        {"chunk-stride -2560", "buffer-bytes 5000", "file-bytes 4096", "chunk-offset 4000000000",
         "corrupted on", "chunk-size 0", "pictures withheld"}) {
-    auto rig = std::make_unique<PortalRig>(std::vector<std::string>{lie});
+    // So many that one is at hand whenever there is a look at them.
+    auto rig = std::make_unique<PortalRig>(std::vector<std::string>{lie, "rate 100"});
     auto stream = rig->Open();
     sharings.push_back({lie, std::move(rig), std::move(stream)});
   }

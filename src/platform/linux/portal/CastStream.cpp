@@ -267,8 +267,9 @@ void CastStream::OnProcess(void* self) {
 
 void CastStream::OnTick(void* self, std::uint64_t /*times*/) {
   auto* stream = static_cast<CastStream*>(self);
-  stream->StartAgain(MonotonicUs());
+  // What is at hand is tried first: of a screen that moves there is something at each tick.
   stream->GoOn();
+  stream->StartAgain(MonotonicUs());
 }
 
 void CastStream::TakeBuffers() {
