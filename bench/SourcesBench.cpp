@@ -2,7 +2,9 @@
 // to RGB24 (process time: the decoder has threads of its own).
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <vector>
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -10,6 +12,7 @@ extern "C" {
 
 #include "sources/CInputFile.h"
 #include "sources/CInputPic.h"
+#include "sources/SoundGain.h"
 #include "support/FakeClock.h"
 #include "support/MediaSamples.h"
 
@@ -96,5 +99,25 @@ void FilePicture(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * 100);
 }
 BENCHMARK(FilePicture)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->Iterations(3);
+
+// A second of sound; what is neither muted nor changed costs nothing.
+void SoundGain(benchmark::State& state) {
+  std::vector<std::int16_t> second(2 * 48000, 12345);
+  sources::SoundGain gain;
+  gain.Set({static_cast<int>(state.range(0)), state.range(1) != 0});
+  for (auto _ : state) {
+    std::fill(second.begin(), second.end(), std::int16_t{12345});
+    gain.Begin();
+    gain.Amplify(second.data(), 48000);
+    gain.Mute(second.data(), 48000);
+    benchmark::DoNotOptimize(second.data());
+  }
+}
+BENCHMARK(SoundGain)
+    ->ArgNames({"db", "muted"})
+    ->Args({0, 0})
+    ->Args({0, 1})
+    ->Args({-6, 0})
+    ->Args({12, 0});
 
 }  // namespace

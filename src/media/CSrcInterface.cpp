@@ -157,6 +157,11 @@ void CSrcInterface::RemoveVideoOutput(CSrcInterface* node) {
   Remove(&m_videoOutputs, node);
 }
 
+void CSrcInterface::ReplaceAudioOutput(CSrcInterface* former, CSrcInterface* node) {
+  media::MutexLocker lock(&m_audioOutputsMutex);
+  std::replace(m_audioOutputs.begin(), m_audioOutputs.end(), former, node);
+}
+
 void CSrcInterface::SetAudioIndex(int index) {
   m_audioIndex = index;
 }

@@ -18,10 +18,10 @@
 // and the Enqueue* of the consumers run on the producer's worker.
 //
 // Locks: each output list has a mutex of its own, held while one push walks the list. So
-// RemoveAudioOutput and RemoveVideoOutput return only when no push is inside the removed node,
-// which may then be deleted at once. Under that mutex the consumers' queue locks are taken, the
-// encoder's doorbell, and, where a consumer frees what it doesn't take, the lock of the frame's
-// pool.
+// RemoveAudioOutput, RemoveVideoOutput and ReplaceAudioOutput return only when no push is inside
+// the removed node, which may then be deleted at once. Under that mutex the consumers' queue locks
+// are taken, the encoder's doorbell, and, where a consumer frees what it doesn't take, the lock of
+// the frame's pool.
 //
 // Frames are reference clones of one buffer: once pushed, their data is read-only for everybody.
 #ifndef ORVANE_MEDIA_CSRCINTERFACE_H
@@ -73,6 +73,9 @@ class CSrcInterface {
   void AddVideoOutput(CSrcInterface* node);
   void RemoveAudioOutput(CSrcInterface* node);
   void RemoveVideoOutput(CSrcInterface* node);
+  // Puts another node, which is not listed yet, in the place of one that is, between two pushes: no
+  // frame is lost and none goes to both. Without effect where former is not listed.
+  void ReplaceAudioOutput(CSrcInterface* former, CSrcInterface* node);
 
   // The input queue that this node uses on all its consumers of that medium; set before Start.
   void SetAudioIndex(int index);

@@ -2,6 +2,7 @@
 #include "output/CEncoder.h"
 
 #include <QtGlobal>
+#include <cerrno>
 #include <cstdio>
 
 #include "media/NodeKind.h"
@@ -49,6 +50,22 @@ EncoderStatistics CEncoder::Statistics() const {
   statistics.width = m_width;
   statistics.height = m_height;
   return statistics;
+}
+
+void CEncoder::SetPacketOutput(output::PacketOutput* packetOutput) {
+  const platform::Lock lock(m_packetOutputMutex);
+  m_packetOutput = packetOutput;
+}
+
+int CEncoder::CopyParameters(AVCodecParameters* sound, AVCodecParameters* picture) const {
+  if (m_audioContext == nullptr || m_videoParameters == nullptr) {
+    return AVERROR(EINVAL);
+  }
+  if (sound == nullptr || picture == nullptr) {
+    return AVERROR(ENOMEM);
+  }
+  const int error = avcodec_parameters_from_context(sound, m_audioContext);
+  return error < 0 ? error : avcodec_parameters_copy(picture, m_videoParameters);
 }
 
 void CEncoder::EnqueueAudio(int index, void* media) {

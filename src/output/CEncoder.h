@@ -4,7 +4,8 @@
 // Flow: YUV 4:2:0 pictures of the canvas' size on video input 0, signed 16-bit stereo sound of
 // 48000 Hz on audio input 0. The encode thread turns them into packets, the publish thread sends
 // the packets, and between the two stand two packet queues: a slow network holds the publish thread
-// up and never the encoders. Stream 0 is sound, stream 1 the picture.
+// up and never the encoders. Stream 0 is sound, stream 1 the picture. A packet output, where one is
+// linked, gets a look at each packet before the publisher does (output/PacketOutput).
 //
 // Clocks: the picture's counts steps of 1/25 s, the sound's counts samples. The sound, of which
 // nothing is lost, is the measure: a picture that tells when it was captured
@@ -22,11 +23,13 @@
 // Encoded packets belong to the queue they wait in. The contexts live from Start to Stop, after a
 // failed Start too; the destructor frees what is left.
 //
-// Threads: the owner's thread calls SetUrl, Start, Stop and the destructor; Statistics may be
-// called on any thread. The encode thread uses the codecs, the publish thread the connection, and
-// they share the packet queues, the counters and the started flag only.
+// Threads: the owner's thread calls SetUrl, Start, Stop, SetPacketOutput, CopyParameters and the
+// destructor; Statistics may be called on any thread. The encode thread uses the codecs, the
+// publish thread the connection, and they share the packet queues, the counters and the started
+// flag only.
 //
-// Locks: none of its own.
+// Locks: one around the packet output, held while it takes one packet. So SetPacketOutput returns
+// only when no packet is inside the one that was linked before, which may then be deleted at once.
 //
 // Failure: Start gives -1. An encoder's error costs the frame. A connection that can't be made or
 // breaks is tried again 3 s later, with a new header and a key frame, for as long as the node runs;
@@ -63,11 +66,13 @@ extern "C" {
 #include "output/EncoderStatistics.h"
 #include "output/PictureClock.h"
 #include "output/PublishRules.h"
+#include "platform/Lock.h"
 
 class DeviceCatalogue;
 namespace output {
+class PacketOutput;
 class PublishConnection;
-}
+}  // namespace output
 
 class CEncoder : public CSrcInterface {
  public:
@@ -84,6 +89,12 @@ class CEncoder : public CSrcInterface {
   void SetUrl(const std::string& url);
 
   EncoderStatistics Statistics() const;
+
+  // Who takes each packet from now on; null for nobody. Not owned.
+  void SetPacketOutput(output::PacketOutput* packetOutput);
+  // What both streams are decoded with, at its start; between Start and Stop. 0 or a negative
+  // AVERROR.
+  int CopyParameters(AVCodecParameters* sound, AVCodecParameters* picture) const;
 
   // An encoder that doesn't run takes nothing: nobody would empty its queues.
   void EnqueueAudio(int index, void* media) override;
@@ -169,6 +180,7 @@ class CEncoder : public CSrcInterface {
   void EncodeAt(std::int64_t step, AVFrame* picture);
   void KeepUp(EncodeClock* clock, std::int64_t tookMs);
   int TakePackets(AVCodecContext* context, int stream, CMyQueue* queue);
+  void ShowPacket(const AVPacket& packet);
 
   // Publish thread.
   bool AwaitFirstPackets();
@@ -186,6 +198,8 @@ class CEncoder : public CSrcInterface {
   void Report(PublishState state);
   void ReportFailure(PublishState state, PublishFault fault, int error);
 
+  platform::Mutex m_packetOutputMutex;
+  output::PacketOutput* m_packetOutput ORVANE_GUARDED_BY(m_packetOutputMutex) = nullptr;
   media::Doorbell m_input;                           // rung for each frame and at the stop
   output::PublishConnection* m_connection;           // publish thread; the one that is open
   std::uint64_t m_bytesHanded;                       // publish thread; to connections, in all

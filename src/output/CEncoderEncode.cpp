@@ -12,6 +12,7 @@
 #include "media/ffmpeg/FrameMarks.h"
 #include "media/ffmpeg/Scoped.h"
 #include "output/CEncoder.h"
+#include "output/PacketOutput.h"
 #include "output/PublishRules.h"
 #include "output/StreamCodecs.h"
 #include "sources/DeviceCatalogue.h"
@@ -36,16 +37,6 @@ AVFrame* NewSound(const AVCodecContext* context, int samples, std::int64_t pts) 
     return nullptr;
   }
   return sound.Release();
-}
-
-// What a key frame is decoded with goes along with it.
-void AddHeader(const AVCodecContext& context, AVPacket* packet) {
-  const auto size = static_cast<std::size_t>(context.extradata_size);
-  std::uint8_t* header =
-      size > 0 ? av_packet_new_side_data(packet, AV_PKT_DATA_NEW_EXTRADATA, size) : nullptr;
-  if (header != nullptr) {
-    std::memcpy(header, context.extradata, size);
-  }
 }
 
 void LogPictureError(int error) {
@@ -298,11 +289,20 @@ int CEncoder::TakePackets(AVCodecContext* context, int stream, CMyQueue* queue) 
     if (!sound) {
       m_counters.newestVideoPts = packet->pts;
       if ((packet->flags & AV_PKT_FLAG_KEY) != 0) {
-        AddHeader(*context, packet.Get());
+        output::AddHeader(*context, packet.Get());
       }
     }
+    ShowPacket(*packet.Get());
     queue->PushBack(packet.Release());
     // What is counted has gone into its queue.
     ++(sound ? m_counters.audioPacketsEncoded : m_counters.videoPacketsEncoded);
+  }
+}
+
+// Before the publisher has it, which writes its own times into it.
+void CEncoder::ShowPacket(const AVPacket& packet) {
+  const platform::Lock lock(m_packetOutputMutex);
+  if (m_packetOutput != nullptr) {
+    m_packetOutput->TakePacket(packet);
   }
 }

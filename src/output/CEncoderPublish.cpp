@@ -3,7 +3,6 @@
 
 #include <QtGlobal>
 #include <algorithm>
-#include <cstring>
 #include <limits>
 
 #include "media/ffmpeg/ErrorText.h"
@@ -21,13 +20,6 @@ constexpr std::uint32_t kPollMs = 10;
 // connection on a machine that could not encode every picture, that wait would keep the server
 // without a byte for so long that it drops the publisher.
 constexpr std::int64_t kInterleaveUs = 2 * output::kVideoLagMs * 1000;
-
-void FreeOutput(AVFormatContext** context) {
-  avformat_free_context(*context);
-  *context = nullptr;
-}
-
-using ScopedOutput = ffmpeg::Scoped<AVFormatContext, FreeOutput>;
 
 AVStream* AddStream(AVFormatContext* context, AVRational timeBase) {
   AVStream* stream = avformat_new_stream(context, nullptr);
@@ -89,7 +81,7 @@ bool CEncoder::AwaitRetry() {
 bool CEncoder::PublishOnce() {
   AVFormatContext* allocated = nullptr;
   int error = avformat_alloc_output_context2(&allocated, nullptr, "flv", m_url.c_str());
-  const ScopedOutput context(allocated);
+  const ffmpeg::ScopedOutput context(allocated);
   if (error >= 0) {
     error = AddStreams(context.Get());
   }
@@ -124,26 +116,15 @@ int CEncoder::AddStreams(AVFormatContext* context) {
   if (m_videoStream == nullptr) {
     return AVERROR(ENOMEM);
   }
-  const int error = avcodec_parameters_from_context(m_audioStream->codecpar, m_audioContext);
-  return error < 0 ? error : avcodec_parameters_copy(m_videoStream->codecpar, m_videoParameters);
+  return CopyParameters(m_audioStream->codecpar, m_videoStream->codecpar);
 }
 
 // The header of the key frame that the connection begins with: the effort may have changed since
 // the first.
 void CEncoder::TakeHeader() {
   const auto* head = static_cast<const AVPacket*>(m_videoPackets.Peek());
-  std::size_t size = 0;
-  const std::uint8_t* header =
-      head != nullptr ? av_packet_get_side_data(head, AV_PKT_DATA_NEW_EXTRADATA, &size) : nullptr;
-  AVCodecParameters* parameters = m_videoStream->codecpar;
-  auto* copy = header != nullptr
-                   ? static_cast<std::uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE))
-                   : nullptr;
-  if (copy != nullptr) {
-    std::memcpy(copy, header, size);
-    av_freep(&parameters->extradata);
-    parameters->extradata = copy;
-    parameters->extradata_size = static_cast<int>(size);
+  if (head != nullptr) {
+    output::TakeHeader(*head, m_videoStream->codecpar);
   }
 }
 

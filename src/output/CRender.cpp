@@ -164,6 +164,8 @@ void CRender::ResetSlot(LayerSlot* slot) {
     slot->height = 0;
     slot->naturalWidth = 0;
     slot->naturalHeight = 0;
+    slot->firstWidth = 0;
+    slot->firstHeight = 0;
     ++slot->resets;
   }
   slot->inUse = false;
@@ -347,6 +349,27 @@ void CRender::SetLayerRect(int id, int x, int y, int width, int height) {
     SetLayerPosition(slot, x, y);
     SetLayerSize(slot, width, height);
   }
+}
+
+void CRender::PlaceLayer(int id, const output::Rect& place) {
+  LayerSlot* slot = SlotOf(id);
+  if (slot == nullptr) {
+    return;
+  }
+  slot->autoFit = 0;
+  SetLayerPosition(slot, place.x, place.y);
+  output::Extent size{place.width, place.height};
+  const COverlay* overlay = slot->overlay;
+  if (!overlay->IsEnabled()) {
+    output::RenderLocker lock(&slot->sizeLock);
+    if (slot->naturalWidth == 0 || slot->naturalHeight == 0) {
+      slot->firstWidth = size.width;
+      slot->firstHeight = size.height;
+      return;
+    }
+    size = output::FirstSize(size, {slot->naturalWidth, slot->naturalHeight});
+  }
+  SetLayerSize(slot, size.width, size.height);
 }
 
 void CRender::SetLayerPosition(LayerSlot* slot, int x, int y) {

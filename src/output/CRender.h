@@ -95,6 +95,10 @@ class CRender : public CSrcInterface {
   void GetLayerNaturalSize(int id, int* width, int* height);
   void SetLayerHidden(int id, bool hidden);
   void SetLayerRect(int id, int x, int y, int width, int height);
+  // A place that the layer had before, also of one whose source has not sent a picture yet: it then
+  // takes the size with the first one, and is never seen at another. A source that has another
+  // shape now keeps it, within that place. The corner placement is given up for it.
+  void PlaceLayer(int id, const output::Rect& place);
   void SetLayerPosition(LayerSlot* slot, int x, int y);
   void SetLayerSize(LayerSlot* slot, int width, int height);
   // color: 0xRRGGBBAA. text: UTF-8; an empty one frees the slot.

@@ -132,11 +132,15 @@ bool CRender::TakeSize(LayerSlot* slot, const AVFrame* frame, unsigned resets,
     return false;
   }
   if (slot->width == 0 || slot->height == 0 || ffmpeg::SignalsNewSize(frame)) {
-    *size = output::ClampToCanvas({frame->width, frame->height}, CanvasSize());
-    slot->width = size->width;
-    slot->height = size->height;
-    slot->naturalWidth = size->width;
-    slot->naturalHeight = size->height;
+    const output::Extent natural =
+        output::ClampToCanvas({frame->width, frame->height}, CanvasSize());
+    const output::Extent first = output::FirstSize({slot->firstWidth, slot->firstHeight}, natural);
+    slot->width = first.width;
+    slot->height = first.height;
+    slot->naturalWidth = natural.width;
+    slot->naturalHeight = natural.height;
+    slot->firstWidth = 0;
+    slot->firstHeight = 0;
   }
   *size = {slot->width, slot->height};
   return true;

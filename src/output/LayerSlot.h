@@ -54,6 +54,9 @@ struct LayerSlot {
   // Of the first picture, cut to the canvas.
   int naturalWidth ORVANE_GUARDED_BY(sizeLock) = 0;
   int naturalHeight ORVANE_GUARDED_BY(sizeLock) = 0;
+  // What the first picture is to make of the layer (output::FirstSize); 0 x 0: nothing is wished.
+  int firstWidth ORVANE_GUARDED_BY(sizeLock) = 0;
+  int firstHeight ORVANE_GUARDED_BY(sizeLock) = 0;
   ffmpeg::PixelConvert scaler;     // scale thread
   std::atomic<COverlay*> overlay;  // never null while running; replaced by a reset
   std::atomic<bool> inUse{false};  // taken

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 
 namespace output {
 
@@ -59,6 +60,20 @@ Rect CornerPlacement(const Extent& canvas, const Extent& picture, int layerWidth
   rect.x = canvas.width - rect.width;
   rect.y = canvas.height - rect.height;
   return rect;
+}
+
+Extent FirstSize(const Extent& wanted, const Extent& picture) {
+  if (wanted.width <= 0 || wanted.height <= 0 || picture.width <= 0 || picture.height <= 0) {
+    return picture;
+  }
+  const int width = Scaled(wanted.height, picture.width, picture.height);
+  const int height = Scaled(wanted.width, picture.height, picture.width);
+  // Whichever side was cut from the other when the layer got that size.
+  if (std::abs(width - wanted.width) <= 1 || std::abs(height - wanted.height) <= 1) {
+    return wanted;
+  }
+  return width < wanted.width ? Extent{std::max(width, 1), wanted.height}
+                              : Extent{wanted.width, std::max(height, 1)};
 }
 
 int TextHeight(int width, const Extent& measured) {

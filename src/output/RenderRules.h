@@ -56,6 +56,11 @@ Extent ClampToCanvas(const Extent& source, const Extent& canvas);
 // layer's own where there is no picture (0 x 0).
 Rect CornerPlacement(const Extent& canvas, const Extent& picture, int layerWidth);
 
+// The size that a layer takes with its source's first picture where one was wished for: that one,
+// or, for a picture of another shape, the largest of its own shape within it. Without a wish
+// (0 x 0) it is the picture's own.
+Extent FirstSize(const Extent& wanted, const Extent& picture);
+
 // The height of a text of that width, in the shape in which it was measured; 0 when it was not.
 int TextHeight(int width, const Extent& measured);
 

@@ -1,5 +1,8 @@
 #include "output/StreamCodecs.h"
 
+#include <cstdint>
+#include <cstring>
+
 extern "C" {
 #include <libavformat/avformat.h>
 }
@@ -86,6 +89,29 @@ int OpenVideoEncoder(AVCodecContext* video, const std::string& preset) {
     av_dict_set(options.Address(), name.c_str(), value.c_str(), 0);
   }
   return avcodec_open2(video, video->codec, options.Address());
+}
+
+void AddHeader(const AVCodecContext& video, AVPacket* packet) {
+  const auto size = static_cast<std::size_t>(video.extradata_size);
+  std::uint8_t* header =
+      size > 0 ? av_packet_new_side_data(packet, AV_PKT_DATA_NEW_EXTRADATA, size) : nullptr;
+  if (header != nullptr) {
+    std::memcpy(header, video.extradata, size);
+  }
+}
+
+void TakeHeader(const AVPacket& packet, AVCodecParameters* parameters) {
+  std::size_t size = 0;
+  const std::uint8_t* header = av_packet_get_side_data(&packet, AV_PKT_DATA_NEW_EXTRADATA, &size);
+  auto* copy = header != nullptr
+                   ? static_cast<std::uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE))
+                   : nullptr;
+  if (copy != nullptr) {
+    std::memcpy(copy, header, size);
+    av_freep(&parameters->extradata);
+    parameters->extradata = copy;
+    parameters->extradata_size = static_cast<int>(size);
+  }
 }
 
 }  // namespace output

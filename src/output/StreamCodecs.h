@@ -41,6 +41,13 @@ void SetBitRate(AVCodecContext* video, std::int64_t bitRate);
 // avcodec_open2 with VideoOptions.
 int OpenVideoEncoder(AVCodecContext* video, const std::string& preset = "");
 
+// Each key frame carries along what it is decoded with (AV_PKT_DATA_NEW_EXTRADATA), since that may
+// change in the middle of a stream: the encoder's header into the packet, and out of the packet
+// that a file or a connection begins with into the parameters of its stream. Without any, or
+// without memory for it, nothing changes.
+void AddHeader(const AVCodecContext& video, AVPacket* packet);
+void TakeHeader(const AVPacket& packet, AVCodecParameters* parameters);
+
 }  // namespace output
 
 #endif

@@ -8,8 +8,9 @@
 //
 // Ownership: the layer lives for the whole process. A CaptureStream belongs to whoever opened it.
 //
-// Threads: ListDevices and Open may be called from any thread, one at a time. A CaptureStream is
-// read by one thread; it may be made and deleted by another while no Read is running.
+// Threads: ListDevices, Open and Listen may be called from any thread, one at a time. A
+// CaptureStream is read by one thread; it may be made and deleted by another while no Read is
+// running.
 //
 // Time: Open and the deletion of a stream return in bounded time in every state of a device (a
 // camera that is frozen, a sound source that is suspended). What asks a sound server takes no more
@@ -23,11 +24,15 @@
 // doesn't wait for that: the stream is there at once, HasOpened is false and Read gives
 // AVERROR(EAGAIN) until he has answered, and a refusal ends it like a device that is gone.
 //
+// A sound device can also be listened to, for a meter: that takes less than a stream, since nothing
+// is kept continuous, and nobody else notices.
+//
 // Sound is special. Mixers and the encoder downstream count samples and have no clock of their
 // own, so a sound stream gives 48000 sample frames for each second of the system's clock for as
 // long as it is open: what the device leaves out is filled with silence, and the drift of its clock
 // is taken up by resampling. A device whose server has not answered when Open returns is opened
-// behind the stream, which is silent meanwhile, and heard as soon as the server answers.
+// behind the stream, which is silent meanwhile, and heard as soon as the server answers. A stream
+// that changes over to another microphone goes on counting: no sample is lost or given twice.
 #ifndef ORVANE_PLATFORM_CAPTURELAYER_H
 #define ORVANE_PLATFORM_CAPTURELAYER_H
 
@@ -85,6 +90,26 @@ class CaptureStream {
   // False while the device itself is still to be opened: sound is silence until then, and there is
   // no picture. Any thread.
   virtual bool HasOpened() const { return true; }
+
+  // Goes on with another listed device of its kind, without a break: silence until that one gives
+  // something, HasOpened about it alone. False for a name that nobody knows and for a stream that
+  // can't do so; it then stays with its device. Takes no longer than an opening. Not on the
+  // reader's thread but beside it, one call at a time.
+  virtual bool SwitchTo(const std::string& /*name*/) { return false; }
+};
+
+// One sound device that is listened to.
+class SoundListener {
+ public:
+  // Returns within 0.1 s.
+  virtual ~SoundListener() = default;
+
+  // What it gave since the last call, oldest first: interleaved stereo at 48000 Hz, up to 4 s of
+  // it. Empty while it gives nothing. The listening thread, which is one; never blocks.
+  virtual std::vector<std::int16_t> Take() = 0;
+
+  // It has been opened, at any time so far. Any thread.
+  virtual bool HasOpened() const = 0;
 };
 
 enum class OpenFailure {
@@ -115,6 +140,11 @@ class CaptureLayer {
 
   // Opens a listed device or one of the fixed names at its default mode.
   virtual OpenResult Open(CaptureKind kind, const std::string& name) = 0;
+
+  // Begins to listen to a microphone or to the system's sound, and returns at once: it is opened
+  // behind the listener, and again whenever it comes back. Null where the name is unknown or
+  // nothing can only be listened to.
+  virtual std::unique_ptr<SoundListener> Listen(const std::string& /*name*/) { return nullptr; }
 
   // The layer of this process: the system's own, or what a test has installed.
   static CaptureLayer& Current();

@@ -20,7 +20,8 @@ namespace shell {
 namespace {
 
 // True when the microphone runs, as input 1 of the mixer that is still to come.
-bool StartMicrophone(const BroadcastNodes& nodes, const std::string& name) {
+bool StartMicrophone(const BroadcastNodes& nodes, const std::string& name,
+                     const sources::SoundMix& mix) {
   if (name.empty()) {
     return false;
   }
@@ -28,6 +29,7 @@ bool StartMicrophone(const BroadcastNodes& nodes, const std::string& name) {
     nodes.mic = new CInputDev(true, name, 0, 0, AV_PIX_FMT_RGB24);
   }
   nodes.mic->SetAudioIndex(1);
+  nodes.mic->SetMix(mix);
   if (nodes.mic->Start() < 0) {
     delete nodes.mic;
     nodes.mic = nullptr;
@@ -36,12 +38,16 @@ bool StartMicrophone(const BroadcastNodes& nodes, const std::string& name) {
   return true;
 }
 
-void LinkBothSounds(const BroadcastNodes& nodes) {
+void StartMixer(const BroadcastNodes& nodes) {
   if (nodes.mixOut == nullptr) {
     nodes.mixOut = new CMixOut;
   }
   nodes.mixOut->Start();
   nodes.mixOut->AddAudioOutput(nodes.encoder);
+}
+
+void LinkBothSounds(const BroadcastNodes& nodes) {
+  StartMixer(nodes);
   nodes.loopback->SetAudioIndex(0);
   nodes.loopback->Start();
   nodes.loopback->AddAudioOutput(nodes.mixOut);
@@ -69,7 +75,8 @@ void StartBroadcast(const BroadcastNodes& nodes, const BroadcastSettings& settin
   if (nodes.loopback == nullptr) {
     nodes.loopback = new CInputDev(true, settings.systemSound, 0, 0, AV_PIX_FMT_RGB24);
   }
-  const bool microphone = StartMicrophone(nodes, settings.microphone);
+  nodes.loopback->SetMix(settings.systemSoundMix);
+  const bool microphone = StartMicrophone(nodes, settings.microphone, settings.microphoneMix);
   if (nodes.encoder == nullptr) {
     nodes.encoder = new CEncoder(settings.width, settings.height);
   }
@@ -83,6 +90,21 @@ void StartBroadcast(const BroadcastNodes& nodes, const BroadcastSettings& settin
     nodes.loopback->AddAudioOutput(nodes.encoder);
   }
   render->AddVideoOutput(nodes.encoder);
+}
+
+bool SwitchMicrophone(const BroadcastNodes& nodes, const std::string& microphone,
+                      const sources::SoundMix& mix) {
+  if (nodes.mic != nullptr) {
+    return nodes.mic->SwitchTo(microphone);
+  }
+  if (!StartMicrophone(nodes, microphone, mix)) {
+    return false;
+  }
+  StartMixer(nodes);
+  // One right behind the other: the mix waits for both.
+  nodes.loopback->ReplaceAudioOutput(nodes.encoder, nodes.mixOut);
+  nodes.mic->AddAudioOutput(nodes.mixOut);
+  return true;
 }
 
 void StopBroadcast(const BroadcastNodes& nodes, CRender* render) {

@@ -1,6 +1,8 @@
 #include "shell/LayerRules.h"
 
 #include "shell/LayerSlots.h"
+#include "shell/SceneFile.h"
+#include "widgets/OneLine.h"
 
 namespace shell {
 
@@ -8,6 +10,23 @@ namespace {
 
 const QPoint kMenuOffset(50, 130);
 const QPoint kPanelOffset(150, 114);
+constexpr int kMostOfLabel = 32;  // units of UTF-16
+
+QString Quoted(const QString& kind, const QString& name) {
+  const QString line = widgets::WithoutBreaks(name);
+  return kind + QStringLiteral("“") +
+         (line.size() > kMostOfLabel ? line.left(kMostOfLabel - 1) + QStringLiteral("…") : line) +
+         QStringLiteral("”");
+}
+
+// Of a path, without the directories.
+QString FilePart(const QString& path) {
+  return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+QString ListOf(const QStringList& labels) {
+  return labels.join(QStringLiteral("、"));
+}
 
 }  // namespace
 
@@ -41,6 +60,58 @@ QString PictureName() {
 
 QString FileName() {
   return QStringLiteral("视频文件");
+}
+
+QString LabelOf(const LayerRecord& layer) {
+  switch (layer.kind) {
+    case LayerKind::kCamera:
+      return Quoted(CameraName(), layer.source);
+    case LayerKind::kWindow:
+      return Quoted(QStringLiteral("窗口"), layer.name);
+    case LayerKind::kText:
+      return Quoted(QStringLiteral("文本"), layer.name);
+    case LayerKind::kPicture:
+      return Quoted(PictureName(), FilePart(layer.source));
+    case LayerKind::kFilm:
+      return Quoted(FileName(), FilePart(layer.source));
+    default:
+      return DeskName();
+  }
+}
+
+QString OfferSummary(const Scene& scene) {
+  QStringList labels;
+  for (auto layer = scene.crbegin(); layer != scene.crend(); ++layer) {
+    labels.append(LabelOf(*layer));
+  }
+  return QStringLiteral("上次的%1个图层：").arg(scene.size()) + ListOf(labels);
+}
+
+QString LeftOutText(const QStringList& gone, const QStringList& tooMany) {
+  QStringList lines;
+  if (!gone.isEmpty()) {
+    lines.append(QStringLiteral("已不存在，未能恢复：") + ListOf(gone));
+  }
+  if (!tooMany.isEmpty()) {
+    lines.append(QStringLiteral("图层已满，未能恢复：") + ListOf(tooMany));
+  }
+  return lines.join(QLatin1Char('\n'));
+}
+
+platform::WindowHandle WindowOfTitle(const std::map<platform::WindowHandle, QString>& windows,
+                                     const QString& title,
+                                     const std::set<platform::WindowHandle>& taken) {
+  platform::WindowHandle found = 0;
+  for (const auto& [handle, name] : windows) {
+    if (KeptText(name) != KeptText(title)) {
+      continue;
+    }
+    if (taken.count(handle) == 0) {
+      return handle;
+    }
+    found = found == 0 ? handle : found;
+  }
+  return found;
 }
 
 FileQuestion PictureQuestion() {

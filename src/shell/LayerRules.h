@@ -1,5 +1,6 @@
 // What the life of a layer is decided by: where a row stands in the drawing order, how each kind of
-// layer is listed, what the file choosers ask for, and where menus and small panels open.
+// layer is listed and told of, what the file choosers ask for, which window a title means, and
+// where menus and small panels open.
 //
 // Threads: any; nothing is kept.
 #ifndef ORVANE_SHELL_LAYERRULES_H
@@ -10,7 +11,12 @@
 #include <QSize>
 #include <QString>
 #include <QStringList>
+#include <map>
+#include <set>
 #include <string>
+
+#include "platform/WindowSystem.h"
+#include "shell/SceneRecord.h"
 
 namespace shell {
 
@@ -28,6 +34,21 @@ QString CameraName();
 QString WindowName();  // of one that the system let the operator pick
 QString PictureName();
 QString FileName();
+
+// A layer by its kind and what it is made from, on one line, for whoever has to tell it from others
+// of its kind.
+QString LabelOf(const LayerRecord& layer);
+// What an offer to bring that scene back says of it.
+QString OfferSummary(const Scene& scene);
+// What is told of layers that were to come back and have not, by their labels: those whose source
+// is no longer there, and those for which there was no room.
+QString LeftOutText(const QStringList& gone, const QStringList& tooMany);
+
+// The window of that title, as it is kept (shell/SceneFile.h), that no layer has yet; with all of
+// them taken the first one, since a window may be shown twice. 0 where none has that title.
+platform::WindowHandle WindowOfTitle(const std::map<platform::WindowHandle, QString>& windows,
+                                     const QString& title,
+                                     const std::set<platform::WindowHandle>& taken);
 
 struct FileQuestion {
   QString caption;

@@ -8,6 +8,10 @@ namespace shell {
 
 namespace {
 
+// Of the arrow keys, in the scene.
+constexpr int kStep = 1;
+constexpr int kLongStep = 10;
+
 int Held(std::int64_t value) {
   return static_cast<int>(std::clamp<std::int64_t>(value, std::numeric_limits<int>::min(),
                                                    std::numeric_limits<int>::max()));
@@ -90,12 +94,6 @@ bool IsTooLarge(const Rect& layer) {
          static_cast<std::int64_t>(layer.width) * layer.height > kMaxPixels;
 }
 
-// A long text is too large from the start: it may become smaller in steps.
-bool MayBecome(const Rect& former, const Rect& next) {
-  const bool grows = next.width > former.width || next.height > former.height;
-  return !IsInsideOut(next) && !(grows && IsTooLarge(next));
-}
-
 Rect SnapResized(const Rect& layer, const Drag& drag, const Extent& scene) {
   return drag.mode == kDragTopLeft ? SnapTopLeft(layer, scene)
                                    : SnapBottomRight(layer, drag.natural, scene);
@@ -131,6 +129,19 @@ int DragModeAt(const Rect& selected, const QPoint& press, const Scales& scales) 
   return inside ? kDragMove : kDragNothing;
 }
 
+Qt::CursorShape PointerAt(const std::optional<Rect>& selected, const QPoint& at,
+                          const Scales& scales) {
+  switch (selected ? DragModeAt(*selected, at, scales) : kDragNothing) {
+    case kDragMove:
+      return Qt::SizeAllCursor;
+    case kDragTopLeft:
+    case kDragBottomRight:
+      return Qt::SizeFDiagCursor;
+    default:
+      return Qt::ArrowCursor;
+  }
+}
+
 int HeightStep(const Drag& drag) {
   if (!IsKnown(drag.natural)) {
     return 0;
@@ -163,6 +174,26 @@ bool IsSmallStep(int mode, const Rect& current, const Rect& next) {
     return samePlace;
   }
   return samePlace && IsSmall(current.width, next.width) && IsSmall(current.height, next.height);
+}
+
+bool MayBecome(const Rect& former, const Rect& next) {
+  const bool grows = next.width > former.width || next.height > former.height;
+  return !IsInsideOut(next) && !(grows && IsTooLarge(next));
+}
+
+std::optional<Rect> TextPlace(const Rect& measured, const Rect& former) {
+  if (former.width <= 0 || former.height <= 0) {
+    return std::nullopt;
+  }
+  Rect place = former;
+  if (measured.width > 0) {
+    place.height = Scaled(former.width, measured.height, measured.width);
+  }
+  if (!MayBecome(measured, place)) {
+    place.width = measured.width;
+    place.height = measured.height;
+  }
+  return place;
 }
 
 bool IsOutOfRange(const Rect& layer, const Extent& scene) {
@@ -254,6 +285,39 @@ int NextSelection(const std::vector<int>& hits, int selected, int layers) {
     return hits.front();
   }
   return *(found + 1);
+}
+
+int NextByKey(const std::vector<int>& shown, int selected) {
+  if (shown.empty()) {
+    return -1;
+  }
+  const auto found = std::find(shown.begin(), shown.end(), selected);
+  return found == shown.end() || found == shown.begin() ? shown.back() : *(found - 1);
+}
+
+std::optional<QPoint> ArrowStep(int key, Qt::KeyboardModifiers modifiers) {
+  // Arrows of the number pad are arrows too.
+  const Qt::KeyboardModifiers with = modifiers & ~Qt::KeypadModifier;
+  if (with != Qt::NoModifier && with != Qt::ShiftModifier) {
+    return std::nullopt;
+  }
+  const int pixels = with == Qt::ShiftModifier ? kLongStep : kStep;
+  switch (key) {
+    case Qt::Key_Left:
+      return QPoint(-pixels, 0);
+    case Qt::Key_Right:
+      return QPoint(pixels, 0);
+    case Qt::Key_Up:
+      return QPoint(0, -pixels);
+    case Qt::Key_Down:
+      return QPoint(0, pixels);
+    default:
+      return std::nullopt;
+  }
+}
+
+std::optional<Rect> Nudged(const Rect& layer, const QPoint& step, const Extent& scene) {
+  return DragTo({kDragMove, layer, {}, step}, scene);
 }
 
 // A width w whose w x 9 / 16 is whole is 16 steps of any height of 9 steps: the number of steps is

@@ -1,6 +1,7 @@
-// The decisions of the mouse on the preview, as functions of nothing but their arguments: where a
-// point of the preview lies in the scene, which corner a press grabs, how far a drag goes, where a
-// release snaps, which layer a click selects, and which preview fits the window.
+// The decisions of the mouse and the keyboard on the preview, as functions of nothing but their
+// arguments: where a point of the preview lies in the scene, which corner a press grabs and what
+// the pointer says of it, how far a drag goes, where a release snaps, which layer a click or a key
+// selects, where an arrow key moves it, and which preview fits the window.
 //
 // Coordinates: those of the window, as its mouse events give them; those of the preview, which are
 // the window's less the preview's position; and those of the scene, in which every layer lies. Both
@@ -15,6 +16,7 @@
 #define ORVANE_SHELL_PREVIEWRULES_H
 
 #include <QPoint>
+#include <Qt>
 #include <optional>
 #include <vector>
 
@@ -73,6 +75,10 @@ inline constexpr int kDragBottomRight = 2;
 // the grip of a corner on its edge takes hold of nothing.
 int DragModeAt(const Rect& selected, const QPoint& press, const Scales& scales);
 
+// What the pointer looks like there: what a press would do.
+Qt::CursorShape PointerAt(const std::optional<Rect>& selected, const QPoint& at,
+                          const Scales& scales);
+
 // One drag: its mode, the layer's rectangle at the press, the size of its source (0 x 0 when there
 // is none to know), and how far the mouse has gone since, in the scene.
 struct Drag {
@@ -93,6 +99,15 @@ std::optional<Rect> DragTo(const Drag& drag, const Extent& scene);
 // The step is too small to be applied to a layer that lies at current. A move looks at the place
 // only.
 bool IsSmallStep(int mode, const Rect& current, const Rect& next);
+
+// Whether a layer may go from one size to the other: never to one inside out, and to a larger one
+// only as far as layers may be resized. A long text is too large from the start: it may become
+// smaller in steps.
+bool MayBecome(const Rect& former, const Rect& next);
+
+// Where a text that was measured like that comes to stand when it had that place before: its size
+// only as far as it may become that. None where it had none.
+std::optional<Rect> TextPlace(const Rect& measured, const Rect& former);
 
 // No part of it is on the scene, nor touches its left or top edge.
 bool IsOutOfRange(const Rect& layer, const Extent& scene);
@@ -118,6 +133,18 @@ bool IsOnLayer(const QPoint& inScene, const Rect& layer);
 // not entries of the order. Otherwise the next hit behind the selected one, from the last to the
 // first.
 int NextSelection(const std::vector<int>& hits, int selected, int layers);
+
+// The slot that a key selects, from the topmost layer down and round again. shown: the slots that
+// are drawn, bottom first. -1 when there are none.
+int NextByKey(const std::vector<int>& shown, int selected);
+
+// How far an arrow key moves the selected layer, in the scene: a pixel, with Shift ten. None for
+// another key, and with another modifier: that is somebody else's command.
+std::optional<QPoint> ArrowStep(int key, Qt::KeyboardModifiers modifiers);
+
+// Where such a step takes the layer: as far as a drag may. It does not snap, or no key would get a
+// layer away from an edge. None where it would leave the range.
+std::optional<Rect> Nudged(const Rect& layer, const QPoint& step, const Extent& scene);
 
 // The largest preview of 16 x 9 whole steps in an area of that size; none when not even the normal
 // one fits.

@@ -4,7 +4,8 @@
 // and its closing), orvane_login.cpp (the login and the change of account), orvane_graph.cpp (the
 // fixed part of the graph, from its assembly to its end), orvane_layers.cpp (the layers of the
 // scene), orvane_preview.cpp (the mouse on the preview and the title, and the maximised state),
-// orvane_live.cpp (the broadcast).
+// orvane_undo.cpp (the keyboard on the preview, and what is taken back), orvane_scene.cpp (the
+// scene from one run to the next), orvane_live.cpp (the broadcast).
 //
 // Order of life: constructed; ShowLogin; only when the account is logged in InitGraph once; shown;
 // CloseGraph once, after the event loop has ended and before the window is destroyed. No node
@@ -34,16 +35,22 @@
 #include <QTimer>
 #include <QWidget>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "backend/BackendClient.h"
 #include "platform/KeepAwake.h"
 #include "shell/BroadcastGraph.h"
 #include "shell/BroadcastReports.h"
+#include "shell/LayerBook.h"
 #include "shell/LayerSlots.h"
 #include "shell/LiveMonitor.h"
 #include "shell/MonitorGraph.h"
 #include "shell/PreviewRules.h"
+#include "shell/RecordingDesk.h"
+#include "shell/SceneKeeper.h"
+#include "shell/SoundDesk.h"
+#include "shell/UndoSteps.h"
 #include "ui_orvane.h"
 #include "widgets/ListTextTip.h"
 
@@ -67,6 +74,10 @@ class SelectActivities;
 
 namespace shell {
 struct FileQuestion;
+}
+
+namespace widgets {
+class SceneOffer;
 }
 
 namespace support {
@@ -145,6 +156,7 @@ class orvane : public QWidget {
 
  private:
   void InitUi();
+  void AddToBar();
   void KeepPlaces();
   void FillMenus();
   void InitStyle();
@@ -154,7 +166,26 @@ class orvane : public QWidget {
   bool PressLeft(QMouseEvent* event);
   void GrabLayer(const QPoint& position);
   void DragLayer(const QPoint& position);
+  void EndDrag(QMouseEvent* event);
   void HitTestLayer(int x, int y);
+  // The pointer's shape over that point of the window.
+  void ShowPointer(const QPoint& position);
+  // Tells screen readers which layer is selected.
+  void TellSelection();
+  bool PreviewKey(const QKeyEvent& event);
+  // held: the key was pressed before, and this is no new step.
+  bool MoveSelected(const QPoint& step, bool held);
+  void AskToDeleteSelected();
+  void SelectNext();
+  // Takes back the last step.
+  void Undo();
+  void NoteStep(const shell::UndoStep& step);
+  void NoteDrag();
+  void NoteDeletion(int position);
+  void TakeBack(const shell::Placed& step);
+  void TakeBack(const shell::Swapped& step);
+  void TakeBack(const shell::Edited& step);
+  void TakeBack(const shell::Deleted& step);
   void FitPreview();
   shell::Scales PreviewScales() const;
   shell::Drag DragAt(const QPoint& position) const;
@@ -177,17 +208,49 @@ class orvane : public QWidget {
   std::string AskForFile(const shell::FileQuestion& question);
   // Corner::kYes: the layer takes the corner with its first picture.
   enum class Corner { kNo, kYes };
-  void AddSource(CSrcInterface* node, const QString& name, Corner corner = Corner::kNo);
-  void AddFilm(const std::string& path);
+  // Each gives the slot, or -1 where the scene has no room. record: what the layer is made from,
+  // and the place that it had before, if it had one.
+  int AddSource(CSrcInterface* node, const shell::LayerRecord& record, Corner corner = Corner::kNo);
+  int AddFilm(const shell::LayerRecord& record);
+  int AddTextLayer(const shell::LayerRecord& record);
   // Of the windows that the system lists, the one that is chosen in the dialog.
   void AddListedWindow();
   // Greys the rows whose source could not be opened, or whose capture was ended by the system.
   void ShowFailures();
   // Leaves the monitor mix to the films that still sound.
   void FollowSounds();
-  void AddTextLayer(const QString& text, std::uint32_t color);
-  void ListLayer(int slot, CSrcInterface* node, const QString& text, int kind);
+  void ListLayer(int slot, CSrcInterface* node, const shell::LayerRecord& record);
+  // Brings a layer to the place that it had before, if it had one.
+  void PlaceAgain(int slot, const shell::LayerRecord& record);
+  // Makes a layer from what is written down of one; -1 where it is no longer there to be made from.
+  int AddFrom(const shell::LayerRecord& record);
+  int AddWindowFrom(const shell::LayerRecord& record);
+  bool IsFreeCamera(const QString& device);
+  // How a layer stands in the scene now.
+  shell::LayerRecord RecordAt(int slot) const;
+  // Once a second: offers what the last run has left, and keeps what has changed.
+  void CareForScene();
+  shell::Scene CurrentScene() const;
+  // Nothing that is on the disk already, but at the end, whose time is what counts for the next
+  // run.
+  enum class Last { kNo, kYes };
+  void KeepScene(Last last = Last::kNo);
+  void OfferScene(const shell::Scene& scene);
+  void EndOffer();
+  void DismissScene();
+  // Brings the offered scene back, a layer at each turn of the event loop: each is opened as by
+  // hand, and ten at once would hold up the window.
+  void ReturnScene();
+  void ReturnNext();
+  void ReturnLayer(const shell::LayerRecord& record, int known);
+  void EndReturn();
   int PositionOf(int row) const;
+  int PositionAt(int slot) const;
+  int RowOf(int slot) const;
+  // Row by row, so that list and scene stay in step.
+  void BringTo(int slot, int position);
+  // The layer's rectangle; none where none is.
+  std::optional<shell::Rect> RectAt(int slot) const;
 
   Ui::orvaneClass ui;
 
@@ -209,6 +272,7 @@ class orvane : public QWidget {
   QAction* m_actAddFile = nullptr;
 
   bool m_layerMoved = false;     // the mouse moved with the button held
+  shell::Placed m_grabbed;       // the layer of the drag, as it was at the press
   std::int32_t m_dragMode = -1;  // -1 nothing, 0 move, 1 top left corner, 2 bottom right corner
   bool m_isLiving = false;       // a broadcast is running
   QTime m_liveTime{0, 0, 0, 0};  // since its start
@@ -243,15 +307,26 @@ class orvane : public QWidget {
   bool m_tipShown = false;
 
   shell::LayerSlots m_slots{&m_layers};
-  QTimer m_sourceTimer;                // looks after sources that fail or end a little later
-  bool m_changesLogin = false;         // a change of account is under way
-  backend::Until* m_logout = nullptr;  // of the logout that is out
-  int m_broadcasts = 0;                // begun so far
-  // The state of the stream and the sound meter; looks at the nodes above.
+  shell::LayerBook m_book;  // of every layer, by slot
+  shell::UndoSteps m_undo;
+  shell::SceneKeeper m_keeper;
+  shell::SavedScene m_kept;     // as it was given to the keeper last
+  bool m_sceneTouched = false;  // the operator has changed something: it is worth keeping
+  shell::Scene m_former;        // what is offered
+  std::optional<shell::SceneReturn> m_return;
+  widgets::SceneOffer* m_offer = nullptr;  // the list's, while it stands
+  bool m_retracing = false;                // what changes now is no step of the operator's
+  QTimer m_sourceTimer;                    // looks after sources that fail or end a little later
+  bool m_changesLogin = false;             // a change of account is under way
+  backend::Until* m_logout = nullptr;      // of the logout that is out
+  int m_broadcasts = 0;                    // begun so far
+  // These look at the nodes above: the state of the stream; the meter, mute and gain.
   shell::LiveMonitor m_liveMonitor{Broadcast(), m_layers};
+  shell::SoundDesk m_soundDesk{Broadcast()};
   shell::BroadcastReports m_reports{Service()};
   platform::KeepAwake m_keepAwake;  // while a broadcast runs
   QTimer m_surfaceEvents;           // empties what SDL queues for the preview's native window
+  shell::RecordingDesk m_recordingDesk{m_encoder};  // while a broadcast runs
 };
 
 #endif

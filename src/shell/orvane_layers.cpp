@@ -1,8 +1,14 @@
 // The layers of the scene: a row of the list, a slot of the renderer and a node in m_layers, kept
 // in step. Rows count from the top, the drawing order from the bottom.
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QScreen>
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <set>
+#include <vector>
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -12,6 +18,7 @@ extern "C" {
 #include "output/CRender.h"
 #include "platform/WindowSystem.h"
 #include "shell/LayerRules.h"
+#include "shell/PreviewRules.h"
 #include "shell/orvane.h"
 #include "sources/CInputDev.h"
 #include "sources/CInputFile.h"
@@ -31,6 +38,21 @@ namespace {
 
 CInputDev* NewCamera(const std::string& device) {
   return new CInputDev(false, device, 0, 0, AV_PIX_FMT_RGB24);
+}
+
+shell::LayerRecord RecordOf(shell::LayerKind kind, const QString& name,
+                            const QString& source = QString()) {
+  shell::LayerRecord record;
+  record.kind = kind;
+  record.name = name;
+  record.source = source;
+  return record;
+}
+
+shell::LayerRecord RecordOfWindow(const QString& title, platform::WindowHandle window) {
+  shell::LayerRecord record = RecordOf(shell::LayerKind::kWindow, title);
+  record.window = window;
+  return record;
 }
 
 }  // namespace
@@ -61,35 +83,57 @@ bool orvane::MayAddLayer() {
   return false;
 }
 
-void orvane::ListLayer(int slot, CSrcInterface* node, const QString& text, int kind) {
-  ui.m_tabLayer->AddRow(true, text, widgets::kRowSize, kind);
+void orvane::ListLayer(int slot, CSrcInterface* node, const shell::LayerRecord& record) {
+  const bool isText = record.kind == shell::LayerKind::kText;
+  ui.m_tabLayer->AddRow(record.shown, record.name, widgets::kRowSize,
+                        isText ? widgets::kTextLayer : widgets::kOtherLayer);
   m_slots.Keep(slot, node);
+  m_book.Add(slot, record);
+  m_sceneTouched = true;
   ShowFailures();
 }
 
-void orvane::AddSource(CSrcInterface* node, const QString& name, Corner corner) {
+// A text stands somewhere as soon as it is set; any other layer waits for its first picture.
+void orvane::PlaceAgain(int slot, const shell::LayerRecord& record) {
+  if (record.kind == shell::LayerKind::kText) {
+    const shell::Rect measured = RectAt(slot).value_or(shell::Rect());
+    if (const auto place = shell::TextPlace(measured, record.place)) {
+      m_render->PlaceLayer(slot, *place);
+    }
+  } else if (record.place.width > 0 && record.place.height > 0) {
+    m_render->PlaceLayer(slot, record.place);
+  }
+}
+
+int orvane::AddSource(CSrcInterface* node, const shell::LayerRecord& record, Corner corner) {
   const int slot = shell::LayerSlots::Link(node, m_render);
   if (slot < 0) {
     delete node;
-    return;
+    return -1;
   }
   if (corner == Corner::kYes) {
     m_render->SetLayerAutoFit(slot, 1);
   }
+  PlaceAgain(slot, record);
+  m_render->SetLayerHidden(slot, !record.shown);
   // A source that does not open tells the log; its layer is listed and stays empty.
   node->Start();
-  ListLayer(slot, node, name, widgets::kOtherLayer);
+  ListLayer(slot, node, record);
+  return slot;
 }
 
 // A film without sound is refused by the node that plays sound and picture together: another one,
 // which has no input of the mix, then takes its slot.
-void orvane::AddFilm(const std::string& path) {
+int orvane::AddFilm(const shell::LayerRecord& record) {
+  const std::string path = record.source.toStdString();
   auto* file = new CInputFile(path);
   const int slot = shell::LayerSlots::Link(file, m_render);
   if (slot < 0) {
     delete file;
-    return;
+    return -1;
   }
+  PlaceAgain(slot, record);
+  m_render->SetLayerHidden(slot, !record.shown);
   CSrcInterface* node = file;
   m_slots.LinkSound(slot, file, m_mixFrame);
   if (file->Start() < 0) {
@@ -102,7 +146,8 @@ void orvane::AddFilm(const std::string& path) {
       node->Start();
     }
   }
-  ListLayer(slot, node, shell::FileName(), widgets::kOtherLayer);
+  ListLayer(slot, node, record);
+  return slot;
 }
 
 // Most sources open before they are listed. A window is looked at by its worker, a little later,
@@ -130,9 +175,7 @@ void orvane::FollowSounds() {
 
 void orvane::SlotAddDesk() {
   if (MayAddLayer()) {
-    AddSource(new CInputDev(false, m_catalogue->VideoDevice(0).toStdString(),
-                            m_catalogue->renderWidth, m_catalogue->renderHeight, AV_PIX_FMT_RGB24),
-              shell::DeskName());
+    AddFrom(RecordOf(shell::LayerKind::kDesk, shell::DeskName()));
   }
   m_WndMenu.close();
 }
@@ -143,7 +186,9 @@ void orvane::SlotAddCamera() {
     m_camDlg = new CCamDlg(this);
     ShadowOnce(m_camDlg, &m_camShadow, this);
     if (m_camDlg->exec() == QDialog::Accepted && !m_camDlg->DeviceName().empty()) {
-      AddSource(NewCamera(m_camDlg->DeviceName()), shell::CameraName());
+      const std::string device = m_camDlg->DeviceName();
+      AddSource(NewCamera(device), RecordOf(shell::LayerKind::kCamera, shell::CameraName(),
+                                            QString::fromStdString(device)));
     }
   }
   m_WndMenu.close();
@@ -153,7 +198,8 @@ void orvane::SlotAddWindow() {
   if (MayAddLayer()) {
     if (platform::WindowSystem::Current().HasPicker()) {
       // The system asks which one; the layer waits for the answer.
-      AddSource(new CWndCapture(platform::kPickedWindow), shell::WindowName());
+      AddSource(new CWndCapture(platform::kPickedWindow),
+                RecordOfWindow(shell::WindowName(), platform::kPickedWindow));
     } else {
       AddListedWindow();
     }
@@ -166,7 +212,8 @@ void orvane::AddListedWindow() {
   m_wndDlg = new ActivitiesWndDlg(this);
   ShadowOnce(m_wndDlg, &m_wndShadow, this);
   if (m_wndDlg->exec() == QDialog::Accepted) {
-    AddSource(new CWndCapture(m_wndDlg->selectedWnd), m_wndDlg->selectedTitle);
+    AddSource(new CWndCapture(m_wndDlg->selectedWnd),
+              RecordOfWindow(m_wndDlg->selectedTitle, m_wndDlg->selectedWnd));
   }
 }
 
@@ -175,27 +222,42 @@ void orvane::SlotAddText() {
     MakeTextDialog();
     ShadowOnce(m_textDlg, &m_textShadow, this);
     if (m_textDlg->exec() == QDialog::Accepted && !m_textDlg->text.isEmpty()) {
-      AddTextLayer(m_textDlg->text, m_textDlg->color);
+      shell::LayerRecord record = RecordOf(shell::LayerKind::kText, m_textDlg->text);
+      record.color = m_textDlg->color;
+      AddTextLayer(record);
     }
   }
   m_TuCMenu.close();
 }
 
 // The overlay in the renderer draws the text: the node has no thread, it only stands for the layer.
-void orvane::AddTextLayer(const QString& text, std::uint32_t color) {
+// Nothing of it is seen before it stands where it belongs.
+int orvane::AddTextLayer(const shell::LayerRecord& record) {
   const int slot = shell::LayerSlots::Take(m_render);
   if (slot < 0) {
-    return;
+    return -1;
   }
-  m_render->SetLayerText(slot, color, text.toStdString());
-  ListLayer(slot, new CSrcInterface(0, 1), text, widgets::kTextLayer);
+  shell::LayerRecord text = record;
+  if (text.measured.isEmpty()) {
+    text.measured = text.name;
+  }
+  m_render->SetLayerHidden(slot, true);
+  m_render->SetLayerText(slot, text.color, text.measured.toStdString());
+  PlaceAgain(slot, text);
+  if (text.name != text.measured) {
+    m_render->SetLayerText(slot, text.color, text.name.toStdString());
+  }
+  m_render->SetLayerHidden(slot, !text.shown);
+  ListLayer(slot, new CSrcInterface(0, 1), text);
+  return slot;
 }
 
 void orvane::SlotAddPic() {
   if (MayAddLayer()) {
     const std::string path = AskForFile(shell::PictureQuestion());
     if (!path.empty()) {
-      AddSource(new CInputPic(path), shell::PictureName());
+      AddSource(new CInputPic(path), RecordOf(shell::LayerKind::kPicture, shell::PictureName(),
+                                              QString::fromStdString(path)));
     }
   }
   m_TuCMenu.close();
@@ -205,7 +267,7 @@ void orvane::SlotAddFile() {
   if (MayAddLayer()) {
     const std::string path = AskForFile(shell::MediaQuestion());
     if (!path.empty()) {
-      AddFilm(path);
+      AddFilm(RecordOf(shell::LayerKind::kFilm, shell::FileName(), QString::fromStdString(path)));
     }
   }
   m_TuCMenu.close();
@@ -230,17 +292,81 @@ void orvane::AddDefaultLayers() {
   const QString camera = m_catalogue->VideoDevice(1);
   if (!camera.isEmpty()) {
     // It takes the corner with its first picture.
-    AddSource(NewCamera(camera.toStdString()), shell::CameraName(), Corner::kYes);
+    AddSource(NewCamera(camera.toStdString()),
+              RecordOf(shell::LayerKind::kCamera, shell::CameraName(), camera), Corner::kYes);
   }
   connect(ui.m_tabLayer, &MyListView::changeItem, this, &orvane::SlotChangeItem);
   connect(ui.m_tabLayer, &MyListView::editItem, this, &orvane::SlotEditItem);
   connect(ui.m_tabLayer, &MyListView::visibleSignal, this, &orvane::SlotvisibleSignal);
+  // So every run begins: there is nothing in it of the operator's yet.
+  m_book.MarkFirst();
+  m_sceneTouched = false;
+}
+
+// Layers that were there before.
+
+int orvane::AddFrom(const shell::LayerRecord& record) {
+  const std::string source = record.source.toStdString();
+  switch (record.kind) {
+    case shell::LayerKind::kDesk:
+      return AddSource(
+          new CInputDev(false, m_catalogue->VideoDevice(0).toStdString(), m_catalogue->renderWidth,
+                        m_catalogue->renderHeight, AV_PIX_FMT_RGB24),
+          record);
+    case shell::LayerKind::kCamera:
+      return IsFreeCamera(record.source) ? AddSource(NewCamera(source), record) : -1;
+    case shell::LayerKind::kWindow:
+      return AddWindowFrom(record);
+    case shell::LayerKind::kText:
+      return AddTextLayer(record);
+    case shell::LayerKind::kPicture:
+      return QFileInfo(record.source).isFile() ? AddSource(new CInputPic(source), record) : -1;
+    case shell::LayerKind::kFilm:
+      return QFileInfo(record.source).isFile() ? AddFilm(record) : -1;
+  }
+  return -1;
+}
+
+// Behind the desktop, which stands first.
+bool orvane::IsFreeCamera(const QString& device) {
+  m_catalogue->RefreshDevices();
+  std::vector<QString> devices;
+  m_catalogue->CopyVideoDevices(&devices);
+  const auto contains = [&](auto begin, auto end) { return std::find(begin, end, device) != end; };
+  const std::vector<QString>& used = m_catalogue->usedVideoDevices;
+  return !devices.empty() && contains(devices.begin() + 1, devices.end()) &&
+         !contains(used.begin(), used.end());
+}
+
+// In the same run by its handle, whatever its title has become. Where the system itself asks for
+// the window, it asks again.
+int orvane::AddWindowFrom(const shell::LayerRecord& record) {
+  shell::LayerRecord again = record;
+  if (platform::WindowSystem::Current().HasPicker()) {
+    again.window = platform::kPickedWindow;
+  } else if (again.window == 0) {
+    std::map<platform::WindowHandle, QString> windows;
+    m_catalogue->ListWindows(&windows);
+    std::set<platform::WindowHandle> taken;
+    for (const auto& [slot, node] : m_layers) {
+      taken.insert(RecordAt(slot).window);
+    }
+    again.window = shell::WindowOfTitle(windows, record.name, taken);
+  }
+  return again.window != 0 ? AddSource(new CWndCapture(again.window), again) : -1;
 }
 
 // What the list asks for.
 
 int orvane::PositionOf(int row) const {
   return shell::PositionOfRow(ui.m_tabLayer->RowCount(), row);
+}
+
+std::optional<shell::Rect> orvane::RectAt(int slot) const {
+  shell::Rect rect;
+  const bool isThere =
+      m_render->GetLayerRect(slot, &rect.x, &rect.y, &rect.width, &rect.height) == 0;
+  return isThere ? std::optional<shell::Rect>(rect) : std::nullopt;
 }
 
 void orvane::RecvDeleteSignal(int row, int kind, QPoint point) {
@@ -253,12 +379,20 @@ void orvane::RecvDeleteSignal(int row, int kind, QPoint point) {
 
 void orvane::SlotDeleteItem(int row) {
   const int position = PositionOf(row);
+  NoteDeletion(position);
   ui.m_tabLayer->RemoveRow(row);
+  m_book.Remove(m_render->LayerAt(position));
   m_slots.Drop(position, m_render);
+  TellSelection();
 }
 
 void orvane::SlotChangeItem(int fristRow, int secondRow) {
-  m_render->SwapLayers(PositionOf(fristRow), PositionOf(secondRow));
+  const int first = PositionOf(fristRow);
+  const int second = PositionOf(secondRow);
+  if (m_render->SwapLayers(first, second) == 0 && first != second) {
+    NoteStep(shell::Swapped{m_book.IdAt(m_render->LayerAt(first)),
+                            m_book.IdAt(m_render->LayerAt(second))});
+  }
 }
 
 void orvane::SlotEditItem(int row) {
@@ -270,12 +404,23 @@ void orvane::SlotEditItem(int row) {
   const auto layer = m_layers.find(slot);
   if (layer != m_layers.end() && layer->second != nullptr) {
     m_render->SetLayerText(slot, m_textDlg->color, m_textDlg->text.toStdString());
+    shell::LayerRecord* record = m_book.Find(slot);
+    if (record != nullptr && record->kind == shell::LayerKind::kText) {
+      NoteStep(shell::Edited{m_book.IdAt(slot), record->name, record->color});
+      record->name = m_textDlg->text;
+      record->color = m_textDlg->color;
+    }
   }
   ui.m_tabLayer->SetRowText(row, m_textDlg->text);
 }
 
 void orvane::SlotvisibleSignal(int row, bool vis) {
-  m_render->SetLayerHidden(m_render->LayerAt(PositionOf(row)), !vis);
+  const int slot = m_render->LayerAt(PositionOf(row));
+  m_render->SetLayerHidden(slot, !vis);
+  if (shell::LayerRecord* record = m_book.Find(slot)) {
+    record->shown = vis;
+    m_sceneTouched = true;
+  }
 }
 
 // The tip with a row's whole name.

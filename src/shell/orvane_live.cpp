@@ -115,15 +115,20 @@ void orvane::StartBroadcast(const ActivityInfo& activity) {
   const QSize size = shell::StreamSize(m_actDlg->Quality());
   shell::BroadcastSettings settings;
   settings.systemSound = m_catalogue->AudioDevice(0).toStdString();
-  settings.microphone = m_catalogue->AudioDevice(1).toStdString();
+  settings.microphone = m_soundDesk.Microphone();
+  settings.systemSoundMix = m_soundDesk.Mix(SoundMeter::kSystemSound);
+  settings.microphoneMix = m_soundDesk.Mix(SoundMeter::kMicrophone);
   settings.url = activity.publishUrl.toStdString();
   settings.watchUrl = activity.rtmpLiveUrl.toStdString();
   settings.width = size.width();
   settings.height = size.height();
+  m_soundDesk.LetGo();
   shell::StartBroadcast(Broadcast(), settings, m_render);
+  m_recordingDesk.Begin(activity.title);
   // For hours perhaps, in which nobody touches the machine.
   m_keepAwake.Begin(QStringLiteral("正在直播").toStdString());
-  m_liveMonitor.Begin(!settings.microphone.empty());
+  m_soundDesk.BeginBroadcast(settings.microphone);
+  m_liveMonitor.Begin();
 
   // The broadcast doesn't depend on the service's word. A second press while it is waited for stops
   // the broadcast inside this wait, and the address is written all the same.
@@ -144,8 +149,10 @@ void orvane::StopBroadcast() {
   m_liveTimer.stop();
   m_liveTime = QTime(0, 0, 0, 0);
   ui.startTime->setText(shell::ClockText(m_liveTime));
+  m_recordingDesk.End();
   m_liveMonitor.End();
   shell::StopBroadcast(Broadcast(), m_render);
+  m_soundDesk.EndBroadcast();
   m_keepAwake.End();
 }
 
@@ -169,6 +176,7 @@ void orvane::LeaveBroadcast() {
   // The service is told in a loop that takes clicks too: none may start a broadcast any more.
   hide();
   setEnabled(false);
+  m_recordingDesk.Leave();
   if (m_isLiving) {
     StopBroadcast();
   }

@@ -41,6 +41,10 @@ void orvane::mousePressEvent(QMouseEvent* event) {
   if (m_render != nullptr && event->y() >= ui.m_renderWgt->y()) {
     GrabLayer(event->pos());
   }
+  if (ui.m_renderWgt->geometry().contains(event->pos())) {
+    // The next key is meant for what is pressed on.
+    ui.m_renderWgt->setFocus(Qt::MouseFocusReason);
+  }
 }
 
 // False at the edge of the window, where a press does nothing.
@@ -70,11 +74,11 @@ bool orvane::PressLeft(QMouseEvent* event) {
 
 void orvane::GrabLayer(const QPoint& position) {
   m_pressPos = position;
-  shell::Rect rect;
-  if (m_render->selectedLayer >= 0 &&
-      m_render->GetLayerRect(m_render->selectedLayer, &rect.x, &rect.y, &rect.width,
-                             &rect.height) == 0) {
-    m_pressRect = rect;
+  const int selected = m_render->selectedLayer;
+  m_grabbed = {};
+  if (const std::optional<shell::Rect> rect = RectAt(selected)) {
+    m_pressRect = *rect;
+    m_grabbed = {m_book.IdAt(selected), *rect};
   }
   m_dragMode = shell::DragModeAt(m_pressRect, position - ui.m_renderWgt->pos(), PreviewScales());
 }
@@ -85,6 +89,8 @@ void orvane::mouseMoveEvent(QMouseEvent* event) {
     // A dialog that opened over the window may have swallowed the release.
     m_leftDown = false;
     m_wndDrag = false;
+    NoteDrag();
+    ShowPointer(event->pos());
   }
   if (m_wndDrag) {
     m_dragTo = event->globalPos();
@@ -130,6 +136,14 @@ void orvane::DragLayer(const QPoint& position) {
 }
 
 void orvane::mouseReleaseEvent(QMouseEvent* event) {
+  EndDrag(event);
+  if (event->button() == Qt::LeftButton) {
+    NoteDrag();
+    ShowPointer(event->pos());
+  }
+}
+
+void orvane::EndDrag(QMouseEvent* event) {
   const bool left = event->button() == Qt::LeftButton;
   if (left) {
     m_leftDown = false;
@@ -162,6 +176,7 @@ void orvane::HitTestLayer(int x, int y) {
   const QPoint onPreview = QPoint(x, y) - ui.m_renderWgt->pos();
   if (!shell::IsOnPreview(onPreview, scales.preview)) {
     m_render->selectedLayer = -1;
+    TellSelection();
     return;
   }
   const QPoint inScene = shell::ToScene(onPreview, scales);
@@ -180,6 +195,20 @@ void orvane::HitTestLayer(int x, int y) {
   m_render->CopyLayerOrder(&order);
   m_render->selectedLayer =
       shell::NextSelection(hits, m_render->selectedLayer, static_cast<int>(order.size()));
+  TellSelection();
+}
+
+// The whole window's, since the preview shows that of its window where it has none of its own: SDL,
+// which draws there, takes an own one away as often as the mouse enters.
+void orvane::ShowPointer(const QPoint& position) {
+  Qt::CursorShape shape = Qt::ArrowCursor;
+  if (m_render != nullptr && ui.m_renderWgt->geometry().contains(position)) {
+    shape = shell::PointerAt(RectAt(m_render->selectedLayer), position - ui.m_renderWgt->pos(),
+                             PreviewScales());
+  }
+  if (cursor().shape() != shape) {
+    setCursor(shape);
+  }
 }
 
 void orvane::mouseDoubleClickEvent(QMouseEvent* event) {

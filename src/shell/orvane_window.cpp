@@ -1,9 +1,11 @@
 // The window: its form and look, its place and shape, its closing, and the preview surface.
 #include <QBitmap>
 #include <QGuiApplication>
+#include <QKeySequence>
 #include <QNetworkReply>
 #include <QPainter>
 #include <QScreen>
+#include <QShortcut>
 #include <cstdio>
 
 #include "backend/BackendClient.h"
@@ -80,13 +82,29 @@ void orvane::InitUi() {
   ui.startTime->setText(shell::ClockText(m_liveTime));
   ui.startTime->hide();
   ui.m_LiveBtn->hide();
-  m_liveMonitor.AddTo(ui.buttomLayout, ui.startTime);
+  AddToBar();
   KeepPlaces();
   setTabOrder(ui.m_AddTuC, ui.m_tabLayer->Keys());
-  setTabOrder(ui.m_tabLayer->Keys(), ui.m_BtnMin);
+  setTabOrder(ui.m_tabLayer->Keys(), ui.m_renderWgt);
+  setTabOrder(ui.m_renderWgt, ui.m_BtnMin);
   // With the keyboard on no control, a key that was meant for the login presses nothing here.
   setFocus();
   ConnectUi();
+}
+
+// Behind the clock the state of the stream, and the sound meter behind that; behind the live button
+// the switch of the recording. The keyboard comes to the switch, and then to the meter's controls,
+// after the live button, which is reached from the activity as ever.
+void orvane::AddToBar() {
+  m_soundDesk.AddTo(ui.buttomLayout, ui.startTime);
+  m_liveMonitor.AddTo(ui.buttomLayout, ui.startTime);
+  m_recordingDesk.AddTo(ui.buttomLayout, ui.m_LiveBtn);
+  QWidget* before = m_recordingDesk.Control();
+  setTabOrder(ui.m_LiveBtn, before);
+  for (QWidget* control : m_soundDesk.Controls()) {
+    setTabOrder(before, control);
+    before = control;
+  }
 }
 
 // The live button must not move under the mouse that has just pressed it: what comes and goes
@@ -135,6 +153,14 @@ void orvane::ConnectUi() {
   connect(m_actAddPic, &QAction::triggered, this, &orvane::SlotAddPic);
   connect(m_actAddFile, &QAction::triggered, this, &orvane::SlotAddFile);
   connect(ui.m_tabLayer, &MyListView::deleteItem, this, &orvane::RecvDeleteSignal);
+  ui.m_renderWgt->Watch([this](const QKeyEvent& event) { return PreviewKey(event); },
+                        [this] { setCursor(Qt::ArrowCursor); });
+  auto* undo = new QShortcut(QKeySequence(QKeySequence::Undo), this);
+  undo->setAutoRepeat(false);
+  connect(undo, &QShortcut::activated, this, &orvane::Undo);
+  auto* mute = new QShortcut(QKeySequence(QStringLiteral("Ctrl+M")), this);
+  mute->setAutoRepeat(false);  // a key that is held mutes once
+  connect(mute, &QShortcut::activated, this, [this] { m_soundDesk.ToggleMicrophone(); });
 }
 
 void orvane::CenterOnScreen() {

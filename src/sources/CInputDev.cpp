@@ -60,7 +60,7 @@ int CInputDev::Start() {
     return -1;
   }
   if (IsCamera()) {
-    DeviceCatalogue::Instance()->usedVideoDevices.push_back(QString::fromStdString(m_deviceName));
+    DeviceCatalogue::Instance()->usedVideoDevices.push_back(QString::fromStdString(DeviceName()));
   }
   return 0;
 }
@@ -70,7 +70,7 @@ int CInputDev::Open() {
     return Fail("there is no memory");
   }
   platform::OpenResult opened =
-      platform::CaptureLayer::Current().Open(Kind(m_isAudio), m_deviceName);
+      platform::CaptureLayer::Current().Open(Kind(m_isAudio), DeviceName());
   m_lacksSharing = opened.failure == platform::OpenFailure::NoSharing;
   if (opened.stream == nullptr) {
     std::printf(opened.failure == platform::OpenFailure::NoStreamFormat
@@ -94,8 +94,22 @@ int CInputDev::Open() {
   return 0;
 }
 
+std::string CInputDev::DeviceName() const {
+  const platform::Lock lock(m_nameLock);
+  return m_deviceName;
+}
+
+bool CInputDev::SwitchTo(const std::string& deviceName) {
+  if (!m_running || !m_isAudio || !m_device->SwitchTo(deviceName)) {
+    return false;
+  }
+  const platform::Lock lock(m_nameLock);
+  m_deviceName = deviceName;
+  return true;
+}
+
 std::string CInputDev::Whose() const {
-  return "capture of \"" + m_deviceName + "\"";
+  return "capture of \"" + DeviceName() + "\"";
 }
 
 int CInputDev::Fail(const std::string& cause) {
@@ -123,7 +137,7 @@ int CInputDev::Stop() {
 
   if (IsCamera()) {
     std::vector<QString>& used = DeviceCatalogue::Instance()->usedVideoDevices;
-    const auto mine = std::find(used.begin(), used.end(), QString::fromStdString(m_deviceName));
+    const auto mine = std::find(used.begin(), used.end(), QString::fromStdString(DeviceName()));
     if (mine != used.end()) {
       used.erase(mine);
     }
@@ -136,7 +150,7 @@ bool CInputDev::IsAsking() const {
 }
 
 bool CInputDev::IsCamera() const {
-  return !m_isAudio && m_deviceName.find(platform::kDesktopName) == std::string::npos;
+  return !m_isAudio && DeviceName().find(platform::kDesktopName) == std::string::npos;
 }
 
 void CInputDev::CloseDevice() {
@@ -205,8 +219,20 @@ void CInputDev::HandleFrame() {
 }
 
 void CInputDev::PushSound(AVFrame* sound) {
-  m_level.Add(reinterpret_cast<const std::int16_t*>(sound->data[0]),
-              sound->nb_samples * sources::kSoundChannels);
+  if (m_gain.Begin()) {
+    const int result = av_frame_make_writable(sound);
+    if (result < 0) {
+      // Rather a hole than what was muted.
+      m_conversionFault.Tell(Whose(), "its sound can't be changed", result);
+      return;
+    }
+  }
+  auto* samples = reinterpret_cast<std::int16_t*>(sound->data[0]);
+  m_gain.Amplify(samples, sound->nb_samples);
+  m_level.Add(samples, sound->nb_samples * sources::kSoundChannels);
+  m_gain.Mute(samples, sound->nb_samples);
+  // Demuxers pad, and so does a copy; downstream linesize[0] is the payload.
+  sound->linesize[0] = sound->nb_samples * sources::kSoundFrameBytes;
   sound->pts = SDL_GetTicks();
   PushAudio(sound, 0);
 }
@@ -214,8 +240,6 @@ void CInputDev::PushSound(AVFrame* sound) {
 void CInputDev::HandleAudio() {
   sources::CompleteLayout(m_decoded);
   if (sources::IsGraphSound(m_decoded)) {
-    // Demuxers pad; downstream linesize[0] is the payload.
-    m_decoded->linesize[0] = m_decoded->nb_samples * sources::kSoundFrameBytes;
     PushSound(m_decoded);
     return;
   }
@@ -229,7 +253,6 @@ void CInputDev::HandleAudio() {
     return;
   }
   sound->nb_samples = samples;
-  sound->linesize[0] = samples * sources::kSoundFrameBytes;
   PushSound(sound.Get());
 }
 

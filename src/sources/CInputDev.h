@@ -9,6 +9,10 @@
 // A picture that arrives as wanted, with packed rows, passes through uncopied. A source whose
 // picture changes size is scaled to the size it had first.
 //
+// Sound leaves with the gain and the mute of SetMix (see SoundGain.h); what is measured of it is
+// what is sent, or would be if it were not muted. What was muted is never sent, not even where
+// there is no memory to silence it: the block is left out.
+//
 // How it does can be looked at meanwhile: Delivered counts what the device itself has given, so one
 // that stands still is a device that froze, fell silent or ended. Pictures count as they come,
 // whatever they show: a camera that hangs gives none. The desktop gives one 25 times a second,
@@ -18,8 +22,10 @@
 // filling doesn't count.
 //
 // Threads: Start, Stop and deletion on the user interface thread, which is also the only one to
-// touch the catalogue's list of used cameras. The worker touches the decoder, the converters and
-// the frames from Start to Stop. Delivered and TakeLevel may be called on any one thread.
+// touch the catalogue's list of used cameras, and SwitchTo between Start and Stop. The worker
+// touches the decoder, the converters and the frames from Start to Stop. Delivered and TakeLevel
+// may be called on any one thread, SetMix and DeviceName on any: the name has a lock of its own,
+// since the worker puts it into the log.
 //
 // Failure: a device that can't be opened makes Start negative. Of a sound server that doesn't
 // answer that is not known in time: Start is then 0, the sound silence, and HasOpened false until
@@ -41,7 +47,9 @@
 #include "media/ffmpeg/LogOnce.h"
 #include "media/ffmpeg/PixelConvert.h"
 #include "platform/CaptureLayer.h"
+#include "platform/Lock.h"
 #include "platform/Size.h"
+#include "sources/SoundGain.h"
 #include "sources/SoundLevel.h"
 #include "sources/StereoConvert.h"
 
@@ -58,7 +66,10 @@ class CInputDev : public CSrcInterface {
   int Stop() override;
 
   bool IsAudio() const { return m_isAudio; }
-  const std::string& DeviceName() const { return m_deviceName; }
+  std::string DeviceName() const;
+  // Sound of another listed device from now on, without a break: silence until that one gives some.
+  // False where that can't be; the node then stays with its device.
+  bool SwitchTo(const std::string& deviceName);
   // Pictures or blocks of sound that have come from the device since Start.
   std::uint64_t Delivered() const { return m_delivered; }
   // False while a device that did not answer at Start is still to be opened: it is silent until
@@ -69,8 +80,11 @@ class CInputDev : public CSrcInterface {
   // True when it failed because nothing in this session shares the screen, at Start or, where that
   // was not known in time, after it. Any thread.
   bool LacksSharing() const { return m_lacksSharing; }
-  // How loud what was pushed since the last call is; of sound only.
+  // How loud what came since the last call goes out, or would if it were not muted; of sound only.
   sources::SoundMeasure TakeLevel() { return m_level.Take(); }
+  // From the next block of sound on, by ramps; what is set before Start holds from the first
+  // sample.
+  void SetMix(const sources::SoundMix& mix) { m_gain.Set(mix); }
 
  protected:
   // Opens device and decoder; 0 or -1.
@@ -96,7 +110,8 @@ class CInputDev : public CSrcInterface {
   void CloseDevice();
 
   bool m_isAudio;
-  std::string m_deviceName;
+  mutable platform::Mutex m_nameLock;
+  std::string m_deviceName ORVANE_GUARDED_BY(m_nameLock);
   int m_pixelFormat;
   std::unique_ptr<platform::CaptureStream> m_device;  // null until Start
   int m_streamIndex = -1;
@@ -114,6 +129,7 @@ class CInputDev : public CSrcInterface {
 
   std::atomic<std::uint64_t> m_delivered{0};  // written by the worker
   sources::SoundLevel m_level;                // the worker adds
+  sources::SoundGain m_gain;                  // the worker's, but for what is wanted
   AVPacket* m_packet;                         // worker only, used again for every read
   ffmpeg::FramePool m_pictures;               // worker only
   platform::Size m_outputSize;        // worker only; 0 x 0 until a picture has needed converting

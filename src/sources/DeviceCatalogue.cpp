@@ -119,6 +119,12 @@ QString DeviceCatalogue::VideoDevice(int index) const {
   return At(videoDevices, index);
 }
 
+std::vector<QString> DeviceCatalogue::Microphones() const {
+  std::vector<QString> names = Listed(platform::CaptureKind::Audio, platform::kSystemSoundName);
+  names.erase(names.begin());
+  return names;
+}
+
 void DeviceCatalogue::CopyVideoDevices(std::vector<QString>* names) const {
   *names = videoDevices;
 }

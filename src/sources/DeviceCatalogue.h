@@ -54,6 +54,8 @@ class DeviceCatalogue {
   void RefreshDevices();
   QString AudioDevice(int index) const;
   QString VideoDevice(int index) const;
+  // Those that are there now, asked for anew, for a choice; the lists stay as they are.
+  std::vector<QString> Microphones() const;
   // Replaces *names.
   void CopyVideoDevices(std::vector<QString>* names) const;
 

@@ -6,6 +6,15 @@
 
 namespace widgets {
 
+namespace {
+
+bool IsCommand(const QKeyEvent& event) {
+  return event.modifiers().testFlag(Qt::ControlModifier) && event.key() >= Qt::Key_A &&
+         event.key() <= Qt::Key_Z;
+}
+
+}  // namespace
+
 CellKeys::CellKeys(QListView* list) : QWidget(list->viewport()), m_list(list) {
   setFocusPolicy(Qt::TabFocus);
   setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -47,9 +56,10 @@ void CellKeys::Follow() {
   setAccessibleName(Name(Index()));
 }
 
-// Before the window's own keys (its default button, its shortcuts) see it.
+// Before the window's own keys (its default button, its shortcuts) see it; but the window's
+// commands, Ctrl with a letter, are meant wherever the keyboard is.
 bool CellKeys::event(QEvent* event) {
-  if (event->type() == QEvent::ShortcutOverride) {
+  if (event->type() == QEvent::ShortcutOverride && !IsCommand(*static_cast<QKeyEvent*>(event))) {
     event->accept();
     return true;
   }

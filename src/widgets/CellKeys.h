@@ -2,7 +2,7 @@
 //
 // The cursor is an empty widget over one cell of the list, reached by Tab; the ring that shows
 // where the keyboard is stands around it. Arrow keys move it, Enter and Space press what it stands
-// on. A list without rows has no cursor.
+// on; Ctrl with a letter stays the window's. A list without rows has no cursor.
 //
 // Ownership: a child of the list's viewport. Threads: user interface thread only.
 #ifndef ORVANE_WIDGETS_CELLKEYS_H

@@ -76,8 +76,20 @@ bool LayerKeys::Step(QKeyEvent* event) {
     case Qt::Key_Right:
       StepAside(1);
       return true;
+    case Qt::Key_Delete:
+      AskToDelete(event);
+      return true;
     default:
       return false;
+  }
+}
+
+// As the bin does, which a hidden row does not have.
+void LayerKeys::AskToDelete(const QKeyEvent* event) {
+  const QModelIndex index = Index();
+  if (!event->isAutoRepeat() && RecordOf(index).visible) {
+    const QRect bin = DeleteRect(m_layers->visualRect(index));
+    m_layers->deleteSlot(index, m_layers->viewport()->mapToGlobal(bin.center()));
   }
 }
 

@@ -1,6 +1,7 @@
 // The layer list by keyboard: Up and Down go from row to row, Left and Right between a row's eye,
-// its pencil (a text's) and its bin, Enter and Space press them, and Ctrl with Up or Down lets the
-// row change places with its neighbour. A hidden row has its eye alone, as for the mouse.
+// its pencil (a text's) and its bin, Enter and Space press them, Delete is the bin from anywhere in
+// the row, and Ctrl with Up or Down lets the row change places with its neighbour. A hidden row has
+// its eye alone, as for the mouse.
 //
 // The row with the cursor is the list's current one, so that its buttons show.
 //
@@ -39,6 +40,7 @@ class LayerKeys : public CellKeys {
   // The part that the cursor stands on; in a row without it, the nearest on its left.
   RowPart PartIn(const QModelIndex& index) const;
   void StepAside(int by);
+  void AskToDelete(const QKeyEvent* event);
 
   MyListView* m_layers;
   RowPart m_part = RowPart::kEye;

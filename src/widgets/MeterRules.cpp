@@ -7,6 +7,8 @@ namespace widgets {
 
 namespace {
 
+constexpr int kWheelNotch = 120;  // eighths of a degree
+
 void AdvanceHold(MeterState* state, double seconds) {
   state->holdSeconds += seconds;
   if (state->peak >= state->hold) {
@@ -55,6 +57,30 @@ double MeterShare(double db) {
   return std::clamp((db - kMeterFloor) / -kMeterFloor, 0.0, 1.0);
 }
 
+bool operator==(const MeterLook& one, const MeterLook& other) {
+  return one.peak == other.peak && one.rms == other.rms && one.hold == other.hold &&
+         one.zone == other.zone && one.figure == other.figure && one.warns == other.warns;
+}
+
+MeterLook LookOf(const std::optional<MeterState>& state, bool refused, int width) {
+  MeterLook look;
+  if (!state) {
+    look.figure = refused ? QStringLiteral("失败") : QStringLiteral("—");
+    look.warns = refused;
+    return look;
+  }
+  const auto reach = [width](double db) {
+    return static_cast<int>(std::lround(width * MeterShare(db)));
+  };
+  look.peak = reach(state->peak);
+  look.rms = reach(state->rms);
+  look.hold = reach(state->hold);
+  look.zone = ZoneOf(state->peak);
+  look.figure = MeterFigure(*state);
+  look.warns = IsLongSilent(*state);
+  return look;
+}
+
 MeterZone ZoneOf(double db) {
   if (db >= kAlarmFrom) {
     return MeterZone::kAlarm;
@@ -74,6 +100,25 @@ QString MeterText(const QString& name, const MeterState& state) {
 
 QString MeterFigure(const MeterState& state) {
   return IsSilent(state) ? QStringLiteral("无声") : QString::number(Whole(state.hold));
+}
+
+QString GainText(int db) {
+  return QStringLiteral("%1%2 dB").arg(db > 0 ? QStringLiteral("+") : QString()).arg(db);
+}
+
+QString MixText(bool muted, int gainDb) {
+  QString text = muted ? QStringLiteral("，已静音") : QString();
+  if (gainDb != 0) {
+    text += QStringLiteral("，增益 %1").arg(GainText(gainDb));
+  }
+  return text;
+}
+
+int WheelSteps(int delta, int* rest) {
+  *rest += delta;
+  const int steps = *rest / kWheelNotch;
+  *rest -= steps * kWheelNotch;
+  return steps;
 }
 
 }  // namespace widgets

@@ -1,4 +1,5 @@
-// How a sound meter moves and what it says: the ballistics, apart from their drawing.
+// How a sound meter moves, what it says, and how its gain is turned: the ballistics, apart from
+// their drawing.
 //
 // Flow: a measure of the sound since the last look goes in with the time that has passed, and the
 // state of the meter comes out. Levels are in dBFS, a sample of full scale being 0; the RMS is the
@@ -13,6 +14,7 @@
 #define ORVANE_WIDGETS_METERRULES_H
 
 #include <QString>
+#include <optional>
 
 namespace widgets {
 
@@ -55,6 +57,21 @@ MeterState AdvanceMeter(const MeterState& state, const MeterMeasure& measure, do
 bool IsSilent(const MeterState& state);
 bool IsLongSilent(const MeterState& state);
 
+// What is seen of a row, so that nothing is painted again that looks the same.
+struct MeterLook {
+  int peak = 0;  // from the bar's left edge, in pixels
+  int rms = 0;
+  int hold = 0;
+  MeterZone zone = MeterZone::kGood;
+  QString figure;
+  bool warns = false;  // the figure stands out
+};
+bool operator==(const MeterLook& one, const MeterLook& other);
+
+// Of a bar of that width. state: nullopt without a device, which is there but did not open where it
+// was refused.
+MeterLook LookOf(const std::optional<MeterState>& state, bool refused, int width);
+
 // Where a level stands between the floor (0) and full scale (1).
 double MeterShare(double db);
 
@@ -64,6 +81,14 @@ MeterZone ZoneOf(double db);
 QString MeterText(const QString& name, const MeterState& state);
 // The figure beside the bar: the held peak, or that there is no sound.
 QString MeterFigure(const MeterState& state);
+// "+3 dB", "0 dB", "-60 dB".
+QString GainText(int db);
+// What follows the row's level in words; empty for a sound that is neither muted nor changed.
+QString MixText(bool muted, int gainDb);
+
+// The decibels that a turn of the wheel is worth, one for each notch. delta: as Qt counts it, in
+// eighths of a degree, less at a time from fine wheels; *rest keeps what is no whole notch yet.
+int WheelSteps(int delta, int* rest);
 
 }  // namespace widgets
 

@@ -114,6 +114,13 @@ void MyListView::SetRowText(int row, QString text) {
   viewport()->update();
 }
 
+void MyListView::SetRowVisible(int row, bool visible) {
+  const QModelIndex index = model->index(row, 0);
+  if (index.isValid() && RecordOf(index).visible != visible) {
+    SetVisible(index, visible);
+  }
+}
+
 void MyListView::SetRowFailure(int row, QString cause) {
   const QModelIndex index = model->index(row, 0);
   if (index.data(widgets::kFailureRole).toString() != cause) {

@@ -52,6 +52,8 @@ class MyListView : public QListView {
   // On top of the list. kind: 0 for a text, 1 for every other layer.
   void AddRow(bool visible, QString text, QSize size, int kind);
   void SetRowText(int row, QString text);
+  // As the row's eye does, and visibleSignal tells so. Nothing where it is so already.
+  void SetRowVisible(int row, bool visible);
   // The layer's source could not be opened: its row is grey and its tip says the cause. Empty: it
   // could.
   void SetRowFailure(int row, QString cause);

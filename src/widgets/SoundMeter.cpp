@@ -1,9 +1,12 @@
 #include "widgets/SoundMeter.h"
 
+#include <QFont>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QStringList>
+#include <QTextDocument>
 
+#include "widgets/SoundControls.h"
 #include "widgets/theme/Palette.h"
 
 namespace {
@@ -11,29 +14,13 @@ namespace {
 constexpr QSize kSize(220, 40);
 constexpr int kRowHeight = 16;
 constexpr int kNameWidth = 56;
-constexpr int kFigureWidth = 36;
-constexpr int kBarHeight = 6;
+constexpr int kLongName = 52;   // of four letters
+constexpr int kShortName = 38;  // of three, with the arrow beside it
+constexpr int kArrowWidth = 16;
 constexpr int kFontPixels = 12;
-const QColor kTrough(0x1B, 0x1D, 0x21);
 
 QString RowName(int row) {
   return row == SoundMeter::kSystemSound ? QStringLiteral("系统声音") : QStringLiteral("麦克风");
-}
-
-QColor ZoneColour(widgets::MeterZone zone) {
-  switch (zone) {
-    case widgets::MeterZone::kGood:
-      return theme::kGood;
-    case widgets::MeterZone::kWarn:
-      return theme::kWarning;
-    case widgets::MeterZone::kAlarm:
-      return theme::kAlarm;
-  }
-  return {};
-}
-
-int Reach(const QRect& bar, double db) {
-  return qRound(bar.width() * widgets::MeterShare(db));
 }
 
 }  // namespace
@@ -47,31 +34,101 @@ SoundMeter::SoundMeter(QWidget* parent) : QWidget(parent) {
   QFont font(QStringLiteral("黑体"));
   font.setPixelSize(kFontPixels);
   setFont(font);
+  MakeStrip(kSystemSound);
+  MakeStrip(kMicrophone);
+  MakeArrow();
+}
+
+void SoundMeter::MakeStrip(Row row) {
+  const bool microphone = row == kMicrophone;
+  const QRect place = RowRect(row);
+  Strip& strip = At(row);
+  strip.name = new widgets::MuteButton(RowName(row),
+                                       microphone ? QStringLiteral("Ctrl+M") : QString(), this);
+  strip.name->setObjectName(microphone ? QStringLiteral("muteMicrophone")
+                                       : QStringLiteral("muteSystemSound"));
+  strip.name->setGeometry(place.left(), place.top(), microphone ? kShortName : kLongName,
+                          place.height());
+  strip.bar = new widgets::GainBar(RowName(row), this);
+  strip.bar->setObjectName(microphone ? QStringLiteral("gainMicrophone")
+                                      : QStringLiteral("gainSystemSound"));
+  strip.bar->setGeometry(place.adjusted(kNameWidth, 0, 0, 0));
+  connect(strip.name, &QAbstractButton::toggled, this, [this, row](bool muted) {
+    At(row).bar->SetMuted(muted);
+    Announce();
+    emit mixChanged(row);
+  });
+  connect(strip.bar, &QAbstractSlider::valueChanged, this, [this, row] {
+    Announce();
+    emit mixChanged(row);
+  });
+}
+
+void SoundMeter::MakeArrow() {
+  m_arrow = new widgets::ArrowButton(this);
+  m_arrow->setObjectName(QStringLiteral("microphones"));
+  m_arrow->setGeometry(kShortName, RowRect(kMicrophone).top(), kArrowWidth, kRowHeight);
+  connect(m_arrow, &QAbstractButton::clicked, this, &SoundMeter::microphonesWanted);
+  SetMicrophone(QString());
 }
 
 void SoundMeter::SetRow(Row row, const std::optional<widgets::MeterState>& state) {
-  m_rows[row] = state;
-  update(RowRect(row));
+  Strip& strip = At(row);
+  strip.state = state;
+  strip.bar->SetLevel(strip.state, strip.refused);
 }
 
 void SoundMeter::SetRefused(Row row, bool refused) {
-  m_refused[row] = refused;
-  update(RowRect(row));
+  Strip& strip = At(row);
+  strip.refused = refused;
+  strip.bar->SetLevel(strip.state, strip.refused);
+}
+
+bool SoundMeter::IsMuted(Row row) const {
+  return At(row).name->isChecked();
+}
+
+int SoundMeter::GainDb(Row row) const {
+  return At(row).bar->value();
+}
+
+void SoundMeter::ToggleMute(Row row) {
+  At(row).name->toggle();
+}
+
+void SoundMeter::SetMicrophone(const QString& name) {
+  const QString used = name.isEmpty() ? QStringLiteral("没有麦克风") : name;
+  // A device's name may look like markup.
+  m_arrow->setToolTip(Qt::convertFromPlainText(QStringLiteral("%1\n按一下选择麦克风").arg(used),
+                                               Qt::WhiteSpaceNormal));
+  m_arrow->setAccessibleDescription(used);
+}
+
+QPoint SoundMeter::ArrowPlace() const {
+  return m_arrow->mapToGlobal(QPoint(0, 0));
+}
+
+std::vector<QWidget*> SoundMeter::Controls() const {
+  return {At(kSystemSound).name, At(kSystemSound).bar, At(kMicrophone).name, m_arrow,
+          At(kMicrophone).bar};
 }
 
 QString SoundMeter::RowText(int row) const {
-  const auto at = static_cast<std::size_t>(row);
-  if (m_rows[at]) {
-    return widgets::MeterText(RowName(row), *m_rows[at]);
+  const Strip& strip = At(row);
+  const QString mix = widgets::MixText(strip.name->isChecked(), strip.bar->value());
+  if (strip.state) {
+    return widgets::MeterText(RowName(row), *strip.state) + mix;
   }
-  return (m_refused[at] ? QStringLiteral("%1：无法打开") : QStringLiteral("%1：未接入"))
-      .arg(RowName(row));
+  return (strip.refused ? QStringLiteral("%1：无法打开") : QStringLiteral("%1：未接入"))
+             .arg(RowName(row)) +
+         mix;
 }
 
 void SoundMeter::Announce() {
   QStringList lines;
   for (int row = 0; row < kRows; ++row) {
     lines << RowText(row);
+    At(row).bar->Tell(lines.last());
   }
   const QString text = lines.join(QLatin1Char('\n'));
   if (text != accessibleDescription()) {
@@ -89,47 +146,8 @@ QRect SoundMeter::RowRect(int row) const {
   return {0, top, width(), kRowHeight};
 }
 
+// The rows paint themselves.
 void SoundMeter::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
   painter.fillRect(event->rect(), theme::kBackground);
-  for (int row = 0; row < kRows; ++row) {
-    if (event->rect().intersects(RowRect(row))) {
-      PaintRow(&painter, row);
-    }
-  }
-}
-
-void SoundMeter::PaintRow(QPainter* painter, int row) const {
-  const QRect rect = RowRect(row);
-  const auto& state = m_rows[static_cast<std::size_t>(row)];
-  painter->setPen(theme::kSecondaryText);
-  painter->drawText(QRect(rect.left(), rect.top(), kNameWidth, rect.height()),
-                    Qt::AlignLeft | Qt::AlignVCenter, RowName(row));
-  const QRect bar(rect.left() + kNameWidth, rect.center().y() - kBarHeight / 2,
-                  rect.width() - kNameWidth - kFigureWidth, kBarHeight);
-  painter->fillRect(bar, kTrough);
-  const QRect figure(bar.right() + 1, rect.top(), kFigureWidth, rect.height());
-  if (!state) {
-    const bool refused = m_refused[static_cast<std::size_t>(row)];
-    painter->setPen(refused ? theme::kWarning : theme::kSecondaryText);
-    painter->drawText(figure, Qt::AlignRight | Qt::AlignVCenter,
-                      refused ? QStringLiteral("失败") : QStringLiteral("—"));
-    return;
-  }
-  PaintBar(painter, bar, *state);
-  painter->setPen(widgets::IsLongSilent(*state) ? theme::kWarning : theme::kSecondaryText);
-  painter->drawText(figure, Qt::AlignRight | Qt::AlignVCenter, widgets::MeterFigure(*state));
-}
-
-void SoundMeter::PaintBar(QPainter* painter, const QRect& bar,
-                          const widgets::MeterState& state) const {
-  const QColor colour = ZoneColour(widgets::ZoneOf(state.peak));
-  painter->fillRect(QRect(bar.topLeft(), QSize(Reach(bar, state.peak), bar.height())),
-                    colour.darker(220));
-  painter->fillRect(QRect(bar.topLeft(), QSize(Reach(bar, state.rms), bar.height())), colour);
-  const int hold = Reach(bar, state.hold);
-  if (hold > 0) {
-    painter->fillRect(QRect(bar.left() + hold - 1, bar.top() - 1, 1, bar.height() + 2),
-                      theme::kText);
-  }
 }

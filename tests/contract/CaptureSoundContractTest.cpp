@@ -1,8 +1,12 @@
 // What every capture layer has to give, asked of the layer of this system and of the one that
 // exists in memory only: sound.
 #include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "contract/CaptureContract.h"
+#include "support/Process.h"
 #include "support/StreamReader.h"
 
 namespace support {
@@ -81,6 +85,49 @@ TEST_P(CaptureContract, SoundGoesOnAsSilenceWhenTheMicrophoneIsUnplugged) {
   EXPECT_FALSE(Contains(Microphones(), name));
   Close(&stream);
   ExpectRefused(CaptureKind::Audio, name);
+}
+
+TEST_P(CaptureContract, AStreamStaysWithItsMicrophoneForANameThatNobodyKnows) {
+  auto stream = OpenMicrophone();
+  ASSERT_NE(stream, nullptr);
+  StreamReader reader(stream.get(), CaptureKind::Audio);
+  ASSERT_EQ(reader.Next(), 0);
+  EXPECT_FALSE(stream->SwitchTo("No Such Microphone"));
+  EXPECT_TRUE(Contains(Microphones(), m_bench->Microphone())) << "the question is answered";
+  EXPECT_FALSE(stream->SwitchTo(platform::kSystemSoundName));
+  EXPECT_TRUE(stream->HasOpened());
+  EXPECT_EQ(reader.Next(), 0);
+  Close(&stream);
+}
+
+bool HearsSomething(platform::SoundListener* listener) {
+  return WaitFor(
+      [&] {
+        const std::vector<std::int16_t> samples = listener->Take();
+        EXPECT_EQ(samples.size() % 2, 0u);
+        return !samples.empty();
+      },
+      30000);
+}
+
+TEST_P(CaptureContract, ListensToTheMicrophoneAndTheSystemsSoundBesideWhoeverHasThemOpen) {
+  auto stream = OpenMicrophone();
+  ASSERT_NE(stream, nullptr);
+  for (const std::string& name : {m_bench->Microphone(), std::string(platform::kSystemSoundName)}) {
+    const auto listener = Layer().Listen(name);
+    ASSERT_NE(listener, nullptr) << name;
+    EXPECT_TRUE(HearsSomething(listener.get())) << name;
+    EXPECT_TRUE(listener->HasOpened());
+  }
+  StreamReader reader(stream.get(), CaptureKind::Audio);
+  EXPECT_EQ(reader.Next(), 0);
+  Close(&stream);
+}
+
+TEST_P(CaptureContract, NobodyListensToAMicrophoneThatIsUnknown) {
+  ASSERT_TRUE(m_bench->StartSound()) << m_bench->Failure();
+  EXPECT_EQ(Layer().Listen("No Such Microphone"), nullptr);
+  EXPECT_TRUE(Contains(Microphones(), m_bench->Microphone())) << "the question is answered";
 }
 
 TEST_P(CaptureContract, AMissingMicrophoneIsRefusedWithTheCause) {

@@ -300,8 +300,8 @@ TEST_F(ComposeScene, IsChangedByTheKeyboardAlone) {
   ASSERT_TRUE(m_hand.Shows({kDesktopSeen, kFirstCameraSeen}));
   m_hand.MoveTo(m_hand.InWindow(kBottomBar));
 
-  // A text, by the button that the fourth Tab comes to.
-  m_hand.Keys({"Tab", "Tab", "Tab", "Tab"});
+  // A text, by the button that the ninth Tab comes to: five stops are the sound meter's.
+  m_hand.Keys(std::vector<std::string>(9, "Tab"));
   m_hand.Keep("keyboard-add-layer");
   m_hand.Keys({"space"});
   ASSERT_TRUE(m_hand.Opens());

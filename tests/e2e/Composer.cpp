@@ -88,7 +88,7 @@ void Composer::Click(Point at, int times) const {
 
 void Composer::Turn(Point at, int notches) const {
   Tool({"xdotool", "mousemove", std::to_string(at.x), std::to_string(at.y), "click", "--repeat",
-        std::to_string(notches), "--delay", "60", "5"});
+        std::to_string(std::abs(notches)), "--delay", "60", notches > 0 ? "5" : "4"});
 }
 
 void Composer::Drag(const std::vector<Point>& way) const {

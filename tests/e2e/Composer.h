@@ -77,7 +77,7 @@ class Composer {
   // Input.
   void MoveTo(Point at) const;
   void Click(Point at, int times = 1) const;
-  // Turns the wheel towards the user, that many notches.
+  // Turns the wheel towards the user, that many notches; away from him where it is negative.
   void Turn(Point at, int notches) const;
   // Presses at the first place, goes over the others and releases at the last one.
   void Drag(const std::vector<Point>& way) const;

@@ -31,6 +31,13 @@ constexpr int kBarBottom = 700;
 constexpr int kTitleRight = 150;
 constexpr int kChooseRight = 300;
 constexpr int kButtonLeft = 482;
+constexpr int kNamesLeft = 580;
+constexpr int kNamesRight = 690;
+constexpr int kNameWidth = 36;  // of three letters
+constexpr int kNameEnd = 53;    // of one of four, or with the arrow
+constexpr int kArrowFromName = 45;
+constexpr int kBarFromName = 90;
+constexpr Point kWithoutTip = {4, 690};
 constexpr int kMetersLeft = 642;
 constexpr int kMetersEnd = 792;
 constexpr int kMetersRight = 867;
@@ -38,6 +45,9 @@ constexpr int kMeterTops[] = {656, 672};
 constexpr int kMeterHeight = 12;
 constexpr int kButtonRight = 1050;
 constexpr int kHalfOfTheWords = 30;
+constexpr int kRecordFromLive = 101;  // the middles of the switch and of its dot
+constexpr int kDotFromLive = 83;
+constexpr int kInDot = 2;  // so far from its middle all of it is full
 constexpr Point kChooseButton = {150, 680};
 constexpr int kTitleLetter = 15;
 constexpr int kReselectFromTitle = 45;
@@ -135,7 +145,8 @@ BarState LiveBar::StateOf(const ScreenPicture& screen, Point corner) const {
   const bool choose = words(0, kChooseRight, kBlue);
   const bool start = words(kButtonLeft, kButtonRight, kBlue);
   const bool end = words(kMetersRight, kButtonRight, kGrey);
-  if (choose && !start && !end) {
+  // The meter stands further to the right then, with grey words too.
+  if (choose && !start) {
     return BarState::kUnchosen;
   }
   if (start && !choose && !end) {
@@ -180,15 +191,58 @@ bool LiveBar::ShowsSound(BarSound row, bool any) {
   const int top = kMeterTops[static_cast<int>(row)];
   return WaitFor(
       [&] {
+        // A name that is muted is red, too.
+        const int left = std::max(kMetersLeft, NameOf(row).x + kNameEnd);
         const ScreenPicture screen = m_studio->Desktop().ReadScreen();
         const Point corner = m_hand->InWindow({0, 0});
         std::size_t lit = 0;
         for (const Colour colour : {kGreen, kAmber, kRed}) {
-          lit += Pixels(screen, corner, {kMetersLeft, kMetersEnd, top, top + kMeterHeight}, colour,
-                        kRoughly)
-                     .size();
+          lit +=
+              Pixels(screen, corner, {left, kMetersEnd, top, top + kMeterHeight}, colour, kRoughly)
+                  .size();
         }
         return (lit > kSomeWords) == any;
+      },
+      Composer::kPatienceMs);
+}
+
+// The beginning of a row's name in the window, at the middle of its height; (0, 0) without one.
+Point LiveBar::NameOf(BarSound row) const {
+  const int top = kMeterTops[static_cast<int>(row)];
+  const ScreenPicture screen = m_studio->Desktop().ReadScreen();
+  const Point corner = m_hand->InWindow({0, 0});
+  Point name;
+  for (const Colour colour : {kGrey, kRed}) {
+    for (const Point& pixel :
+         Pixels(screen, corner, {kNamesLeft, kNamesRight, top, top + kMeterHeight}, colour,
+                kRoughly)) {
+      if (name.x == 0 || pixel.x < name.x) {
+        name = {pixel.x, top + kMeterHeight / 2};
+      }
+    }
+  }
+  return name;
+}
+
+bool LiveBar::FindName(BarSound row, Point* name) {
+  m_mismatch = "no name in the meter";
+  return WaitFor(
+      [&] {
+        *name = NameOf(row);
+        return name->x != 0;
+      },
+      Composer::kPatienceMs);
+}
+
+bool LiveBar::ShowsMute(BarSound row, bool muted) {
+  const int top = kMeterTops[static_cast<int>(row)];
+  return WaitFor(
+      [&] {
+        const Point name = NameOf(row);
+        const bool red = HasWords(
+            Pixels({name.x, name.x + kNameWidth, top, top + kMeterHeight}, kRed, kRoughly));
+        m_mismatch = muted ? "a sound that is not muted" : "a sound that is muted";
+        return name.x != 0 && red == muted;
       },
       Composer::kPatienceMs);
 }
@@ -300,6 +354,86 @@ bool LiveBar::PressIn(BarState state) {
   return true;
 }
 
+bool LiveBar::PressRecord() {
+  if (!Shows(BarState::kLive)) {
+    return false;
+  }
+  const Point live = LiveButton();
+  m_hand->Click({live.x + kRecordFromLive, live.y});
+  // Its tip would be taken for the notice that may come.
+  m_hand->MoveTo(m_hand->InWindow(kWithoutTip));
+  return true;
+}
+
+bool LiveBar::ShowsRecording(bool on) {
+  m_mismatch = on ? "no recording shows" : "a recording shows";
+  const auto shows = [&] {
+    const Point corner = m_hand->InWindow({0, 0});
+    const Point live = LiveButton();
+    const Point dot = {live.x - corner.x + kDotFromLive, live.y - corner.y};
+    const Region inside = {dot.x - kInDot, dot.x + kInDot + 1, dot.y - kInDot, dot.y + kInDot + 1};
+    const bool full = HasWords(Pixels(inside, kRed, kRoughly));
+    return live.x != 0 && full == on;
+  };
+  return WaitFor(shows, Composer::kPatienceMs);
+}
+
+bool LiveBar::PressName(BarSound row) {
+  Point name;
+  if (!FindName(row, &name)) {
+    return false;
+  }
+  m_hand->Click(m_hand->InWindow({name.x + kNameWidth / 2, name.y}));
+  return true;
+}
+
+bool LiveBar::TurnGain(BarSound row, int notches) {
+  Point name;
+  if (!FindName(row, &name)) {
+    return false;
+  }
+  m_hand->Turn(m_hand->InWindow({name.x + kBarFromName, name.y}), notches);
+  return true;
+}
+
+bool LiveBar::OpenMicrophones() {
+  Point name;
+  if (!FindName(BarSound::kMicrophone, &name)) {
+    return false;
+  }
+  // The tip of what the mouse stood over would be taken for the list.
+  m_hand->MoveTo(m_hand->InWindow(kWithoutTip));
+  m_mismatch = "a tip stays open";
+  if (!WaitFor([this] { return m_studio->VisibleWindows() == 2; }, Composer::kPatienceMs)) {
+    return false;
+  }
+  m_hand->Click(m_hand->InWindow({name.x + kArrowFromName, name.y}));
+  return m_hand->Opens();
+}
+
+// Looks twice: the list waits but briefly for the sound server, and what a busy one tells later is
+// in the next list.
+bool LiveBar::TakeMicrophone(int entry) {
+  if (!OpenMicrophones()) {
+    return false;
+  }
+  m_hand->Keys({"Escape"});
+  if (!m_hand->Closes() || !OpenMicrophones()) {
+    return false;
+  }
+  for (int step = 0; step <= entry; ++step) {
+    m_hand->Keys({"Down"});
+  }
+  m_hand->Keep("microphones");
+  m_hand->Keys({"Return"});
+  if (!m_hand->Closes()) {
+    return false;
+  }
+  // The mouse again: a ring around what has the keyboard would be as blue as words.
+  m_hand->Click(m_hand->InWindow(kWithoutTip));
+  return true;
+}
+
 bool LiveBar::AnswerNotice(BarNotice notice) {
   if (!m_hand->Opens()) {
     return false;
@@ -309,7 +443,7 @@ bool LiveBar::AnswerNotice(BarNotice notice) {
     width = Width(Pixels(m_studio->Desktop().ReadScreen(), m_hand->InDialog({0, 0}),
                          {kNoticeWordsLeft, kNoticeWordsRight, kNoticeWordsTop, kNoticeWordsBottom},
                          kBlue, kRoughly));
-    return width > 0 && (width > kThreeLetters) == (notice == BarNotice::kStopFirst);
+    return width > 0 && (width > kThreeLetters) == (notice != BarNotice::kNoNetwork);
   };
   const bool right = WaitFor(shows, Composer::kPatienceMs);
   m_mismatch = "a notice whose button says " + std::to_string(width) + " pixels";

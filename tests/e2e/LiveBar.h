@@ -18,7 +18,7 @@ namespace e2e {
 enum class BarState { kUnchosen, kChosen, kLive, kNone };
 enum class BarLight { kGreen, kAmber, kRed };
 enum class BarSound { kSystem, kMicrophone };
-enum class BarNotice { kNoNetwork, kStopFirst };
+enum class BarNotice { kNoNetwork, kStopFirst, kRecordingEnded };
 
 class LiveBar {
  public:
@@ -33,6 +33,8 @@ class LiveBar {
   bool ShowsWell();
   // That row of the meter has a bar, or none.
   bool ShowsSound(BarSound row, bool any);
+  // That row's name is red, or not.
+  bool ShowsMute(BarSound row, bool muted);
   // The clock changes, twice.
   bool ClockRuns();
   // The activity's title takes the width of that many Chinese letters.
@@ -50,6 +52,16 @@ class LiveBar {
   // The middle of the live button on the screen; (0, 0) when there is none.
   Point LiveButton() const;
 
+  // The switch of the recording, right behind the live button while live.
+  bool PressRecord();
+  // Its dot is full and red, or it isn't.
+  bool ShowsRecording(bool on);
+  // In that row of the meter: presses its name; turns the wheel over its bar, as Composer does.
+  bool PressName(BarSound row);
+  bool TurnGain(BarSound row, int notches);
+  // Opens the list of microphones and takes that entry, counted from 0, by keys.
+  bool TakeMicrophone(int entry);
+
   // A notice is open, and goes by its button. False also when it is another one.
   bool AnswerNotice(BarNotice notice);
 
@@ -64,6 +76,9 @@ class LiveBar {
   };
   bool IsLit(BarLight light) const;
   bool PressIn(BarState state);
+  Point NameOf(BarSound row) const;
+  bool FindName(BarSound row, Point* name);
+  bool OpenMicrophones();
   bool OpenActivities();
   bool PressCard(int card);
   std::vector<Point> Pixels(const support::ScreenPicture& screen, Point corner,

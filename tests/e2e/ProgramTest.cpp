@@ -189,8 +189,11 @@ TEST_F(Program, SigtermEndsItUnderAMenuAndADialog) {
   EXPECT_TRUE(support::WaitFor([this] { return ShowsInPreview(70, 50, 0xC03060); }, kPatienceMs));
   ASSERT_TRUE(m_studio.Activate("^orvane$"));
   const int before = m_studio.VisibleWindows();
-  // The fourth control adds layers; the first entry of its menu is the text.
-  ASSERT_TRUE(m_studio.PressKeys({"Tab", "Tab", "Tab", "Tab", "space", "Down", "Return"}));
+  // The ninth control adds layers (five are the sound meter's); the first entry of its menu is the
+  // text.
+  std::vector<std::string> keys(9, "Tab");
+  keys.insert(keys.end(), {"space", "Down", "Return"});
+  ASSERT_TRUE(m_studio.PressKeys(keys));
   ASSERT_TRUE(Shows(before + 1)) << "the dialog of the text";
   m_program.Signal(SIGTERM);
   EXPECT_EQ(m_program.Wait(kPatienceMs), 0) << Printed();

@@ -122,6 +122,38 @@ TEST(CSrcInterface, DestructionFreesTheFramesInTheQueues) {
   EXPECT_EQ(av_buffer_get_ref_count(frame->buf[0]), 1);
 }
 
+TEST(CSrcInterface, AReplacedConsumerLosesNoFrameToNobody) {
+  constexpr int kPushes = 5000;
+  Node producer(1);
+  RecordingNode sinks[2];
+  producer.AddAudioOutput(&sinks[0]);
+  std::atomic<bool> done{false};
+  std::thread worker([&] {
+    const ScopedFrame frame(NewPicture());
+    for (int i = 0; i < kPushes; ++i) {
+      producer.PushAudio(frame.Get(), 0);
+    }
+    done = true;
+  });
+  for (int i = 0; !done; ++i) {
+    producer.ReplaceAudioOutput(&sinks[i % 2], &sinks[(i + 1) % 2]);
+    EXPECT_EQ(Sound::Outputs(&producer).size(), 1U);
+    std::this_thread::yield();
+  }
+  worker.join();
+  EXPECT_EQ(sinks[0].AudioCount() + sinks[1].AudioCount(), kPushes);
+}
+
+TEST(CSrcInterface, ReplacingAConsumerThatIsNotListedChangesNothing) {
+  Node producer(1);
+  RecordingNode listed;
+  RecordingNode other;
+  RecordingNode third;
+  producer.AddAudioOutput(&listed);
+  producer.ReplaceAudioOutput(&other, &third);
+  EXPECT_EQ(Sound::Outputs(&producer), std::vector<CSrcInterface*>{&listed});
+}
+
 TYPED_TEST(CSrcInterfaceMedium, PushWithNoOutputLeavesTheCallersFrameValid) {
   Node node(1);
   ScopedFrame frame(NewPicture());

@@ -164,6 +164,78 @@ TEST(CRenderScale, AMarkedFrameResetsTheLayerToTheNewSize) {
   EXPECT_EQ(640, Width(&render, id));
 }
 
+// Not even its first picture is seen at another size.
+TEST(CRenderScale, ALayerThatWasPlacedBeforeItsFirstPictureTakesTheSizeWithIt) {
+  FakeClock clock;
+  HandRender render;
+  for (const bool isMarked : {false, true}) {
+    const int id = render.AddLayer();
+    render.PlaceLayer(id, {30, 40, 160, 120});
+    EXPECT_EQ(0, Width(&render, id));
+    AVFrame* first = NewPicture(320, 240, kRed);
+    first->opaque = isMarked ? first->data[0] : nullptr;
+    render.Feed(id, first);
+    render.ScaleTurn();
+    int x = 0;
+    int y = 0;
+    int unused = 0;
+    ASSERT_EQ(0, render.GetLayerRect(id, &x, &y, &unused, &unused));
+    EXPECT_EQ(30, x);
+    EXPECT_EQ(40, y);
+    EXPECT_EQ(160, Width(&render, id));
+    EXPECT_EQ(120, Height(&render, id));
+    EXPECT_EQ(160, render.LayerHead(id)->width);
+    int width = 0;
+    int height = 0;
+    render.GetLayerNaturalSize(id, &width, &height);
+    EXPECT_EQ(320, width) << "what a resize goes by";
+    EXPECT_EQ(240, height);
+    // Once: a source that changes its size gives it to the layer, as ever.
+    AVFrame* marked = NewPicture(640, 400, kGreen);
+    marked->opaque = marked->data[0];
+    render.Feed(id, marked);
+    render.ScaleTurn();
+    EXPECT_EQ(640, Width(&render, id));
+  }
+}
+
+TEST(CRenderScale, APlacedLayerKeepsTheShapeOfItsSource) {
+  FakeClock clock;
+  HandRender render;
+  const int id = render.AddLayer();
+  render.PlaceLayer(id, {0, 0, 400, 300});
+  render.Feed(id, NewPicture(800, 200, kRed));
+  render.ScaleTurn();
+  EXPECT_EQ(400, Width(&render, id));
+  EXPECT_EQ(100, Height(&render, id));
+  // The same once its picture is there.
+  render.PlaceLayer(id, {7, 8, 1000, 50});
+  EXPECT_EQ(200, Width(&render, id));
+  EXPECT_EQ(50, Height(&render, id));
+}
+
+TEST(CRenderScale, AFreedSlotForgetsThePlaceThatWasWishedFor) {
+  FakeClock clock;
+  HandRender render;
+  const int id = render.AddLayer();
+  render.PlaceLayer(id, {30, 40, 160, 120});
+  render.RemoveLayer(0);
+  ASSERT_EQ(id, render.AddLayer());
+  render.Feed(id, NewPicture(320, 240, kRed));
+  render.ScaleTurn();
+  EXPECT_EQ(320, Width(&render, id));
+}
+
+TEST(CRenderScale, APlaceIsTakenInPlaceOfTheCorner) {
+  FakeClock clock;
+  HandRender render;
+  const int id = render.AddLayer();
+  render.SetLayerAutoFit(id, 1);
+  render.PlaceLayer(id, {30, 40, 160, 120});
+  ScopedFrame(render.Show(id, NewPicture(320, 240, kRed))).Reset();
+  EXPECT_EQ(160, Width(&render, id));
+}
+
 TEST(CRenderScale, ASourceThatShrinksIsReadWithinItsNewBounds) {
   FakeClock clock;
   HandRender render;

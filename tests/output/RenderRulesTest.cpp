@@ -97,6 +97,35 @@ TEST(RenderRulesCornerPlacement, IsBottomRightAtHalfTheHeightWithTheAspectKept) 
   EXPECT_EQ(std::make_tuple(1620, 540, 300, 540), Of(CornerPlacement(kCanvas, {0, 0}, 300)));
 }
 
+TEST(RenderRulesFirstSize, IsTheWantedOneForAPictureOfThatShapeAndLiesWithinItForAnother) {
+  const struct {
+    Extent wanted;
+    Extent picture;
+    Extent expected;
+  } cases[] = {
+      {{0, 0}, {640, 480}, {640, 480}},
+      {{320, 0}, {640, 480}, {640, 480}},
+      {{-5, 240}, {640, 480}, {640, 480}},
+      {{320, 240}, {0, 0}, {0, 0}},
+      {{320, 240}, {640, 480}, {320, 240}},
+      // Each side as it was cut from the other one.
+      {{1001, 563}, {1280, 720}, {1001, 563}},
+      {{1000, 562}, {1280, 720}, {1000, 562}},
+      {{44, 1000}, {48, 1080}, {44, 1000}},
+      {{320, 7200}, {48, 1080}, {320, 7200}},
+      // A window that has become wider, or higher.
+      {{400, 300}, {800, 200}, {400, 100}},
+      {{400, 300}, {300, 600}, {150, 300}},
+      {{8192, 1}, {1, 1080}, {1, 1}},
+      {{1, 8192}, {1920, 1}, {1, 1}},
+  };
+  for (const auto& c : cases) {
+    const Extent size = output::FirstSize(c.wanted, c.picture);
+    EXPECT_EQ(c.expected.width, size.width) << c.wanted.width << "x" << c.wanted.height;
+    EXPECT_EQ(c.expected.height, size.height) << c.wanted.width << "x" << c.wanted.height;
+  }
+}
+
 TEST(RenderRulesTextHeight, KeepsTheMeasuredShape) {
   EXPECT_EQ(100, output::TextHeight(400, {400, 100}));
   EXPECT_EQ(50, output::TextHeight(200, {400, 100}));

@@ -35,7 +35,7 @@ TEST(BlackDesktop, IsNamedBesideTheClockUntilItShowsSomething) {
   shell::LiveMonitor monitor({none, none, noMix, encoder}, layers);
   monitor.AddTo(&layout, new QLabel(&bar));
   const auto* label = bar.findChild<QLabel*>(QStringLiteral("streamState"));
-  monitor.Begin(false);
+  monitor.Begin();
   const auto named = [&] {
     monitor.Refresh();
     return label->accessibleName().contains(QStringLiteral("桌面画面停止"));

@@ -30,6 +30,7 @@ namespace {
 constexpr int kPatienceMs = 60000;
 constexpr int kSystemHertz = 1000;
 constexpr int kVoiceHertz = 3000;
+constexpr int kOtherHertz = 5000;
 
 // Opens the protected member of any node.
 struct Peek : CSrcInterface {
@@ -242,6 +243,75 @@ TEST_F(BroadcastGraph, AMicrophoneThatDoesNotStartIsLeftOut) {
   EXPECT_EQ(m_mic, nullptr);
   EXPECT_EQ(m_mixOut, nullptr);
   EXPECT_TRUE(SoundReachesTheEncoder());
+}
+
+// From the first sample on: what is set later may be set too late.
+TEST_F(BroadcastGraph, WhatIsMutedBeforeIsNotHeard) {
+  m_settings.microphoneMix.muted = true;
+  m_settings.systemSoundMix.gainDb = -20;
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
+  m_mixOut->AddAudioOutput(&m_recorder);
+  std::vector<std::int16_t> mix;
+  EXPECT_TRUE(support::WaitFor(
+      [&] {
+        mix = Mixed();
+        return ToneIn(mix, kSystemHertz) > 0.01;
+      },
+      kPatienceMs));
+  EXPECT_LT(ToneIn(mix, kSystemHertz), 0.04) << "a tenth of half of a half";
+  EXPECT_LT(ToneIn(mix, kVoiceHertz), 0.002);
+}
+
+TEST_F(BroadcastGraph, TheMicrophoneIsExchangedWhileItRuns) {
+  support::FakeSound other;
+  other.hertz = kOtherHertz;
+  support::FakeDevice* second = m_capture.AddMicrophone("Second", other);
+  second->RunFree();
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
+  const CInputDev* mic = m_mic;
+  m_mixOut->AddAudioOutput(&m_recorder);
+  EXPECT_FALSE(shell::SwitchMicrophone(Nodes(), "nobody's", {}));
+  EXPECT_TRUE(m_microphone->IsOpen());
+  EXPECT_TRUE(shell::SwitchMicrophone(Nodes(), "Second", {}));
+  EXPECT_EQ(m_mic, mic) << "the capture goes on";
+  EXPECT_FALSE(m_microphone->IsOpen());
+  EXPECT_TRUE(support::WaitFor(
+      [&] {
+        const std::vector<std::int16_t> mix = Mixed();
+        return ToneIn(mix, kOtherHertz) > 0.1 && ToneIn(mix, kSystemHertz) > 0.1 &&
+               ToneIn(mix, kVoiceHertz) < 0.02;
+      },
+      kPatienceMs));
+}
+
+// The first one, or one whose predecessor could not be opened.
+TEST_F(BroadcastGraph, AMicrophoneComesIntoABroadcastThatHasNone) {
+  m_settings.microphone.clear();
+  shell::StartBroadcast(Nodes(), m_settings, &m_render);
+  ASSERT_TRUE(SoundReachesTheEncoder());
+  m_microphone->SetBusy(true);
+  EXPECT_FALSE(shell::SwitchMicrophone(Nodes(), "Microphone", {}));
+  EXPECT_EQ(m_mic, nullptr);
+  EXPECT_EQ(m_mixOut, nullptr);
+  EXPECT_EQ(Peek::SoundOutputs(m_loopback), std::vector<CSrcInterface*>{m_encoder});
+  m_microphone->SetBusy(false);
+  EXPECT_TRUE(shell::SwitchMicrophone(Nodes(), "Microphone", {-6, false}));
+  ASSERT_NE(m_mixOut, nullptr);
+  EXPECT_EQ(Peek::SoundOutputs(m_loopback), std::vector<CSrcInterface*>{m_mixOut});
+  EXPECT_EQ(Peek::SoundOutputs(m_mic), std::vector<CSrcInterface*>{m_mixOut});
+  EXPECT_EQ(Peek::SoundOutputs(m_mixOut), std::vector<CSrcInterface*>{m_encoder});
+  EXPECT_EQ(Peek::AudioIndex(m_mic), 1);
+  m_mixOut->AddAudioOutput(&m_recorder);
+  EXPECT_TRUE(support::WaitFor(
+      [&] {
+        const std::vector<std::int16_t> mix = Mixed();
+        return ToneIn(mix, kSystemHertz) > 0.2 && ToneIn(mix, kVoiceHertz) > 0.1 &&
+               ToneIn(mix, kVoiceHertz) < 0.15;
+      },
+      kPatienceMs));
+  const auto encoded = m_encoder->Statistics().audioPacketsEncoded;
+  EXPECT_TRUE(support::WaitFor(
+      [&] { return m_encoder->Statistics().audioPacketsEncoded > encoded + 20; }, kPatienceMs));
 }
 
 TEST_F(BroadcastGraph, SystemSoundThatDoesNotStartChangesNothing) {

@@ -86,3 +86,54 @@ TEST(LayerRules, TheTipLiesBesideItsRow) {
   EXPECT_EQ(shell::TipPlace(QPoint(1400, 130), tip, QRect(1300, 114, 280, 40), screen),
             QPoint(1250, 0));
 }
+
+LayerRecord Layer(LayerKind kind, const QString& name, const QString& source = QString()) {
+  LayerRecord layer;
+  layer.kind = kind;
+  layer.name = name;
+  layer.source = source;
+  return layer;
+}
+
+TEST(LayerRules, ALayerIsToldOfByItsKindAndWhatItIsMadeFrom) {
+  const struct {
+    LayerRecord layer;
+    const char* label;
+  } cases[] = {
+      {Layer(LayerKind::kDesk, DeskName()), "全屏桌面"},
+      {Layer(LayerKind::kCamera, CameraName(), "Camera 1"), "摄像头“Camera 1”"},
+      {Layer(LayerKind::kWindow, "two\nlines"), "窗口“two lines”"},
+      {Layer(LayerKind::kText, "直播"), "文本“直播”"},
+      {Layer(LayerKind::kText, QString(32, 'x')), "文本“xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx”"},
+      {Layer(LayerKind::kText, QString(33, 'x')), "文本“xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx…”"},
+      {Layer(LayerKind::kPicture, PictureName(), "/home/me/a b.png"), "图片“a b.png”"},
+      {Layer(LayerKind::kFilm, FileName(), "/f.mp4"), "视频文件“f.mp4”"},
+  };
+  for (const auto& each : cases) {
+    EXPECT_EQ(LabelOf(each.layer), QString(each.label));
+  }
+}
+
+TEST(LayerRules, AnOfferNamesTheLayersFromTheTop) {
+  EXPECT_EQ(OfferSummary({Layer(LayerKind::kDesk, DeskName()), Layer(LayerKind::kText, "%1")}),
+            QString("上次的2个图层：文本“%1”、全屏桌面"));
+}
+
+TEST(LayerRules, WhatHasNotComeBackIsNamedWithTheReason) {
+  EXPECT_EQ(LeftOutText({}, {}), QString());
+  EXPECT_EQ(LeftOutText({"a", "%1"}, {}), QString("已不存在，未能恢复：a、%1"));
+  EXPECT_EQ(LeftOutText({}, {"b"}), QString("图层已满，未能恢复：b"));
+  EXPECT_EQ(LeftOutText({"a"}, {"b"}), QString("已不存在，未能恢复：a\n图层已满，未能恢复：b"));
+}
+
+TEST(LayerRules, AWindowIsFoundByItsTitleAndEachOnceAsLongAsThereAreMore) {
+  const std::map<platform::WindowHandle, QString> windows = {
+      {3, "other"}, {5, "same"}, {7, "same"}, {9, QString(20000, 'x')}};
+  EXPECT_EQ(WindowOfTitle(windows, "same", {}), 5U);
+  EXPECT_EQ(WindowOfTitle(windows, "same", {5}), 7U);
+  EXPECT_EQ(WindowOfTitle(windows, "same", {5, 7}), 5U);
+  EXPECT_EQ(WindowOfTitle(windows, "other", {5}), 3U);
+  EXPECT_EQ(WindowOfTitle(windows, "Same", {}), 0U);
+  EXPECT_EQ(WindowOfTitle(windows, "", {}), 0U);
+  EXPECT_EQ(WindowOfTitle(windows, QString(16384, 'x'), {}), 9U) << "as it was kept";
+}

@@ -20,7 +20,7 @@ QVariant DataAt(const MyListView& list, int row, int role) {
   return static_cast<const QListView&>(list).model()->index(row, 0).data(role);
 }
 
-ItemData RecordAt(const MyListView& list, int row) {
+ItemData ItemOf(const MyListView& list, int row) {
   return DataAt(list, row, widgets::kItemDataRole).value<ItemData>();
 }
 
@@ -43,17 +43,17 @@ std::vector<int> OpenOrvane::Order() const {
 QStringList OpenOrvane::Rows() const {
   QStringList rows;
   for (int row = 0; row < ui.m_tabLayer->RowCount(); ++row) {
-    rows.append(RecordAt(*ui.m_tabLayer, row).text);
+    rows.append(ItemOf(*ui.m_tabLayer, row).text);
   }
   return rows;
 }
 
 int OpenOrvane::Kind(int row) const {
-  return RecordAt(*ui.m_tabLayer, row).kind;
+  return ItemOf(*ui.m_tabLayer, row).kind;
 }
 
 bool OpenOrvane::Visible(int row) const {
-  return RecordAt(*ui.m_tabLayer, row).visible;
+  return ItemOf(*ui.m_tabLayer, row).visible;
 }
 
 QString OpenOrvane::Failure(int row) const {

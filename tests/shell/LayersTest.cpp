@@ -104,6 +104,56 @@ TEST_F(Layers, EachKindTakesARowASlotAndANodeOfItsClass) {
   }
 }
 
+TEST_F(Layers, HowEachWasMadeIsWrittenDown) {
+  devices.AddCamera("Camera")->RunFree();
+  const platform::WindowHandle filmed = windows.Add("窗口 一", {320, 240}, 0x112233);
+  OpenEmpty();
+  EXPECT_TRUE(window->m_book.Match(shell::Scene(1)) == Ints({shell::kNoLayer}))
+      << "nothing is left of the first";
+  answers.text = "文字";
+  answers.color = 0xFF0000FF;
+  const QString picture = QString::fromStdString(samples.Picture("p.png"));
+  const QString film = QString::fromStdString(samples.Clip("c.mp4"));
+  answers.path = picture;
+  window->SlotAddDesk();
+  window->SlotAddCamera();
+  window->SlotAddWindow();
+  window->SlotAddText();
+  window->SlotAddPic();
+  answers.path = film;
+  window->SlotAddFile();
+  const struct {
+    shell::LayerKind kind;
+    const char* name;
+    QString source;
+  } wanted[] = {{shell::LayerKind::kDesk, "全屏桌面", ""},
+                {shell::LayerKind::kCamera, "摄像头", "Camera"},
+                {shell::LayerKind::kWindow, "窗口 一", ""},
+                {shell::LayerKind::kText, "文字", ""},
+                {shell::LayerKind::kPicture, "图片", picture},
+                {shell::LayerKind::kFilm, "视频文件", film}};
+  const Ints order = window->Order();
+  ASSERT_EQ(order.size(), 6U);
+  for (std::size_t position = 0; position < order.size(); ++position) {
+    const shell::LayerRecord* record = window->m_book.Find(order[position]);
+    ASSERT_NE(record, nullptr) << position;
+    EXPECT_EQ(record->kind, wanted[position].kind) << position;
+    EXPECT_EQ(record->name, QString(wanted[position].name));
+    EXPECT_EQ(record->source, wanted[position].source);
+    EXPECT_TRUE(record->shown);
+  }
+  EXPECT_EQ(window->m_book.Find(order[2])->window, filmed);
+  EXPECT_EQ(window->m_book.Find(order[3])->color, 0xFF0000FFU);
+  // And what is done to them later.
+  answers.text = "另外";
+  window->SlotEditItem(2);
+  EXPECT_EQ(window->m_book.Find(order[3])->name, QString("另外"));
+  emit window->ui.m_tabLayer->visibleSignal(2, false);
+  EXPECT_FALSE(window->m_book.Find(order[3])->shown);
+  window->SlotDeleteItem(2);
+  EXPECT_EQ(window->m_book.Find(order[3]), nullptr);
+}
+
 TEST_F(Layers, TheSourceIsStartedWhenItIsLinkedAndBeforeItIsListed) {
   // Looks at the scene when the capture opens the device, which is what Start does.
   class Watching : public support::FakeCaptureLayer {

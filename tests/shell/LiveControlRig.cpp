@@ -176,6 +176,7 @@ void LiveControlRig::ExpectUnchosen() const {
   EXPECT_FALSE(Shows("m_reselectBtn"));
   EXPECT_FALSE(Shows("startTime"));
   EXPECT_FALSE(Shows("m_LiveBtn"));
+  EXPECT_TRUE(Shows("soundMeter"));
   EXPECT_EQ(SpacerWidth(), 80);
 }
 
@@ -185,7 +186,7 @@ void LiveControlRig::ExpectChosen() const {
   EXPECT_TRUE(Shows("m_reselectBtn"));
   EXPECT_FALSE(Shows("startTime"));
   EXPECT_FALSE(Shows("streamState"));
-  EXPECT_FALSE(Shows("soundMeter"));
+  EXPECT_TRUE(Shows("soundMeter"));
   EXPECT_TRUE(Shows("m_LiveBtn"));
   QSpacerItem* spacer = m_window->findChild<QBoxLayout*>("buttomLayout")->itemAt(0)->spacerItem();
   EXPECT_EQ(spacer->sizePolicy(), QSizePolicy(QSizePolicy::Minimum, QSizePolicy::Minimum));

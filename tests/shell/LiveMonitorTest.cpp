@@ -17,7 +17,6 @@
 #include "sources/CInputPic.h"
 #include "support/FakeCaptureLayer.h"
 #include "support/FakeClock.h"
-#include "widgets/SoundMeter.h"
 
 namespace {
 
@@ -41,7 +40,6 @@ class LiveMonitorTest : public testing::Test {
   }
 
   QLabel* Label() { return m_window.findChild<QLabel*>(QStringLiteral("streamState")); }
-  SoundMeter* Meter() { return m_window.findChild<SoundMeter*>(QStringLiteral("soundMeter")); }
 
   // A second of the broadcast, with or without sound from its device.
   void Second(bool sound = true) {
@@ -70,19 +68,16 @@ class LiveMonitorTest : public testing::Test {
   shell::LiveMonitor m_monitor{{m_loopback, m_mic, m_mixOut, m_encoder}, m_layers};
 };
 
-TEST_F(LiveMonitorTest, LabelAndMeterAreThereOnlyWhileItRuns) {
+TEST_F(LiveMonitorTest, TheLabelIsThereOnlyWhileItRuns) {
   EXPECT_TRUE(Label()->isHidden());
-  EXPECT_TRUE(Meter()->isHidden());
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   EXPECT_FALSE(Label()->isHidden());
-  EXPECT_FALSE(Meter()->isHidden());
   m_monitor.End();
   EXPECT_TRUE(Label()->isHidden());
-  EXPECT_TRUE(Meter()->isHidden());
 }
 
 TEST_F(LiveMonitorTest, TheLabelSaysFromTheFirstMomentWhatIsWrong) {
-  m_monitor.Begin(false);  // with an encoder that did not start
+  m_monitor.Begin();  // with an encoder that did not start
   EXPECT_EQ(Label()->text(), "编码器未能启动");
   EXPECT_TRUE(Label()->styleSheet().contains("#FF4949"));
   EXPECT_TRUE(Label()->toolTip().contains("状态：未启动"));
@@ -90,7 +85,7 @@ TEST_F(LiveMonitorTest, TheLabelSaysFromTheFirstMomentWhatIsWrong) {
 }
 
 TEST_F(LiveMonitorTest, NamesSystemSoundThatFellSilentUntilItComesBack) {
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   for (int second = 0; second < 5; ++second) {
     Second();
   }
@@ -112,7 +107,7 @@ TEST_F(LiveMonitorTest, NamesAFrozenCameraAndDesktopAmongTheLayersAndNoPicture) 
   ASSERT_EQ(camera.Open(), 0);
   ASSERT_EQ(desktop.Open(), 0);
   m_layers = {{0, &desktop}, {1, &camera}, {2, &picture}};
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   for (int second = 0; second < 3; ++second) {
     Second();
   }
@@ -128,7 +123,7 @@ TEST_F(LiveMonitorTest, SaysOfADesktopWhatItWaitsForAndWhyItEnded) {
   Device desktop(false, platform::kDesktopName);
   ASSERT_EQ(desktop.Open(), 0);
   m_layers = {{0, &desktop}};
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   for (int second = 0; second < 3; ++second) {
     Second();
   }
@@ -145,7 +140,7 @@ TEST_F(LiveMonitorTest, SaysOfASessionWithoutSharingWhatItLacks) {
   Device desktop(false, platform::kDesktopName);
   ASSERT_EQ(desktop.Open(), -1);
   m_layers = {{0, &desktop}};
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   for (int second = 0; second < 3; ++second) {
     Second();
   }
@@ -158,7 +153,7 @@ TEST_F(LiveMonitorTest, ALineThatIsTooLongIsCutAndWholeInTheTooltip) {
   m_capture.AddCamera(name.toStdString());
   Device camera(false, name.toUtf8().constData());
   m_layers = {{0, &camera}};
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   for (int second = 0; second < 3; ++second) {
     Second();
   }
@@ -166,62 +161,11 @@ TEST_F(LiveMonitorTest, ALineThatIsTooLongIsCutAndWholeInTheTooltip) {
   EXPECT_TRUE(Label()->toolTip().contains(name));
 }
 
-TEST_F(LiveMonitorTest, TheMeterShowsTheSystemSoundAndTellsThatThereIsNoMicrophone) {
-  m_systemSoundDevice->Give(3);
-  for (int turn = 0; turn < 3; ++turn) {
-    m_sound.CaptureTurn();
-  }
-  m_monitor.Begin(false);
-  EXPECT_TRUE(Meter()->accessibleDescription().contains("麦克风：未接入"));
-  Second();
-  EXPECT_TRUE(Meter()->accessibleDescription().contains("系统声音：峰值 -6 dBFS"))
-      << Meter()->accessibleDescription().toStdString();
-}
-
-TEST_F(LiveMonitorTest, ABroadcastWithoutSoundIsSilentOnTheMeterAfterThreeSeconds) {
-  m_monitor.Begin(false);
-  for (int second = 0; second < 4; ++second) {
-    Second(false);
-  }
-  EXPECT_TRUE(Meter()->accessibleDescription().contains("系统声音：无声"));
-}
-
-TEST_F(LiveMonitorTest, AMicrophoneThatDidNotOpenIsNotTakenForOneThatIsNotThere) {
-  m_monitor.Begin(true);
-  EXPECT_TRUE(Meter()->accessibleDescription().contains("麦克风：无法打开"));
-  m_monitor.End();
-  m_monitor.Begin(false);
-  EXPECT_TRUE(Meter()->accessibleDescription().contains("麦克风：未接入"));
-}
-
-// Without it the whole broadcast stands still, so it is not called silent.
-TEST_F(LiveMonitorTest, SystemSoundThatDidNotOpenIsNotTakenForSilence) {
-  m_capture.AddMicrophone("Speakers");
-  Device shut(true, "Speakers");
-  CInputDev* loopback = &shut;
-  QWidget window;
-  QHBoxLayout bar(&window);
-  shell::LiveMonitor monitor({loopback, m_mic, m_mixOut, m_encoder}, m_layers);
-  monitor.AddTo(&bar, new QLabel(&window));
-  const auto* meter = window.findChild<SoundMeter*>(QStringLiteral("soundMeter"));
-  monitor.Begin(false);
-  EXPECT_FALSE(meter->accessibleDescription().contains("系统声音：无法打开")) << "it still may";
-  m_clock.Advance(1001);
-  monitor.Refresh();
-  EXPECT_TRUE(meter->accessibleDescription().contains("系统声音：无法打开"))
-      << meter->accessibleDescription().toStdString();
-  ASSERT_EQ(0, shut.Open());
-  m_clock.Advance(1000);
-  monitor.Refresh();
-  EXPECT_FALSE(meter->accessibleDescription().contains("系统声音：无法打开"));
-}
-
-// In the label as in the meter.
 TEST_F(LiveMonitorTest, ADeviceThatNeverOpenedIsNotSaidToBeInterrupted) {
   m_capture.AddMicrophone("Speakers");
   Device shut(true, "Speakers");
   m_layers = {{0, &shut}};
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   for (int second = 0; second < 4; ++second) {
     Second();
   }
@@ -229,23 +173,21 @@ TEST_F(LiveMonitorTest, ADeviceThatNeverOpenedIsNotSaidToBeInterrupted) {
 }
 
 TEST_F(LiveMonitorTest, AfterASuspendedMachineNothingIsSaidOfTheTimeBefore) {
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   for (int second = 0; second < 5; ++second) {
     Second();
   }
   m_clock.Advance(60000);
   m_monitor.Refresh();
   EXPECT_FALSE(Label()->accessibleName().contains("中断"));
-  EXPECT_FALSE(Meter()->accessibleDescription().contains("无声"));
   for (int second = 0; second < 3; ++second) {
     Second(false);
   }
   EXPECT_TRUE(Label()->accessibleName().contains("系统声音中断"));
-  EXPECT_TRUE(Meter()->accessibleDescription().contains("系统声音：无声"));
 }
 
 TEST_F(LiveMonitorTest, ATickAfterTheEndIsNoHarm) {
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   m_monitor.End();
   m_encoder = nullptr;
   m_loopback = nullptr;
@@ -259,12 +201,11 @@ int Luma(const QColor& colour) {
 }
 
 TEST_F(LiveMonitorTest, TheTipsAreReadWhateverTheColourOfTheLabel) {
-  m_monitor.Begin(true);
+  m_monitor.Begin();
   m_clockLabel->setStyleSheet("color:#B4BECC;");
   m_clockLabel->setToolTip("00:00:00");
   int tips = 0;
-  for (QWidget* widget : {static_cast<QWidget*>(Label()), static_cast<QWidget*>(Meter()),
-                          static_cast<QWidget*>(m_clockLabel)}) {
+  for (QWidget* widget : {Label(), m_clockLabel}) {
     QToolTip::showText(QPoint(), widget->toolTip(), widget);
     for (QWidget* tip : QApplication::topLevelWidgets()) {
       if (!tip->inherits("QTipLabel") || !tip->isVisible()) {
@@ -284,17 +225,17 @@ TEST_F(LiveMonitorTest, TheTipsAreReadWhateverTheColourOfTheLabel) {
     QToolTip::hideText();
     QApplication::processEvents();
   }
-  EXPECT_EQ(tips, 3);
+  EXPECT_EQ(tips, 2);
 }
 
 TEST_F(LiveMonitorTest, TheNextBroadcastBeginsAnew) {
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   for (int second = 0; second < 4; ++second) {
     Second(false);
   }
   EXPECT_TRUE(Label()->accessibleName().contains("系统声音中断"));
   m_monitor.End();
-  m_monitor.Begin(false);
+  m_monitor.Begin();
   EXPECT_FALSE(Label()->accessibleName().contains("系统声音中断"));
 }
 

@@ -1,8 +1,6 @@
 #include "shell/Log.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/FileLimit.h"
 #include "support/Process.h"
 #include "support/WorkingDirectory.h"
 
@@ -81,32 +80,11 @@ TEST(Log, AFullDiskCostsTheLineAndNothingElse) {
   EXPECT_EQ(after.st_mode, before.st_mode) << "the machine's device is not ours to close";
 }
 
-// The size of files that this process may write, for as long as it lives.
-class FileLimit {
- public:
-  explicit FileLimit(rlim_t bytes) {
-    signal(SIGXFSZ, SIG_IGN);
-    getrlimit(RLIMIT_FSIZE, &m_before);
-    rlimit limit = m_before;
-    limit.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileLimit() {
-    setrlimit(RLIMIT_FSIZE, &m_before);
-    signal(SIGXFSZ, SIG_DFL);
-  }
-  FileLimit(const FileLimit&) = delete;
-  FileLimit& operator=(const FileLimit&) = delete;
-
- private:
-  rlimit m_before{};
-};
-
 TEST(Log, GoesOnWhenThereIsRoomAgain) {
   const support::WorkingDirectory directory;
   ASSERT_TRUE(shell::OpenLog());
   {
-    const FileLimit full(1000);
+    const support::FileLimit full(1000);
     for (int line = 0; line < 10000; ++line) {
       av_log(nullptr, AV_LOG_ERROR, "no room\n");
     }

@@ -2,6 +2,7 @@
 // and what a keyboard and a screen reader find.
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QBuffer>
 #include <QGuiApplication>
 #include <QImage>
@@ -418,23 +419,35 @@ TEST_F(MainWindow, HasANameForEveryControl) {
     Find(shown)->show();
   }
   EXPECT_EQ(support::NamelessControls(*main), QStringList());
-  // These take no focus, and a screen reader comes to them all the same.
-  for (const char* place : {"m_renderWgt", "m_tabLayer"}) {
-    EXPECT_FALSE(Find(place)->accessibleName().isEmpty()) << place;
-  }
+  // It takes no focus, and a screen reader comes to it all the same.
+  EXPECT_FALSE(Find("m_tabLayer")->accessibleName().isEmpty());
 }
 
 TEST_F(MainWindow, LetsTabReachEveryControlAndNoList) {
   Run();
-  EXPECT_EQ(
-      support::TabRound(main).join(' '),
-      QStringLiteral(
-          "menuButton m_chooseBtn m_AddWinBtn m_AddTuC layerKeys m_BtnMin m_BtnMax m_BtnExit"));
+  EXPECT_EQ(support::TabRound(main).join(' '),
+            QStringLiteral(
+                "menuButton m_chooseBtn muteSystemSound gainSystemSound muteMicrophone microphones "
+                "gainMicrophone m_AddWinBtn m_AddTuC layerKeys m_renderWgt m_BtnMin m_BtnMax "
+                "m_BtnExit"));
   EXPECT_EQ(Find("m_tabLayer")->focusPolicy(), Qt::NoFocus);
   for (const char* shown : {"m_reselectBtn", "m_LiveBtn"}) {
     Find(shown)->show();
   }
-  EXPECT_EQ(support::TabRound(main).size(), 10);
+  EXPECT_EQ(support::TabRound(main).size(), 16);
+}
+
+TEST_F(MainWindow, CtrlMMutesTheMicrophoneWhereverTheKeyboardIs) {
+  Run();
+  const auto* mute = Get<QAbstractButton>("muteMicrophone");
+  for (const char* place : {"m_chooseBtn", "gainSystemSound", "layerKeys", "m_renderWgt"}) {
+    Find(place)->setFocus();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_M, Qt::ControlModifier);
+    EXPECT_TRUE(mute->isChecked()) << place;
+    QTest::keyClick(main, Qt::Key_M, Qt::ControlModifier);
+    EXPECT_FALSE(mute->isChecked()) << place;
+  }
+  EXPECT_FALSE(Get<QAbstractButton>("muteSystemSound")->isChecked());
 }
 
 }  // namespace

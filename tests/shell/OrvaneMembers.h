@@ -11,6 +11,7 @@ class OrvaneMembers : public orvane {
   using orvane::m_actDlg;
   using orvane::m_adPixmap;
   using orvane::m_backend;
+  using orvane::m_book;
   using orvane::m_camDlg;
   using orvane::m_catalogue;
   using orvane::m_dragFrom;
@@ -31,6 +32,7 @@ class OrvaneMembers : public orvane {
   using orvane::m_mixFrame;
   using orvane::m_mixOut;
   using orvane::m_normalRect;
+  using orvane::m_offer;
   using orvane::m_pressPos;
   using orvane::m_pressRect;
   using orvane::m_render;
@@ -40,10 +42,12 @@ class OrvaneMembers : public orvane {
   using orvane::m_tip;
   using orvane::m_tipShown;
   using orvane::m_TuCMenu;
+  using orvane::m_undo;
   using orvane::m_wndDlg;
   using orvane::m_wndDrag;
   using orvane::m_WndMenu;
   using orvane::ui;
+  using orvane::Undo;
 };
 
 }  // namespace support

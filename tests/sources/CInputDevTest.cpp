@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -69,6 +71,24 @@ std::vector<std::int16_t> TakeSound(support::RecordingNode* consumer) {
     all.insert(all.end(), samples, samples + frame->nb_samples * 2);
   }
   return all;
+}
+
+int Peak(const std::vector<std::int16_t>& samples) {
+  int peak = 0;
+  for (const std::int16_t sample : samples) {
+    peak = std::max(peak, std::abs(static_cast<int>(sample)));
+  }
+  return peak;
+}
+
+// A second of the device's tone, through the node.
+std::vector<std::int16_t> Hear(FakeDevice* microphone, Device* node,
+                               support::RecordingNode* consumer) {
+  microphone->Give(100);
+  for (int turn = 0; turn < 100; ++turn) {
+    EXPECT_TRUE(node->CaptureTurn());
+  }
+  return TakeSound(consumer);
 }
 
 // A picture as some cameras send it, whose decoder pads the rows: 50 x 16 RGB in one PNG.
@@ -365,6 +385,96 @@ TEST_F(CInputDevTest, MeasuresTheSoundThatItPushes) {
   EXPECT_NEAR(tone.peak, 16384, 20);
   EXPECT_NEAR(tone.meanSquare, 16384.0 * 16384 / 2, 16384.0 * 16384 / 200);
   EXPECT_EQ(node.TakeLevel().blocks, 0);
+}
+
+TEST_F(CInputDevTest, MutedSoundIsSilenceAndMeasuredAllTheSame) {
+  FakeDevice* microphone = m_layer.AddMicrophone("microphone");
+  Device node(true, "microphone", 0, 0, AV_PIX_FMT_RGB24);
+  node.AddAudioOutput(&m_consumer);
+  node.SetMix({0, true});
+  ASSERT_EQ(node.Open(), 0);
+  const std::vector<std::int16_t> muted = Hear(microphone, &node, &m_consumer);
+  EXPECT_EQ(muted.size(), 2U * 48000) << "nothing is left out";
+  EXPECT_EQ(Peak(muted), 0) << "from the first sample on";
+  EXPECT_NEAR(node.TakeLevel().peak, 16384, 20);
+  EXPECT_EQ(node.Delivered(), 100U);
+  node.SetMix({0, false});
+  EXPECT_NEAR(Peak(Hear(microphone, &node, &m_consumer)), 16384, 20);
+  node.SetMix({0, true});
+  Hear(microphone, &node, &m_consumer);
+  EXPECT_EQ(Peak(Hear(microphone, &node, &m_consumer)), 0);
+}
+
+TEST_F(CInputDevTest, TheGainIsInWhatIsSentAndInWhatIsMeasured) {
+  FakeSound sound;
+  sound.codec = AV_CODEC_ID_PCM_F32LE;  // once through the resampler, once without
+  for (FakeDevice* microphone :
+       {m_layer.AddMicrophone("converted", sound), m_layer.AddMicrophone("plain")}) {
+    const std::string& name = microphone->Name();
+    Device node(true, name, 0, 0, AV_PIX_FMT_RGB24);
+    node.AddAudioOutput(&m_consumer);
+    node.SetMix({-20, false});
+    ASSERT_EQ(node.Open(), 0);
+    EXPECT_NEAR(Peak(Hear(microphone, &node, &m_consumer)), 1638, 5) << name;
+    EXPECT_NEAR(node.TakeLevel().peak, 1638, 5) << name;
+    node.SetMix({12, false});
+    const std::vector<std::int16_t> loud = Hear(microphone, &node, &m_consumer);
+    EXPECT_NEAR(Peak(loud), sources::kLimiterCeiling, 300) << name;
+    EXPECT_LE(Peak(loud), sources::kLimiterCeiling) << name;
+    EXPECT_LE(node.TakeLevel().peak, sources::kLimiterCeiling) << name;
+  }
+}
+
+TEST_F(CInputDevTest, ChangedSoundLeavesWithItsPayloadAsLineSize) {
+  FakeSound sound;
+  sound.blockSamples = 482;
+  FakeDevice* microphone = m_layer.AddMicrophone("mic", sound);
+  Device node(true, "mic", 0, 0, AV_PIX_FMT_RGB24);
+  node.AddAudioOutput(&m_consumer);
+  node.SetMix({-6, false});
+  ASSERT_EQ(node.Open(), 0);
+  microphone->Give(1);
+  node.CaptureTurn();
+  ScopedFrame frame(m_consumer.TakeAudio());
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(frame->nb_samples, 482);
+  EXPECT_EQ(frame->linesize[0], 482 * 4);
+}
+
+TEST_F(CInputDevTest, GoesOnWithAnotherMicrophone) {
+  FakeSound sound;
+  sound.hertz = 2000;
+  FakeDevice* first = m_layer.AddMicrophone("first");
+  FakeDevice* second = m_layer.AddMicrophone("second", sound);
+  first->RunFree();
+  second->RunFree();
+  CInputDev node(true, "first", 0, 0, AV_PIX_FMT_RGB24);
+  EXPECT_FALSE(node.SwitchTo("second")) << "before it runs";
+  node.AddAudioOutput(&m_consumer);
+  ASSERT_EQ(node.Start(), 0);
+  EXPECT_FALSE(node.SwitchTo("third"));
+  EXPECT_EQ(node.DeviceName(), "first");
+  EXPECT_TRUE(node.SwitchTo("second"));
+  EXPECT_EQ(node.DeviceName(), "second");
+  EXPECT_FALSE(first->IsOpen());
+  std::vector<std::int16_t> heard;
+  EXPECT_TRUE(support::WaitFor(
+      [&] {
+        heard = TakeSound(&m_consumer);
+        return support::ToneStrength(heard, 0, 2000) > 0.4;
+      },
+      30000));
+  EXPECT_EQ(node.Stop(), 0);
+  EXPECT_FALSE(second->IsOpen());
+}
+
+TEST_F(CInputDevTest, APictureSwitchesToNoOtherDevice) {
+  Camera({});
+  m_layer.AddCamera("other");
+  CInputDev node(false, "camera", 0, 0, AV_PIX_FMT_RGB24);
+  ASSERT_EQ(node.Start(), 0);
+  EXPECT_FALSE(node.SwitchTo("other"));
+  EXPECT_EQ(node.Stop(), 0);
 }
 
 TEST_F(CInputDevTest, ADamagedPacketIsPassedOver) {

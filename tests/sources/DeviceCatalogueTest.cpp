@@ -165,6 +165,17 @@ TEST_F(DeviceCatalogueTest, RefreshRebuildsTheLists) {
   EXPECT_TRUE(m_catalogue->VideoDevice(1).isEmpty());
 }
 
+TEST_F(DeviceCatalogueTest, TheMicrophonesAreAskedForAnewAndTheListsStay) {
+  support::FakeDevice* first = m_layer.AddMicrophone("first");
+  m_catalogue->RefreshDevices();
+  EXPECT_EQ(m_catalogue->Microphones(), std::vector<QString>{"first"});
+  first->Unplug();
+  m_layer.AddMicrophone("my virtual-audio-capturer (2)");
+  m_layer.AddMicrophone("plugged in later");
+  EXPECT_EQ(m_catalogue->Microphones(), std::vector<QString>{"plugged in later"});
+  EXPECT_EQ(m_catalogue->AudioDevice(1), "first");
+}
+
 TEST_F(DeviceCatalogueTest, CopyReplacesWhatTheVectorHeld) {
   m_layer.AddCamera("camera");
   m_catalogue->RefreshDevices();

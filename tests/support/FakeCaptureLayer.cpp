@@ -1,5 +1,6 @@
 #include "support/FakeCaptureLayer.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -24,12 +25,12 @@ class FakeStream : public platform::CaptureStream {
   FakeStream(FakeDevice* device, bool streamless)
       : m_device(device), m_parameters(avcodec_parameters_alloc()), m_streamless(streamless) {}
   ~FakeStream() override {
-    m_device->Close();
+    m_device.load()->Close();
     avcodec_parameters_free(&m_parameters);
   }
 
   bool FindStream(CaptureKind kind, platform::StreamInfo* info) const override {
-    if (m_streamless || kind != m_device->Kind()) {
+    if (m_streamless || kind != m_device.load()->Kind()) {
       return false;
     }
     info->index = 0;
@@ -37,16 +38,24 @@ class FakeStream : public platform::CaptureStream {
     info->timeBase = AVRational{1, 1000000};
     return true;
   }
-  int Read(AVPacket* packet) override { return m_device->Read(packet); }
-  std::string EndCause() const override { return m_device->EndCause(); }
-  bool LacksSharing() const override { return m_device->IsUnshared(); }
-  bool IsFiller() const override { return m_device->IsFiller(); }
-  bool HasOpened() const override { return m_device->IsAllowed(); }
+  int Read(AVPacket* packet) override { return m_device.load()->Read(packet); }
+  std::string EndCause() const override { return m_device.load()->EndCause(); }
+  bool LacksSharing() const override { return m_device.load()->IsUnshared(); }
+  bool IsFiller() const override { return m_device.load()->IsFiller(); }
+  bool HasOpened() const override { return m_device.load()->IsAllowed(); }
+  bool SwitchTo(const std::string& name) override {
+    FakeDevice* next = m_device.load()->Successor(name);
+    if (next == nullptr) {
+      return false;
+    }
+    m_device.exchange(next)->Close();
+    return true;
+  }
 
   AVCodecParameters* Parameters() { return m_parameters; }
 
  private:
-  FakeDevice* m_device;
+  std::atomic<FakeDevice*> m_device;
   AVCodecParameters* m_parameters;
   bool m_streamless;
 };
@@ -226,6 +235,18 @@ void FakeDevice::Close() {
   m_open = false;
 }
 
+FakeDevice* FakeDevice::Successor(const std::string& name) const {
+  const bool microphone = m_kind == CaptureKind::Audio && m_name != platform::kSystemSoundName;
+  return microphone && name != platform::kSystemSoundName ? m_layer->TakeUp(name) : nullptr;
+}
+
+void FakeDevice::BeTakenUp() {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_open = true;
+  ++m_openCount;
+  m_due = std::chrono::steady_clock::now();
+}
+
 int FakeDevice::Read(AVPacket* packet) {
   std::lock_guard<std::mutex> lock(m_mutex);
   if (m_ended != 0) {
@@ -384,6 +405,7 @@ FakeCaptureLayer::~FakeCaptureLayer() = default;
 FakeDevice* FakeCaptureLayer::AddCamera(const std::string& name, const FakePictures& pictures) {
   std::lock_guard<std::mutex> lock(m_mutex);
   m_devices.push_back(std::make_unique<FakeDevice>(CaptureKind::Video, name));
+  m_devices.back()->m_layer = this;
   m_devices.back()->Pictures(pictures);
   return m_devices.back().get();
 }
@@ -391,6 +413,7 @@ FakeDevice* FakeCaptureLayer::AddCamera(const std::string& name, const FakePictu
 FakeDevice* FakeCaptureLayer::AddMicrophone(const std::string& name, const FakeSound& sound) {
   std::lock_guard<std::mutex> lock(m_mutex);
   m_devices.push_back(std::make_unique<FakeDevice>(CaptureKind::Audio, name));
+  m_devices.back()->m_layer = this;
   m_devices.back()->Sound(sound);
   return m_devices.back().get();
 }
@@ -417,6 +440,18 @@ OpenResult FakeCaptureLayer::Open(CaptureKind kind, const std::string& name) {
     }
   }
   return {nullptr, OpenFailure::CannotOpen, name + ": No such device"};
+}
+
+FakeDevice* FakeCaptureLayer::TakeUp(const std::string& name) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  for (const auto& device : m_devices) {
+    if (device->Kind() == CaptureKind::Audio && device->Name() == name) {
+      m_opened.push_back(name);
+      device->BeTakenUp();
+      return device.get();
+    }
+  }
+  return nullptr;
 }
 
 std::vector<std::string> FakeCaptureLayer::Opened() const {

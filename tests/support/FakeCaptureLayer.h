@@ -4,7 +4,8 @@
 // can be taken through a turn at a time; RunFree gives packets by the real clock instead, as a
 // device would. Pictures are those of CameraPattern; sound is a tone. Install it with
 // CaptureLayer::Install before a node is started, and Install(nullptr) after the last is stopped;
-// it outlives every stream opened from it.
+// it outlives every stream and listener opened from it. A microphone's stream may switch to another
+// one.
 //
 // Threads: every operation may be called from any thread at any time.
 #ifndef ORVANE_TESTS_SUPPORT_FAKECAPTURELAYER_H
@@ -43,6 +44,8 @@ struct FakeSound {
   int blockSamples = 480;
   int hertz = 1000;
 };
+
+class FakeCaptureLayer;
 
 class FakeDevice {
  public:
@@ -84,6 +87,8 @@ class FakeDevice {
   void SetCodec(AVCodecID codec);
   // Called at each closing, before it, on the thread that closes; set before the device is opened.
   void OnClose(std::function<void()> call) { m_onClose = std::move(call); }
+  // Who only listens hears blocks of the tone, of 10 ms, beside what is read.
+  void Say(int blocks = 1);
   // Pictures from the next Give on have another size, told in the stream as V4L2 and X11 would.
   void ChangeSize(int width, int height);
 
@@ -92,12 +97,14 @@ class FakeDevice {
   bool Unplugged() const;
   bool IsOpen() const;
   int OpenCount() const;  // how often it was opened with success
+  int Listeners() const;  // now
   int Unread() const;     // scripted reads still to come
   // Number of the next picture or block of sound.
   unsigned NextNumber() const;
 
  private:
   friend class FakeCaptureLayer;
+  friend class FakeListener;
   friend class FakeStream;
   struct Step {
     int result = 0;
@@ -109,6 +116,12 @@ class FakeDevice {
   void Sound(const FakeSound& sound);
   platform::OpenResult Open();
   void Close();
+  // The microphone of that name, taken up by the stream of this one; null when there is none.
+  FakeDevice* Successor(const std::string& name) const;
+  void BeTakenUp();
+  void CountListener(int more);
+  std::vector<std::int16_t> TakeSaid();
+  bool CanBeHeard() const;
   int Read(AVPacket* packet);
   bool IsFiller() const;
   bool IsAllowed() const;
@@ -120,11 +133,13 @@ class FakeDevice {
   AVPacket* Generate();
   AVPacket* GeneratePicture();
   AVPacket* GenerateSound();
+  void AddSaid(int blocks);
   void TellParameters(AVCodecParameters* parameters) const;
   bool NeverRunsDry() const { return m_kind == platform::CaptureKind::Audio && m_free; }
 
   const platform::CaptureKind m_kind;
   const std::string m_name;
+  FakeCaptureLayer* m_layer = nullptr;  // that it belongs to
   std::function<void()> m_onClose;
 
   mutable std::mutex m_mutex;  // guards all below
@@ -151,6 +166,10 @@ class FakeDevice {
   unsigned m_number = 0;
   std::int64_t m_samples = 0;  // sample frames generated so far
   std::chrono::steady_clock::time_point m_due;
+  int m_listeners = 0;
+  std::vector<std::int16_t> m_said;  // to listeners
+  std::int64_t m_saidFrames = 0;     // so far
+  std::chrono::steady_clock::time_point m_saidDue;
 };
 
 class FakeCaptureLayer : public platform::CaptureLayer {
@@ -165,11 +184,16 @@ class FakeCaptureLayer : public platform::CaptureLayer {
 
   std::vector<std::string> ListDevices(platform::CaptureKind kind) override;
   platform::OpenResult Open(platform::CaptureKind kind, const std::string& name) override;
+  // Beside those who have it open.
+  std::unique_ptr<platform::SoundListener> Listen(const std::string& name) override;
 
   // Every name that was asked for, opened or not, in order.
   std::vector<std::string> Opened() const;
 
  private:
+  friend class FakeDevice;
+  FakeDevice* TakeUp(const std::string& name);
+
   mutable std::mutex m_mutex;
   std::vector<std::unique_ptr<FakeDevice>> m_devices;
   std::vector<std::string> m_opened;

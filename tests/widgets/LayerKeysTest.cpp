@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QKeyEvent>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -100,6 +101,39 @@ TEST_F(LayerKeysTest, EnterAndSpacePressWhatTheCursorStandsOn) {
   Keys({Qt::Key_Down, Qt::Key_Space});
   ASSERT_EQ(shown.count(), 3);
   EXPECT_EQ(shown.at(2), QVariantList({1, true}));
+}
+
+TEST_F(LayerKeysTest, DeleteIsTheBinFromAnywhereInTheRow) {
+  const QSignalSpy deleted(&list, &MyListView::deleteItem);
+  Keys({Qt::Key_Delete});
+  ASSERT_EQ(deleted.count(), 1);
+  EXPECT_EQ(deleted.at(0).at(0).toInt(), 0);
+  EXPECT_EQ(deleted.at(0).at(1).toInt(), widgets::kTextLayer);
+  const QRect bin = widgets::DeleteRect(list.Rect(0));
+  EXPECT_EQ(deleted.at(0).at(2).toPoint(), list.viewport()->mapToGlobal(bin.center()));
+  // A hidden row has none.
+  Keys({Qt::Key_Down, Qt::Key_Delete});
+  EXPECT_EQ(deleted.count(), 1);
+  // A key that is held asks once.
+  Keys({Qt::Key_Down});
+  QKeyEvent held(QEvent::KeyPress, Qt::Key_Delete, Qt::NoModifier, QString(), true);
+  QApplication::sendEvent(list.Keys(), &held);
+  EXPECT_EQ(deleted.count(), 1);
+}
+
+// Undo in the window must not stop where the list begins.
+TEST_F(LayerKeysTest, ACommandOfTheWindowIsLeftToIt) {
+  const auto takes = [this](int key, Qt::KeyboardModifiers with) {
+    QKeyEvent event(QEvent::ShortcutOverride, key, with);
+    event.ignore();
+    QApplication::sendEvent(list.Keys(), &event);
+    return event.isAccepted();
+  };
+  EXPECT_FALSE(takes(Qt::Key_Z, Qt::ControlModifier));
+  EXPECT_FALSE(takes(Qt::Key_A, Qt::ControlModifier));
+  EXPECT_TRUE(takes(Qt::Key_Up, Qt::ControlModifier));
+  EXPECT_TRUE(takes(Qt::Key_Return, Qt::NoModifier));
+  EXPECT_TRUE(takes(Qt::Key_Z, Qt::NoModifier));
 }
 
 TEST_F(LayerKeysTest, OnlyTabChoosesARow) {

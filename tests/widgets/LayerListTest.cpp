@@ -355,6 +355,24 @@ TEST(LayerList, ARowWhoseSourceDidNotOpenSaysWhyInItsTip) {
             QStringLiteral("无法打开“图片”：No such file or directory"));
 }
 
+TEST(LayerList, ARowIsHiddenAndShownByNumberAsByItsEye) {
+  LayerList list;
+  list.AddLayers({"a", "b"});
+  const ListSpies spies(list);
+  list.SetRowVisible(1, false);
+  EXPECT_FALSE(list.Record(1).visible);
+  ASSERT_EQ(spies.visible.count(), 1);
+  EXPECT_EQ(spies.visible.at(0), QVariantList({1, false}));
+  // It is so already, and there is no such row.
+  list.SetRowVisible(1, false);
+  list.SetRowVisible(0, true);
+  list.SetRowVisible(-1, false);
+  list.SetRowVisible(2, false);
+  EXPECT_EQ(spies.All(), 1);
+  list.SetRowVisible(1, true);
+  EXPECT_TRUE(list.Record(1).visible);
+}
+
 TEST(LayerList, DelegateNotesItsEndInTheLog) {
   support::LogRecord log;
   { const MyListView list; }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "widgets/MeterTurns.h"
 
 namespace {
@@ -98,6 +100,59 @@ TEST(MeterRules, Zones) {
   EXPECT_EQ(widgets::ZoneOf(-20), MeterZone::kWarn);
   EXPECT_EQ(widgets::ZoneOf(-9.1), MeterZone::kWarn);
   EXPECT_EQ(widgets::ZoneOf(-9), MeterZone::kAlarm);
+}
+
+TEST(MeterRules, ALookIsInPixelsOfTheBar) {
+  MeterState state;
+  state.peak = -15;
+  state.rms = -30;
+  state.hold = 0;
+  const widgets::MeterLook look = widgets::LookOf(state, true, 86);
+  EXPECT_EQ(look.peak, 65);
+  EXPECT_EQ(look.rms, 43);
+  EXPECT_EQ(look.hold, 86);
+  EXPECT_EQ(look.zone, MeterZone::kWarn);
+  EXPECT_EQ(look.figure, "0");
+  EXPECT_FALSE(look.warns);
+  state.rms = -30.1;
+  EXPECT_TRUE(look == widgets::LookOf(state, true, 86)) << "nobody could tell them apart";
+  state.rms = -32;
+  EXPECT_FALSE(look == widgets::LookOf(state, true, 86));
+}
+
+TEST(MeterRules, WithoutADeviceALookSaysWhetherThereIsOne) {
+  EXPECT_EQ(widgets::LookOf(std::nullopt, false, 86).figure, "—");
+  EXPECT_FALSE(widgets::LookOf(std::nullopt, false, 86).warns);
+  EXPECT_EQ(widgets::LookOf(std::nullopt, true, 86).figure, "失败");
+  EXPECT_TRUE(widgets::LookOf(std::nullopt, true, 86).warns);
+  EXPECT_TRUE(widgets::LookOf(Pass({}, {}, 16), false, 86).warns) << "silence for long";
+}
+
+TEST(MeterRules, GainsInDecibels) {
+  EXPECT_EQ(widgets::GainText(0), "0 dB");
+  EXPECT_EQ(widgets::GainText(3), "+3 dB");
+  EXPECT_EQ(widgets::GainText(12), "+12 dB");
+  EXPECT_EQ(widgets::GainText(-60), "-60 dB");
+  EXPECT_EQ(widgets::MixText(false, 0), "");
+  EXPECT_EQ(widgets::MixText(true, 0), "，已静音");
+  EXPECT_EQ(widgets::MixText(false, -3), "，增益 -3 dB");
+  EXPECT_EQ(widgets::MixText(true, 6), "，已静音，增益 +6 dB");
+}
+
+TEST(MeterRules, ANotchIsADecibelAndFineTurnsAddUp) {
+  int rest = 0;
+  EXPECT_EQ(widgets::WheelSteps(120, &rest), 1);
+  EXPECT_EQ(widgets::WheelSteps(-240, &rest), -2);
+  EXPECT_EQ(rest, 0);
+  int steps = 0;
+  for (int turn = 0; turn < 8; ++turn) {
+    steps += widgets::WheelSteps(45, &rest);
+  }
+  EXPECT_EQ(steps, 3);
+  EXPECT_EQ(rest, 0);
+  EXPECT_EQ(widgets::WheelSteps(100, &rest), 0);
+  EXPECT_EQ(widgets::WheelSteps(-100, &rest), 0) << "turned and turned back";
+  EXPECT_EQ(rest, 0);
 }
 
 TEST(MeterRules, TheTextTellsPeakAndRms) {

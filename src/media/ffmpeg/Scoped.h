@@ -50,6 +50,12 @@ class Scoped {
   T* m_object = nullptr;
 };
 
+// An output whose bytes belong to somebody else.
+inline void FreeOutput(AVFormatContext** context) {
+  avformat_free_context(*context);
+  *context = nullptr;
+}
+
 inline void FreeSws(SwsContext** context) {
   sws_freeContext(*context);
   *context = nullptr;
@@ -59,6 +65,8 @@ using ScopedFrame = Scoped<AVFrame, av_frame_free>;
 using ScopedPacket = Scoped<AVPacket, av_packet_free>;
 using ScopedCodec = Scoped<AVCodecContext, avcodec_free_context>;
 using ScopedInput = Scoped<AVFormatContext, avformat_close_input>;
+using ScopedOutput = Scoped<AVFormatContext, FreeOutput>;
+using ScopedParameters = Scoped<AVCodecParameters, avcodec_parameters_free>;
 using ScopedDictionary = Scoped<AVDictionary, av_dict_free>;
 using ScopedInOut = Scoped<AVFilterInOut, avfilter_inout_free>;
 using ScopedSwr = Scoped<SwrContext, swr_free>;

@@ -56,6 +56,10 @@ OpenResult LinuxCaptureLayer::Open(CaptureKind kind, const std::string& name) {
   return name == kDesktopName ? OpenDesktop() : OpenCamera(name);
 }
 
+std::unique_ptr<SoundListener> LinuxCaptureLayer::Listen(const std::string& name) {
+  return ListenToPulse(name);
+}
+
 OpenResult LinuxCaptureLayer::OpenDesktop() const {
   const std::optional<RoadDecision> decision = LookAtRoad(m_screen);
   if (decision && decision->road == CaptureRoad::kX11) {

@@ -9,6 +9,7 @@
 #ifndef ORVANE_PLATFORM_LINUX_LINUXCAPTURELAYER_H
 #define ORVANE_PLATFORM_LINUX_LINUXCAPTURELAYER_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,7 @@ class LinuxCaptureLayer : public CaptureLayer {
   void Prepare() override;
   std::vector<std::string> ListDevices(CaptureKind kind) override;
   OpenResult Open(CaptureKind kind, const std::string& name) override;
+  std::unique_ptr<SoundListener> Listen(const std::string& name) override;
 
  private:
   OpenResult OpenDesktop() const;

@@ -1,5 +1,6 @@
 #include "platform/linux/PulseCapture.h"
 
+#include <cstdint>
 #include <memory>
 
 extern "C" {
@@ -8,7 +9,9 @@ extern "C" {
 
 #include "platform/linux/MicrophoneNames.h"
 #include "platform/linux/PulseListing.h"
+#include "platform/linux/PulseRecorder.h"
 #include "platform/linux/PulseStream.h"
+#include "platform/linux/SoundInbox.h"
 
 namespace platform {
 
@@ -32,6 +35,27 @@ PulseListing& Listing() {
   static auto* const listing = new PulseListing;
   return *listing;
 }
+
+class PulseListener : public SoundListener {
+ public:
+  PulseListener(const std::string& name, const std::string& source)
+      : m_recorder(name, source, &m_inbox, PulseRecorder::Use::kListen) {}
+
+  bool Begin(std::string* cause) { return m_recorder.Begin(cause); }
+
+  std::vector<std::int16_t> Take() override {
+    std::vector<std::int16_t> samples;
+    for (const SoundBlock& block : m_inbox.TakeAll()) {
+      samples.insert(samples.end(), block.samples.begin(), block.samples.end());
+    }
+    return samples;
+  }
+  bool HasOpened() const override { return m_recorder.HasOpened(); }
+
+ private:
+  SoundInbox m_inbox;
+  PulseRecorder m_recorder;
+};
 
 // The source of a name, which may come from an earlier run of the program and not yet be known.
 bool FindSource(const std::string& name, int waitMs, std::string* source, std::string* cause) {
@@ -63,6 +87,12 @@ void PreparePulseMicrophones() {
   Listing().Begin();
 }
 
+std::string FindPulseMicrophone(const std::string& name, int waitMs) {
+  std::string source;
+  std::string cause;
+  return name != kSystemSoundName && FindSource(name, waitMs, &source, &cause) ? source : "";
+}
+
 OpenResult OpenPulseStream(const std::string& name, int waitMs) {
   std::string source;
   std::string cause;
@@ -76,6 +106,19 @@ OpenResult OpenPulseStream(const std::string& name, int waitMs) {
   OpenResult result;
   result.stream = std::move(stream);
   return result;
+}
+
+std::unique_ptr<SoundListener> ListenToPulse(const std::string& name) {
+  std::string source;
+  std::string cause;
+  if (name == kSystemSoundName || FindSource(name, 0, &source, &cause)) {
+    auto listener = std::make_unique<PulseListener>(name, source);
+    if (listener->Begin(&cause)) {
+      return listener;
+    }
+  }
+  av_log(nullptr, AV_LOG_ERROR, "%s can't be listened to: %s\n", name.c_str(), cause.c_str());
+  return nullptr;
 }
 
 }  // namespace platform

@@ -25,6 +25,8 @@ constexpr std::int64_t kTimingUs = 100'000;
 // report.
 constexpr std::size_t kHeldBlocks = 3;
 constexpr std::uint32_t kFragmentBytes = ContinuousSound::kBlockFrames * kSoundFrameBytes;
+// As seldom as a meter of 20 looks a second allows, with one block at least for each.
+constexpr std::uint32_t kListenBytes = ContinuousSound::kRate / 40 * kSoundFrameBytes;
 
 void Unref(pa_operation* operation) {
   if (operation != nullptr) {
@@ -34,8 +36,9 @@ void Unref(pa_operation* operation) {
 
 }  // namespace
 
-PulseRecorder::PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox)
-    : m_label(label), m_fixedSource(source), m_inbox(inbox) {}
+PulseRecorder::PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox,
+                             Use use)
+    : m_use(use), m_target{label, source}, m_inbox(inbox) {}
 
 PulseRecorder::~PulseRecorder() {
   if (m_threadRuns) {
@@ -46,13 +49,28 @@ PulseRecorder::~PulseRecorder() {
   Detach();
 }
 
-bool PulseRecorder::Open(int waitMs, std::string* cause) {
+bool PulseRecorder::StartThread(std::string* cause) {
   if (pthread_create(&m_thread, nullptr, ThreadEntry, this) != 0) {
     *cause = "no thread to be had";
     return false;
   }
   m_threadRuns = true;
   pthread_setname_np(m_thread, "pulse");
+  return true;
+}
+
+bool PulseRecorder::Begin(std::string* cause) {
+  {
+    const Lock locked(m_openingLock);
+    m_opening = Opening::Left;
+  }
+  return StartThread(cause);
+}
+
+bool PulseRecorder::Open(int waitMs, std::string* cause) {
+  if (!StartThread(cause)) {
+    return false;
+  }
   const Lock locked(m_openingLock);
   const bool known = m_openingChanged.WaitFor(
       m_openingLock, std::chrono::milliseconds(waitMs),
@@ -62,7 +80,7 @@ bool PulseRecorder::Open(int waitMs, std::string* cause) {
     m_opening = Opening::Left;
     m_lost = true;
     av_log(nullptr, AV_LOG_ERROR, "%s gives no sound: the sound server does not answer\n",
-           m_label.c_str());
+           m_target.label.c_str());
     return true;
   }
   *cause = m_openingCause;
@@ -79,6 +97,7 @@ void* PulseRecorder::ThreadEntry(void* self) {
 
 void PulseRecorder::Turn() {
   const std::int64_t nowUs = MonotonicUs();
+  TakeSwitch();
   KeepConnected(nowUs);
   if (m_connected) {
     KeepAttached(nowUs);
@@ -107,7 +126,7 @@ void PulseRecorder::ReportLoss(const std::string& cause) {
     m_wasRefused = true;
   }
   if (!m_lost) {
-    av_log(nullptr, AV_LOG_ERROR, "%s gives no sound: %s\n", m_label.c_str(), cause.c_str());
+    av_log(nullptr, AV_LOG_ERROR, "%s gives no sound: %s\n", m_target.label.c_str(), cause.c_str());
     m_lost = true;
   }
 }
@@ -116,7 +135,7 @@ void PulseRecorder::ReportAttached() {
   m_hasOpened = true;
   ReportOpening(Opening::Done, "");
   if (m_lost.exchange(false)) {
-    av_log(nullptr, AV_LOG_INFO, "%s gives sound\n", m_label.c_str());
+    av_log(nullptr, AV_LOG_INFO, "%s gives sound\n", m_target.label.c_str());
   }
 }
 
@@ -161,6 +180,31 @@ void PulseRecorder::OnEvent(pa_context* /*context*/, pa_subscription_event_type_
   }
 }
 
+void PulseRecorder::SwitchTo(const std::string& label, const std::string& source) {
+  {
+    const Lock locked(m_switchLock);
+    m_switch = Target{label, source};
+  }
+  m_connection.Wake();
+}
+
+void PulseRecorder::TakeSwitch() {
+  std::optional<Target> next;
+  {
+    const Lock locked(m_switchLock);
+    next.swap(m_switch);
+  }
+  if (!next) {
+    return;
+  }
+  Detach();
+  m_target = *next;
+  m_hasOpened = false;
+  m_wasRefused = false;
+  m_lost = false;
+  m_lookAgain = true;
+}
+
 void PulseRecorder::KeepAttached(std::int64_t nowUs) {
   const pa_stream_state_t state =
       m_stream != nullptr ? pa_stream_get_state(m_stream) : PA_STREAM_UNCONNECTED;
@@ -179,10 +223,10 @@ void PulseRecorder::KeepAttached(std::int64_t nowUs) {
 }
 
 void PulseRecorder::LookForSource() {
-  if (m_fixedSource.empty()) {
+  if (m_target.source.empty()) {
     Unref(pa_context_get_server_info(m_connection.Context(), OnServer, this));
   } else if (m_stream == nullptr) {
-    Attach(m_fixedSource);
+    Attach(m_target.source);
   }
 }
 
@@ -215,7 +259,7 @@ void PulseRecorder::Attach(const std::string& source) {
   format.format = PA_SAMPLE_S16LE;
   format.rate = ContinuousSound::kRate;
   format.channels = ContinuousSound::kChannels;
-  m_stream = pa_stream_new(m_connection.Context(), m_label.c_str(), &format, nullptr);
+  m_stream = pa_stream_new(m_connection.Context(), m_target.label.c_str(), &format, nullptr);
   if (m_stream == nullptr) {
     ReportLoss(m_connection.Error());
     return;
@@ -229,10 +273,14 @@ void PulseRecorder::Attach(const std::string& source) {
   pa_stream_set_read_callback(m_stream, OnReadable, this);
   pa_buffer_attr buffer{};
   buffer.maxlength = static_cast<std::uint32_t>(-1);
-  buffer.fragsize = kFragmentBytes;
+  buffer.fragsize = m_use == Use::kListen ? kListenBytes : kFragmentBytes;
   // Without leave to move: an unplugged microphone must not be replaced by whatever the server
   // thinks fit, and the system's sound is followed here.
-  const int flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE | PA_STREAM_START_UNMUTED;
+  int flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE | PA_STREAM_START_UNMUTED;
+  if (m_use == Use::kListen && m_target.source.empty()) {
+    // A sound card that plays nothing is silent asleep too.
+    flags |= PA_STREAM_DONT_INHIBIT_AUTO_SUSPEND;
+  }
   // A failure shows in the stream's state.
   pa_stream_connect_record(m_stream, source.c_str(), &buffer,
                            static_cast<pa_stream_flags_t>(flags));
@@ -274,7 +322,7 @@ void PulseRecorder::ReadAll() {
   m_framesHeard += static_cast<std::int64_t>(block.samples.size() / ContinuousSound::kChannels);
   m_lastArrivalUs = block.arrivalUs;
   m_held.push_back(std::move(block));
-  if (m_captureOffset.Known() || m_held.size() > kHeldBlocks) {
+  if (m_use == Use::kListen || m_captureOffset.Known() || m_held.size() > kHeldBlocks) {
     FlushHeld();
   }
 }
@@ -288,7 +336,7 @@ void PulseRecorder::FlushHeld() {
 }
 
 void PulseRecorder::AskTiming(std::int64_t nowUs) {
-  if (m_stream == nullptr || m_framesHeard == 0 || m_timingAsked ||
+  if (m_use == Use::kListen || m_stream == nullptr || m_framesHeard == 0 || m_timingAsked ||
       (m_captureOffset.Known() && nowUs < m_timingDueUs)) {
     return;
   }

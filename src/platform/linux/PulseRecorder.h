@@ -5,11 +5,15 @@
 // twice a second, and at once when the server tells of a new source. The system's sound is the
 // monitor of the default output; it moves over when another one becomes the default.
 //
+// A microphone may be exchanged for another one meanwhile. What was heard of the former stays in
+// the inbox, and the first block of the new one says that it doesn't continue it.
+//
 // A frozen server keeps the thread waiting for it in a poll that the destructor ends; nothing here
 // blocks otherwise. Losses are logged once each.
 //
 // Threads: the owner makes it, waits for the opening and destroys it; the inbox is the owner's and
-// outlives it. All else belongs to the thread.
+// outlives it. SwitchTo may be called by any thread once it was opened or has begun. All else
+// belongs to the thread.
 #ifndef ORVANE_PLATFORM_LINUX_PULSERECORDER_H
 #define ORVANE_PLATFORM_LINUX_PULSERECORDER_H
 
@@ -20,6 +24,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,9 +37,14 @@ namespace platform {
 
 class PulseRecorder {
  public:
+  // kCapture: blocks of 10 ms, with the time they were taken at. kListen: blocks of 25 ms as they
+  // come, nothing more asked of the server, and an idle output may go to sleep.
+  enum class Use { kCapture, kListen };
+
   // label: what the log calls it. source: the server's name of a source, or "" for the system's
   // sound.
-  PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox);
+  PulseRecorder(const std::string& label, const std::string& source, SoundInbox* inbox,
+                Use use = Use::kCapture);
   ~PulseRecorder();
   PulseRecorder(const PulseRecorder&) = delete;
   PulseRecorder& operator=(const PulseRecorder&) = delete;
@@ -43,6 +53,12 @@ class PulseRecorder {
   // attempt has failed by then; the recorder is then of no further use. A server that has not
   // answered by then is named in the log, and heard once it does.
   bool Open(int waitMs, std::string* cause);
+  // Starts the thread and waits for nothing; how it goes is in HasOpened. False with the cause when
+  // there is no thread to be had.
+  bool Begin(std::string* cause);
+  // Records that microphone from now on, as the constructor has it; returns at once. HasOpened and
+  // WasRefused are about it alone as soon as the thread has let the former go.
+  void SwitchTo(const std::string& label, const std::string& source);
   // It has recorded at some time. Any thread.
   bool HasOpened() const { return m_hasOpened; }
   // The first answer, which the opener had not waited for, was a refusal. Any thread.
@@ -50,7 +66,12 @@ class PulseRecorder {
 
  private:
   enum class Opening { UnderWay, Done, Failed, Left };  // Left: nobody waits for it any more
+  struct Target {
+    std::string label;
+    std::string source;
+  };
 
+  bool StartThread(std::string* cause);
   static void* ThreadEntry(void* self);
   void Turn();
 
@@ -61,6 +82,7 @@ class PulseRecorder {
                       void* self);
 
   // The source.
+  void TakeSwitch();
   void KeepAttached(std::int64_t nowUs);
   void LookForSource();
   static void OnServer(pa_context* context, const pa_server_info* info, void* self);
@@ -81,8 +103,8 @@ class PulseRecorder {
   void ReportLoss(const std::string& cause);
   void ReportAttached();
 
-  const std::string m_label;
-  const std::string m_fixedSource;
+  const Use m_use;
+  Target m_target;  // the opener's until it has opened, then the thread's
   SoundInbox* const m_inbox;
   pthread_t m_thread{};
   bool m_threadRuns = false;
@@ -93,7 +115,10 @@ class PulseRecorder {
   Opening m_opening ORVANE_GUARDED_BY(m_openingLock) = Opening::UnderWay;
   std::string m_openingCause ORVANE_GUARDED_BY(m_openingLock);
 
-  // The thread's own; m_connection's Wake is called by the destructor too.
+  Mutex m_switchLock;
+  std::optional<Target> m_switch ORVANE_GUARDED_BY(m_switchLock);  // what the thread is to take up
+
+  // The thread's own; m_connection's Wake is called by others too.
   PulseConnection m_connection;
   bool m_connected = false;         // and asked for events
   bool m_lookAgain = false;         // the default output or the set of sources may have changed

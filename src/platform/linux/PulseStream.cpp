@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/linux/MonotonicClock.h"
+#include "platform/linux/PulseCapture.h"
 
 namespace platform {
 
@@ -94,6 +95,15 @@ int PulseStream::Read(AVPacket* packet) {
   packet->duration = ContinuousSound::kBlockFrames;
   packet->flags |= AV_PKT_FLAG_KEY;
   return 0;
+}
+
+bool PulseStream::SwitchTo(const std::string& name) {
+  const std::string source = m_isMicrophone ? FindPulseMicrophone(name) : std::string();
+  if (source.empty()) {
+    return false;
+  }
+  m_recorder.SwitchTo(name, source);
+  return true;
 }
 
 }  // namespace platform

@@ -35,6 +35,8 @@ class PulseStream : public CaptureStream {
   int Read(AVPacket* packet) override;
   bool IsFiller() const override { return m_sound->IsFiller(); }
   bool HasOpened() const override { return m_recorder.HasOpened(); }
+  // A microphone for another one; the system's sound stays what it is.
+  bool SwitchTo(const std::string& name) override;
 
  private:
   AVCodecParameters* m_parameters;
